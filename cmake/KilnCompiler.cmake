@@ -1,0 +1,35 @@
+# How every target of this project is compiled: language level, warnings, sanitizers.
+
+set(CMAKE_CXX_STANDARD 20)
+set(CMAKE_CXX_STANDARD_REQUIRED ON)
+set(CMAKE_CXX_EXTENSIONS OFF)
+set(CMAKE_POSITION_INDEPENDENT_CODE ON)
+set(CMAKE_CXX_VISIBILITY_PRESET hidden)
+set(CMAKE_VISIBILITY_INLINES_HIDDEN ON)
+
+find_package(Threads REQUIRED)
+
+add_library(KilnCompiler INTERFACE)
+if(MSVC)
+    target_compile_options(KilnCompiler INTERFACE /W4 /permissive- /utf-8 $<$<BOOL:${KILN_WARNINGS_AS_ERRORS}>:/WX>)
+else()
+    target_compile_options(
+        KilnCompiler
+        INTERFACE -Wall
+                  -Wextra
+                  -Wpedantic
+                  -Wshadow
+                  -Wconversion
+                  -Wsign-conversion
+                  -Wnon-virtual-dtor
+                  -Woverloaded-virtual
+                  -Wcast-qual
+                  -Wformat=2
+                  $<$<BOOL:${KILN_WARNINGS_AS_ERRORS}>:-Werror>)
+endif()
+
+if(KILN_SANITIZERS)
+    target_compile_options(
+        KilnCompiler INTERFACE -fsanitize=${KILN_SANITIZERS} -fno-sanitize-recover=all -fno-omit-frame-pointer)
+    target_link_options(KilnCompiler INTERFACE -fsanitize=${KILN_SANITIZERS})
+endif()

@@ -1,0 +1,80 @@
+# One object library a folder, all of them linked into the one shared library Common.
+#
+#   kiln_begin_library()          declares Common and its export header
+#   kiln_folder(NAME ...)         one folder of the library (see below)
+#   kiln_end_library()            nothing may be added after it
+#   kiln_test(NAME ...)           one test program, run once as it is and once in a hostile locale
+
+include(GenerateExportHeader)
+
+function(kiln_begin_library)
+    add_library(Common SHARED)
+    add_library(ArdoKiln::Common ALIAS Common)
+    set_target_properties(
+        Common
+        PROPERTIES VERSION ${PROJECT_VERSION}
+                   SOVERSION ${PROJECT_VERSION_MAJOR}
+                   EXPORT_NAME Common
+                   VERIFY_INTERFACE_HEADER_SETS ON)
+    target_link_libraries(Common PUBLIC Boost::log PRIVATE KilnCompiler)
+
+    # The generated header stands in no folder of its own, so every folder may include it.
+    generate_export_header(
+        Common
+        BASE_NAME KILN
+        EXPORT_FILE_NAME ${PROJECT_BINARY_DIR}/generated/Ardo/KilnExport.h)
+    target_sources(
+        Common PUBLIC FILE_SET generated TYPE HEADERS BASE_DIRS ${PROJECT_BINARY_DIR}/generated FILES
+                      ${PROJECT_BINARY_DIR}/generated/Ardo/KilnExport.h)
+
+    # What all folders share: the include roots and the flags.
+    add_library(KilnFolder INTERFACE)
+    target_include_directories(KilnFolder INTERFACE ${PROJECT_SOURCE_DIR} ${PROJECT_BINARY_DIR}/generated)
+    target_compile_definitions(KilnFolder INTERFACE Common_EXPORTS)
+    if(KILN_BUILD_TESTS)
+        target_compile_definitions(KilnFolder INTERFACE KILN_EXPORT_FOR_TESTS=KILN_EXPORT)
+    else()
+        target_compile_definitions(KilnFolder INTERFACE KILN_EXPORT_FOR_TESTS=)
+    endif()
+    target_link_libraries(KilnFolder INTERFACE KilnCompiler Boost::headers)
+endfunction()
+
+# kiln_folder(NAME Conversion HEADERS String.h SOURCES String.cpp [LINK KilnPlatform ...])
+#
+# Declares the object library Kiln<NAME>. HEADERS is the folder's part of the public surface: it is
+# installed and compiled alone by the header check. Private headers end in _p.h and are not listed.
+# LINK is the list of folders and outside libraries that this folder may include.
+function(kiln_folder)
+    cmake_parse_arguments(arg "" "NAME" "HEADERS;SOURCES;LINK" ${ARGN})
+    set(target Kiln${arg_NAME})
+    if(arg_SOURCES)
+        add_library(${target} OBJECT ${arg_SOURCES})
+        target_link_libraries(${target} PUBLIC KilnFolder ${arg_LINK})
+        target_link_libraries(Common PRIVATE ${target})
+    else()
+        add_library(${target} INTERFACE)
+        target_link_libraries(${target} INTERFACE KilnFolder ${arg_LINK})
+    endif()
+    if(arg_HEADERS)
+        list(TRANSFORM arg_HEADERS PREPEND ${CMAKE_CURRENT_SOURCE_DIR}/)
+        target_sources(Common PUBLIC FILE_SET HEADERS BASE_DIRS ${PROJECT_SOURCE_DIR} FILES ${arg_HEADERS})
+    endif()
+endfunction()
+
+function(kiln_end_library)
+    # A shared library of object files needs to be told its language.
+    set_target_properties(Common PROPERTIES LINKER_LANGUAGE CXX)
+endfunction()
+
+# kiln_test(NAME ImageIOTests SOURCES TiffExporterTest.cpp ... [LINK TIFF::TIFF])
+#
+# The program takes its locale from the environment, so the second run really meets a decimal comma.
+function(kiln_test)
+    cmake_parse_arguments(arg "" "NAME" "SOURCES;LINK" ${ARGN})
+    add_executable(${arg_NAME} ${arg_SOURCES})
+    target_link_libraries(${arg_NAME} PRIVATE Common KilnTestSupport KilnCompiler ${arg_LINK})
+    add_test(NAME ${arg_NAME} COMMAND ${arg_NAME})
+    add_test(NAME ${arg_NAME}.HostileLocale COMMAND ${arg_NAME})
+    set_tests_properties(${arg_NAME} ${arg_NAME}.HostileLocale PROPERTIES TIMEOUT 600)
+    set_tests_properties(${arg_NAME}.HostileLocale PROPERTIES ENVIRONMENT "${KILN_HOSTILE_ENVIRONMENT}")
+endfunction()

@@ -1,0 +1,32 @@
+#include "tests/Support/ScopedTempDir.h"
+
+#include <random>
+#include <string>
+
+namespace Ardo::Kiln::Support
+{
+
+namespace fs = std::filesystem;
+
+ScopedTempDir::ScopedTempDir()
+{
+    std::random_device random;
+    do
+    {
+        m_path = fs::temp_directory_path() / ("kiln-test-" + std::to_string(random()));
+    } while (!fs::create_directory(m_path));
+}
+
+ScopedTempDir::~ScopedTempDir()
+{
+    std::error_code ignored; // a test that failed half-way may have left the folder read-only
+    fs::permissions(m_path, fs::perms::owner_all, ignored);
+    fs::remove_all(m_path, ignored);
+}
+
+fs::path ScopedTempDir::operator/(std::string_view name) const
+{
+    return m_path / fs::path(std::u8string(name.begin(), name.end()));
+}
+
+} // namespace Ardo::Kiln::Support
