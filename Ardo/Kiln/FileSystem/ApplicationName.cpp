@@ -1,0 +1,24 @@
+#include "Ardo/Kiln/FileSystem/ApplicationName.h"
+
+#include "Ardo/Kiln/Platform/ModulePath.h"
+
+#include <stdexcept>
+
+namespace Ardo::Kiln::FileSystem
+{
+
+const std::string& GetApplicationName()
+{
+    static const std::string g_name = []
+    {
+        const std::u8string name = Platform::ExecutablePath().stem().u8string();
+        if (name.empty())
+        {
+            throw std::runtime_error("Failed to get application name from executable.");
+        }
+        return std::string(name.begin(), name.end());
+    }();
+    return g_name;
+}
+
+} // namespace Ardo::Kiln::FileSystem
