@@ -1,0 +1,45 @@
+#pragma once
+
+#include <unistd.h>
+
+#include <utility>
+
+namespace Ardo::Kiln::Platform
+{
+
+/// Owns a file descriptor and closes it. Move-only; -1 is "none".
+class ScopedDescriptor
+{
+public:
+    explicit ScopedDescriptor(int descriptor = -1) noexcept : m_descriptor(descriptor) {}
+    ~ScopedDescriptor() { Close(); }
+    ScopedDescriptor(ScopedDescriptor&& other) noexcept : m_descriptor(other.Release()) {}
+    ScopedDescriptor& operator=(ScopedDescriptor&& other) noexcept
+    {
+        if (this != &other)
+        {
+            Close();
+            m_descriptor = other.Release();
+        }
+        return *this;
+    }
+
+    explicit operator bool() const noexcept { return m_descriptor != -1; }
+    int Get() const noexcept { return m_descriptor; }
+
+    /// Hands the descriptor to the caller, who closes it from now on.
+    int Release() noexcept { return std::exchange(m_descriptor, -1); }
+
+private:
+    void Close() noexcept
+    {
+        if (m_descriptor != -1)
+        {
+            ::close(m_descriptor); // nothing was promised about the contents: who cares flushes before
+        }
+    }
+
+    int m_descriptor;
+};
+
+} // namespace Ardo::Kiln::Platform
