@@ -1,0 +1,34 @@
+#pragma once
+
+#include "Ardo/Kiln/Exception/Severity.h"
+
+#include <boost/exception/info.hpp>
+
+#include <string>
+
+namespace Ardo::Kiln::Exception
+{
+
+// What the exceptions of this library carry besides their message, as Boost error info. Attached with operator<<,
+// before the exception is thrown: copies share their entries, and nothing guards a change against a reader in another
+// thread.
+//
+//     throw Error("The shutter does not open.") << CategoryInfo("Camera");
+
+struct ErrorCode_; ///< Tag of the number of an ErrorWithCode.
+struct Category;   ///< Tag of a category that the thrower chooses.
+struct Report_;    ///< Tag of the crash report of a fault that the exception handler turned into an exception.
+
+/// Attached by every HandledException.
+using SeverityInfo = boost::error_info<Severity, Severity>;
+
+/// Attached by every ErrorWithCode.
+using ErrorCodeInfo = boost::error_info<ErrorCode_, int>;
+
+/// Attached by whoever throws, where it helps to tell kinds of failures apart.
+using CategoryInfo = boost::error_info<Category, std::string>;
+
+/// Attached by the exception handler.
+using ReportInfo = boost::error_info<Report_, std::string>;
+
+} // namespace Ardo::Kiln::Exception

@@ -1,0 +1,53 @@
+#include "Ardo/Kiln/Exception/NotifyException.h"
+
+#include "Ardo/Kiln/Exception/ErrorDialog.h"
+#include "Ardo/Kiln/Exception/Notification.h"
+#include "Ardo/Kiln/Exception/Warning.h"
+
+namespace Ardo::Kiln::Exception
+{
+
+namespace
+{
+
+void Present(const std::shared_ptr<Notification>& notification)
+{
+    try
+    {
+        if (notification->exception)
+        {
+            std::rethrow_exception(notification->exception);
+        }
+        throw nullptr; // an empty notification still has somebody who waits for the answer
+    }
+    catch (const Warning& warning)
+    {
+        ErrorDialog::ShowWarningDialog(warning);
+    }
+    catch (const std::exception& exception)
+    {
+        ErrorDialog::ShowErrorDialog(notification, exception);
+    }
+    catch (...)
+    {
+        ErrorDialog::ShowErrorDialog(notification, "Unknown exception", true);
+    }
+}
+
+} // namespace
+
+void NotifyException(const std::shared_ptr<Notification>& notification)
+{
+    try
+    {
+        Present(notification);
+    }
+    catch (...)
+    {
+        notification->Answer();
+        throw;
+    }
+    notification->Answer(); // warnings ask nothing, but somebody may wait
+}
+
+} // namespace Ardo::Kiln::Exception

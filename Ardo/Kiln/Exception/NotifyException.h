@@ -1,0 +1,19 @@
+#pragma once
+
+#include "Ardo/KilnExport.h"
+
+#include <memory>
+
+namespace Ardo::Kiln::Exception
+{
+
+struct Notification;
+
+/// Presents the exception of a notification with the ErrorDialog: a Warning as a warning, any other exception as an
+/// error, and what is no `std::exception` as the error "Unknown exception".
+///
+/// The notification's promise is fulfilled when it returns or throws: with the user's answer, otherwise the default
+/// one. \param notification not null. \throws std::bad_alloc only.
+KILN_EXPORT void NotifyException(const std::shared_ptr<Notification>& notification);
+
+} // namespace Ardo::Kiln::Exception
