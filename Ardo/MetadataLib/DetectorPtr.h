@@ -1,0 +1,57 @@
+#pragma once
+
+#include "Ardo/KilnExport.h"
+#include "Ardo/MetadataLib/Detector.h"
+
+#include <concepts>
+#include <memory>
+#include <utility>
+#include <vector>
+
+namespace Ardo::MetadataLib
+{
+
+/// Holds one detector of any class, by value: a copy of the holder has a detector of its own, and holders are equal
+/// when their detectors are of one class with equal fields. Used like a pointer that is never null.
+///
+///     metadata.Detectors.push_back(ImagingDetector());
+///     auto* camera = dynamic_cast<ImagingDetector*>(metadata.Detectors.back().get());
+class KILN_EXPORT DetectorPtr
+{
+public:
+    /// Holds an empty Detector.
+    DetectorPtr();
+
+    /// Holds \p detector, moved or copied, as the class that it is declared to be.
+    template <std::derived_from<Detector> T>
+    DetectorPtr(T detector) : m_detector(std::make_unique<T>(std::move(detector)))
+    {
+    }
+
+    DetectorPtr(const DetectorPtr& other);
+
+    /// Exchanges the detectors, so that \p other holds one, too.
+    DetectorPtr(DetectorPtr&& other);
+
+    DetectorPtr& operator=(DetectorPtr other) noexcept;
+    ~DetectorPtr();
+
+    Detector& operator*() noexcept { return *m_detector; }
+    const Detector& operator*() const noexcept { return *m_detector; }
+    Detector* operator->() noexcept { return m_detector.get(); }
+    const Detector* operator->() const noexcept { return m_detector.get(); }
+
+    /// The detector, owned by this holder, for example for a dynamic_cast. Never null.
+    Detector* get() noexcept { return m_detector.get(); }
+    const Detector* get() const noexcept { return m_detector.get(); }
+
+    bool operator==(const DetectorPtr& other) const;
+
+private:
+    std::unique_ptr<Detector> m_detector;
+};
+
+/// Detectors in the order of the document.
+using DetectorList = std::vector<DetectorPtr>;
+
+} // namespace Ardo::MetadataLib

@@ -1,0 +1,23 @@
+#pragma once
+
+#include "Ardo/MetadataLib/Uuid.h"
+
+#include <optional>
+#include <string>
+
+namespace Ardo::MetadataLib
+{
+
+/// The sample that was looked at. All texts are UTF-8.
+struct SampleRecord
+{
+    std::optional<Uuid> SampleGuid;                ///< The sample itself.
+    std::optional<std::string> SampleID;           ///< The laboratory's own identification.
+    std::optional<std::string> SampleDescription;  ///< Free text.
+    std::optional<std::string> SampleSessionID;    ///< The session at the microscope.
+    std::optional<std::string> RegionOfInterestID; ///< The region within the sample.
+
+    bool operator==(const SampleRecord&) const = default;
+};
+
+} // namespace Ardo::MetadataLib

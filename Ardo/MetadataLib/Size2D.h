@@ -1,0 +1,16 @@
+#pragma once
+
+namespace Ardo::MetadataLib
+{
+
+/// An extent in two directions, in the unit of the field that holds it.
+template <typename T>
+struct Size2D
+{
+    T width{};
+    T height{};
+
+    bool operator==(const Size2D&) const = default;
+};
+
+} // namespace Ardo::MetadataLib

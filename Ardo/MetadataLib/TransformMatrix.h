@@ -1,0 +1,20 @@
+#pragma once
+
+namespace Ardo::MetadataLib
+{
+
+/// An affine map of the plane: x' = a11 x + a12 y + a13, y' = a21 x + a22 y + a23. The default is the identity.
+/// a13 and a23 are in the unit of the coordinates, the others have none.
+struct TransformMatrix
+{
+    double a11 = 1.0;
+    double a12 = 0.0;
+    double a13 = 0.0;
+    double a21 = 0.0;
+    double a22 = 1.0;
+    double a23 = 0.0;
+
+    bool operator==(const TransformMatrix&) const = default;
+};
+
+} // namespace Ardo::MetadataLib
