@@ -1,0 +1,56 @@
+#pragma once
+
+#include "Ardo/Kiln/MetadataSerializer/Serializable.h"
+#include "Ardo/KilnExport.h"
+
+namespace Ardo::MetadataLib
+{
+struct Metadata;
+}
+
+namespace Ardo::Kiln::MetadataSerializer
+{
+
+/// Writes and reads one metadata record tree. Holds a reference only: the tree has to outlive the record.
+///
+///     std::string document = Record(metadata).SerializeToString(SerializeType::Xml);
+///     Metadata copy;
+///     Record(copy).DeserializeFromString(document, SerializeType::Xml);
+class KILN_EXPORT Record : public Serializable
+{
+public:
+    /// Refers to \p metadata, which is changed by Deserialize only.
+    explicit Record(MetadataLib::Metadata& metadata);
+    /// Copies refer to the same metadata.
+    Record(const Record&) = default;
+    Record(Record&&) = default;
+    Record& operator=(const Record&) = delete;
+    Record& operator=(Record&&) = delete;
+    ~Record() override;
+
+    /// The sections "Core" to "Sample", always in the same order; gas injection systems, detectors and custom
+    /// properties only if there are any. \throws std::bad_optional_access if a detector has no "DetectorType". \throws
+    /// boost::property_tree::ptree_bad_data if a detector's type is no XML name without colon, is
+    ///         "ImagingDetector" although the detector is not of that class (nothing could read it), if the extent of a
+    ///         rectangle does not fit 32 bits, or a time lies outside the years that its text can hold.
+    /// \throws std::runtime_error "Cannot find value" if a custom property holds no value at all.
+    boost::property_tree::ptree Serialize(SerializeType type) const override;
+
+    /// Fills the metadata from a tree. "Core", "Acquisition", "StageSettings" and "ScanSettings" have to be there; a
+    /// section that is not leaves its fields as they were. Elements of lists are appended, so start from an empty
+    /// Metadata. Unknown elements, names outside an enumeration and custom properties of an unknown type are left out
+    /// and logged at level warning, at most twenty lines a call.
+    /// \throws boost::property_tree::ptree_bad_path "No such node" if a required element is missing.
+    /// \throws boost::property_tree::ptree_bad_data if the text of a required element does not convert.
+    /// \throws std::bad_optional_access if a detector has no "DetectorType".
+    /// \throws std::invalid_argument or std::out_of_range, with texts like "stof argument out of range", if the value
+    /// of
+    ///         a custom property is no number of its type. "true", "false", "1" and "0" are booleans; any other text of
+    ///         a "bool" is a ptree_bad_data.
+    void Deserialize(const boost::property_tree::ptree& tree, SerializeType type) override;
+
+private:
+    MetadataLib::Metadata& m_metadata;
+};
+
+} // namespace Ardo::Kiln::MetadataSerializer
