@@ -1,0 +1,26 @@
+#pragma once
+
+#include <cstdint>
+
+namespace Ardo::Imaging
+{
+
+/// A part of an image in pixels, kept by its corners: \c left and \c top belong to it, \c right and \c bottom are the
+/// first column and row beyond it.
+struct rectangle
+{
+    std::int32_t left = 0;
+    std::int32_t top = 0;
+    std::int32_t right = 0;
+    std::int32_t bottom = 0;
+
+    /// \c right - \c left in pixels; negative for a rectangle that is turned over.
+    constexpr std::int64_t Width() const { return std::int64_t{right} - left; }
+
+    /// \c bottom - \c top in pixels; negative for a rectangle that is turned over.
+    constexpr std::int64_t Height() const { return std::int64_t{bottom} - top; }
+
+    friend constexpr bool operator==(const rectangle&, const rectangle&) = default;
+};
+
+} // namespace Ardo::Imaging

@@ -1,0 +1,19 @@
+#pragma once
+
+namespace Ardo::Imaging
+{
+
+/// One pixel of three samples, side by side in memory in this order and without padding.
+template <typename T>
+struct rgb_type
+{
+    T red{};
+    T green{};
+    T blue{};
+
+    friend constexpr bool operator==(const rgb_type&, const rgb_type&) = default;
+};
+
+static_assert(sizeof(rgb_type<unsigned char>) == 3);
+
+} // namespace Ardo::Imaging

@@ -1,0 +1,17 @@
+#pragma once
+
+#include <cstdint>
+
+namespace Ardo::Imaging
+{
+
+/// The size of an image in pixels.
+struct size_2d
+{
+    std::uint32_t width = 0;
+    std::uint32_t height = 0;
+
+    friend constexpr bool operator==(const size_2d&, const size_2d&) = default;
+};
+
+} // namespace Ardo::Imaging

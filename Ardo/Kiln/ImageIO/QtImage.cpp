@@ -1,0 +1,108 @@
+#include "Ardo/Kiln/ImageIO/QtImage_p.h"
+
+#include <limits>
+#include <stdexcept>
+
+#include <QBuffer>
+#include <QByteArray>
+#include <QImage>
+#include <QImageReader>
+
+namespace Ardo::Kiln::ImageIO
+{
+
+namespace
+{
+
+using Imaging::PixelKind;
+
+/// The most pixels that one byte of a file can become: black-and-white ones of a deflated PNG, 8 in a byte, 1032 bytes
+/// in a byte. No format of real images comes near.
+constexpr std::uint64_t LargestExpansion = 8 * 1032;
+
+PixelKind KindOf(const QImage& image)
+{
+    switch (image.format())
+    {
+    case QImage::Format_Grayscale8:
+        return PixelKind::UInt8;
+    case QImage::Format_Grayscale16:
+        return PixelKind::UInt16;
+    case QImage::Format_Mono:
+    case QImage::Format_MonoLSB:
+    case QImage::Format_Indexed8:
+        if (image.allGray() && !image.hasAlphaChannel())
+        {
+            return PixelKind::UInt8;
+        }
+        [[fallthrough]];
+    default:
+        return image.hasAlphaChannel() ? PixelKind::Rgba8 : PixelKind::Rgb8;
+    }
+}
+
+QImage::Format FormatOf(PixelKind kind)
+{
+    switch (kind)
+    {
+    case PixelKind::UInt8:
+        return QImage::Format_Grayscale8;
+    case PixelKind::UInt16:
+        return QImage::Format_Grayscale16;
+    case PixelKind::Rgb8:
+        return QImage::Format_RGB888;
+    default:
+        return QImage::Format_RGBA8888;
+    }
+}
+
+} // namespace
+
+bool HasQtImageReaders()
+{
+    return !QImageReader::supportedImageFormats().isEmpty();
+}
+
+std::unique_ptr<Imaging::const_raw_image> DecodeWithQt(const unsigned char* bytes, std::size_t size)
+{
+    if (size > static_cast<std::size_t>(std::numeric_limits<int>::max()))
+    {
+        throw std::runtime_error("larger than 2 GiB");
+    }
+    QByteArray content = QByteArray::fromRawData(reinterpret_cast<const char*>(bytes), static_cast<int>(size));
+    QBuffer buffer(&content);
+    buffer.open(QIODevice::ReadOnly);
+    QImageReader reader(&buffer);
+    reader.setDecideFormatFromContent(true);
+
+    // Qt makes room for whatever size the file states.
+    const QSize stated = reader.size();
+    if (!reader.canRead() || !stated.isValid() || stated.isEmpty())
+    {
+        throw std::runtime_error("no image of a known format");
+    }
+    if (static_cast<std::uint64_t>(stated.width()) * static_cast<std::uint64_t>(stated.height()) >
+        size * LargestExpansion)
+    {
+        throw std::runtime_error(std::to_string(stated.width()) + " x " + std::to_string(stated.height()) +
+                                 " pixels in " + std::to_string(size) + " bytes");
+    }
+    QImage image = reader.read();
+    if (image.isNull())
+    {
+        throw std::runtime_error(reader.errorString().toStdString());
+    }
+
+    const PixelKind kind = KindOf(image);
+    const auto pixels = std::make_shared<QImage>(std::move(image).convertToFormat(FormatOf(kind)));
+    if (pixels->isNull())
+    {
+        throw std::bad_alloc();
+    }
+    return std::make_unique<Imaging::const_raw_image>(
+        std::shared_ptr<const void>(pixels, pixels->constBits()),
+        Imaging::size_2d{static_cast<std::uint32_t>(pixels->width()), static_cast<std::uint32_t>(pixels->height())},
+        kind, static_cast<std::size_t>(pixels->bytesPerLine()));
+}
+
+} // namespace Ardo::Kiln::ImageIO

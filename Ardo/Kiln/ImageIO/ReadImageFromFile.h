@@ -1,0 +1,29 @@
+#pragma once
+
+#include "Ardo/Imaging/const_raw_image.h"
+#include "Ardo/KilnExport.h"
+
+#include <memory>
+#include <string>
+
+namespace Ardo::Kiln::ImageIO
+{
+
+/// Reads the first image of any image file: TIFF (told by its first bytes, never by its name) as TiffReader does, every
+/// other format that Qt's image readers know.
+///
+/// Grey images of 8 and 16 bits, float images, RGB and RGBA of 8 bits keep their samples as they are. Black-and-white
+/// images and palettes become UInt8 if all their colours are grey, else Rgb8 or Rgba8; colours of 16 bits become 8.
+/// Metadata is not read.
+///
+/// Files may be hostile: an image that the file cannot possibly hold is refused before memory is asked for.
+/// Needs no application object. Any thread may call it.
+/// \throws std::runtime_error "ReadImageFromFile: failed to create Imaging::RawImage::Com::ImageFileFactory" if there
+///         is no image reader at all;
+///         "ReadImageFromFile: failed to open file -" and the name in UTF-8 if the file cannot be opened or read, or is
+///         no image (the reason is logged as a warning);
+///         "null IRawImage2" if it is a TIFF image whose samples have no PixelKind (16-bit colours, 64-bit floats,
+///         palettes, signed samples, 0 as white).
+KILN_EXPORT std::unique_ptr<Imaging::const_raw_image> ReadImageFromFile(const std::wstring& file);
+
+} // namespace Ardo::Kiln::ImageIO

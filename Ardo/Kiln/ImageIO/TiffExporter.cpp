@@ -1,0 +1,328 @@
+#include "Ardo/Kiln/ImageIO/TiffExporter.h"
+
+#include "Ardo/Kiln/ImageIO/ClampNegative_p.h"
+#include "Ardo/Kiln/ImageIO/ExportRawImageException.h"
+#include "Ardo/Kiln/ImageIO/TiffFile_p.h"
+#include "Ardo/Kiln/ImageIO/TiffTags_p.h"
+#include "Ardo/Kiln/MetadataSerializer/ConvertToQd.h"
+#include "Ardo/Kiln/MetadataSerializer/Record.h"
+#include "Ardo/MetadataLib/Metadata.h"
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+#include <optional>
+#include <stdexcept>
+
+#include <tiffio.h>
+
+namespace Ardo::Kiln::ImageIO
+{
+
+namespace
+{
+
+const std::string Prefix = "Failed to write TIFF image. ";
+const std::string InvalidParameters = "Invalid data parameters.";
+
+/// The largest file whose places a classic TIFF can name with its 32 bits.
+constexpr std::uint64_t LargestFile = std::numeric_limits<std::uint32_t>::max();
+
+/// The first strip begins on a page boundary of the file. Behind the header, at offset 8, every page of a page-aligned
+/// image would be copied to an address 8 bytes off, which costs some processors more than half of their speed.
+constexpr std::uint64_t FirstStrip = 4096;
+
+constexpr std::uint16_t Centimetre = 3;
+
+/// What goes into the private tags.
+struct PrivateTags
+{
+    struct Resolution
+    {
+        float x; ///< pixels per centimetre
+        float y; ///< pixels per centimetre
+    };
+
+    std::optional<Resolution> resolution;
+    std::string xml;
+    std::optional<std::string> qd;
+};
+
+/// Pixels per centimetre for a pixel size in metres. The tag is a fraction of two 32-bit numbers, and libtiff makes it
+/// of a float: what lies beyond would get a denominator or a numerator of 0.
+float PixelsPerCentimetre(double pixelSize)
+{
+    constexpr double Largest = 4294967040.0; // the largest float below 2^32
+    constexpr double Smallest = 1.0 / 4294967295.0;
+    return static_cast<float>(std::clamp(0.01 / pixelSize, Smallest, Largest));
+}
+
+PrivateTags MakePrivateTags(const MetadataLib::Metadata& metadata)
+{
+    PrivateTags tags;
+    // A record refers to changeable metadata because it also reads; writing changes nothing.
+    auto& changeable = const_cast<MetadataLib::Metadata&>(metadata);
+    tags.xml = MetadataSerializer::Record(changeable).SerializeToString(MetadataSerializer::SerializeType::Xml);
+    if (const auto& pixelSize = metadata.BinaryResult.PixelSize)
+    {
+        const double x = pixelSize->X.Value;
+        const double y = pixelSize->Y.Value;
+        if (std::isfinite(x) && std::isfinite(y) && x > 0 && y > 0)
+        {
+            tags.resolution = {PixelsPerCentimetre(x), PixelsPerCentimetre(y)};
+        }
+        if (pixelSize->X.Unit == "m" || pixelSize->Y.Unit == "m")
+        {
+            tags.qd = ConvertToQd(metadata);
+        }
+    }
+    return tags;
+}
+
+/// How the rows of an image are divided into strips.
+struct StripLayout
+{
+    std::uint32_t rowsPerStrip;
+    std::uint64_t stripSize; ///< bytes
+    std::uint32_t stripCount;
+};
+
+StripLayout MakeStripLayout(std::uint32_t height, std::uint32_t rowSize, std::uint32_t stride)
+{
+    constexpr std::uint32_t UsualRows = 32;
+    // Readers take full strips only, so the usual number of rows is for heights that it divides.
+    const std::uint32_t rows = stride > rowSize ? 1 : height % UsualRows == 0 ? UsualRows : height;
+    return {rows, std::uint64_t{stride} * rows, static_cast<std::uint32_t>((std::uint64_t{height} + rows - 1) / rows)};
+}
+
+/// \throws std::runtime_error with the numbers if a classic TIFF cannot hold the image together with \p tags.
+void CheckFileSize(const StripLayout& layout, const PrivateTags& tags)
+{
+    constexpr std::uint64_t DirectoryBytes = 1024; // more than 18 entries and their values take
+    constexpr std::uint64_t TableBytesPerStrip = 8;
+
+    const std::uint64_t pixels = layout.stripSize * layout.stripCount;
+    const std::uint64_t others = FirstStrip + DirectoryBytes + TableBytesPerStrip * layout.stripCount +
+                                 tags.xml.size() + (tags.qd ? tags.qd->size() : 0);
+    if (pixels > LargestFile || others > LargestFile - pixels)
+    {
+        throw std::runtime_error(InvalidParameters + " (" + std::to_string(pixels) + " bytes of pixels and " +
+                                 std::to_string(others) + " bytes of tags; a TIFF file holds " +
+                                 std::to_string(LargestFile) + ")");
+    }
+}
+
+template <typename... Value>
+void SetTag(TiffFile& file, std::uint32_t tag, Value... value)
+{
+    if (TIFFSetField(file.Handle(), tag, value...) != 1)
+    {
+        throw std::runtime_error(WithReason("Error during writing of TIFF directory.", file.TakeError()));
+    }
+}
+
+void SetPrivateTags(TiffFile& file, const PrivateTags& tags)
+{
+    if (tags.resolution)
+    {
+        SetTag(file, Tag::XPixelsPerUnit, double{tags.resolution->x});
+        SetTag(file, Tag::YPixelsPerUnit, double{tags.resolution->y});
+        SetTag(file, Tag::ResolutionUnit, int{Centimetre});
+    }
+    SetTag(file, Tag::XmlMetadata, tags.xml.c_str());
+    if (tags.qd)
+    {
+        SetTag(file, Tag::QdMetadata, tags.qd->c_str());
+    }
+}
+
+template <typename Sample>
+void ClampImage(void* pixels, std::size_t samples)
+{
+    ClampNegative(static_cast<Sample*>(pixels), samples);
+}
+
+} // namespace
+
+/// The image of one call.
+struct TiffExporter::Image
+{
+    const void* pixels;
+    std::uint32_t width;
+    std::uint32_t height;
+    std::uint32_t stride; ///< bytes; 0: the row size
+    std::uint16_t bitsPerSample;
+    std::uint16_t samplesPerPixel = 1;
+    std::uint16_t photometric = PHOTOMETRIC_MINISBLACK;
+    std::uint16_t sampleFormat = SAMPLEFORMAT_UINT;
+    void* clampPixels = nullptr; ///< The same pixels if they are signed.
+    void (*clamp)(void*, std::size_t) = nullptr;
+};
+
+TiffExporter::TiffExporter()
+{
+    InstallTagExtender();
+}
+
+TiffExporter::~TiffExporter() = default;
+
+void TiffExporter::WriteUInt8Image(const std::wstring& fileName, const std::uint8_t* pixels, std::uint32_t width,
+                                   std::uint32_t height, const MetadataLib::Metadata* metadata)
+{
+    Write(fileName, {.pixels = pixels, .width = width, .height = height, .stride = 0, .bitsPerSample = 8}, metadata);
+}
+
+void TiffExporter::WriteInt8Image(const std::wstring& fileName, std::int8_t* pixels, std::uint32_t width,
+                                  std::uint32_t height, const MetadataLib::Metadata* metadata)
+{
+    Write(fileName,
+          {.pixels = pixels,
+           .width = width,
+           .height = height,
+           .stride = 0,
+           .bitsPerSample = 8,
+           .clampPixels = pixels,
+           .clamp = &ClampImage<std::int8_t>},
+          metadata);
+}
+
+void TiffExporter::WriteInt16Image(const std::wstring& fileName, std::int16_t* pixels, std::uint32_t width,
+                                   std::uint32_t height, const MetadataLib::Metadata* metadata)
+{
+    Write(fileName,
+          {.pixels = pixels,
+           .width = width,
+           .height = height,
+           .stride = 0,
+           .bitsPerSample = 16,
+           .clampPixels = pixels,
+           .clamp = &ClampImage<std::int16_t>},
+          metadata);
+}
+
+void TiffExporter::WriteUInt16Image(const std::wstring& fileName, const std::uint16_t* pixels, std::uint32_t width,
+                                    std::uint32_t height, const MetadataLib::Metadata* metadata)
+{
+    Write(fileName, {.pixels = pixels, .width = width, .height = height, .stride = 0, .bitsPerSample = 16}, metadata);
+}
+
+void TiffExporter::WriteFloatImage(const std::wstring& fileName, const float* pixels, std::uint32_t width,
+                                   std::uint32_t height, const MetadataLib::Metadata* metadata)
+{
+    Write(fileName,
+          {.pixels = pixels,
+           .width = width,
+           .height = height,
+           .stride = 0,
+           .bitsPerSample = 32,
+           .sampleFormat = SAMPLEFORMAT_IEEEFP},
+          metadata);
+}
+
+void TiffExporter::WriteRgbImage(const std::wstring& fileName, const Imaging::rgb_type<unsigned char>* pixels,
+                                 std::uint32_t width, std::uint32_t height, std::uint32_t stride,
+                                 const MetadataLib::Metadata* metadata)
+{
+    Write(fileName,
+          {.pixels = pixels,
+           .width = width,
+           .height = height,
+           .stride = stride,
+           .bitsPerSample = 8,
+           .samplesPerPixel = 3,
+           .photometric = PHOTOMETRIC_RGB},
+          metadata);
+}
+
+void TiffExporter::WriteRgbaImage(const std::wstring& fileName, const Imaging::rgba_type<unsigned char>* pixels,
+                                  std::uint32_t width, std::uint32_t height, std::uint32_t stride,
+                                  const MetadataLib::Metadata* metadata)
+{
+    Write(fileName,
+          {.pixels = pixels,
+           .width = width,
+           .height = height,
+           .stride = stride,
+           .bitsPerSample = 8,
+           .samplesPerPixel = 4,
+           .photometric = PHOTOMETRIC_RGB},
+          metadata);
+}
+
+void TiffExporter::Write(const std::wstring& fileName, const Image& image, const MetadataLib::Metadata* metadata)
+try
+{
+    WriteFile(fileName, image, metadata);
+}
+catch (const ExportRawImageException&)
+{
+    throw;
+}
+catch (const std::exception& exception)
+{
+    throw ExportRawImageException(Prefix + exception.what());
+}
+
+void TiffExporter::WriteFile(const std::wstring& fileName, const Image& image, const MetadataLib::Metadata* metadata)
+{
+    const std::uint64_t rowSize64 = std::uint64_t{image.width} * image.samplesPerPixel * (image.bitsPerSample / 8u);
+    const auto rowSize = static_cast<std::uint32_t>(rowSize64);
+    const std::uint32_t stride = image.stride == 0 ? rowSize : image.stride;
+    if (image.pixels == nullptr || image.width == 0 || image.height == 0 || fileName.empty() || stride < rowSize64)
+    {
+        throw std::runtime_error(InvalidParameters);
+    }
+
+    // Everything that may fail without the file comes before it is touched.
+    const StripLayout layout = MakeStripLayout(image.height, rowSize, stride);
+    const PrivateTags tags = metadata != nullptr ? MakePrivateTags(*metadata) : PrivateTags();
+    CheckFileSize(layout, tags);
+
+    m_file.reset(); // it may be the same file
+    try
+    {
+        m_file = std::make_unique<TiffFile>(fileName, TiffFile::Access::Replace);
+    }
+    catch (const std::runtime_error& exception)
+    {
+        throw std::runtime_error(WithReason("Unable to open file.", exception.what()));
+    }
+
+    SetTag(*m_file, TIFFTAG_IMAGEWIDTH, image.width);
+    SetTag(*m_file, TIFFTAG_IMAGELENGTH, image.height);
+    SetTag(*m_file, TIFFTAG_BITSPERSAMPLE, int{image.bitsPerSample});
+    SetTag(*m_file, TIFFTAG_SAMPLESPERPIXEL, int{image.samplesPerPixel});
+    SetTag(*m_file, TIFFTAG_ORIENTATION, ORIENTATION_TOPLEFT);
+    SetTag(*m_file, TIFFTAG_COMPRESSION, COMPRESSION_NONE);
+    SetTag(*m_file, TIFFTAG_PHOTOMETRIC, int{image.photometric});
+    SetTag(*m_file, TIFFTAG_PLANARCONFIG, PLANARCONFIG_CONTIG);
+    SetTag(*m_file, TIFFTAG_ROWSPERSTRIP, layout.rowsPerStrip);
+    if (metadata != nullptr)
+    {
+        SetPrivateTags(*m_file, tags);
+    }
+    SetTag(*m_file, TIFFTAG_SAMPLEFORMAT, int{image.sampleFormat});
+
+    if (image.clamp != nullptr)
+    {
+        image.clamp(image.clampPixels, std::size_t{image.width} * image.height);
+    }
+
+    m_file->ContinueAt(FirstStrip);
+    const auto stripSize = static_cast<tmsize_t>(layout.stripSize);
+    for (std::uint32_t strip = 0; strip < layout.stripCount; ++strip)
+    {
+        // libtiff's interface is older than const; it changes only what it has to swap, which is never our own order.
+        auto* const pixels = static_cast<unsigned char*>(const_cast<void*>(image.pixels)) + layout.stripSize * strip;
+        if (TIFFWriteEncodedStrip(m_file->Handle(), strip, pixels, stripSize) != stripSize)
+        {
+            throw std::runtime_error(WithReason("Error during writing of image data.", m_file->TakeError()));
+        }
+    }
+    if (TIFFWriteDirectory(m_file->Handle()) != 1)
+    {
+        throw std::runtime_error(WithReason("Error during writing of TIFF directory.", m_file->TakeError()));
+    }
+}
+
+} // namespace Ardo::Kiln::ImageIO

@@ -1,0 +1,254 @@
+#include "Ardo/Kiln/ImageIO/TiffFile_p.h"
+
+#include "Ardo/Kiln/Conversion/String.h"
+#include "Ardo/Kiln/ImageIO/TiffTags_p.h"
+#include "Ardo/Kiln/Logger/ComponentLog_p.h"
+
+#include <algorithm>
+#include <array>
+#include <cstdio>
+#include <filesystem>
+#include <limits>
+#include <memory>
+#include <mutex>
+#include <new>
+#include <stdexcept>
+#include <string_view>
+#include <utility>
+
+#include <tiffio.h>
+
+namespace Ardo::Kiln::ImageIO
+{
+
+namespace
+{
+
+constexpr int MaxWarnings = 16;
+constexpr std::uint64_t MiB = std::uint64_t{1} << 20;
+
+/// An honest file is read twice at most: its tables and its strips. The constant lets small files be read clumsily.
+constexpr std::uint64_t ReadBudgetFactor = 4;
+/// Tables of 16-bit numbers are widened to 64 bits, and decoders need some tables of their own.
+constexpr std::uint64_t AllocationFactor = 8;
+
+TIFFExtendProc g_earlierExtender = nullptr;
+
+void ExtendTags(TIFF* tiff)
+{
+    if (tiff == nullptr)
+    {
+        throw std::runtime_error("Tiff instance does not exist.");
+    }
+    // libtiff takes names that it does not change as pointers to changeable text.
+    static std::array g_names = {std::to_array("XPixelsPerUnit"), std::to_array("YPixelsPerUnit")};
+    static auto g_unitName = std::to_array("ResolutionUnit");
+    static auto g_xmlName = std::to_array("ArdoXmlMetaData");
+    static auto g_qdName = std::to_array("ArdoQdMetaData");
+    static const std::array g_fields = {
+        TIFFFieldInfo{Tag::XPixelsPerUnit, 1, 1, TIFF_RATIONAL, FIELD_CUSTOM, 0, 0, g_names[0].data()},
+        TIFFFieldInfo{Tag::YPixelsPerUnit, 1, 1, TIFF_RATIONAL, FIELD_CUSTOM, 0, 0, g_names[1].data()},
+        TIFFFieldInfo{Tag::ResolutionUnit, 1, 1, TIFF_SHORT, FIELD_CUSTOM, 0, 0, g_unitName.data()},
+        TIFFFieldInfo{Tag::XmlMetadata, 1, 1, TIFF_ASCII, FIELD_CUSTOM, 0, 0, g_xmlName.data()},
+        TIFFFieldInfo{Tag::QdMetadata, 1, 1, TIFF_ASCII, FIELD_CUSTOM, 0, 0, g_qdName.data()},
+    };
+    TIFFMergeFieldInfo(tiff, g_fields.data(), static_cast<std::uint32_t>(g_fields.size()));
+    if (g_earlierExtender != nullptr)
+    {
+        g_earlierExtender(tiff);
+    }
+}
+
+/// The message that libtiff wants to print, cut to a length that suits a log line.
+std::string Format(const char* format, std::va_list arguments)
+{
+    std::array<char, 400> text{};
+    std::vsnprintf(text.data(), text.size(), format, arguments);
+    return text.data();
+}
+
+void Log(std::string_view text) noexcept
+{
+    static Logger::ComponentLog g_log("ImageIO");
+    g_log.Warning(text);
+}
+
+tmsize_t AllocationLimit(std::uint64_t fileSize)
+{
+    constexpr std::uint64_t Largest = std::numeric_limits<tmsize_t>::max() / AllocationFactor - MiB;
+    return static_cast<tmsize_t>(AllocationFactor * std::min(fileSize, Largest) + MiB);
+}
+
+} // namespace
+
+void InstallTagExtender()
+{
+    static std::once_flag g_once;
+    std::call_once(g_once, [] { g_earlierExtender = TIFFSetTagExtender(&ExtendTags); });
+}
+
+std::string WithReason(std::string text, const std::string& reason)
+{
+    if (!reason.empty())
+    {
+        text += " (" + reason + ")";
+    }
+    return text;
+}
+
+/// What libtiff calls. None of them may let an exception out through its C code.
+struct TiffFile::Callbacks
+{
+    static TiffFile& File(thandle_t handle) { return *static_cast<TiffFile*>(handle); }
+
+    static tmsize_t Read(thandle_t handle, void* bytes, tmsize_t size) noexcept
+    {
+        TiffFile& file = File(handle);
+        if (size < 0 || static_cast<std::uint64_t>(size) > file.m_readBudget)
+        {
+            return 0;
+        }
+        const std::int64_t count = file.m_file.ReadAt(file.m_position, bytes, size);
+        if (count > 0)
+        {
+            file.m_position += static_cast<std::uint64_t>(count);
+            file.m_readBudget -= static_cast<std::uint64_t>(count);
+        }
+        return static_cast<tmsize_t>(count);
+    }
+
+    static tmsize_t Write(thandle_t handle, void* bytes, tmsize_t size) noexcept
+    {
+        TiffFile& file = File(handle);
+        const std::int64_t count = file.m_file.WriteAt(file.m_position, bytes, size);
+        if (count > 0)
+        {
+            file.m_position += static_cast<std::uint64_t>(count);
+            file.m_size = std::max(file.m_size, file.m_position);
+        }
+        return static_cast<tmsize_t>(count);
+    }
+
+    static toff_t Seek(thandle_t handle, toff_t offset, int origin) noexcept
+    {
+        // Modulo 2^64, so that a step back is one, too; no file reaches the range where that would matter.
+        TiffFile& file = File(handle);
+        const std::uint64_t from = origin == SEEK_END ? file.m_size : origin == SEEK_CUR ? file.m_position : 0;
+        constexpr auto Farthest = static_cast<std::uint64_t>(std::numeric_limits<std::int64_t>::max());
+        if (from + offset > Farthest)
+        {
+            return static_cast<toff_t>(-1);
+        }
+        file.m_position = from + offset;
+        return file.m_position;
+    }
+
+    static toff_t Size(thandle_t handle) noexcept { return File(handle).m_size; }
+
+    /// The file is closed together with its object, after libtiff's last message.
+    static int Close(thandle_t) noexcept { return 0; }
+
+    static int Error(TIFF*, void* user, const char*, const char* format, std::va_list arguments) noexcept
+    {
+        File(user).NoteError(format, arguments);
+        return 1; // handled: not passed on to the process-wide handler
+    }
+
+    static int Warning(TIFF*, void* user, const char*, const char* format, std::va_list arguments) noexcept
+    {
+        File(user).NoteWarning(format, arguments);
+        return 1;
+    }
+};
+
+TiffFile::TiffFile(const std::wstring& path, Access access)
+    : m_file(path, access),
+      m_name(Conversion::String::ToUtf8(path)),
+      m_size(m_file.SizeWhenOpened()),
+      m_readBudget(access == Access::Read ? ReadBudgetFactor * std::min(m_size, std::uint64_t{1} << 60) + MiB
+                                          : std::numeric_limits<std::uint64_t>::max())
+{
+    InstallTagExtender();
+
+    const std::unique_ptr<TIFFOpenOptions, void (*)(TIFFOpenOptions*)> options(TIFFOpenOptionsAlloc(),
+                                                                               &TIFFOpenOptionsFree);
+    if (options == nullptr)
+    {
+        throw std::bad_alloc();
+    }
+    TIFFOpenOptionsSetErrorHandlerExtR(options.get(), &Callbacks::Error, this);
+    TIFFOpenOptionsSetWarningHandlerExtR(options.get(), &Callbacks::Warning, this);
+    if (access == Access::Read)
+    {
+        TIFFOpenOptionsSetMaxSingleMemAlloc(options.get(), AllocationLimit(m_size));
+    }
+    // m: no memory map, c: strips as they are in the file
+    m_tiff = TIFFClientOpenExt(m_name.c_str(), access == Access::Read ? "rmc" : "w", this, &Callbacks::Read,
+                               &Callbacks::Write, &Callbacks::Seek, &Callbacks::Close, &Callbacks::Size, nullptr,
+                               nullptr, options.get());
+    if (m_tiff == nullptr)
+    {
+        std::string error = TakeError();
+        throw std::runtime_error(error.empty() ? "Not a TIFF file" : std::move(error));
+    }
+    if (access == Access::Replace)
+    {
+        TIFFWriteBufferSetup(m_tiff, m_unusedBuffer.data(), static_cast<tmsize_t>(m_unusedBuffer.size()));
+    }
+}
+
+TiffFile::~TiffFile()
+{
+    m_error.clear();
+    TIFFClose(m_tiff);
+    if (!m_error.empty())
+    {
+        Log(m_name + ": error while closing: " + m_error);
+    }
+}
+
+void TiffFile::ContinueAt(std::uint64_t offset) noexcept
+{
+    // The gap needs no byte of its own: it appears when something is written behind it.
+    m_size = std::max(m_size, offset);
+}
+
+std::string TiffFile::TakeError()
+{
+    return std::exchange(m_error, {});
+}
+
+void TiffFile::NoteError(const char* format, std::va_list arguments) noexcept
+try
+{
+    if (m_error.empty()) // the first one is the cause of the others
+    {
+        m_error = Format(format, arguments);
+        if (const std::error_code reason = m_file.LastError())
+        {
+            m_error += ": " + reason.message();
+        }
+    }
+}
+catch (...) // no memory for the text: the failure itself is still reported by libtiff's result
+{
+}
+
+void TiffFile::NoteWarning(const char* format, std::va_list arguments) noexcept
+try
+{
+    ++m_warnings;
+    if (m_warnings <= MaxWarnings)
+    {
+        Log(m_name + ": " + Format(format, arguments));
+    }
+    else if (m_warnings == MaxWarnings + 1)
+    {
+        Log(m_name + ": further warnings are left out");
+    }
+}
+catch (...) // a warning is not worth a failure
+{
+}
+
+} // namespace Ardo::Kiln::ImageIO

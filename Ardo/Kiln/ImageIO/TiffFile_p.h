@@ -1,0 +1,77 @@
+#pragma once
+
+#include "Ardo/Kiln/Platform/RandomAccessFile.h"
+
+#include <array>
+#include <cstdarg>
+#include <cstdint>
+#include <string>
+
+struct tiff; // libtiff's TIFF
+
+namespace Ardo::Kiln::ImageIO
+{
+
+/// Makes libtiff know the library's private tags in every file that this process opens from now on: once per process,
+/// in front of the extender that was installed before. Any thread may call it.
+void InstallTagExtender();
+
+/// \p text, followed by \p reason in parentheses unless that is empty.
+std::string WithReason(std::string text, const std::string& reason);
+
+/// One TIFF file open in libtiff, with what libtiff says about it.
+///
+/// libtiff reads and writes through Platform::RandomAccessFile, so that paths, the system's own reasons for a failure
+/// and memory maps (there are none: a file that is cut while it is mapped would end the process) are the same on every
+/// system. Its error and warning handlers belong to this one file: nothing goes to the process-wide ones, which print.
+/// Warnings are logged as component "ImageIO", at most MaxWarnings a file; errors wait for TakeError().
+///
+/// The destructor closes the file; what goes wrong then is logged. Not for use by several threads at once.
+class TiffFile
+{
+public:
+    using Access = Platform::RandomAccessFile::Access;
+
+    /// Opens \p path and, for reading, reads the first directory. Strips are left as they are in the file: libtiff's
+    /// default cuts one large strip into several.
+    ///
+    /// A file that is read may make libtiff read only a small multiple of its own bytes, and allocate at once only a
+    /// small multiple of its size: directories whose entries refer to the same bytes again and again, or lie about
+    /// their length, fail instead of filling the memory.
+    /// \throws std::runtime_error whose text is the reason.
+    TiffFile(const std::wstring& path, Access access);
+    ~TiffFile();
+    TiffFile(const TiffFile&) = delete;
+    TiffFile& operator=(const TiffFile&) = delete;
+
+    /// libtiff's handle, never null. It stays this object's.
+    tiff* Handle() const noexcept { return m_tiff; }
+
+    /// The size of the file in bytes when it was opened.
+    std::uint64_t Size() const noexcept { return m_size; }
+
+    /// Makes the next strip begin at \p offset if the file ends before it. For a file that is written.
+    void ContinueAt(std::uint64_t offset) noexcept;
+
+    /// The first error since the last call, with the system's reason where there is one; empty without an error.
+    std::string TakeError();
+
+private:
+    struct Callbacks;
+
+    void NoteError(const char* format, std::va_list arguments) noexcept;
+    void NoteWarning(const char* format, std::va_list arguments) noexcept;
+
+    Platform::RandomAccessFile m_file;
+    std::string m_name; ///< The path in UTF-8, for messages.
+    std::uint64_t m_size;
+    std::uint64_t m_position = 0;
+    std::uint64_t m_readBudget; ///< Bytes that libtiff may still read.
+    std::string m_error;
+    int m_warnings = 0;
+    /// Stands in for the buffer of a whole strip that libtiff would make; strips that are not compressed pass it by.
+    std::array<unsigned char, 16> m_unusedBuffer{};
+    tiff* m_tiff = nullptr;
+};
+
+} // namespace Ardo::Kiln::ImageIO

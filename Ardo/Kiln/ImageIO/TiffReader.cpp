@@ -1,0 +1,209 @@
+#include "Ardo/Kiln/ImageIO/TiffReader.h"
+
+#include "Ardo/Kiln/ImageIO/PixelBuffer_p.h"
+#include "Ardo/Kiln/ImageIO/TiffFile_p.h"
+#include "Ardo/Kiln/ImageIO/TiffTags_p.h"
+#include "Ardo/Kiln/MetadataSerializer/Record.h"
+
+#include <algorithm>
+#include <limits>
+#include <new>
+#include <stdexcept>
+
+#include <tiffio.h>
+
+namespace Ardo::Kiln::ImageIO
+{
+
+namespace
+{
+
+const std::string OpenError = "Unable to open Tiff file";
+const std::string StripsError = "Unable to open Tiff file, tiff not in strips";
+const std::string PixelsError = "Unable to open Tiff file, error while reading image data";
+
+/// The most bytes that one byte of a strip can become.
+std::uint64_t LargestExpansion(std::uint16_t compression)
+{
+    switch (compression)
+    {
+    case COMPRESSION_NONE:
+        return 1;
+    case COMPRESSION_PACKBITS: // two bytes become 128
+        return 64;
+    case COMPRESSION_ADOBE_DEFLATE:
+    case COMPRESSION_DEFLATE: // 258 bytes of two bits, see zlib's technical notes
+        return 1032;
+    default: // LZW: a table entry of 4096 bytes of 9 bits is 3641; the others are held to the same
+        return 4096;
+    }
+}
+
+std::string Bytes(std::uint64_t count)
+{
+    return std::to_string(count) + " bytes";
+}
+
+} // namespace
+
+TiffReader::TiffReader() : m_pixels(std::make_unique<PixelBuffer>())
+{
+    InstallTagExtender();
+}
+
+TiffReader::~TiffReader() = default;
+
+void TiffReader::Open(const std::wstring& file)
+{
+    OpenAndReadFields(file);
+    ReadMetadata();
+    ReadPixels();
+}
+
+void TiffReader::Close() noexcept
+{
+    m_file.reset();
+}
+
+std::uint32_t TiffReader::GetStripCount() const noexcept
+{
+    return m_rowsPerStrip == 0 ? 0 : m_height / m_rowsPerStrip + (m_height % m_rowsPerStrip == 0 ? 0 : 1);
+}
+
+const unsigned char* TiffReader::GetRawImageData() const noexcept
+{
+    return m_rawImageDataSize == 0 ? nullptr : m_pixels->Data();
+}
+
+void TiffReader::OpenAndReadFields(const std::wstring& file)
+{
+    m_file.reset();
+    m_rawImageDataSize = 0;
+    m_rowsPerStrip = m_width = m_height = 0;
+    m_bytesPerSample = m_samplesPerPixel = m_photometric = 0;
+    m_sampleFormat = TiffSampleFormat::UnsignedInteger;
+    m_metadata = {};
+
+    try
+    {
+        m_file = std::make_unique<TiffFile>(file, TiffFile::Access::Read);
+    }
+    catch (const std::runtime_error& exception)
+    {
+        throw std::runtime_error(WithReason(OpenError, exception.what()));
+    }
+
+    TIFF* const tiff = m_file->Handle();
+    std::uint16_t bitsPerSample = 0;
+    std::uint16_t sampleFormat = 0;
+    TIFFGetField(tiff, TIFFTAG_IMAGEWIDTH, &m_width);
+    TIFFGetField(tiff, TIFFTAG_IMAGELENGTH, &m_height);
+    TIFFGetFieldDefaulted(tiff, TIFFTAG_BITSPERSAMPLE, &bitsPerSample);
+    m_bytesPerSample = bitsPerSample / 8;
+    TIFFGetFieldDefaulted(tiff, TIFFTAG_SAMPLESPERPIXEL, &m_samplesPerPixel);
+    if (TIFFGetFieldDefaulted(tiff, TIFFTAG_PHOTOMETRIC, &m_photometric) != 1)
+    {
+        m_photometric = m_samplesPerPixel >= 3 ? PHOTOMETRIC_RGB : PHOTOMETRIC_MINISBLACK;
+    }
+    TIFFGetFieldDefaulted(tiff, TIFFTAG_SAMPLEFORMAT, &sampleFormat);
+    m_sampleFormat = static_cast<TiffSampleFormat>(sampleFormat);
+
+    if (TIFFIsTiled(tiff) != 0 || TIFFGetFieldDefaulted(tiff, TIFFTAG_ROWSPERSTRIP, &m_rowsPerStrip) != 1)
+    {
+        m_rowsPerStrip = 0;
+        throw std::runtime_error(WithReason(StripsError, m_file->TakeError()));
+    }
+    // A file without the tag answers the largest number: one strip.
+    m_rowsPerStrip = std::min(m_rowsPerStrip, m_height);
+}
+
+void TiffReader::ReadMetadata()
+{
+    char* text = nullptr;
+    if (TIFFGetField(m_file->Handle(), Tag::XmlMetadata, &text) == 1 && text != nullptr)
+    {
+        MetadataSerializer::Record(m_metadata).DeserializeFromString(text, MetadataSerializer::SerializeType::Xml);
+    }
+}
+
+/// The bytes of the image, which fit the memory's address space and which the file can really hold.
+/// \throws std::runtime_error
+std::uint64_t TiffReader::CheckedImageSize() const
+{
+    const auto refuse = [](const std::string& reason) { throw std::runtime_error(WithReason(PixelsError, reason)); };
+
+    TIFF* const tiff = m_file->Handle();
+    const std::uint32_t bytesPerPixel = std::uint32_t{m_bytesPerSample} * m_samplesPerPixel;
+    if (m_width == 0 || m_height == 0 || m_rowsPerStrip == 0 || bytesPerPixel == 0)
+    {
+        refuse("no samples of whole bytes");
+    }
+    if (bytesPerPixel > std::numeric_limits<std::uint16_t>::max())
+    {
+        refuse(Bytes(bytesPerPixel) + " a pixel");
+    }
+    std::uint16_t planarConfiguration = PLANARCONFIG_CONTIG;
+    TIFFGetFieldDefaulted(tiff, TIFFTAG_PLANARCONFIG, &planarConfiguration);
+    if (planarConfiguration != PLANARCONFIG_CONTIG && m_samplesPerPixel > 1)
+    {
+        refuse("samples in separate planes");
+    }
+
+    const std::uint64_t rowSize = std::uint64_t{bytesPerPixel} * m_width;
+    constexpr auto LargestImage = static_cast<std::uint64_t>(std::numeric_limits<std::ptrdiff_t>::max());
+    if (rowSize > LargestImage / m_height)
+    {
+        refuse(Bytes(rowSize) + " a row, " + std::to_string(m_height) + " rows");
+    }
+    const std::uint64_t imageSize = rowSize * m_height;
+
+    // What of the strips lies within the file; a byte that two of them claim cannot be both's.
+    std::uint64_t present = 0;
+    const std::uint32_t strips = std::min(GetStripCount(), TIFFNumberOfStrips(tiff));
+    for (std::uint32_t strip = 0; strip < strips; ++strip)
+    {
+        const std::uint64_t offset = TIFFGetStrileOffset(tiff, strip);
+        const std::uint64_t count = TIFFGetStrileByteCount(tiff, strip);
+        present += offset < m_file->Size() ? std::min(count, m_file->Size() - offset) : 0;
+        if (present > m_file->Size())
+        {
+            refuse("strips of more than the file's " + Bytes(m_file->Size()));
+        }
+    }
+    std::uint16_t compression = COMPRESSION_NONE;
+    TIFFGetFieldDefaulted(tiff, TIFFTAG_COMPRESSION, &compression);
+    if (imageSize / LargestExpansion(compression) > present)
+    {
+        refuse("an image of " + Bytes(imageSize) + ", strips of " + Bytes(present));
+    }
+    return imageSize;
+}
+
+void TiffReader::ReadPixels()
+{
+    const std::uint64_t imageSize = CheckedImageSize();
+    try
+    {
+        m_pixels->Resize(imageSize);
+    }
+    catch (const std::bad_alloc&)
+    {
+        throw std::runtime_error(WithReason(PixelsError, "no memory for " + Bytes(imageSize)));
+    }
+
+    const std::uint64_t stripSize = imageSize / m_height * m_rowsPerStrip;
+    const std::uint32_t strips = GetStripCount();
+    for (std::uint32_t strip = 0; strip < strips; ++strip)
+    {
+        // The last strip may be a partial one: then it is refused before it is read past the end of the image.
+        const auto size = static_cast<tmsize_t>(stripSize);
+        if (stripSize > imageSize - m_rawImageDataSize ||
+            TIFFReadEncodedStrip(m_file->Handle(), strip, m_pixels->Data() + m_rawImageDataSize, size) != size)
+        {
+            throw std::runtime_error(WithReason(PixelsError, m_file->TakeError()));
+        }
+        m_rawImageDataSize += stripSize;
+    }
+}
+
+} // namespace Ardo::Kiln::ImageIO

@@ -1,0 +1,115 @@
+#pragma once
+
+#include "Ardo/Kiln/ImageIO/TiffSampleFormat.h"
+#include "Ardo/KilnExport.h"
+#include "Ardo/MetadataLib/Metadata.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <string>
+
+namespace Ardo::Imaging
+{
+class const_raw_image;
+}
+
+namespace Ardo::Kiln::ImageIO
+{
+
+class PixelBuffer;
+class TiffFile;
+
+/// Reads the first image of a TIFF file that is organised in strips: its raw samples, and the metadata of tag 34683.
+///
+/// Classic and BigTIFF of both byte orders, with the compressions that libtiff has. Samples arrive decompressed and in
+/// the machine's byte order, rows from top to bottom as they are in the file, without anything between them. Every
+/// strip, the last one included, must be full: a file whose height is no multiple of its rows per strip is refused
+/// unless it has one strip only.
+///
+/// Files may be hostile: memory stays within the image and a small multiple of the file's own size, and an image that
+/// the file cannot possibly hold is refused before memory is asked for. The file is never mapped into memory.
+/// Thread-safety: a reader belongs to one thread at a time; different readers work side by side.
+///
+///     TiffReader reader;
+///     reader.Open(L"image.tif");
+///     Show(reader.GetRawImageData(), reader.GetImageWidth(), reader.GetImageHeight());
+class KILN_EXPORT TiffReader
+{
+public:
+    TiffReader();
+    ~TiffReader();
+    TiffReader(const TiffReader&) = delete;
+    TiffReader& operator=(const TiffReader&) = delete;
+
+    /// Reads \p file (on Linux its name is taken as UTF-8): first the fields, then the metadata, then the pixels. What
+    /// an earlier call has read is gone, but its memory is used again. The file stays open until the next call, Close()
+    /// or the destructor.
+    ///
+    /// After a failure the accessors answer what was read before it: a file with damaged pixels still has fields and
+    /// metadata.
+    /// \throws std::runtime_error beginning "Unable to open Tiff file" (no such file, no TIFF), "Unable to open Tiff
+    ///         file, tiff not in strips" (tiles) or "Unable to open Tiff file, error while reading image data" (damaged
+    ///         or missing strips, a partial last strip, samples of less than 8 bits, samples in separate planes, sizes
+    ///         that the file cannot hold), followed by the reason in parentheses where one is known.
+    /// \throws what MetadataSerializer::Serializable::DeserializeFromString throws for metadata that is no record.
+    void Open(const std::wstring& file);
+
+    /// Closes the file. Everything that was read stays. Does nothing without an open file.
+    void Close() noexcept;
+
+    /// In pixels; 0 before Open().
+    std::uint32_t GetImageWidth() const noexcept { return m_width; }
+
+    /// In pixels; 0 before Open().
+    std::uint32_t GetImageHeight() const noexcept { return m_height; }
+
+    /// The bits of a sample divided by 8 and rounded down: 1 for 12 bits.
+    std::uint16_t GetBytesPerSample() const noexcept { return m_bytesPerSample; }
+
+    /// 1 for grey images, 3 for RGB.
+    std::uint16_t GetSamplesPerPixel() const noexcept { return m_samplesPerPixel; }
+
+    /// The code of the tag PhotometricInterpretation (TIFF 6.0, section 8): 1 for grey images whose 0 is black, 2 for
+    /// RGB. A file without the tag counts as 2 from 3 samples on, else as 1.
+    std::uint16_t GetPhotometric() const noexcept { return m_photometric; }
+
+    TiffSampleFormat GetSampleFormat() const noexcept { return m_sampleFormat; }
+
+    /// Rows of a strip; at most the height.
+    std::uint32_t GetRowsPerStrip() const noexcept { return m_rowsPerStrip; }
+
+    /// The number of strips; 0 before Open().
+    std::uint32_t GetStripCount() const noexcept;
+
+    /// The first byte of the pixels; null if there are none. Valid until the next Open() or the destructor.
+    const unsigned char* GetRawImageData() const noexcept;
+
+    /// The bytes behind GetRawImageData(): those of the whole image, or of the strips before the damaged one.
+    std::size_t GetRawImageDataSize() const noexcept { return m_rawImageDataSize; }
+
+    /// The metadata; an empty record if the file has none.
+    const MetadataLib::Metadata& GetMetadata() const noexcept { return m_metadata; }
+
+private:
+    friend KILN_EXPORT std::unique_ptr<Imaging::const_raw_image> ReadImageFromFile(const std::wstring& file);
+
+    void OpenAndReadFields(const std::wstring& file);
+    void ReadMetadata();
+    void ReadPixels();
+    std::uint64_t CheckedImageSize() const;
+
+    std::unique_ptr<TiffFile> m_file;      ///< Null without an open file.
+    std::unique_ptr<PixelBuffer> m_pixels; ///< Never null; may be larger than what was read.
+    std::size_t m_rawImageDataSize = 0;
+    std::uint32_t m_rowsPerStrip = 0;
+    std::uint32_t m_width = 0;
+    std::uint32_t m_height = 0;
+    std::uint16_t m_bytesPerSample = 0;
+    std::uint16_t m_samplesPerPixel = 0;
+    std::uint16_t m_photometric = 0;
+    TiffSampleFormat m_sampleFormat = TiffSampleFormat::UnsignedInteger;
+    MetadataLib::Metadata m_metadata;
+};
+
+} // namespace Ardo::Kiln::ImageIO
