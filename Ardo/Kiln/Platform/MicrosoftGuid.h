@@ -1,0 +1,25 @@
+#pragma once
+
+// The Windows `GUID` structure. On Windows it is the system's own; elsewhere the same name and layout, so that
+// identifiers of instruments and files keep their type. Public, because a public header takes and returns it.
+
+#ifdef _WIN32
+
+#include <guiddef.h>
+
+#else
+
+#include <cstdint>
+
+/// A 16-byte identifier as Windows lays it out: Data1 to Data3 are numbers in the machine's byte order.
+struct _GUID // the system's name for it, although reserved
+{
+    std::uint32_t Data1;
+    std::uint16_t Data2;
+    std::uint16_t Data3;
+    std::uint8_t Data4[8];
+};
+
+#endif
+
+static_assert(sizeof(_GUID) == 16);
