@@ -1,6 +1,7 @@
 #include "Ardo/Kiln/Exception/HandledException.h"
 
 #include "Ardo/Kiln/Exception/ErrorInfo.h"
+#include "Ardo/Kiln/Exception/ErrorInfoContainer_p.h"
 
 #include <boost/exception/get_error_info.hpp>
 
@@ -11,6 +12,7 @@ namespace Ardo::Kiln::Exception
 
 HandledException::HandledException(const std::string& message, Severity severity) : m_message(message)
 {
+    GiveErrorInfoContainer(*this);
     *this << SeverityInfo(severity);
 }
 

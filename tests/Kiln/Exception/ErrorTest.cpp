@@ -93,6 +93,24 @@ TEST(ErrorTest, CopiesShareTheirEntriesAndOutliveTheirSource)
     EXPECT_EQ(alone.GetCategory(), "shared");
 }
 
+TEST(ErrorTest, CopiesLiveAndArePrintedOnTwoThreads) // the thread sanitizer's run tells
+{
+    const ErrorWithCode error(3, "shared");
+    const auto use = [&error]
+    {
+        for (int count = 0; count < 2000; ++count)
+        {
+            const ErrorWithCode copy = error;
+            ASSERT_EQ(copy.GetErrorCode(), 3);
+            ASSERT_THAT(boost::diagnostic_information(copy), HasSubstr("ErrorCode_*] = 3\n"));
+        }
+    };
+    std::thread other(use);
+    use();
+    other.join();
+    EXPECT_EQ(error.GetErrorCode(), 3);
+}
+
 TEST(ErrorTest, AThrowSiteIsRecordedAndListed)
 {
     try

@@ -1,0 +1,111 @@
+#include "Ardo/Kiln/Exception/ErrorInfoContainer_p.h"
+
+#include <boost/exception/info.hpp>
+
+#include <atomic>
+#include <map>
+#include <string>
+
+namespace Ardo::Kiln::Exception
+{
+
+namespace
+{
+
+namespace detail = boost::exception_detail;
+
+/// Does what Boost's container does, for copies on several threads. Reading is safe there too; attaching is not.
+class ErrorInfoContainer final : public detail::error_info_container
+{
+public:
+    ErrorInfoContainer() = default;
+    ErrorInfoContainer(const ErrorInfoContainer&) = delete;
+    ErrorInfoContainer& operator=(const ErrorInfoContainer&) = delete;
+
+    const char* diagnostic_information(const char* header) const override
+    {
+        // Asked for without a header, this is to repeat the text made just before: the thread's, not the container's,
+        // so that copies can be printed on two threads at once.
+        static thread_local std::string text;
+        if (header != nullptr)
+        {
+            std::string listing = header;
+            for (const auto& [type, entry] : m_entries)
+            {
+                listing += entry->name_value_string();
+            }
+            text = std::move(listing);
+        }
+        return text.c_str();
+    }
+
+    boost::shared_ptr<detail::error_info_base> get(const detail::type_info_& type) const override
+    {
+        const auto entry = m_entries.find(type);
+        return entry != m_entries.end() ? entry->second : nullptr;
+    }
+
+    void set(const boost::shared_ptr<detail::error_info_base>& entry, const detail::type_info_& type) override
+    {
+        m_entries[type] = entry;
+    }
+
+    void add_ref() const override { m_count.fetch_add(1, std::memory_order_relaxed); }
+
+    bool release() const override
+    {
+        if (m_count.fetch_sub(1, std::memory_order_acq_rel) != 1)
+        {
+            return false;
+        }
+        delete this;
+        return true;
+    }
+
+    detail::refcount_ptr<detail::error_info_container> clone() const override
+    {
+        detail::refcount_ptr<detail::error_info_container> result;
+        auto* const copy = new ErrorInfoContainer;
+        result.adopt(copy);
+        for (const auto& [type, entry] : m_entries)
+        {
+            copy->m_entries[type].reset(entry->clone());
+        }
+        return result;
+    }
+
+private:
+    ~ErrorInfoContainer() noexcept = default;
+
+    std::map<detail::type_info_, boost::shared_ptr<detail::error_info_base>> m_entries;
+    mutable std::atomic<int> m_count = 0;
+};
+
+} // namespace
+
+} // namespace Ardo::Kiln::Exception
+
+namespace boost::exception_detail
+{
+
+// boost::exception lets nobody set its container but the specialisations of this template.
+template <>
+struct set_info_rv<Ardo::Kiln::Exception::ErrorInfoContainer>
+{
+    static void Set(const boost::exception& exception)
+    {
+        exception.data_.adopt(new Ardo::Kiln::Exception::ErrorInfoContainer);
+    }
+};
+
+} // namespace boost::exception_detail
+
+namespace Ardo::Kiln::Exception
+{
+
+void GiveErrorInfoContainer(const boost::exception& exception)
+{
+    detail::set_info_rv<ErrorInfoContainer>::Set(exception);
+}
+
+} // namespace Ardo::Kiln::Exception
