@@ -44,6 +44,13 @@ std::string Bytes(std::uint64_t count)
     return std::to_string(count) + " bytes";
 }
 
+/// The text of the metadata tag, libtiff's own; null if there is none.
+const char* MetadataTag(const TiffFile* file)
+{
+    char* text = nullptr;
+    return file != nullptr && TIFFGetField(file->Handle(), Tag::XmlMetadata, &text) == 1 ? text : nullptr;
+}
+
 } // namespace
 
 TiffReader::TiffReader() : m_pixels(std::make_unique<PixelBuffer>())
@@ -73,6 +80,12 @@ std::uint32_t TiffReader::GetStripCount() const noexcept
 const unsigned char* TiffReader::GetRawImageData() const noexcept
 {
     return m_rawImageDataSize == 0 ? nullptr : m_pixels->Data();
+}
+
+std::string TiffReader::GetMetadataText() const
+{
+    const char* const text = MetadataTag(m_file.get());
+    return text != nullptr ? text : "";
 }
 
 void TiffReader::OpenAndReadFields(const std::wstring& file)
@@ -119,8 +132,7 @@ void TiffReader::OpenAndReadFields(const std::wstring& file)
 
 void TiffReader::ReadMetadata()
 {
-    char* text = nullptr;
-    if (TIFFGetField(m_file->Handle(), Tag::XmlMetadata, &text) == 1 && text != nullptr)
+    if (const char* const text = MetadataTag(m_file.get()))
     {
         MetadataSerializer::Record(m_metadata).DeserializeFromString(text, MetadataSerializer::SerializeType::Xml);
     }

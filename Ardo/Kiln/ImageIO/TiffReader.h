@@ -91,6 +91,10 @@ public:
     /// The metadata; an empty record if the file has none.
     const MetadataLib::Metadata& GetMetadata() const noexcept { return m_metadata; }
 
+    /// The document of tag 34683 as it stands in the open file, whether it is a record or not; empty if there is none.
+    /// \throws std::bad_alloc only.
+    std::string GetMetadataText() const;
+
 private:
     friend KILN_EXPORT std::unique_ptr<Imaging::const_raw_image> ReadImageFromFile(const std::wstring& file);
 
