@@ -1,0 +1,139 @@
+#include "Ardo/Kiln/MetadataSerializer/Serializable.h"
+
+#include "Ardo/Kiln/MetadataSerializer/DocumentScan_p.h"
+#include "Ardo/Kiln/MetadataSerializer/DocumentTree_p.h"
+#include "Ardo/Kiln/MetadataSerializer/Namespaces.h"
+#include "Ardo/Kiln/MetadataSerializer/TextStreams_p.h"
+#include "Ardo/Kiln/MetadataSerializer/TreeCheck_p.h"
+
+#include <boost/property_tree/json_parser.hpp>
+#include <boost/property_tree/ptree.hpp>
+#include <boost/property_tree/xml_parser.hpp>
+#include <istream>
+#include <ostream>
+#include <string_view>
+
+namespace Ardo::Kiln::MetadataSerializer
+{
+
+namespace
+{
+
+using boost::property_tree::ptree;
+
+/// Sets the text of a child, which is made if it is not there.
+void SetChild(ptree& tree, const char* key, const char* text)
+{
+    const auto child = tree.find(key);
+    ptree& node = child != tree.not_found() ? child->second : tree.push_back({key, ptree()})->second;
+    node.data() = text;
+}
+
+/// Puts the attributes of the root element first, where readers of JSON expect them, too.
+void AddNamespaces(ptree& metadata)
+{
+    ptree& attributes = metadata.push_front({AttributesKey(), ptree()})->second;
+    if (metadata.count(AttributesKey()) > 1)
+    {
+        for (auto node = std::next(metadata.begin()); node != metadata.end(); ++node)
+        {
+            if (node->first == AttributesKey())
+            {
+                attributes.swap(node->second);
+                metadata.erase(node);
+                break;
+            }
+        }
+    }
+    SetChild(attributes, "xmlns:nil", MetadataNamespaceUri);
+    SetChild(attributes, "xmlns:xsi", SchemaInstanceNamespaceUri);
+}
+
+std::string WriteXml(ptree& document)
+{
+    const bool replaced = PrepareForXml(document);
+    std::string text;
+    TextSink sink(text);
+    std::ostream stream(&sink);
+    boost::property_tree::write_xml(stream, document,
+                                    boost::property_tree::xml_writer_make_settings<std::string>(' ', 4, "utf-8"));
+    return replaced ? RestoreWhiteSpace(text) : text;
+}
+
+std::string WriteJson(const ptree& document)
+{
+    CheckForJson(document);
+    std::string text;
+    TextSink sink(text);
+    std::ostream stream(&sink);
+    boost::property_tree::write_json(stream, document, true);
+    return text;
+}
+
+void ReadXml(std::string_view text, ptree& document)
+{
+    // A text that comes out of a C interface may have kept its terminator, which ends it for the parser, too.
+    while (text.ends_with('\0'))
+    {
+        text.remove_suffix(1);
+    }
+    ScanXml(text);
+    TextSource source(text);
+    std::istream stream(&source);
+    boost::property_tree::read_xml(stream, document, 0);
+}
+
+void ReadJson(std::string_view text, ptree& document)
+{
+    ScanJson(text);
+    TextSource source(text);
+    std::istream stream(&source);
+    boost::property_tree::read_json(stream, document);
+}
+
+} // namespace
+
+Serializable::~Serializable() = default;
+
+std::string Serializable::SerializeToString(SerializeType type) const
+{
+    ptree content = Serialize(type);
+    ptree document;
+    ptree& metadata = document.push_back({RootKey(), ptree()})->second;
+    metadata.swap(content);
+    AddNamespaces(metadata);
+    std::string text = type == SerializeType::Xml ? WriteXml(document) : WriteJson(document);
+    if (text.size() > MaxTextSize)
+    {
+        // Readers would ignore it without a word.
+        BOOST_PROPERTY_TREE_THROW(boost::property_tree::ptree_bad_data(
+            "the document has " + std::to_string(text.size()) + " bytes, readers take " + std::to_string(MaxTextSize),
+            std::string()));
+    }
+    return text;
+}
+
+void Serializable::DeserializeFromString(const std::string& text, SerializeType type)
+{
+    if (text.size() > MaxTextSize)
+    {
+        return;
+    }
+    ptree document;
+    if (type == SerializeType::Xml)
+    {
+        ReadXml(text, document);
+    }
+    else
+    {
+        ReadJson(text, document);
+    }
+    const auto metadata = document.find(RootKey());
+    if (metadata == document.not_found())
+    {
+        ThrowNoSuchNode(RootKey());
+    }
+    Deserialize(metadata->second, type);
+}
+
+} // namespace Ardo::Kiln::MetadataSerializer

@@ -1,0 +1,142 @@
+#include "Ardo/Kiln/MetadataSerializer/TreeCheck_p.h"
+
+#include "Ardo/Kiln/MetadataSerializer/DocumentTree_p.h"
+#include "Ardo/Kiln/MetadataSerializer/XmlCharacters_p.h"
+
+#include <boost/property_tree/ptree.hpp>
+#include <string_view>
+
+namespace Ardo::Kiln::MetadataSerializer
+{
+
+namespace
+{
+
+using Tree = boost::property_tree::ptree;
+
+constexpr char TabStandIn = '\x01';
+constexpr char LineFeedStandIn = '\x02';
+constexpr char CarriageReturnStandIn = '\x03';
+
+/// A node's name and where it hangs, for messages.
+struct Place
+{
+    const Place* parent;
+    const std::string& name;
+
+    std::string Text() const { return parent != nullptr ? parent->Text() + "." + name : name; }
+};
+
+std::string CodePointText(std::string_view text)
+{
+    const CodePoint codePoint = FirstCodePoint(text);
+    if (codePoint.length == 0)
+    {
+        return "bytes that are not UTF-8";
+    }
+    constexpr std::string_view Digits = "0123456789ABCDEF";
+    std::string result = "the character U+";
+    for (unsigned shift = 16; shift > 0;)
+    {
+        shift -= 4;
+        result += Digits[(codePoint.value >> shift) & 0xFU];
+    }
+    return result + ", which XML cannot hold";
+}
+
+void CheckText(const std::string& text, const Place* place, TextRule rule)
+{
+    const std::size_t at = FindInvalid(text, rule);
+    if (at < text.size())
+    {
+        BOOST_PROPERTY_TREE_THROW(
+            boost::property_tree::ptree_bad_data("\"" + (place != nullptr ? place->Text() : std::string()) +
+                                                     "\" holds " + CodePointText(std::string_view(text).substr(at, 4)),
+                                                 text));
+    }
+}
+
+/// Replaces the white space that readers would change: a carriage return becomes a line feed anywhere, tabs and line
+/// feeds become blanks in attributes.
+bool ReplaceWhiteSpace(std::string& text, bool attribute)
+{
+    bool replaced = false;
+    const std::string_view changed = attribute ? "\t\n\r" : "\r";
+    for (std::size_t at = text.find_first_of(changed); at != std::string::npos; at = text.find_first_of(changed, at))
+    {
+        text[at] = text[at] == '\t' ? TabStandIn : text[at] == '\n' ? LineFeedStandIn : CarriageReturnStandIn;
+        replaced = true;
+    }
+    return replaced;
+}
+
+bool PrepareNode(Tree& tree, const Place* parent, bool attributes)
+{
+    CheckText(tree.data(), parent, TextRule::Xml);
+    bool replaced = ReplaceWhiteSpace(tree.data(), attributes);
+    for (auto& [name, child] : tree)
+    {
+        const Place place{parent, name};
+        if (name == AttributesKey())
+        {
+            replaced = PrepareNode(child, &place, true) || replaced;
+            continue;
+        }
+        if (!IsXmlName(name))
+        {
+            BOOST_PROPERTY_TREE_THROW(
+                boost::property_tree::ptree_bad_data("\"" + place.Text() + "\" is no XML name", name));
+        }
+        replaced = PrepareNode(child, &place, attributes) || replaced;
+    }
+    return replaced;
+}
+
+void CheckNode(const Tree& tree, const Place* parent)
+{
+    CheckText(tree.data(), parent, TextRule::Utf8);
+    for (const auto& [name, child] : tree)
+    {
+        const Place place{parent, name};
+        CheckText(name, &place, TextRule::Utf8);
+        CheckNode(child, &place);
+    }
+}
+
+} // namespace
+
+bool PrepareForXml(Tree& tree)
+{
+    return PrepareNode(tree, nullptr, false);
+}
+
+std::string RestoreWhiteSpace(const std::string& document)
+{
+    std::string result;
+    result.reserve(document.size() + document.size() / 16);
+    for (const char c : document)
+    {
+        switch (c)
+        {
+        case TabStandIn:
+            result += "&#9;";
+            break;
+        case LineFeedStandIn:
+            result += "&#10;";
+            break;
+        case CarriageReturnStandIn:
+            result += "&#13;";
+            break;
+        default:
+            result += c;
+        }
+    }
+    return result;
+}
+
+void CheckForJson(const Tree& tree)
+{
+    CheckNode(tree, nullptr);
+}
+
+} // namespace Ardo::Kiln::MetadataSerializer

@@ -1,0 +1,22 @@
+#pragma once
+
+#include <boost/property_tree/ptree_fwd.hpp>
+#include <string>
+
+namespace Ardo::Kiln::MetadataSerializer
+{
+
+/// Prepares a tree for the writer of XML. A text keeps its tabs, line feeds and carriage returns in any reader only if
+/// they are character references, and the writer has no way to say that: where it matters they are replaced by control
+/// characters that no document can hold, and RestoreWhiteSpace turns these into references afterwards.
+/// \returns true if any was replaced.
+/// \throws boost::property_tree::ptree_bad_data: see Serializable::SerializeToString.
+bool PrepareForXml(boost::property_tree::ptree& tree);
+
+/// Replaces the stand-ins in a written document.
+std::string RestoreWhiteSpace(const std::string& document);
+
+/// \throws boost::property_tree::ptree_bad_data if a name or text is not UTF-8.
+void CheckForJson(const boost::property_tree::ptree& tree);
+
+} // namespace Ardo::Kiln::MetadataSerializer

@@ -1,0 +1,43 @@
+#pragma once
+
+#include "Ardo/KilnExport.h"
+
+#include <cstddef>
+#include <string_view>
+
+namespace Ardo::Kiln::MetadataSerializer
+{
+
+// What XML 1.0 (fifth edition) calls characters and names.
+
+/// A code point and where it stands in UTF-8 text.
+struct CodePoint
+{
+    char32_t value = 0;
+    std::size_t length = 0; ///< In bytes; 0 if the text does not start with a valid sequence.
+};
+
+/// The first code point of \p text, strictly: no overlong forms, no surrogates, nothing above 0x10FFFF.
+CodePoint FirstCodePoint(std::string_view text);
+
+/// True for a code point that an XML document may hold, raw or as a character reference.
+constexpr bool IsXmlCharacter(char32_t c)
+{
+    return c == 0x9 || c == 0xA || c == 0xD || (c >= 0x20 && c <= 0xD7FF) || (c >= 0xE000 && c <= 0xFFFD) ||
+           (c >= 0x10000 && c <= 0x10FFFF);
+}
+
+/// Which characters a text may hold.
+enum class TextRule
+{
+    Utf8, ///< Any code point.
+    Xml   ///< Those that XML can hold.
+};
+
+/// The offset of the first byte that breaks \p rule, or the length of \p text if there is none.
+KILN_EXPORT_FOR_TESTS std::size_t FindInvalid(std::string_view text, TextRule rule);
+
+/// True for a text that can be the name of an element or attribute.
+KILN_EXPORT_FOR_TESTS bool IsXmlName(std::string_view text);
+
+} // namespace Ardo::Kiln::MetadataSerializer
