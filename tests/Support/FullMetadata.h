@@ -1,0 +1,16 @@
+#pragma once
+
+#include "Ardo/MetadataLib/Metadata.h"
+
+namespace Ardo::Kiln::Support
+{
+
+/// A record with every field set: all detector classes and one of an unknown type, two detectors of one type, shutters,
+/// gas injection systems, custom properties of all ten kinds, texts with CJK, emoji, combining marks, line breaks and
+/// everything that XML and JSON escape. It comes back from a document exactly as it is.
+MetadataLib::Metadata FullMetadata();
+
+/// A record with the required fields only.
+MetadataLib::Metadata MinimalMetadata();
+
+} // namespace Ardo::Kiln::Support
