@@ -42,13 +42,7 @@ TEST(ErrorTest, TheThreadRemembersTheLastErrorUntilItIsDestroyed)
         const Warning warning("warning");
         EXPECT_EQ(Error::GetLast(), &second);
         EXPECT_EQ(Warning::GetLast(), &warning);
-        std::thread(
-            []
-            {
-                EXPECT_EQ(Error::GetLast(), nullptr);
-                EXPECT_EQ(Warning::GetLast(), nullptr);
-            })
-            .join();
+        std::thread([] { EXPECT_EQ(Error::GetLast(), nullptr); }).join();
     }
     EXPECT_EQ(Error::GetLast(), nullptr);
     EXPECT_EQ(Warning::GetLast(), nullptr);
