@@ -22,8 +22,9 @@ KILN_EXPORT std::string ToLocalTimeISOString(TimePoint time);
 /// alone). A designator ("Z", or an offset such as "+05:30") is honoured; a text without one is local time. Never an
 /// error: an unparsable text gives the time point that an invalid `QDateTime` reports, which says nothing.
 ///
-/// A local time that occurs twice, in the hour when the clock is set back, reads as one of the two moments. A result
-/// beyond the range of a time point is the nearest one that it holds.
+/// A local time that occurs twice, in the hour when the clock is set back, reads as one of the two moments. Before 1970
+/// Qt writes local time with the zone's later offset and reads it with the one of that day: where they differ, the text
+/// does not read back to the same moment. A result beyond the range of a time point is the nearest one that it holds.
 KILN_EXPORT TimePoint FromLocalTimeISOString(const std::string& text);
 
 /// The same for `system_clock` times of another resolution, such as `system_clock::now()`; rounded down to ticks first.
