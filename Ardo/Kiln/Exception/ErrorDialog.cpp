@@ -31,6 +31,8 @@ void ErrorDialog::ShowWarningDialog(const Warning& warning)
     Print("(WWW) ------- Warning ------- (WWW)\n" + boost::diagnostic_information(warning));
 }
 
+// Both forms take a reference of their own, because a dialog may outlive the caller's.
+// NOLINTBEGIN(performance-unnecessary-value-param)
 void ErrorDialog::ShowErrorDialog(std::shared_ptr<Notification> notification, const std::exception& exception)
 {
     PrintError(boost::diagnostic_information(exception), notification);
@@ -41,5 +43,6 @@ void ErrorDialog::ShowErrorDialog(std::shared_ptr<Notification> notification, co
 {
     PrintError(message, notification);
 }
+// NOLINTEND(performance-unnecessary-value-param)
 
 } // namespace Ardo::Kiln::Exception

@@ -10,7 +10,8 @@
 namespace Ardo::Kiln::Exception
 {
 
-HandledException::HandledException(const std::string& message, Severity severity) : m_message(message)
+HandledException::HandledException(const std::string& message, Severity severity)
+    : m_message(message) // NOLINT(bugprone-throw-keyword-missing): it only holds the text
 {
     GiveErrorInfoContainer(*this);
     *this << SeverityInfo(severity);

@@ -12,7 +12,7 @@
 #include <cstdint>
 
 /// A 16-byte identifier as Windows lays it out: Data1 to Data3 are numbers in the machine's byte order.
-struct _GUID // the system's name for it, although reserved
+struct _GUID // NOLINT(bugprone-reserved-identifier): the name that the system gives it
 {
     std::uint32_t Data1;
     std::uint16_t Data2;

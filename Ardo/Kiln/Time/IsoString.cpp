@@ -26,6 +26,9 @@ constexpr std::size_t Minute = 14;
 constexpr std::size_t Second = 17;
 constexpr std::size_t Millisecond = 20;
 
+constexpr qint64 TicksPerMillisecond = Ticks(milliseconds(1)).count();
+constexpr qint64 MaxMilliseconds = std::numeric_limits<Ticks::rep>::max() / TicksPerMillisecond;
+
 milliseconds SinceEpoch(TimePoint time)
 {
     return std::chrono::duration_cast<milliseconds>(time.time_since_epoch()); // toward zero
@@ -119,9 +122,7 @@ TimePoint FromLocalTimeISOString(const std::string& text)
     }
     const qint64 sinceEpoch =
         QDateTime::fromString(QString::fromStdString(text), Qt::ISODateWithMs).toMSecsSinceEpoch();
-    constexpr qint64 TicksPerMillisecond = Ticks(milliseconds(1)).count();
-    constexpr qint64 Limit = std::numeric_limits<Ticks::rep>::max() / TicksPerMillisecond;
-    return TimePoint(Ticks(std::clamp(sinceEpoch, -Limit, Limit) * TicksPerMillisecond));
+    return TimePoint(Ticks(std::clamp(sinceEpoch, -MaxMilliseconds, MaxMilliseconds) * TicksPerMillisecond));
 }
 
 } // namespace Ardo::Kiln::Time

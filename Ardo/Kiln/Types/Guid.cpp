@@ -29,18 +29,17 @@ constexpr auto DigitPairs = []
     return pairs;
 }();
 
-/// The value of each character as a digit, or NoDigit.
+/// The values of the characters from '0' to 'f' as digits, or NoDigit.
 constexpr auto DigitValues = []
 {
-    std::array<std::uint8_t, 256> values{};
+    std::array<std::uint8_t, 'f' - '0' + 1> values{};
     values.fill(NoDigit);
     for (std::uint8_t value = 0; value < 16; ++value)
     {
-        const auto digit = static_cast<std::size_t>(Digits[value]);
-        values[digit] = value;
+        values[static_cast<std::size_t>(Digits[value] - '0')] = value;
         if (value >= 10)
         {
-            values[digit - 'a' + 'A'] = value;
+            values[static_cast<std::size_t>('A' - '0' + value - 10)] = value;
         }
     }
     return values;
@@ -69,8 +68,8 @@ boost::uuids::uuid Read(const std::basic_string<Char>& text)
         bool valid = true;
         const auto valueOf = [&valid](Char digit)
         {
-            const auto code = static_cast<std::make_unsigned_t<Char>>(digit);
-            const std::uint8_t value = code < DigitValues.size() ? DigitValues[code] : NoDigit;
+            const bool inTable = digit >= '0' && digit <= 'f';
+            const std::uint8_t value = inTable ? DigitValues[static_cast<std::size_t>(digit - '0')] : NoDigit;
             valid &= value != NoDigit;
             return value;
         };
