@@ -15,8 +15,8 @@ struct CustomPropertyText
 {
     std::string name;
     std::string value;
-    std::string type;                       ///< "int32" to "bool".
-    std::optional<std::string> rawdatatype; ///< "Int", "Double", "String" or "Boolean". Readers do not need it.
+    std::string type;        ///< "int32" to "bool".
+    std::string rawdatatype; ///< "Int", "Double", "String" or "Boolean", for readers that know no more.
 };
 
 template <Is<CustomPropertyText> T, typename Visitor>
@@ -25,7 +25,7 @@ void VisitFields(T& property, Visitor& visit)
     visit.Attribute("name"_field, property.name);
     visit.Attribute("value"_field, property.value);
     visit.Attribute("type"_field, property.type);
-    visit.Attribute("rawdatatype"_field, property.rawdatatype);
+    visit.AttributeForOthers("rawdatatype"_field, property.rawdatatype);
 }
 
 /// \throws std::runtime_error "Cannot find value" if \p value holds none.

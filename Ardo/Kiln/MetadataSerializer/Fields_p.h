@@ -16,6 +16,7 @@ namespace Ardo::Kiln::MetadataSerializer
 //
 //   operator()(name, value)                     an element: a single value, an optional, an enumeration or a record
 //   Attribute(name, value)                      an attribute in XML, an element in JSON
+//   AttributeForOthers(name, value)             an attribute that our reader neither needs nor looks at
 //   OwnText(name, value)                        the text of the element itself in XML, an element in JSON
 //   MayBeMissing(name, record)                  a record that is always written but that readers do not insist on
 //   Converted(adapter, name, value)             a value whose form in documents differs from that in the model

@@ -76,6 +76,15 @@ public:
     }
 
     template <FixedString Name, typename T>
+    void AttributeForOthers(FieldName<Name> name, T&)
+    {
+        if (m_type != SerializeType::Xml)
+        {
+            Find(name.Node().first); // known, so that it is not reported
+        }
+    }
+
+    template <FixedString Name, typename T>
     void OwnText(FieldName<Name> name, T& value)
     {
         const std::string& key = name.Node().first;
@@ -214,6 +223,11 @@ private:
         }
         template <FixedString Name, typename T>
         void Attribute(FieldName<Name> name, T& value)
+        {
+            operator()(name, value);
+        }
+        template <FixedString Name, typename T>
+        void AttributeForOthers(FieldName<Name> name, T& value)
         {
             operator()(name, value);
         }

@@ -52,6 +52,12 @@ public:
     }
 
     template <FixedString Name, typename T>
+    void AttributeForOthers(FieldName<Name> name, const T& value)
+    {
+        Attribute(name, value);
+    }
+
+    template <FixedString Name, typename T>
     void OwnText(FieldName<Name> name, const T& value)
     {
         if (m_type == SerializeType::Xml)
