@@ -1,8 +1,12 @@
 #include "Ardo/Kiln/ImageIO/QtImage_p.h"
 
+#include <cstdint>
 #include <limits>
+#include <new>
 #include <stdexcept>
+#include <string_view>
 
+#include <boost/crc.hpp>
 #include <QBuffer>
 #include <QByteArray>
 #include <QImage>
@@ -56,6 +60,45 @@ QImage::Format FormatOf(PixelKind kind)
     }
 }
 
+std::uint32_t BigEndian(std::string_view bytes)
+{
+    std::uint32_t value = 0;
+    for (const char byte : bytes.substr(0, 4))
+    {
+        value = value << 8 | static_cast<unsigned char>(byte);
+    }
+    return value;
+}
+
+/// Refuses a PNG file that is cut or has a wrong checksum (PNG specification, section 5). Qt would answer the rows
+/// before the damage as if they were the whole image, and its decoder prints what it thinks of the rest.
+void CheckPng(std::string_view bytes)
+{
+    constexpr std::string_view Signature = "\x89PNG\r\n\x1A\n";
+    constexpr std::size_t ChunkFrame = 12; // length and name before, checksum behind the data
+    if (!bytes.starts_with(Signature))
+    {
+        return;
+    }
+    bytes.remove_prefix(Signature.size());
+    for (std::string_view name; name != "IEND";)
+    {
+        const std::size_t length = BigEndian(bytes);
+        if (bytes.size() < ChunkFrame || length > bytes.size() - ChunkFrame)
+        {
+            throw std::runtime_error("the PNG file is cut");
+        }
+        name = bytes.substr(4, 4);
+        boost::crc_32_type checksum;
+        checksum.process_bytes(name.data(), name.size() + length);
+        if (checksum.checksum() != BigEndian(bytes.substr(8 + length)))
+        {
+            throw std::runtime_error("the PNG file is damaged");
+        }
+        bytes.remove_prefix(ChunkFrame + length);
+    }
+}
+
 } // namespace
 
 bool HasQtImageReaders()
@@ -69,6 +112,8 @@ std::unique_ptr<Imaging::const_raw_image> DecodeWithQt(const unsigned char* byte
     {
         throw std::runtime_error("larger than 2 GiB");
     }
+    CheckPng({reinterpret_cast<const char*>(bytes), size});
+
     QByteArray content = QByteArray::fromRawData(reinterpret_cast<const char*>(bytes), static_cast<int>(size));
     QBuffer buffer(&content);
     buffer.open(QIODevice::ReadOnly);

@@ -65,7 +65,7 @@ std::unique_ptr<Imaging::const_raw_image> DecodeFile(Platform::RandomAccessFile&
     const std::int64_t count = file.ReadAt(0, content.Data(), static_cast<std::int64_t>(content.Size()));
     if (count < 0)
     {
-        throw std::runtime_error(file.LastError().message());
+        throw std::runtime_error(file.LastError());
     }
     return DecodeWithQt(content.Data(), static_cast<std::size_t>(count));
 }

@@ -52,8 +52,8 @@ struct PrivateTags
 /// of a float: what lies beyond would get a denominator or a numerator of 0.
 float PixelsPerCentimetre(double pixelSize)
 {
-    constexpr double Largest = 4294967040.0; // the largest float below 2^32
-    constexpr double Smallest = 1.0 / 4294967295.0;
+    constexpr double Largest = 4294967040.0;    // the largest float below 2^32
+    constexpr double Smallest = 0x1.000002p-32; // the smallest float above 2^-32
     return static_cast<float>(std::clamp(0.01 / pixelSize, Smallest, Largest));
 }
 

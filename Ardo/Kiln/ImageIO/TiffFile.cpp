@@ -224,9 +224,9 @@ try
     if (m_error.empty()) // the first one is the cause of the others
     {
         m_error = Format(format, arguments);
-        if (const std::error_code reason = m_file.LastError())
+        if (const std::string reason = m_file.LastError(); !reason.empty())
         {
-            m_error += ": " + reason.message();
+            m_error += ": " + reason;
         }
     }
 }

@@ -3,8 +3,7 @@
 #include "Ardo/KilnExport.h"
 
 #include <cstdint>
-#include <filesystem>
-#include <system_error>
+#include <string>
 
 namespace Ardo::Kiln::Platform
 {
@@ -24,11 +23,11 @@ public:
         Replace, ///< a new or emptied file, for reading and writing
     };
 
-    /// Opens \p path. Never waits: what is no regular file (a folder, a pipe, a device) is refused and left as it is.
-    /// On Windows other programs may read and write the file meanwhile, but not delete it. On Linux a new file gets
-    /// the permissions that the process's mask leaves of read and write for all.
-    /// \throws std::runtime_error whose text is the reason, and nothing else.
-    RandomAccessFile(const std::filesystem::path& path, Access access);
+    /// Opens \p path, on Linux the one that is the same in UTF-8. Never waits: what is no regular file (a folder, a
+    /// pipe, a device) is refused and left as it is. On Windows other programs may read and write the file meanwhile,
+    /// but not delete it. On Linux a new file gets the permissions that the process's mask leaves of read and write for
+    /// all. \throws std::runtime_error whose text is the reason, and nothing else.
+    RandomAccessFile(const std::wstring& path, Access access);
     ~RandomAccessFile();
     RandomAccessFile(const RandomAccessFile&) = delete;
     RandomAccessFile& operator=(const RandomAccessFile&) = delete;
@@ -44,13 +43,14 @@ public:
     /// The size of the file in bytes when it was opened: 0 for a replaced one.
     std::uint64_t SizeWhenOpened() const noexcept { return m_sizeWhenOpened; }
 
-    /// The reason of the last failure of ReadAt() or WriteAt(); no error without one.
-    std::error_code LastError() const noexcept { return m_lastError; }
+    /// The reason of the last failure of ReadAt() or WriteAt(), empty without one. On Windows in the language of the
+    /// system, on Linux in English whatever the locale. \throws std::bad_alloc only.
+    std::string LastError() const;
 
 private:
     std::intptr_t m_handle; ///< On Windows a HANDLE, on Linux a file descriptor.
     std::uint64_t m_sizeWhenOpened = 0;
-    std::error_code m_lastError;
+    std::int32_t m_lastError = 0; ///< The system's number; 0 without a failure.
 };
 
 } // namespace Ardo::Kiln::Platform

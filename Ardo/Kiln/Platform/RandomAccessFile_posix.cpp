@@ -1,7 +1,10 @@
 #include "Ardo/Kiln/Platform/RandomAccessFile.h"
 
+#include "Ardo/Kiln/Platform/Utf.h"
+
 #include <algorithm>
 #include <cerrno>
+#include <cstring>
 #include <stdexcept>
 #include <string>
 
@@ -18,52 +21,59 @@ namespace
 /// More than this in one call is cut by the system anyway.
 constexpr std::int64_t MaxTransfer = 0x7ffff000;
 
-std::error_code SystemError()
+/// English, because the C library would translate it into the encoding of the locale, and safe on any thread.
+std::string Describe(int error)
 {
-    return {errno, std::system_category()};
+    const char* const text = ::strerrordesc_np(error);
+    return text != nullptr ? text : "error " + std::to_string(error);
 }
 
-[[noreturn]] void Refuse(const std::error_code& error)
+[[noreturn]] void Refuse(int error)
 {
-    throw std::runtime_error(error.message());
+    throw std::runtime_error(Describe(error));
 }
 
 } // namespace
 
-RandomAccessFile::RandomAccessFile(const std::filesystem::path& path, Access access)
+RandomAccessFile::RandomAccessFile(const std::wstring& path, Access access)
 {
-    if (path.native().find('\0') != std::string::npos)
+    std::string utf8;
+    if (!path.empty() && WideToUtf8(path, utf8) != 0)
+    {
+        Refuse(EILSEQ);
+    }
+    if (utf8.find('\0') != std::string::npos)
     {
         // The system would open the file whose name ends there.
-        Refuse(std::make_error_code(std::errc::invalid_argument));
+        Refuse(EINVAL);
     }
     // Without O_NONBLOCK a pipe would wait for its other end. Emptied only after it is known to be a regular file.
     const int flags = (access == Access::Read ? O_RDONLY : O_RDWR | O_CREAT) | O_CLOEXEC | O_NONBLOCK | O_NOCTTY;
     constexpr mode_t AllMayReadAndWrite = 0666;
-    const int descriptor = ::open(path.c_str(), flags, AllMayReadAndWrite);
+    const int descriptor = ::open(utf8.c_str(), flags, AllMayReadAndWrite);
     if (descriptor < 0)
     {
-        Refuse(SystemError());
+        Refuse(errno);
     }
     m_handle = descriptor;
 
     struct stat status
     {
     };
-    std::error_code error;
+    int error = 0;
     if (::fstat(descriptor, &status) != 0 ||
         (access == Access::Replace && S_ISREG(status.st_mode) && ::ftruncate(descriptor, 0) != 0))
     {
-        error = SystemError();
+        error = errno;
     }
     else if (S_ISDIR(status.st_mode))
     {
-        error = std::make_error_code(std::errc::is_a_directory);
+        error = EISDIR;
     }
-    if (error || !S_ISREG(status.st_mode))
+    if (error != 0 || !S_ISREG(status.st_mode))
     {
         ::close(descriptor);
-        error ? Refuse(error) : throw std::runtime_error("Not a regular file");
+        error != 0 ? Refuse(error) : throw std::runtime_error("Not a regular file");
     }
     m_sizeWhenOpened = access == Access::Read ? static_cast<std::uint64_t>(status.st_size) : 0;
 }
@@ -71,6 +81,11 @@ RandomAccessFile::RandomAccessFile(const std::filesystem::path& path, Access acc
 RandomAccessFile::~RandomAccessFile()
 {
     ::close(static_cast<int>(m_handle));
+}
+
+std::string RandomAccessFile::LastError() const
+{
+    return m_lastError != 0 ? Describe(m_lastError) : std::string();
 }
 
 std::int64_t RandomAccessFile::ReadAt(std::uint64_t offset, void* bytes, std::int64_t size) noexcept
@@ -83,7 +98,7 @@ std::int64_t RandomAccessFile::ReadAt(std::uint64_t offset, void* bytes, std::in
                     static_cast<std::size_t>(std::min(size - done, MaxTransfer)), static_cast<off_t>(offset) + done);
         if (count < 0 && errno != EINTR)
         {
-            m_lastError = SystemError();
+            m_lastError = errno;
             return -1;
         }
         if (count == 0)
@@ -105,7 +120,7 @@ std::int64_t RandomAccessFile::WriteAt(std::uint64_t offset, const void* bytes, 
                      static_cast<std::size_t>(std::min(size - done, MaxTransfer)), static_cast<off_t>(offset) + done);
         if (count < 0 && errno != EINTR)
         {
-            m_lastError = SystemError();
+            m_lastError = errno;
             return -1;
         }
         done += std::max<ssize_t>(count, 0);

@@ -1,5 +1,7 @@
 #include "Ardo/Kiln/Platform/RandomAccessFile.h"
 
+#include "Ardo/Kiln/Platform/Utf.h"
+
 #include <algorithm>
 #include <stdexcept>
 #include <string>
@@ -15,14 +17,19 @@ namespace
 /// A transfer is counted in 32 bits.
 constexpr std::int64_t MaxTransfer = 0x40000000;
 
-std::error_code SystemError()
+std::string Describe(DWORD error)
 {
-    return {static_cast<int>(::GetLastError()), std::system_category()};
+    std::wstring text(512, L'\0');
+    text.resize(::FormatMessageW(FORMAT_MESSAGE_FROM_SYSTEM | FORMAT_MESSAGE_IGNORE_INSERTS, nullptr, error, 0,
+                                 text.data(), static_cast<DWORD>(text.size()), nullptr));
+    text.resize(text.find_last_not_of(L"\r\n. ") + 1);
+    std::string utf8;
+    return !text.empty() && WideToUtf8(text, utf8) == 0 ? utf8 : "error " + std::to_string(error);
 }
 
-[[noreturn]] void Refuse(const std::error_code& error)
+[[noreturn]] void Refuse(DWORD error)
 {
-    throw std::runtime_error(error.message());
+    throw std::runtime_error(Describe(error));
 }
 
 HANDLE ToHandle(std::intptr_t handle)
@@ -40,12 +47,12 @@ OVERLAPPED At(std::uint64_t offset)
 
 } // namespace
 
-RandomAccessFile::RandomAccessFile(const std::filesystem::path& path, Access access)
+RandomAccessFile::RandomAccessFile(const std::wstring& path, Access access)
 {
-    if (path.native().find(L'\0') != std::wstring::npos)
+    if (path.find(L'\0') != std::wstring::npos)
     {
         // The system would open the file whose name ends there.
-        Refuse({ERROR_INVALID_NAME, std::system_category()});
+        Refuse(ERROR_INVALID_NAME);
     }
     const bool reading = access == Access::Read;
     // Emptied only after it is known to be a file on a disk.
@@ -54,7 +61,7 @@ RandomAccessFile::RandomAccessFile(const std::filesystem::path& path, Access acc
                                         reading ? OPEN_EXISTING : OPEN_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr);
     if (handle == INVALID_HANDLE_VALUE)
     {
-        Refuse(SystemError());
+        Refuse(::GetLastError());
     }
     m_handle = reinterpret_cast<std::intptr_t>(handle);
 
@@ -66,7 +73,7 @@ RandomAccessFile::RandomAccessFile(const std::filesystem::path& path, Access acc
     LARGE_INTEGER size{};
     if (reading ? ::GetFileSizeEx(handle, &size) == FALSE : ::SetEndOfFile(handle) == FALSE)
     {
-        const std::error_code error = SystemError();
+        const DWORD error = ::GetLastError();
         ::CloseHandle(handle);
         Refuse(error);
     }
@@ -76,6 +83,11 @@ RandomAccessFile::RandomAccessFile(const std::filesystem::path& path, Access acc
 RandomAccessFile::~RandomAccessFile()
 {
     ::CloseHandle(ToHandle(m_handle));
+}
+
+std::string RandomAccessFile::LastError() const
+{
+    return m_lastError != 0 ? Describe(static_cast<DWORD>(m_lastError)) : std::string();
 }
 
 std::int64_t RandomAccessFile::ReadAt(std::uint64_t offset, void* bytes, std::int64_t size) noexcept
@@ -89,7 +101,7 @@ std::int64_t RandomAccessFile::ReadAt(std::uint64_t offset, void* bytes, std::in
                        static_cast<DWORD>(std::min(size - done, MaxTransfer)), &count, &place) == FALSE &&
             ::GetLastError() != ERROR_HANDLE_EOF)
         {
-            m_lastError = SystemError();
+            m_lastError = static_cast<std::int32_t>(::GetLastError());
             return -1;
         }
         if (count == 0)
@@ -111,7 +123,7 @@ std::int64_t RandomAccessFile::WriteAt(std::uint64_t offset, const void* bytes, 
         if (::WriteFile(ToHandle(m_handle), static_cast<const char*>(bytes) + done,
                         static_cast<DWORD>(std::min(size - done, MaxTransfer)), &count, &place) == FALSE)
         {
-            m_lastError = SystemError();
+            m_lastError = static_cast<std::int32_t>(::GetLastError());
             return -1;
         }
         done += count;
