@@ -49,6 +49,7 @@ public:
     /// In pixels; neither side is 0.
     size_2d Size() const { return m_size; }
 
+    /// What a pixel is made of.
     PixelKind Kind() const { return m_kind; }
 
     /// Bytes from the first pixel of a row to the first pixel of the next.

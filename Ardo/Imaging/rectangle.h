@@ -9,10 +9,10 @@ namespace Ardo::Imaging
 /// first column and row beyond it.
 struct rectangle
 {
-    std::int32_t left = 0;
-    std::int32_t top = 0;
-    std::int32_t right = 0;
-    std::int32_t bottom = 0;
+    std::int32_t left = 0;   ///< First column.
+    std::int32_t top = 0;    ///< First row.
+    std::int32_t right = 0;  ///< The column behind the last.
+    std::int32_t bottom = 0; ///< The row behind the last.
 
     /// \c right - \c left in pixels; negative for a rectangle that is turned over.
     constexpr std::int64_t Width() const { return std::int64_t{right} - left; }

@@ -7,9 +7,9 @@ namespace Ardo::Imaging
 template <typename T>
 struct rgb_type
 {
-    T red{};
-    T green{};
-    T blue{};
+    T red{};   ///< Red sample.
+    T green{}; ///< Green sample.
+    T blue{};  ///< Blue sample.
 
     friend constexpr bool operator==(const rgb_type&, const rgb_type&) = default;
 };

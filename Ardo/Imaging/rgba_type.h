@@ -7,9 +7,9 @@ namespace Ardo::Imaging
 template <typename T>
 struct rgba_type
 {
-    T red{};
-    T green{};
-    T blue{};
+    T red{};   ///< Red sample.
+    T green{}; ///< Green sample.
+    T blue{};  ///< Blue sample.
     T alpha{}; ///< 0 is transparent, the type's largest value opaque; the colours are not multiplied with it.
 
     friend constexpr bool operator==(const rgba_type&, const rgba_type&) = default;

@@ -11,7 +11,7 @@ namespace Ardo::MetadataLib
 /// A value of the kind "long", which has 32 bits on every system but is told apart from an "int32".
 struct Long
 {
-    std::int32_t value = 0;
+    std::int32_t value = 0; ///< The number.
 
     bool operator==(const Long&) const = default;
 };
@@ -19,7 +19,7 @@ struct Long
 /// A value of the kind "ulong", which has 32 bits on every system but is told apart from a "uint32".
 struct ULong
 {
-    std::uint32_t value = 0;
+    std::uint32_t value = 0; ///< The number.
 
     bool operator==(const ULong&) const = default;
 };

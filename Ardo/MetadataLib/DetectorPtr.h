@@ -36,15 +36,21 @@ public:
     DetectorPtr& operator=(DetectorPtr other) noexcept;
     ~DetectorPtr();
 
+    /// The detector, owned by this holder.
     Detector& operator*() noexcept { return *m_detector; }
+    /// \copydoc operator*()
     const Detector& operator*() const noexcept { return *m_detector; }
+    /// \copydoc operator*()
     Detector* operator->() noexcept { return m_detector.get(); }
+    /// \copydoc operator*()
     const Detector* operator->() const noexcept { return m_detector.get(); }
 
     /// The detector, owned by this holder, for example for a dynamic_cast. Never null.
     Detector* get() noexcept { return m_detector.get(); }
+    /// \copydoc get()
     const Detector* get() const noexcept { return m_detector.get(); }
 
+    /// True if both detectors are of one class with equal fields.
     bool operator==(const DetectorPtr& other) const;
 
 private:

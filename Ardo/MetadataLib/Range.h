@@ -7,8 +7,8 @@ namespace Ardo::MetadataLib
 template <typename T>
 struct Range
 {
-    T begin{};
-    T end{};
+    T begin{}; ///< Where it begins.
+    T end{};   ///< Where it ends.
 
     bool operator==(const Range&) const = default;
 };

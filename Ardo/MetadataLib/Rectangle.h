@@ -10,10 +10,10 @@ namespace Ardo::MetadataLib
 template <typename T>
 struct Rectangle
 {
-    T left{};
-    T top{};
-    T right{};
-    T bottom{};
+    T left{};   ///< Left edge.
+    T top{};    ///< Upper edge.
+    T right{};  ///< Right edge.
+    T bottom{}; ///< Lower edge.
 
     bool operator==(const Rectangle&) const = default;
 };

@@ -7,8 +7,8 @@ namespace Ardo::MetadataLib
 template <typename T>
 struct Size2D
 {
-    T width{};
-    T height{};
+    T width{};  ///< Extent in x.
+    T height{}; ///< Extent in y.
 
     bool operator==(const Size2D&) const = default;
 };

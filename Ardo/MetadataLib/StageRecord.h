@@ -30,7 +30,7 @@ struct StagePositionRecord
 /// The stage and what is mounted on it. All texts are UTF-8.
 struct StageRecord
 {
-    StagePositionRecord StagePosition;
+    StagePositionRecord StagePosition;       ///< Where the stage stands.
     std::optional<std::string> HolderType;   ///< Name of the sample holder.
     std::optional<double> HolderTemperature; ///< In K.
     std::optional<std::string> SampleLoader; ///< Name of the sample loader.

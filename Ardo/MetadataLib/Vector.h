@@ -7,8 +7,8 @@ namespace Ardo::MetadataLib
 template <typename T>
 struct Vector2
 {
-    T x{};
-    T y{};
+    T x{}; ///< Component in x.
+    T y{}; ///< Component in y.
 
     bool operator==(const Vector2&) const = default;
 };
@@ -17,9 +17,9 @@ struct Vector2
 template <typename T>
 struct Vector3
 {
-    T x{};
-    T y{};
-    T z{};
+    T x{}; ///< Component in x.
+    T y{}; ///< Component in y.
+    T z{}; ///< Component in z.
 
     bool operator==(const Vector3&) const = default;
 };

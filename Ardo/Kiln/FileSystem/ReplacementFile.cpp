@@ -42,9 +42,9 @@ ReplacementFile::ReplacementFile(const fs::path& target) : m_target(FollowLinks(
     const fs::file_status status = fs::status(m_target);
     if (fs::exists(status) && !fs::is_regular_file(status))
     {
-        throw fs::filesystem_error("not a regular file", m_target,
-                                   std::make_error_code(fs::is_directory(status) ? std::errc::is_a_directory
-                                                                                 : std::errc::invalid_argument));
+        throw fs::filesystem_error(
+            "not a regular file", m_target,
+            std::make_error_code(fs::is_directory(status) ? std::errc::is_a_directory : std::errc::invalid_argument));
     }
     // A rename would replace a read-only file without a word.
     if (fs::exists(status) && (status.permissions() & fs::perms::owner_write) == fs::perms::none)

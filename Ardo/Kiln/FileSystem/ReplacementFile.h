@@ -10,8 +10,8 @@ namespace Ardo::Kiln::FileSystem
 /// A new file that takes the place of another only when it is complete.
 ///
 /// It is written under a temporary name in the target's folder. Commit flushes it and gives it the target's name in one
-/// step; without Commit the destructor removes it. A killed program or a full disk so never leaves half a file under the
-/// target's name, and the old file stays until the new one is whole.
+/// step; without Commit the destructor removes it. A killed program or a full disk so never leaves half a file under
+/// the target's name, and the old file stays until the new one is whole.
 ///
 ///     ReplacementFile file(target);
 ///     Write(file.Path());

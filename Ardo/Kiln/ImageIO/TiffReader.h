@@ -74,6 +74,7 @@ public:
     /// RGB. A file without the tag counts as 2 from 3 samples on, else as 1.
     std::uint16_t GetPhotometric() const noexcept { return m_photometric; }
 
+    /// The code of the tag SampleFormat; unsigned for a file without it.
     TiffSampleFormat GetSampleFormat() const noexcept { return m_sampleFormat; }
 
     /// Rows of a strip; at most the height.

@@ -16,6 +16,6 @@ KILN_EXPORT_FOR_TESTS std::error_code FlushToDisk(const std::filesystem::path& f
 /// one. Both must lie on one volume. On Linux the folder is flushed as well, where its file system can do that.
 /// Any thread may call it. \returns the system's reason on failure; then both files are as they were.
 KILN_EXPORT_FOR_TESTS std::error_code RenameReplacing(const std::filesystem::path& source,
-                                                  const std::filesystem::path& target) noexcept;
+                                                      const std::filesystem::path& target) noexcept;
 
 } // namespace Ardo::Kiln::Platform

@@ -14,10 +14,10 @@
 /// A 16-byte identifier as Windows lays it out: Data1 to Data3 are numbers in the machine's byte order.
 struct _GUID // NOLINT(bugprone-reserved-identifier): the name that the system gives it
 {
-    std::uint32_t Data1;
-    std::uint16_t Data2;
-    std::uint16_t Data3;
-    std::uint8_t Data4[8];
+    std::uint32_t Data1;   ///< Bytes 0 to 3.
+    std::uint16_t Data2;   ///< Bytes 4 and 5.
+    std::uint16_t Data3;   ///< Bytes 6 and 7.
+    std::uint8_t Data4[8]; ///< Bytes 8 to 15.
 };
 
 #endif

@@ -17,6 +17,7 @@ namespace Ardo::Kiln::Platform
 class KILN_EXPORT_FOR_TESTS RandomAccessFile
 {
 public:
+    /// What the file is opened for.
     enum class Access
     {
         Read,    ///< an existing file, for reading only

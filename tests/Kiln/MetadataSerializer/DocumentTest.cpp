@@ -2,10 +2,10 @@
 #include "Ardo/MetadataLib/Metadata.h"
 #include "tests/Support/FullMetadata.h"
 
+#include <boost/property_tree/detail/xml_parser_error.hpp>
 #include <boost/property_tree/exceptions.hpp>
 #include <boost/property_tree/json_parser/error.hpp>
 #include <boost/property_tree/ptree.hpp>
-#include <boost/property_tree/detail/xml_parser_error.hpp>
 #include <gmock/gmock.h>
 
 #include <fstream>
