@@ -29,17 +29,17 @@ constexpr auto DigitPairs = []
     return pairs;
 }();
 
-/// The values of the characters from '0' to 'f' as digits, or NoDigit.
+/// The value of each character as a digit, or NoDigit.
 constexpr auto DigitValues = []
 {
-    std::array<std::uint8_t, 'f' - '0' + 1> values{};
+    std::array<std::uint8_t, 256> values{};
     values.fill(NoDigit);
     for (std::uint8_t value = 0; value < 16; ++value)
     {
-        values[static_cast<std::size_t>(Digits[value] - '0')] = value;
+        values[static_cast<unsigned char>(Digits[value])] = value;
         if (value >= 10)
         {
-            values[static_cast<std::size_t>('A' - '0' + value - 10)] = value;
+            values[static_cast<unsigned char>('A' + value - 10)] = value;
         }
     }
     return values;
@@ -68,8 +68,8 @@ boost::uuids::uuid Read(const std::basic_string<Char>& text)
         bool valid = true;
         const auto valueOf = [&valid](Char digit)
         {
-            const bool inTable = digit >= '0' && digit <= 'f';
-            const std::uint8_t value = inTable ? DigitValues[static_cast<std::size_t>(digit - '0')] : NoDigit;
+            const auto code = static_cast<std::size_t>(std::char_traits<Char>::to_int_type(digit));
+            const std::uint8_t value = code < DigitValues.size() ? DigitValues[code] : NoDigit;
             valid &= value != NoDigit;
             return value;
         };
