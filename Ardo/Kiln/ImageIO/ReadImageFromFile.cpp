@@ -34,22 +34,22 @@ std::optional<PixelKind> KindOf(const TiffReader& reader)
 {
     struct Row
     {
-        std::uint16_t samples, bytes, photometric;
+        std::uint16_t samples, bits, photometric;
         TiffSampleFormat format;
         PixelKind kind;
     };
     constexpr std::uint16_t BlackIsZero = 1;
     constexpr std::uint16_t Rgb = 2;
     constexpr std::array Rows = {
-        Row{1, 1, BlackIsZero, TiffSampleFormat::UnsignedInteger, PixelKind::UInt8},
-        Row{1, 2, BlackIsZero, TiffSampleFormat::UnsignedInteger, PixelKind::UInt16},
-        Row{1, 4, BlackIsZero, TiffSampleFormat::FloatingPoint, PixelKind::Float32},
-        Row{3, 1, Rgb, TiffSampleFormat::UnsignedInteger, PixelKind::Rgb8},
-        Row{4, 1, Rgb, TiffSampleFormat::UnsignedInteger, PixelKind::Rgba8},
+        Row{1, 8, BlackIsZero, TiffSampleFormat::UnsignedInteger, PixelKind::UInt8},
+        Row{1, 16, BlackIsZero, TiffSampleFormat::UnsignedInteger, PixelKind::UInt16},
+        Row{1, 32, BlackIsZero, TiffSampleFormat::FloatingPoint, PixelKind::Float32},
+        Row{3, 8, Rgb, TiffSampleFormat::UnsignedInteger, PixelKind::Rgb8},
+        Row{4, 8, Rgb, TiffSampleFormat::UnsignedInteger, PixelKind::Rgba8},
     };
     for (const Row& row : Rows)
     {
-        if (row.samples == reader.GetSamplesPerPixel() && row.bytes == reader.GetBytesPerSample() &&
+        if (row.samples == reader.GetSamplesPerPixel() && row.bits == reader.GetBitsPerSample() &&
             row.photometric == reader.GetPhotometric() && row.format == reader.GetSampleFormat())
         {
             return row.kind;

@@ -93,7 +93,7 @@ void TiffReader::OpenAndReadFields(const std::wstring& file)
     m_file.reset();
     m_rawImageDataSize = 0;
     m_rowsPerStrip = m_width = m_height = 0;
-    m_bytesPerSample = m_samplesPerPixel = m_photometric = 0;
+    m_bitsPerSample = m_samplesPerPixel = m_photometric = 0;
     m_sampleFormat = TiffSampleFormat::UnsignedInteger;
     m_metadata = {};
 
@@ -107,12 +107,10 @@ void TiffReader::OpenAndReadFields(const std::wstring& file)
     }
 
     TIFF* const tiff = m_file->Handle();
-    std::uint16_t bitsPerSample = 0;
     std::uint16_t sampleFormat = 0;
     TIFFGetField(tiff, TIFFTAG_IMAGEWIDTH, &m_width);
     TIFFGetField(tiff, TIFFTAG_IMAGELENGTH, &m_height);
-    TIFFGetFieldDefaulted(tiff, TIFFTAG_BITSPERSAMPLE, &bitsPerSample);
-    m_bytesPerSample = bitsPerSample / 8;
+    TIFFGetFieldDefaulted(tiff, TIFFTAG_BITSPERSAMPLE, &m_bitsPerSample);
     TIFFGetFieldDefaulted(tiff, TIFFTAG_SAMPLESPERPIXEL, &m_samplesPerPixel);
     if (TIFFGetFieldDefaulted(tiff, TIFFTAG_PHOTOMETRIC, &m_photometric) != 1)
     {
@@ -145,7 +143,7 @@ std::uint64_t TiffReader::CheckedImageSize() const
     const auto refuse = [](const std::string& reason) { throw std::runtime_error(WithReason(PixelsError, reason)); };
 
     TIFF* const tiff = m_file->Handle();
-    const std::uint32_t bytesPerPixel = std::uint32_t{m_bytesPerSample} * m_samplesPerPixel;
+    const std::uint32_t bytesPerPixel = std::uint32_t{GetBytesPerSample()} * m_samplesPerPixel;
     if (m_width == 0 || m_height == 0 || m_rowsPerStrip == 0 || bytesPerPixel == 0)
     {
         refuse("no samples of whole bytes");

@@ -64,8 +64,11 @@ public:
     /// In pixels; 0 before Open().
     std::uint32_t GetImageHeight() const noexcept { return m_height; }
 
+    /// The bits of a sample.
+    std::uint16_t GetBitsPerSample() const noexcept { return m_bitsPerSample; }
+
     /// The bits of a sample divided by 8 and rounded down: 1 for 12 bits.
-    std::uint16_t GetBytesPerSample() const noexcept { return m_bytesPerSample; }
+    std::uint16_t GetBytesPerSample() const noexcept { return m_bitsPerSample / 8; }
 
     /// 1 for grey images, 3 for RGB.
     std::uint16_t GetSamplesPerPixel() const noexcept { return m_samplesPerPixel; }
@@ -110,7 +113,7 @@ private:
     std::uint32_t m_rowsPerStrip = 0;
     std::uint32_t m_width = 0;
     std::uint32_t m_height = 0;
-    std::uint16_t m_bytesPerSample = 0;
+    std::uint16_t m_bitsPerSample = 0;
     std::uint16_t m_samplesPerPixel = 0;
     std::uint16_t m_photometric = 0;
     TiffSampleFormat m_sampleFormat = TiffSampleFormat::UnsignedInteger;

@@ -123,7 +123,7 @@ TEST_F(ReadImageFromFileTest, TiffImagesComeFromTheTiffReader)
     using enum TiffBuilder::Type;
     for (const auto& file :
          {TiffBuilder(1, 1, "12345678", 64).Set(339, Short, {3}), TiffBuilder(3, 1, "abc").Set(262, Short, {0}),
-          TiffBuilder(3, 1, "abc").Set(339, Short, {2})})
+          TiffBuilder(3, 1, "abc").Set(339, Short, {2}), TiffBuilder(4, 1, "123456", 12)})
     {
         WriteFile(m_path, file.Bytes());
         EXPECT_EQ(Error(m_path), "null IRawImage2");
