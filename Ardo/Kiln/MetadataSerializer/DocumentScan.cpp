@@ -98,9 +98,14 @@ private:
         }
     }
 
-    void SkipName(std::string_view ends)
+    static bool EndsElementName(char c) { return IsSpace(c) || c == '/' || c == '>' || c == '?'; }
+
+    static bool EndsAttributeName(char c) { return EndsElementName(c) || c == '!' || c == '<' || c == '='; }
+
+    template <typename Ends>
+    void SkipName(const Ends& ends)
     {
-        while (m_at < m_text.size() && !IsSpace(Peek()) && ends.find(Peek()) == std::string_view::npos)
+        while (m_at < m_text.size() && !ends(m_text[m_at]))
         {
             ++m_at;
         }
@@ -125,7 +130,7 @@ private:
         if (rest.starts_with("</"))
         {
             m_at += 2;
-            SkipName("/>?");
+            SkipName(EndsElementName);
             SkipSpace();
             if (Peek() != '>' || m_budget.Depth() == 0)
             {
@@ -193,14 +198,13 @@ private:
     {
         m_budget.AddNode(m_at);
         ++m_at;
-        SkipName("/>?");
+        SkipName(EndsElementName);
         SkipSpace();
-        constexpr std::string_view AttributeNameEnds = "!/<=>?";
-        while (m_at < m_text.size() && AttributeNameEnds.find(Peek()) == std::string_view::npos)
+        while (m_at < m_text.size() && !EndsAttributeName(m_text[m_at]))
         {
             m_budget.AddNode(m_at);
             ++m_at;
-            SkipName(AttributeNameEnds);
+            SkipName(EndsAttributeName);
             SkipSpace();
             if (Peek() != '=')
             {
@@ -257,6 +261,25 @@ private:
     Budget<xml_parser_error> m_budget;
 };
 
+/// The quote that ends the string whose first quote is at \p begin, or the end of the text.
+std::size_t FindStringEnd(std::string_view text, std::size_t begin)
+{
+    for (std::size_t end = text.find('"', begin + 1); end != std::string_view::npos; end = text.find('"', end + 1))
+    {
+        // Backslashes are escaped by backslashes: only an odd number of them escapes the quote.
+        std::size_t first = end;
+        while (first > begin + 1 && text[first - 1] == '\\')
+        {
+            --first;
+        }
+        if ((end - first) % 2 == 0)
+        {
+            return end;
+        }
+    }
+    return text.size();
+}
+
 } // namespace
 
 void ScanXml(std::string_view text)
@@ -280,10 +303,7 @@ void ScanJson(std::string_view text)
         switch (text[at])
         {
         case '"':
-            for (++at; at < text.size() && text[at] != '"'; ++at)
-            {
-                at += text[at] == '\\' ? 1U : 0U;
-            }
+            at = FindStringEnd(text, at);
             break;
         case '{':
         case '[':

@@ -3,13 +3,13 @@
 #include "Ardo/Kiln/MetadataSerializer/DocumentScan_p.h"
 #include "Ardo/Kiln/MetadataSerializer/DocumentTree_p.h"
 #include "Ardo/Kiln/MetadataSerializer/Namespaces.h"
-#include "Ardo/Kiln/MetadataSerializer/TextStreams_p.h"
+#include "Ardo/Kiln/MetadataSerializer/TextSink_p.h"
 #include "Ardo/Kiln/MetadataSerializer/TreeCheck_p.h"
 
+#include <algorithm>
 #include <boost/property_tree/json_parser.hpp>
 #include <boost/property_tree/ptree.hpp>
 #include <boost/property_tree/xml_parser.hpp>
-#include <istream>
 #include <ostream>
 #include <string_view>
 
@@ -78,17 +78,35 @@ void ReadXml(std::string_view text, ptree& document)
         text.remove_suffix(1);
     }
     ScanXml(text);
-    TextSource source(text);
-    std::istream stream(&source);
-    boost::property_tree::read_xml(stream, document, 0);
+    // What read_xml does with flags 0, but without a stream that hands the text over byte by byte.
+    namespace rapidxml = boost::property_tree::detail::rapidxml;
+    std::string buffer(text);
+    try
+    {
+        rapidxml::xml_document<char> parsed;
+        parsed.parse<rapidxml::parse_comment_nodes>(buffer.data());
+        for (auto* node = parsed.first_node(); node != nullptr; node = node->next_sibling())
+        {
+            boost::property_tree::xml_parser::read_xml_node(node, document, 0);
+        }
+    }
+    catch (rapidxml::parse_error& error)
+    {
+        const auto line = std::count(buffer.data(), error.where<char>(), '\n') + 1;
+        BOOST_PROPERTY_TREE_THROW(
+            boost::property_tree::xml_parser_error(error.what(), std::string(), static_cast<unsigned long>(line)));
+    }
 }
 
 void ReadJson(std::string_view text, ptree& document)
 {
+    namespace detail = boost::property_tree::json_parser::detail;
     ScanJson(text);
-    TextSource source(text);
-    std::istream stream(&source);
-    boost::property_tree::read_json(stream, document);
+    // What read_json does, but from the text itself: through a stream the parser takes half as long again.
+    detail::standard_callbacks<ptree> callbacks;
+    detail::encoding<char> encoding;
+    detail::read_json_internal(text.data(), text.data() + text.size(), encoding, callbacks, std::string());
+    document.swap(callbacks.output());
 }
 
 } // namespace

@@ -43,7 +43,7 @@ public:
     /// boost::property_tree::ptree_bad_data, with the place in its text, if a text cannot be represented: it is
     ///         not UTF-8, or, in XML, holds a control character or another one that XML 1.0 excludes, or the name of an
     ///         element is no XML name.
-    /// \throws boost::property_tree::json_parser_error if a node has both text and children in JSON.
+    /// \throws boost::property_tree::json_parser::json_parser_error if a node has both text and children in JSON.
     /// \throws what Serialize throws.
     std::string SerializeToString(SerializeType type) const;
 
@@ -51,7 +51,7 @@ public:
     ///
     /// Entities other than the five predefined ones and character references are not expanded, comments are skipped.
     /// Of elements that should be there once, the first one counts.
-    /// \throws boost::property_tree::xml_parser_error or boost::property_tree::json_parser_error, with message and
+    /// \throws boost::property_tree::xml_parser::xml_parser_error or json_parser::json_parser_error, with message and
     /// line,
     ///         if the text is not well-formed, not UTF-8, holds a character that XML excludes, is nested deeper than
     ///         MaxDepth or has more than MaxNodeCount nodes; the object stays as it was.

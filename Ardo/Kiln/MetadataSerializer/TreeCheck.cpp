@@ -3,6 +3,8 @@
 #include "Ardo/Kiln/MetadataSerializer/DocumentTree_p.h"
 #include "Ardo/Kiln/MetadataSerializer/XmlCharacters_p.h"
 
+#include <algorithm>
+#include <array>
 #include <boost/property_tree/ptree.hpp>
 #include <string_view>
 
@@ -61,11 +63,13 @@ void CheckText(const std::string& text, const Place* place, TextRule rule)
 bool ReplaceWhiteSpace(std::string& text, bool attribute)
 {
     bool replaced = false;
-    const std::string_view changed = attribute ? "\t\n\r" : "\r";
-    for (std::size_t at = text.find_first_of(changed); at != std::string::npos; at = text.find_first_of(changed, at))
+    for (char& c : text)
     {
-        text[at] = text[at] == '\t' ? TabStandIn : text[at] == '\n' ? LineFeedStandIn : CarriageReturnStandIn;
-        replaced = true;
+        if (c == '\r' || (attribute && (c == '\t' || c == '\n')))
+        {
+            c = c == '\t' ? TabStandIn : c == '\n' ? LineFeedStandIn : CarriageReturnStandIn;
+            replaced = true;
+        }
     }
     return replaced;
 }
@@ -112,25 +116,21 @@ bool PrepareForXml(Tree& tree)
 
 std::string RestoreWhiteSpace(const std::string& document)
 {
+    constexpr std::string_view StandIns{"\x01\x02\x03"};
+    constexpr std::array<std::string_view, 3> References{"&#9;", "&#10;", "&#13;"};
     std::string result;
     result.reserve(document.size() + document.size() / 16);
-    for (const char c : document)
+    const char* begin = document.data();
+    const char* const end = begin + document.size();
+    const auto isStandIn = [&](char c) { return c > 0 && c <= CarriageReturnStandIn; };
+    for (const char* found = std::find_if(begin, end, isStandIn); found != end;
+         found = std::find_if(begin, end, isStandIn))
     {
-        switch (c)
-        {
-        case TabStandIn:
-            result += "&#9;";
-            break;
-        case LineFeedStandIn:
-            result += "&#10;";
-            break;
-        case CarriageReturnStandIn:
-            result += "&#13;";
-            break;
-        default:
-            result += c;
-        }
+        result.append(begin, found);
+        result += References[StandIns.find(*found)];
+        begin = found + 1;
     }
+    result.append(begin, end);
     return result;
 }
 

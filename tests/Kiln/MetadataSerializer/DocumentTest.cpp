@@ -8,9 +8,10 @@
 #include <boost/property_tree/ptree.hpp>
 #include <gmock/gmock.h>
 
+#include <cmath>
 #include <fstream>
-#include <functional>
 #include <iterator>
+#include <limits>
 #include <string>
 
 namespace Ardo::Kiln::MetadataSerializer
@@ -61,6 +62,108 @@ TEST(DocumentTest, DocumentsAreThoseOnFileToTheByteAndReadBackEqual)
             EXPECT_EQ(Read(text, type), metadata);
         }
     }
+}
+
+TEST(DocumentTest, AnyTextComesBackFromEitherSyntaxAndAlsoFromStandardReaders)
+{
+    for (const char* text : {"",    " ",        "   ",           "\n",           "\r",         "\t \n",    "a\r\nb",
+                             " a ", "\"'&<>",   "]]>",           "&amp;",        "&#65;",      "<b>x</b>", "\\u0041",
+                             "/",   "<!-- -->", "e\u0301\u0302", "\xEF\xBB\xBF", "\U0001F52C", "\x7F"})
+    {
+        Metadata metadata = Support::MinimalMetadata();
+        metadata.Core.Comment = text;
+        metadata.BinaryResult.PixelSize = MetadataLib::PixelSizeRecord{{1.0, text, 0}, {2.0, std::nullopt, {}}};
+        metadata.CustomProperties[text] = text;
+        for (const SerializeType type : BothTypes)
+        {
+            EXPECT_EQ(Read(Write(metadata, type), type), metadata) << text;
+        }
+    }
+    Metadata metadata = Support::MinimalMetadata();
+    metadata.Core.Comment = "a\tb\r\nc";
+    metadata.CustomProperties["\t\r\n"] = 1;
+    const std::string xml = Write(metadata, SerializeType::Xml);
+    EXPECT_THAT(xml, testing::HasSubstr("<Comment>a\tb&#13;\nc</Comment>"));
+    EXPECT_THAT(xml, testing::HasSubstr("name=\"&#9;&#13;&#10;\""));
+}
+
+TEST(DocumentTest, TextThatADocumentCannotHoldIsRefusedWithItsPlace)
+{
+    const struct
+    {
+        std::string text;
+        const char* message; ///< Empty where JSON can hold the text.
+        bool json;
+    } rows[] = {
+        {"a\x01", "\"Metadata.Core.Comment\" holds the character U+0001, which XML cannot hold", true},
+        {std::string("a\0b", 3), "\"Metadata.Core.Comment\" holds the character U+0000, which XML cannot hold", true},
+        {"\uFFFE", "\"Metadata.Core.Comment\" holds the character U+FFFE, which XML cannot hold", true},
+        {"\xC3", "\"Metadata.Core.Comment\" holds bytes that are not UTF-8", false},
+        {"\xED\xA0\x80", "\"Metadata.Core.Comment\" holds bytes that are not UTF-8", false},
+        {"\xC0\xAF", "\"Metadata.Core.Comment\" holds bytes that are not UTF-8", false},
+    };
+    for (const auto& [text, message, json] : rows)
+    {
+        Metadata metadata = Support::MinimalMetadata();
+        metadata.Core.Comment = text;
+        for (const SerializeType type : BothTypes)
+        {
+            if (type == SerializeType::Json && json)
+            {
+                EXPECT_EQ(Read(Write(metadata, type), type), metadata);
+                continue;
+            }
+            try
+            {
+                Write(metadata, type);
+                ADD_FAILURE() << message;
+            }
+            catch (const boost::property_tree::ptree_bad_data& error)
+            {
+                EXPECT_STREQ(error.what(), message);
+            }
+        }
+    }
+}
+
+TEST(DocumentTest, NumbersThatAreNotFiniteAreWrittenAndReadBack)
+{
+    constexpr double Infinity = std::numeric_limits<double>::infinity();
+    for (const SerializeType type : BothTypes)
+    {
+        Metadata metadata = Support::MinimalMetadata();
+        metadata.Optics.Focus = Infinity;
+        metadata.Optics.Defocus = -Infinity;
+        metadata.Optics.BeamCurrent = std::numeric_limits<double>::quiet_NaN();
+        metadata.CustomProperties["f"] = std::numeric_limits<float>::denorm_min();
+        const Metadata copy = Read(Write(metadata, type), type);
+        EXPECT_EQ(copy.Optics.Focus, Infinity);
+        EXPECT_EQ(copy.Optics.Defocus, -Infinity);
+        EXPECT_TRUE(std::isnan(copy.Optics.BeamCurrent.value()));
+        EXPECT_EQ(copy.CustomProperties, metadata.CustomProperties);
+    }
+}
+
+TEST(DocumentTest, AnotherSerializableKeepsItsOwnRootAttributesAndIsChecked)
+{
+    struct Other : Serializable
+    {
+        boost::property_tree::ptree tree;
+        boost::property_tree::ptree Serialize(SerializeType) const override { return tree; }
+        void Deserialize(const boost::property_tree::ptree& read, SerializeType) override { tree = read; }
+    };
+    Other other;
+    other.tree.put("a", "1");
+    other.tree.put("<xmlattr>.own", "x");
+    EXPECT_THAT(other.SerializeToString(SerializeType::Json),
+                testing::StartsWith("{\n    \"Metadata\": {\n        \"<xmlattr>\": {\n            \"own\": \"x\",\n"
+                                    "            \"xmlns:nil\": "));
+    EXPECT_THAT(other.SerializeToString(SerializeType::Xml), testing::HasSubstr("<Metadata own=\"x\" xmlns:nil="));
+
+    other.tree.put("no name", "2");
+    EXPECT_THROW(other.SerializeToString(SerializeType::Xml), boost::property_tree::ptree_bad_data);
+    other.tree.put("a.b", "3"); // a node with text and children
+    EXPECT_THROW(other.SerializeToString(SerializeType::Json), boost::property_tree::json_parser::json_parser_error);
 }
 
 } // namespace Ardo::Kiln::MetadataSerializer

@@ -3,21 +3,9 @@
 #include <ios>
 #include <streambuf>
 #include <string>
-#include <string_view>
 
 namespace Ardo::Kiln::MetadataSerializer
 {
-
-/// Reads a text where it stands. The text has to outlive the buffer.
-class TextSource : public std::streambuf
-{
-public:
-    explicit TextSource(std::string_view text)
-    {
-        char* const begin = const_cast<char*>(text.data()); // the base class never writes to its get area
-        setg(begin, begin, begin + text.size());
-    }
-};
 
 /// Appends what is written to a text, which has to outlive the buffer.
 class TextSink : public std::streambuf
