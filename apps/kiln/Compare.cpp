@@ -1,0 +1,169 @@
+#include "apps/kiln/Commands.h"
+#include "apps/kiln/Failure.h"
+#include "apps/kiln/Image.h"
+#include "apps/kiln/Record.h"
+
+#include "Ardo/Kiln/MetadataSerializer/Record.h"
+
+#include <boost/property_tree/ptree.hpp>
+
+#include <cstring>
+#include <map>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace Ardo::Kiln::Tool
+{
+
+namespace
+{
+
+constexpr std::size_t MaximumDifferences = 20;
+
+/// Collects what differs and prints it in the end, so that a file that differs everywhere does not flood the screen.
+class Differences
+{
+public:
+    void Add(std::string text)
+    {
+        if (++m_count <= MaximumDifferences)
+        {
+            m_text += "different: " + text + "\n";
+        }
+    }
+
+    bool IsEmpty() const { return m_count == 0; }
+
+    std::string Text() const
+    {
+        const std::size_t rest = m_count > MaximumDifferences ? m_count - MaximumDifferences : 0;
+        return rest == 0 ? m_text : m_text + "and " + std::to_string(rest) + " more\n";
+    }
+
+private:
+    std::size_t m_count = 0;
+    std::string m_text;
+};
+
+/// A record as paths and texts. Children of one name are numbered, so that lists keep their order.
+using Fields = std::vector<std::pair<std::string, std::string>>;
+
+void Flatten(const boost::property_tree::ptree& tree, const std::string& path, Fields& fields)
+{
+    if (tree.empty())
+    {
+        fields.emplace_back(path, tree.data());
+        return;
+    }
+    std::map<std::string, std::size_t> seen;
+    for (const auto& [name, child] : tree)
+    {
+        const std::size_t number = ++seen[name];
+        Flatten(child, path + "/" + name + (tree.count(name) > 1 ? "[" + std::to_string(number) + "]" : ""), fields);
+    }
+}
+
+Fields FieldsOf(MetadataLib::Metadata& metadata)
+{
+    Fields fields;
+    Flatten(MetadataSerializer::Record(metadata).Serialize(MetadataSerializer::SerializeType::Json), "", fields);
+    return fields;
+}
+
+std::size_t CompareRecords(MetadataLib::Metadata& first, MetadataLib::Metadata& second, bool allowAdditions,
+                           Differences& differences)
+{
+    const Fields expected = FieldsOf(first);
+    std::map<std::string, std::string> rest;
+    for (auto& [path, text] : FieldsOf(second))
+    {
+        rest.emplace(path, std::move(text));
+    }
+    for (const auto& [path, text] : expected)
+    {
+        const auto other = rest.find(path);
+        if (other == rest.end())
+        {
+            differences.Add(path + ": " + Printable(text) + " | (missing)");
+            continue;
+        }
+        if (other->second != text)
+        {
+            differences.Add(path + ": " + Printable(text) + " | " + Printable(other->second));
+        }
+        rest.erase(other);
+    }
+    if (!allowAdditions)
+    {
+        for (const auto& [path, text] : rest)
+        {
+            differences.Add(path + ": (missing) | " + Printable(text));
+        }
+    }
+    return expected.size();
+}
+
+void ComparePixels(const Imaging::const_raw_image& first, const Imaging::const_raw_image& second,
+                   Differences& differences)
+{
+    if (first.Size() != second.Size() || first.Kind() != second.Kind())
+    {
+        differences.Add("image: " + Describe(first) + " | " + Describe(second));
+        return;
+    }
+    const std::size_t pixelSize = BytesPerPixel(first.Kind());
+    for (std::uint32_t y = 0; y < first.Size().height; ++y)
+    {
+        const auto* one = static_cast<const unsigned char*>(first.Row(y));
+        const auto* other = static_cast<const unsigned char*>(second.Row(y));
+        if (std::memcmp(one, other, first.RowSize()) == 0)
+        {
+            continue;
+        }
+        for (std::uint32_t x = 0; x < first.Size().width; ++x)
+        {
+            if (std::memcmp(one + x * pixelSize, other + x * pixelSize, pixelSize) != 0)
+            {
+                differences.Add("pixel " + std::to_string(x) + ", " + std::to_string(y));
+            }
+        }
+    }
+}
+
+} // namespace
+
+bool Compare(const std::string& first, const std::string& second, bool allowAdditions)
+{
+    const InputFile firstFile(first);
+    const InputFile secondFile(second);
+    const auto isImage = [](const InputFile& file)
+    {
+        const FileKind kind = KindOf(file);
+        return kind == FileKind::Tiff || kind == FileKind::Other;
+    };
+
+    Differences differences;
+    std::string compared;
+    if (isImage(firstFile) && isImage(secondFile))
+    {
+        const auto image = ReadImage(firstFile, first);
+        ComparePixels(*image, *ReadImage(secondFile, second), differences);
+        compared = std::to_string(std::uint64_t{image->Size().width} * image->Size().height) + " pixels";
+    }
+    auto firstRecord = ReadRecord(firstFile, first);
+    auto secondRecord = ReadRecord(secondFile, second);
+    if (firstRecord && secondRecord)
+    {
+        const std::size_t count = CompareRecords(*firstRecord, *secondRecord, allowAdditions, differences);
+        compared += (compared.empty() ? "" : ", ") + std::to_string(count) + " fields";
+    }
+    if (compared.empty())
+    {
+        throw Failure("nothing to compare: " + first + " and " + second + " are neither two images nor two records");
+    }
+    Print(differences.IsEmpty() ? "equal: " + compared + "\n" : differences.Text());
+    return differences.IsEmpty();
+}
+
+} // namespace Ardo::Kiln::Tool

@@ -1,0 +1,22 @@
+#pragma once
+
+#include <stdexcept>
+
+namespace Ardo::Kiln::Tool
+{
+
+/// Why a command did not do what it was asked for: exit status 1, the text on standard error.
+class Failure : public std::runtime_error
+{
+public:
+    using std::runtime_error::runtime_error;
+};
+
+/// A command line that cannot mean anything: exit status 2, the text on standard error.
+class UsageError : public std::runtime_error
+{
+public:
+    using std::runtime_error::runtime_error;
+};
+
+} // namespace Ardo::Kiln::Tool

@@ -1,0 +1,265 @@
+#include "apps/kiln/Commands.h"
+#include "apps/kiln/Failure.h"
+#include "apps/kiln/Image.h"
+#include "apps/kiln/Record.h"
+
+#include "Ardo/Kiln/FileSystem/ReplacementFile.h"
+#include "Ardo/Kiln/ImageIO/TiffExporter.h"
+#include "Ardo/Kiln/Types/Guid.h"
+
+#include <algorithm>
+#include <charconv>
+#include <chrono>
+#include <cmath>
+#include <cstring>
+#include <limits>
+#include <memory>
+#include <optional>
+#include <vector>
+
+namespace Ardo::Kiln::Tool
+{
+
+namespace
+{
+
+using Imaging::const_raw_image;
+using Imaging::PixelKind;
+using MetadataLib::Metadata;
+
+double ParseMetres(const std::string& text)
+{
+    double value = 0.0;
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
+    if (error != std::errc() || end != text.data() + text.size() || !std::isfinite(value) || value <= 0.0)
+    {
+        throw UsageError("--pixel-size: '" + Printable(text) + "' is no positive number of metres, such as 107e-9");
+    }
+    return value;
+}
+
+/// What the grey values of an image are like.
+struct Statistics
+{
+    double minimum = std::numeric_limits<double>::infinity();
+    double maximum = -std::numeric_limits<double>::infinity();
+    double mean = 0.0;
+    double standardDeviation = 0.0;
+};
+
+template <typename Sample>
+std::optional<Statistics> MeasureSamples(const const_raw_image& image)
+{
+    // Welford's method: one pass, no cancellation between large sums.
+    Statistics result;
+    double squares = 0.0;
+    double count = 0.0;
+    for (std::uint32_t y = 0; y < image.Size().height; ++y)
+    {
+        const auto* row = static_cast<const unsigned char*>(image.Row(y));
+        for (std::uint32_t x = 0; x < image.Size().width; ++x)
+        {
+            Sample sample;
+            std::memcpy(&sample, row + x * sizeof(Sample), sizeof(Sample));
+            const auto value = static_cast<double>(sample);
+            if (!std::isfinite(value))
+            {
+                continue;
+            }
+            result.minimum = std::min(result.minimum, value);
+            result.maximum = std::max(result.maximum, value);
+            const double distance = value - result.mean;
+            result.mean += distance / ++count;
+            squares += distance * (value - result.mean);
+        }
+    }
+    if (count == 0.0)
+    {
+        return std::nullopt;
+    }
+    result.standardDeviation = std::sqrt(squares / count);
+    return result;
+}
+
+std::optional<Statistics> Measure(const const_raw_image& image)
+{
+    switch (image.Kind())
+    {
+    case PixelKind::UInt8:
+        return MeasureSamples<std::uint8_t>(image);
+    case PixelKind::UInt16:
+        return MeasureSamples<std::uint16_t>(image);
+    case PixelKind::Float32:
+        return MeasureSamples<float>(image);
+    case PixelKind::Rgb8:
+    case PixelKind::Rgba8:
+        break;
+    }
+    return std::nullopt; // colours have no single value
+}
+
+MetadataLib::TimePoint Now()
+{
+    return std::chrono::floor<MetadataLib::TimePoint::duration>(std::chrono::system_clock::now());
+}
+
+/// The record for an image that came without one.
+Metadata NewRecord()
+{
+    Metadata metadata;
+    std::ranges::copy(Types::Guid::Generate().ConvertToBoostUuid(), metadata.Core.Guid.bytes.begin());
+    metadata.Core.ApplicationSoftware = "kiln";
+    metadata.Core.ApplicationSoftwareVersion = KILN_VERSION;
+    metadata.Acquisition.AcquisitionDatetime = Now();
+    return metadata;
+}
+
+/// Sets \p field unless the record has it.
+template <typename T, typename Value>
+void Complete(std::optional<T>& field, const Value& value)
+{
+    if (!field)
+    {
+        field = value;
+    }
+}
+
+/// Adds what the image tells and the record leaves open. A record that belongs to an image of another size is refused.
+void DescribeImage(Metadata& metadata, const const_raw_image& image, const ImportOptions& options)
+{
+    auto& result = metadata.BinaryResult;
+    const auto width = static_cast<double>(image.Size().width);
+    const auto height = static_cast<double>(image.Size().height);
+    if (result.ImageSize && (*result.ImageSize != MetadataLib::Size2D<double>{width, height}))
+    {
+        throw Failure(options.metadata + ": the record is that of an image of another size; " + options.image +
+                      " has " + Describe(image));
+    }
+    result.ImageSize = MetadataLib::Size2D<double>{width, height};
+    Complete(result.BitsPerPixel, static_cast<int>(BytesPerPixel(image.Kind()) * 8));
+    if (const auto statistics = Measure(image))
+    {
+        Complete(result.PixelValueMinimum, statistics->minimum);
+        Complete(result.PixelValueMaximum, statistics->maximum);
+        Complete(result.PixelValueMean, statistics->mean);
+        Complete(result.PixelValueStandardDeviation, statistics->standardDeviation);
+    }
+    if (!options.pixelSize.empty())
+    {
+        const double metres = ParseMetres(options.pixelSize);
+        const MetadataLib::Quantity side{metres, "m", std::nullopt};
+        result.PixelSize = MetadataLib::PixelSizeRecord{side, side};
+    }
+
+    if (options.output != StandardStream)
+    {
+        const std::u8string name = ToPath(options.output).filename().u8string();
+        Complete(metadata.Core.FileName, std::string(name.begin(), name.end()));
+    }
+    Complete(metadata.Core.FileDatetime, Now());
+}
+
+/// The rows of an image without anything between them, as the exporter takes grey images.
+class PackedPixels
+{
+public:
+    explicit PackedPixels(const const_raw_image& image) : m_pixels(image.Row(0))
+    {
+        if (image.Stride() != image.RowSize())
+        {
+            m_copy.resize(image.RowSize() * image.Size().height);
+            for (std::uint32_t y = 0; y < image.Size().height; ++y)
+            {
+                std::memcpy(m_copy.data() + y * image.RowSize(), image.Row(y), image.RowSize());
+            }
+            m_pixels = m_copy.data();
+        }
+    }
+
+    const void* Get() const { return m_pixels; }
+
+private:
+    const void* m_pixels;
+    std::vector<unsigned char> m_copy; ///< Empty when the image has no gaps.
+};
+
+void Write(const std::filesystem::path& path, const const_raw_image& image, const Metadata& metadata)
+{
+    const PackedPixels packed(image);
+    const void* pixels = packed.Get();
+    const auto [width, height] = image.Size();
+    const std::wstring file = ToWide(path);
+
+    ImageIO::TiffExporter exporter;
+    switch (image.Kind())
+    {
+    case PixelKind::UInt8:
+        exporter.WriteUInt8Image(file, static_cast<const std::uint8_t*>(pixels), width, height, &metadata);
+        break;
+    case PixelKind::UInt16:
+        exporter.WriteUInt16Image(file, static_cast<const std::uint16_t*>(pixels), width, height, &metadata);
+        break;
+    case PixelKind::Float32:
+        exporter.WriteFloatImage(file, static_cast<const float*>(pixels), width, height, &metadata);
+        break;
+    case PixelKind::Rgb8:
+        exporter.WriteRgbImage(file, static_cast<const Imaging::rgb_type<unsigned char>*>(pixels), width, height, 0,
+                               &metadata);
+        break;
+    case PixelKind::Rgba8:
+        exporter.WriteRgbaImage(file, static_cast<const Imaging::rgba_type<unsigned char>*>(pixels), width, height, 0,
+                                &metadata);
+        break;
+    }
+}
+
+} // namespace
+
+void Import(const ImportOptions& options)
+{
+    if (!options.pixelSize.empty())
+    {
+        static_cast<void>(
+            ParseMetres(options.pixelSize)); // before anything is read: a wrong command line fails at once
+    }
+
+    const InputFile input(options.image);
+    const auto image = ReadImage(input, options.image);
+    Metadata metadata;
+    if (options.metadata.empty())
+    {
+        metadata = NewRecord();
+    }
+    else if (auto record = ReadRecord(InputFile(options.metadata), options.metadata))
+    {
+        metadata = *std::move(record);
+    }
+    else
+    {
+        throw Failure(options.metadata + ": holds no record");
+    }
+    DescribeImage(metadata, *image, options);
+
+    if (options.output == StandardStream)
+    {
+        // A TIFF is not written from front to back, so it goes through a file.
+        const std::filesystem::path spool =
+            std::filesystem::temp_directory_path() / ("kiln-" + Types::Guid::Generate().ToString() + ".tif");
+        FileSystem::ReplacementFile file(spool); // never committed: the destructor removes it
+        Write(file.Path(), *image, metadata);
+        PrintFile(file.Path());
+        return;
+    }
+    try
+    {
+        FileSystem::ReplacementFile file(ToPath(options.output));
+        Write(file.Path(), *image, metadata);
+        file.Commit();
+    }
+    catch (const std::exception& error)
+    {
+        throw Failure(options.output + ": " + error.what());
+    }
+}
+
+} // namespace Ardo::Kiln::Tool

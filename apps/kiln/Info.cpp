@@ -1,0 +1,288 @@
+#include "apps/kiln/Commands.h"
+#include "apps/kiln/Failure.h"
+#include "apps/kiln/QuantityText.h"
+#include "apps/kiln/Record.h"
+
+#include "Ardo/Kiln/ImageIO/TiffReader.h"
+#include "Ardo/Kiln/Time/IsoString.h"
+
+#include <charconv>
+#include <cmath>
+#include <iostream>
+#include <limits>
+
+namespace Ardo::Kiln::Tool
+{
+
+namespace
+{
+
+using MetadataLib::Metadata;
+
+constexpr double NotGiven = std::numeric_limits<double>::quiet_NaN();
+
+/// The lines of the report: a title column and what belongs to it. A title is printed once for its lines.
+class Report
+{
+public:
+    void Section(const char* title) { m_title = title; }
+
+    void Line(const std::string& text)
+    {
+        std::string title = std::exchange(m_title, "");
+        title.resize(16, ' ');
+        m_text += title + Printable(text) + "\n";
+    }
+
+    /// Parts that are not empty, with commas between.
+    void Line(std::initializer_list<std::string> parts)
+    {
+        std::string line;
+        for (const std::string& part : parts)
+        {
+            line += (line.empty() || part.empty() ? "" : ", ") + part;
+        }
+        if (!line.empty())
+        {
+            Line(line);
+        }
+    }
+
+    const std::string& Text() const { return m_text; }
+
+private:
+    std::string m_title;
+    std::string m_text;
+};
+
+std::string Text(const std::optional<std::string>& text)
+{
+    return text.value_or("");
+}
+
+/// "name value unit", or nothing when the value is not given.
+std::string Named(const std::string& name, const std::optional<double>& value, std::string_view unit)
+{
+    return value ? name + " " + QuantityText(*value, unit) : "";
+}
+
+std::string Named(const std::string& name, const std::string& text)
+{
+    return text.empty() ? "" : name + " " + text;
+}
+
+std::string Switch(const std::optional<bool>& state, const char* on, const char* off)
+{
+    return !state ? "" : *state ? on : off;
+}
+
+/// The number behind a quantity in its unit without prefix.
+double Plain(const MetadataLib::Quantity& quantity)
+{
+    return quantity.Value * std::pow(10.0, quantity.UnitPrefixPower.value_or(0));
+}
+
+std::string Area(double x, double y, std::string_view unitX, std::string_view unitY)
+{
+    return QuantityText(x, unitX) + " x " + QuantityText(y, unitY);
+}
+
+std::string KindText(const ImageIO::TiffReader& reader)
+{
+    const bool isFloat = reader.GetSampleFormat() == ImageIO::TiffSampleFormat::FloatingPoint;
+    std::string kind = std::to_string(reader.GetBitsPerSample()) + " bit" + (isFloat ? " float" : "");
+    switch (reader.GetSamplesPerPixel())
+    {
+    case 1:
+        return kind;
+    case 3:
+        return "RGB, " + kind + " a sample";
+    case 4:
+        return "RGBA, " + kind + " a sample";
+    default:
+        return std::to_string(reader.GetSamplesPerPixel()) + " samples a pixel, " + kind + " a sample";
+    }
+}
+
+void DescribeImage(Report& report, const ImageIO::TiffReader& reader)
+{
+    report.Section("Image");
+    report.Line(std::to_string(reader.GetImageWidth()) + " x " + std::to_string(reader.GetImageHeight()) + " pixels, " +
+                KindText(reader));
+    report.Line(std::to_string(reader.GetStripCount()) + (reader.GetStripCount() == 1 ? " strip of " : " strips of ") +
+                std::to_string(reader.GetRowsPerStrip()) + " rows");
+}
+
+void DescribePixels(Report& report, const ImageIO::TiffReader& reader, const Metadata& metadata)
+{
+    const auto& result = metadata.BinaryResult;
+    report.Section("Pixel size");
+    if (!result.PixelSize)
+    {
+        report.Line("-");
+    }
+    else
+    {
+        const double x = Plain(result.PixelSize->X);
+        const double y = Plain(result.PixelSize->Y);
+        const std::string unitX = Text(result.PixelSize->X.Unit);
+        const std::string unitY = Text(result.PixelSize->Y.Unit);
+        report.Line(Area(x, y, unitX, unitY));
+        report.Section("Field of view");
+        report.Line(Area(x * reader.GetImageWidth(), y * reader.GetImageHeight(), unitX, unitY));
+    }
+    if (result.PixelValueMinimum || result.PixelValueMaximum)
+    {
+        report.Section("Grey values");
+        report.Line({QuantityText(result.PixelValueMinimum.value_or(NotGiven), "") + " to " +
+                         QuantityText(result.PixelValueMaximum.value_or(NotGiven), ""),
+                     Named("mean", result.PixelValueMean, ""),
+                     Named("standard deviation", result.PixelValueStandardDeviation, "")});
+    }
+}
+
+void DescribeOrigin(Report& report, const Metadata& metadata)
+{
+    report.Section("Acquired");
+    report.Line({Time::ToUtcTimeISOString(metadata.Acquisition.AcquisitionDatetime),
+                 Named("by", Text(metadata.Core.UserID)), Text(metadata.Acquisition.BeamType)});
+    report.Section("Comment");
+    report.Line({Text(metadata.Core.Comment)});
+    report.Section("Software");
+    report.Line({Text(metadata.Core.ApplicationSoftware) + " " + Text(metadata.Core.ApplicationSoftwareVersion),
+                 Named("on", Text(metadata.Core.ApplicationComputerName))});
+    report.Section("Instrument");
+    report.Line({metadata.Instrument.Manufacturer, Text(metadata.Instrument.InstrumentModel),
+                 Named("id", metadata.Instrument.InstrumentID)});
+    report.Section("Sample");
+    report.Line({Text(metadata.Sample.SampleID), Text(metadata.Sample.SampleDescription),
+                 Named("region", Text(metadata.Sample.RegionOfInterestID))});
+}
+
+void DescribeColumn(Report& report, const Metadata& metadata)
+{
+    const auto& optics = metadata.Optics;
+    const char* mode = optics.OperatingMode == MetadataLib::OpticsOperatingMode::TEM    ? "TEM"
+                       : optics.OperatingMode == MetadataLib::OpticsOperatingMode::STEM ? "STEM"
+                                                                                        : "";
+    report.Section("Optics");
+    report.Line({mode, Named("acceleration", optics.AccelerationVoltage, "V"),
+                 Named("magnification", optics.NominalMagnification, "x"),
+                 Named("camera length", optics.CameraLength, "m")});
+    report.Line({Named("defocus", optics.Defocus, "m"), Named("beam current", optics.BeamCurrent, "A"),
+                 Named("convergence", optics.BeamConvergence, "rad"), Named("spot", optics.SpotSize, "m")});
+    for (const auto& aperture : optics.Apertures)
+    {
+        report.Line({Named("aperture", Text(aperture.Name)), aperture.Type, Named("diameter", aperture.Diameter, "m")});
+    }
+    report.Section("Energy filter");
+    report.Line({Named("slit", metadata.EnergyFilterSettings.EnergySelectionSlitWidth, "eV") +
+                     Switch(metadata.EnergyFilterSettings.EnergySelectionSlitInserted, " inserted", " retracted"),
+                 Named("shift", metadata.EnergyFilterSettings.EnergyShift, "eV")});
+    const auto& vacuum = metadata.VacuumProperties;
+    report.Section("Vacuum");
+    report.Line({vacuum.VacuumMode, Named("sample", vacuum.SamplePressure, "Pa"),
+                 Named("column", vacuum.ElectronColumnPressure, "Pa"),
+                 Named("projection chamber", vacuum.ProjectionChamberPressure, "Pa")});
+    report.Section("Gas injection");
+    for (const auto& system : metadata.GasInjectionSystems)
+    {
+        std::string gases;
+        for (const auto& gas : system.Gases)
+        {
+            gases += (gases.empty() ? "" : " ") + gas.GasType;
+        }
+        report.Line({Text(system.PortName), gases, Switch(system.GasFlowOn, "flowing", "closed"),
+                     Switch(system.HeaterOn, "heater on", "heater off")});
+    }
+}
+
+void DescribeStageAndScan(Report& report, const Metadata& metadata)
+{
+    const auto& stage = metadata.StageSettings;
+    const auto& position = stage.StagePosition;
+    report.Section("Stage");
+    report.Line({Named("x", position.X, "m"), Named("y", position.Y, "m"), Named("z", position.Z, "m"),
+                 Named("rotation", position.Rotation, "rad"), Named("alpha", position.Tilt.Alpha, "rad"),
+                 Named("beta", position.Tilt.Beta, "rad")});
+    report.Line({Text(stage.HolderType), Named("temperature", stage.HolderTemperature, "K")});
+    const auto& scan = metadata.ScanSettings;
+    if (scan.ScanSize.width > 0)
+    {
+        report.Section("Scan");
+        report.Line({std::to_string(scan.ScanSize.width) + " x " + std::to_string(scan.ScanSize.height),
+                     Named("dwell time", scan.DwellTime, "s"), Named("frame time", scan.FrameTime, "s"),
+                     Named("rotation", scan.ScanRotation, "rad")});
+    }
+}
+
+void DescribeDetectors(Report& report, const Metadata& metadata)
+{
+    report.Section("Detectors");
+    for (const auto& detector : metadata.Detectors)
+    {
+        std::string detail;
+        if (const auto* imaging = dynamic_cast<const MetadataLib::ImagingDetector*>(detector.get()))
+        {
+            detail = Named("exposure", imaging->ExposureTime, "s");
+        }
+        else if (const auto* scanning = dynamic_cast<const MetadataLib::ScanningDetector*>(detector.get());
+                 scanning != nullptr && scanning->CollectionAngleRange)
+        {
+            detail = QuantityText(scanning->CollectionAngleRange->begin, "rad") + " to " +
+                     QuantityText(scanning->CollectionAngleRange->end, "rad");
+        }
+        report.Line({detector->DetectorName, Text(detector->DetectorType), detail,
+                     Switch(detector->Inserted, "inserted", "retracted")});
+    }
+    if (!metadata.CustomProperties.empty())
+    {
+        report.Section("Custom");
+        report.Line(std::to_string(metadata.CustomProperties.size()) + " properties");
+    }
+}
+
+} // namespace
+
+void Info(const std::string& file)
+{
+    const InputFile input(file);
+    ImageIO::TiffReader reader;
+    std::string damage;
+    try
+    {
+        reader.Open(input.WidePath());
+    }
+    catch (const std::runtime_error& error)
+    {
+        if (reader.GetImageWidth() == 0)
+        {
+            throw Failure(file + ": " + error.what());
+        }
+        damage = error.what();
+    }
+
+    Report report;
+    DescribeImage(report, reader);
+    if (reader.GetMetadataText().empty())
+    {
+        report.Section("Record");
+        report.Line("none");
+    }
+    else
+    {
+        const Metadata& metadata = reader.GetMetadata();
+        DescribePixels(report, reader, metadata);
+        DescribeOrigin(report, metadata);
+        DescribeColumn(report, metadata);
+        DescribeStageAndScan(report, metadata);
+        DescribeDetectors(report, metadata);
+    }
+    Print(Printable(file) + "\n" + report.Text());
+    if (!damage.empty())
+    {
+        std::cerr << "kiln: " << Printable(file) << ": damaged: " << Printable(damage) << '\n';
+    }
+}
+
+} // namespace Ardo::Kiln::Tool

@@ -1,0 +1,115 @@
+#include "apps/kiln/Commands.h"
+#include "apps/kiln/Failure.h"
+#include "apps/kiln/Streams.h"
+#include "apps/kiln/WarningLog.h"
+
+#include <CLI/CLI.hpp>
+
+#include <exception>
+#include <iostream>
+#include <string>
+
+namespace
+{
+
+constexpr int Done = 0;
+constexpr int Failed = 1;
+constexpr int WrongUsage = 2;
+
+constexpr const char* Version = "kiln " KILN_VERSION;
+
+constexpr const char* Footer =
+    R"(A file name of "-" is standard input or standard output. Results go to standard output, messages to standard
+error. Exit status: 0 done, 1 failed (or not valid, or different), 2 wrong usage.)";
+
+CLI::App* AddCommand(CLI::App& app, const std::string& name, const std::string& description)
+{
+    CLI::App* command = app.add_subcommand(name, description);
+    command->set_version_flag("--version", Version, "Print the version and exit");
+    command->footer(Footer);
+    return command;
+}
+
+int Run(int argc, char** argv)
+{
+    using namespace Ardo::Kiln::Tool;
+
+    int status = Done;
+    CLI::App app("Writes, reads and checks microscope images with their acquisition record.", "kiln");
+    app.set_version_flag("--version", Version, "Print the version and exit");
+    app.footer(Footer);
+    app.require_subcommand(1);
+
+    ImportOptions import;
+    CLI::App* command = AddCommand(app, "import", "Write an image and its record as a TIFF file");
+    command->add_option("IMAGE", import.image, "The image: PNG, TIFF or another format that can be read")->required();
+    command->add_option("OUT.tif", import.output, "The TIFF to write; it appears under this name when it is complete")
+        ->required();
+    command->add_option("--pixel-size", import.pixelSize, "Width and height of a pixel in metres, for example 107e-9");
+    command->add_option("--metadata", import.metadata, "The record to embed: an XML, JSON or TIFF file");
+    command->callback([&] { Import(import); });
+
+    std::string file;
+    command = AddCommand(app, "info", "Print what a TIFF file holds, also when its pixels are damaged");
+    command->add_option("FILE.tif", file, "The file to read")->required();
+    command->callback([&] { Info(file); });
+
+    std::string format = "xml";
+    std::string output(StandardStream);
+    command = AddCommand(app, "metadata", "Write the record of a file as a document");
+    command->add_option("FILE", file, "A TIFF, XML or JSON file")->required();
+    command->add_option("--format", format, "xml or json")
+        ->capture_default_str()
+        ->check(CLI::IsMember({"xml", "json"}));
+    command->add_option("--output", output, "The document to write")->capture_default_str();
+    command->callback([&] { WriteMetadata(file, format, output); });
+
+    command =
+        AddCommand(app, "validate", "Hold the record of a file against the schema; print each fault with its place");
+    command->add_option("FILE", file, "A TIFF, XML or JSON file")->required();
+    command->callback([&] { status = Validate(file) ? Done : Failed; });
+
+    std::string other;
+    bool allowAdditions = false;
+    command = AddCommand(app, "compare", "Compare the pixels and the records of two files");
+    command->add_option("FIRST", file, "An image, or a TIFF, XML or JSON file with a record")->required();
+    command->add_option("SECOND", other, "The file to compare with it")->required();
+    command->add_flag("--allow-additions", allowAdditions, "Fields that only SECOND has are no difference");
+    command->callback([&] { status = Compare(file, other, allowAdditions) ? Done : Failed; });
+
+    try
+    {
+        app.parse(argc, argv);
+        std::cout.flush();
+    }
+    catch (const CLI::ParseError& error)
+    {
+        return app.exit(error) == Done ? Done : WrongUsage;
+    }
+    catch (const UsageError& error)
+    {
+        std::cerr << "kiln: " << error.what() << "\nRun with --help for more information.\n";
+        return WrongUsage;
+    }
+    return status;
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    try
+    {
+        const Ardo::Kiln::Tool::WarningLog warnings;
+        return Run(argc, argv);
+    }
+    catch (const std::exception& error)
+    {
+        std::cerr << "kiln: " << Ardo::Kiln::Tool::Printable(error.what()) << '\n';
+    }
+    catch (...)
+    {
+        std::cerr << "kiln: unknown failure\n";
+    }
+    return Failed;
+}

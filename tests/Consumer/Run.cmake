@@ -1,0 +1,31 @@
+# Installs the library into a folder with a blank in its name, builds the README's first program against it, runs it, and
+# looks at what it wrote with the installed tool. Called with BUILD_DIR, SOURCE_DIR, WORK_DIR, CXX, GENERATOR, EXE_SUFFIX.
+set(prefix "${WORK_DIR}/a prefix")
+file(REMOVE_RECURSE ${WORK_DIR})
+file(MAKE_DIRECTORY ${WORK_DIR}/build)
+
+function(run)
+    execute_process(COMMAND ${ARGN} RESULT_VARIABLE result OUTPUT_VARIABLE output ERROR_VARIABLE output)
+    if(NOT result EQUAL 0)
+        message(FATAL_ERROR "${ARGN}\nended with ${result}:\n${output}")
+    endif()
+    set(output ${output} PARENT_SCOPE)
+endfunction()
+
+run(${CMAKE_COMMAND} --install ${BUILD_DIR} --prefix ${prefix})
+
+# The program that a reader sees is the program that is built.
+file(READ ${SOURCE_DIR}/README.md readme)
+if(NOT readme MATCHES "```cpp\n(#include [^`]*)```")
+    message(FATAL_ERROR "README.md has no first program")
+endif()
+file(WRITE ${WORK_DIR}/build/first_program.cpp "${CMAKE_MATCH_1}")
+
+run(${CMAKE_COMMAND} -S ${SOURCE_DIR}/tests/Consumer -B ${WORK_DIR}/build -G ${GENERATOR} -DCMAKE_BUILD_TYPE=Debug
+    -DCMAKE_PREFIX_PATH=${prefix} -DCMAKE_CXX_COMPILER=${CXX})
+run(${CMAKE_COMMAND} --build ${WORK_DIR}/build)
+run(${CMAKE_COMMAND} -E chdir ${WORK_DIR} build/first_program${EXE_SUFFIX})
+run(${prefix}/bin/kiln${EXE_SUFFIX} info ${WORK_DIR}/first.tif)
+if(NOT output MATCHES "640 x 480" OR NOT output MATCHES "107 nm")
+    message(FATAL_ERROR "the first program's image is not what it should be:\n${output}")
+endif()
