@@ -1,6 +1,5 @@
 #include "Ardo/Kiln/ImageIO/ReadImageFromFile.h"
 
-#include "Ardo/Kiln/ImageIO/TiffExporter.h"
 #include "tests/Kiln/ImageIO/TiffBuilder.h"
 #include "tests/Kiln/ImageIO/TiffTestFiles.h"
 #include "tests/Support/LogCollector.h"
@@ -83,44 +82,31 @@ TEST_F(ReadImageFromFileTest, RealMicrographsKeepEverySample)
 
 TEST_F(ReadImageFromFileTest, TiffImagesComeFromTheTiffReader)
 {
-    const auto bytes = Pattern<unsigned char>(6 * 4 * 4);
-    TiffExporter exporter;
+    using enum TiffBuilder::Type;
+    const std::string pixels = BytesOf(Pattern<unsigned char>(6 * 4 * 4));
     const struct
     {
         PixelKind kind;
-        std::function<void(const std::wstring&)> write;
-    } rows[] = {
-        {PixelKind::UInt8, [&](const auto& name) { exporter.WriteUInt8Image(name, bytes.data(), 6, 4, nullptr); }},
-        {PixelKind::UInt16, [&](const auto& name)
-         { exporter.WriteUInt16Image(name, reinterpret_cast<const std::uint16_t*>(bytes.data()), 6, 4, nullptr); }},
-        {PixelKind::Float32, [&](const auto& name)
-         { exporter.WriteFloatImage(name, reinterpret_cast<const float*>(bytes.data()), 6, 4, nullptr); }},
-        {PixelKind::Rgb8,
-         [&](const auto& name)
-         {
-             exporter.WriteRgbImage(name, reinterpret_cast<const Imaging::rgb_type<unsigned char>*>(bytes.data()), 6, 4,
-                                    0, nullptr);
-         }},
-        {PixelKind::Rgba8,
-         [&](const auto& name)
-         {
-             exporter.WriteRgbaImage(name, reinterpret_cast<const Imaging::rgba_type<unsigned char>*>(bytes.data()), 6,
-                                     4, 0, nullptr);
-         }},
-    };
+        std::uint16_t bits, samples, photometric, format;
+    } rows[] = {{PixelKind::UInt8, 8, 1, 1, 1},
+                {PixelKind::UInt16, 16, 1, 1, 1},
+                {PixelKind::Float32, 32, 1, 1, 3},
+                {PixelKind::Rgb8, 8, 3, 2, 1},
+                {PixelKind::Rgba8, 8, 4, 2, 1}};
     for (const auto& row : rows)
     {
-        row.write(Wide(m_path));
+        TiffBuilder file(6, 4, pixels.substr(0, 24 * Imaging::BytesPerPixel(row.kind)), row.bits);
+        file.Set(277, Short, {row.samples}).Set(262, Short, {row.photometric}).Set(339, Short, {row.format});
+        WriteFile(m_path, file.Bytes());
         const auto image = ReadImageFromFile(Wide(m_path));
         EXPECT_EQ(image->Kind(), row.kind);
         EXPECT_EQ(image->Size(), (Imaging::size_2d{6, 4}));
-        EXPECT_EQ(RowsOf(*image), BytesOf(bytes).substr(0, 24 * Imaging::BytesPerPixel(row.kind)));
+        EXPECT_EQ(RowsOf(*image), pixels.substr(0, 24 * Imaging::BytesPerPixel(row.kind)));
     }
     // metadata that is no record is not in the way of the pixels
     WriteFile(m_path, TiffBuilder(3, 1, "abc").SetText(34683, "<Metadata>").Bytes());
     EXPECT_EQ(RowsOf(*ReadImageFromFile(Wide(m_path))), "abc");
 
-    using enum TiffBuilder::Type;
     for (const auto& file :
          {TiffBuilder(1, 1, "12345678", 64).Set(339, Short, {3}), TiffBuilder(3, 1, "abc").Set(262, Short, {0}),
           TiffBuilder(3, 1, "abc").Set(339, Short, {2}), TiffBuilder(4, 1, "123456", 12)})

@@ -37,16 +37,24 @@ def main():
             samples = int(samples)
             shape = (int(height), int(width)) + ((samples,) if samples > 1 else ())
             expected = numpy.frombuffer(Path(folder, name + ".raw").read_bytes(), dtype)
-            if name == "padded-rgb":
-                expected = numpy.ascontiguousarray(expected.reshape(-1, 32)[:shape[0], :30])
-            expected = expected.reshape(shape)
+            if name.startswith("padded"):  # rows of 37 RGB pixels, 120 bytes from one to the next
+                expected = expected[:7 * 120].reshape(7, 120)[:, :111]
+            expected = numpy.ascontiguousarray(expected).reshape(-1)[:numpy.prod(shape)].reshape(shape)
             path = Path(folder, name + ".tif")
 
             with tifffile.TiffFile(path) as tiff:
                 good &= len(tiff.pages) == 1
                 good &= same(name, "tifffile", expected, tiff.pages[0].asarray())
+                tags = tiff.pages[0].tags
+                fixed = {274: 1, 259: 1, 284: 1, 258: {1: 8 * numpy.dtype(dtype).itemsize}.get(samples, (8,) * samples),
+                         262: 1 if samples == 1 else 2, 339: {"float32": 3}.get(dtype, 1 if samples == 1 else (1,) * samples)}
+                for tag, value in fixed.items():
+                    if tags[tag].value != value:
+                        print(f"{name}: tag {tag} is {tags[tag].value}, not {value}")
+                        good = False
+                good &= 338 not in tags and tiff.pages[0].dataoffsets[0] == 4096
                 has_metadata = 34683 in tiff.pages[0].tags
-                good &= has_metadata == (not name.startswith(("uint16", "padded")))
+                good &= has_metadata == (not name.startswith("uint16"))
                 if has_metadata:
                     good &= "<Metadata" in tiff.pages[0].tags[34683].value
                     numerator, denominator = tiff.pages[0].tags[65450].value
