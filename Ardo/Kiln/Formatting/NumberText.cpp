@@ -1,0 +1,65 @@
+#include "Ardo/Kiln/Formatting/NumberText_p.h"
+
+#include "Ardo/Kiln/Formatting/PowerOfTen_p.h"
+
+#include <algorithm>
+#include <charconv>
+#include <cmath>
+#include <iterator>
+
+namespace Ardo::Kiln::Formatting
+{
+
+namespace
+{
+
+// Rounds to a multiple of \p step, a tie to the even multiple. Exact, unlike dividing, rounding and multiplying.
+double RoundToMultiple(double value, double step) noexcept
+{
+    const double magnitude = std::abs(value);
+    const double rest = std::fmod(magnitude, step);
+    double rounded = magnitude - rest;
+    if (rest > step / 2 || (rest == step / 2 && std::fmod(rounded, 2 * step) != 0))
+    {
+        rounded += step;
+    }
+    return std::copysign(rounded, value);
+}
+
+} // namespace
+
+void NumberText::WriteFixed(double value, int decimals) noexcept
+{
+    if (decimals < 0)
+    {
+        value = RoundToMultiple(value, PowerOfTen(-static_cast<double>(decimals)));
+    }
+    const int shown = std::clamp(decimals, 0, MostDecimals);
+    m_end = std::to_chars(m_text, std::end(m_text), value, std::chars_format::fixed, shown).ptr;
+}
+
+void NumberText::WriteScientific(double value, int decimals, char exponentSign) noexcept
+{
+    if (const double step = decimals < 0 ? PowerOfTen(-static_cast<double>(decimals)) : 0; step > std::abs(value))
+    {
+        value = RoundToMultiple(value, step);
+    }
+    const int shown = std::clamp(decimals, 0, MostDecimals);
+    m_end = std::to_chars(m_text, std::end(m_text), value, std::chars_format::scientific, shown).ptr;
+    *std::find(m_text, m_end, 'e') = exponentSign;
+}
+
+void NumberText::RemoveTrailingZeros() noexcept
+{
+    if (Get().find('.') == std::string_view::npos)
+    {
+        return;
+    }
+    m_end = m_text + Get().find_last_not_of('0') + 1;
+    if (m_end[-1] == '.')
+    {
+        --m_end;
+    }
+}
+
+} // namespace Ardo::Kiln::Formatting

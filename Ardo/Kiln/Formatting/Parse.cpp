@@ -1,0 +1,256 @@
+#include "Ardo/Kiln/Formatting/Parse.h"
+
+#include "Ardo/Kiln/Formatting/Characters.h"
+#include "Ardo/Kiln/Formatting/Superscript_p.h"
+#include "Ardo/Kiln/Formatting/Text_p.h"
+#include "Ardo/Kiln/Formatting/UnitAlgebra_p.h"
+#include "Ardo/Kiln/Formatting/Units.h"
+
+#include <algorithm>
+#include <array>
+#include <charconv>
+#include <cmath>
+#include <limits>
+#include <stdexcept>
+#include <string_view>
+#include <system_error>
+
+namespace Ardo::Kiln::Formatting
+{
+
+namespace
+{
+
+constexpr wchar_t MinusSign = L'\u2212';
+
+bool IsSeparator(wchar_t character) noexcept
+{
+    return character == L'.' || character == L',';
+}
+
+bool IsMinus(wchar_t character) noexcept
+{
+    return character == L'-' || character == MinusSign;
+}
+
+bool EndsNumber(wchar_t character) noexcept
+{
+    return IsDigit(character) || character == L'+' || character == L'-' || character == L'.' ||
+           character == Characters::Infinity;
+}
+
+// What a person may write for the characters above.
+bool EndsWrittenNumber(wchar_t character) noexcept
+{
+    return EndsNumber(character) || character == L',' || character == MinusSign;
+}
+
+// The length of the number at the beginning of \p text. Not looked for behind "^", where exponents of the unit stand.
+std::size_t NumberLength(std::wstring_view text, bool (&endsNumber)(wchar_t)) noexcept
+{
+    std::size_t length = std::min(text.find(L'^'), text.size());
+    while (length > 0 && !endsNumber(text[length - 1]))
+    {
+        --length;
+    }
+    return length;
+}
+
+std::wstring_view WithoutBlanks(std::wstring_view text) noexcept
+{
+    while (!text.empty() && IsBlank(text.front()))
+    {
+        text.remove_prefix(1);
+    }
+    while (!text.empty() && IsBlank(text.back()))
+    {
+        text.remove_suffix(1);
+    }
+    return text;
+}
+
+// The factor of the prefix that \p unit begins with, 1 if it begins with none.
+double PrefixFactor(std::wstring_view unit) noexcept
+{
+    switch (unit.empty() ? L'\0' : unit.front())
+    {
+    case L'a':
+        return 1e-18;
+    case L'f':
+        return 1e-15;
+    case L'p':
+        return 1e-12;
+    case L'n':
+        return 1e-9;
+    case L'u':
+    case Characters::MicroSign:
+    case Characters::GreekSmallMu:
+        return 1e-6;
+    case L'm':
+        return 1e-3;
+    case L'k':
+        return 1e3;
+    case L'M':
+        return 1e6;
+    case L'G':
+        return 1e9;
+    case L'T':
+        return 1e12;
+    case L'P':
+        return 1e15;
+    case L'E':
+        return 1e18;
+    default:
+        return 1;
+    }
+}
+
+double Raised(double factor, int exponent) noexcept
+{
+    switch (exponent)
+    {
+    case 1:
+        return factor;
+    case 2:
+        return factor * factor;
+    default:
+        return std::pow(factor, exponent);
+    }
+}
+
+double KilogramsPerGram(int exponent) noexcept
+{
+    return exponent == 2 ? 1e-6 : Raised(0.001, exponent);
+}
+
+// What the "∞" in \p number stands for, 0 if there is none.
+double FindInfinity(std::wstring_view number) noexcept
+{
+    constexpr double Infinite = std::numeric_limits<double>::infinity();
+    double found = 0;
+    for (std::size_t i = number.find(Characters::Infinity); i != std::wstring_view::npos;
+         i = number.find(Characters::Infinity, i + 1))
+    {
+        if (i > 0 && IsMinus(number[i - 1]))
+        {
+            return -Infinite;
+        }
+        found = Infinite;
+    }
+    return found;
+}
+
+// What std::strtod does in the C locale: moves \p first behind the number. No system error number, no locale.
+std::errc ToDouble(const char*& first, const char* last, double& value) noexcept
+{
+    const bool isNegative = first != last && *first == '-';
+    const char* const digits = first + (isNegative || (first != last && *first == '+') ? 1 : 0);
+    if (digits == last || *digits == '-')
+    {
+        return std::errc::invalid_argument;
+    }
+    auto result = std::from_chars(digits, last, value);
+    const char* const hexDigits = digits + 2;
+    if (last - digits > 2 && digits[0] == '0' && (digits[1] == 'x' || digits[1] == 'X') && *hexDigits != '-')
+    {
+        if (const auto hex = std::from_chars(hexDigits, last, value, std::chars_format::hex); hex.ptr != hexDigits)
+        {
+            result = hex;
+        }
+    }
+    first = result.ptr;
+    value = isNegative ? -value : value;
+    return result.ec;
+}
+
+// Converts the number at the beginning of \p text, which has to hold every separator of the text.
+double ToDouble(std::wstring_view text)
+{
+    text = WithoutBlanks(text);
+    const auto isForeign = [](wchar_t character)
+    { return character <= L' ' || (character > L'~' && character != MinusSign); };
+    const auto toAscii = [](wchar_t character) {
+        return IsSeparator(character) ? '.' : IsMinus(character) ? '-' : static_cast<char>(character);
+    };
+
+    const auto end = std::find_if(text.begin(), text.end(), isForeign);
+    const auto length = static_cast<std::size_t>(end - text.begin());
+    std::array<char, 64> usual;
+    std::string unusual;
+    char* ascii = usual.data();
+    if (length > usual.size())
+    {
+        unusual.resize(length);
+        ascii = unusual.data();
+    }
+    std::transform(text.begin(), end, ascii, toAscii);
+
+    double value = 0;
+    const char* position = ascii;
+    const std::errc error = ToDouble(position, ascii + length, value);
+    const auto rest = text.begin() + (position - ascii);
+    if (error == std::errc::invalid_argument || std::any_of(rest, text.end(), IsSeparator))
+    {
+        throw std::invalid_argument("invalid stod argument");
+    }
+    if (error == std::errc::result_out_of_range)
+    {
+        throw std::out_of_range("stod argument out of range");
+    }
+    return value;
+}
+
+} // namespace
+
+double Parse(const std::wstring& text, const std::wstring& unit)
+{
+    const std::size_t length = NumberLength(text, EndsWrittenNumber);
+    const std::wstring_view number = std::wstring_view(text).substr(0, length);
+    std::wstring_view parsedUnit = WithoutBlanks(std::wstring_view(text).substr(length));
+    std::wstring withAsciiMinus;
+    if (parsedUnit.find(MinusSign) != std::wstring_view::npos)
+    {
+        withAsciiMinus = parsedUnit;
+        std::replace(withAsciiMinus.begin(), withAsciiMinus.end(), MinusSign, L'-');
+        parsedUnit = withAsciiMinus;
+    }
+
+    std::wstring storage;
+    std::wstring_view expectedUnit = WithoutFraction(unit, storage);
+    double massFactor = 1;
+    if (expectedUnit.starts_with(Units::Kilogram))
+    {
+        massFactor = KilogramsPerGram(UnitExponent(expectedUnit));
+        expectedUnit.remove_prefix(1);
+    }
+    if (const double infinity = FindInfinity(number); infinity != 0)
+    {
+        return infinity;
+    }
+    double prefixFactor = 1;
+    if (parsedUnit != expectedUnit && expectedUnit != Units::Frame && !AreShownAlike(parsedUnit, expectedUnit))
+    {
+        prefixFactor = Raised(PrefixFactor(parsedUnit), UnitExponent(expectedUnit));
+    }
+    return ToDouble(number) * prefixFactor * massFactor;
+}
+
+bool TryParse(const std::wstring& text, const std::wstring& unit, double& result) noexcept
+try
+{
+    result = Parse(text, unit);
+    return true;
+}
+catch (...)
+{
+    // Out of memory, too: a caller of this form asks only whether there is a number.
+    return false;
+}
+
+std::pair<std::wstring, std::wstring> SplitNumberAndUnit(const std::wstring& text)
+{
+    const std::size_t length = NumberLength(text, EndsNumber);
+    return {text.substr(0, length), text.substr(length)};
+}
+
+} // namespace Ardo::Kiln::Formatting

@@ -1,0 +1,35 @@
+#pragma once
+
+#include "Ardo/KilnExport.h"
+
+#include <optional>
+#include <string>
+
+namespace Ardo::Kiln::Formatting
+{
+
+/// The SI prefixes that quantities are written with. The value of each is its decimal exponent.
+enum class Prefix : int
+{
+    Femto = -15, ///< "f"
+    Pico = -12,  ///< "p"
+    Nano = -9,   ///< "n"
+    Micro = -6,  ///< "µ", the micro sign
+    Milli = -3,  ///< "m"
+    None = 0,    ///< ""
+    Kilo = 3,    ///< "k"
+    Mega = 6,    ///< "M"
+    Giga = 9,    ///< "G"
+    Tera = 12,   ///< "T"
+    Peta = 15,   ///< "P"
+    Exa = 18,    ///< "E"
+};
+
+/// The symbol that is written before a unit: an empty text or one character. Never fails; an exponent between two
+/// prefixes or beyond them counts as the neighbour nearer to, or at, the end of the table.
+KILN_EXPORT const wchar_t* PrefixSymbol(Prefix prefix) noexcept;
+
+/// The prefix that is written as \p symbol; empty if there is none. The Greek letter and "u" count as the micro sign.
+KILN_EXPORT std::optional<Prefix> PrefixFromSymbol(const std::wstring& symbol) noexcept;
+
+} // namespace Ardo::Kiln::Formatting

@@ -1,0 +1,173 @@
+#include "Ardo/Kiln/Formatting/SI.h"
+
+#include "Ardo/Kiln/Formatting/NumberText_p.h"
+#include "Ardo/Kiln/Formatting/PowerOfTen_p.h"
+#include "Ardo/Kiln/Formatting/Superscript_p.h"
+#include "Ardo/Kiln/Formatting/UnitAlgebra_p.h"
+#include "Ardo/Kiln/Formatting/Units.h"
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+
+namespace Ardo::Kiln::Formatting
+{
+
+namespace
+{
+
+constexpr double NotGiven = std::numeric_limits<double>::quiet_NaN();
+
+bool NeverHasPrefix(std::wstring_view unit) noexcept
+{
+    return std::find(Units::WithoutPrefix.begin(), Units::WithoutPrefix.end(), unit) != Units::WithoutPrefix.end();
+}
+
+// 1000 to the power of \p exponent: grams in a kilogram, for masses in any power.
+double GramsPerKilogram(int exponent) noexcept
+{
+    switch (exponent)
+    {
+    case 1:
+        return 1e3;
+    case 2:
+        return 1e6;
+    default:
+        return std::pow(1000.0, exponent);
+    }
+}
+
+// The decimal exponent of the prefix that shows \p magnitude with one to three digits before the point.
+int ChoosePrefix(double magnitude, int unitExponent, Prefix minPrefix, Prefix maxPrefix) noexcept
+{
+    constexpr double LogOfZero = -15.0;
+    const double log = magnitude == 0 ? LogOfZero : std::log10(magnitude);
+    const double sign = unitExponent > 0 ? 1 : -1;
+    const double power = std::abs(static_cast<double>(unitExponent));
+    const double exponent = power != 0 ? std::floor(log / (3 * power)) * (3 * sign) : sign * log;
+    // Held against the bounds before it becomes an int: a mass that overflows in grams has an infinite one.
+    const auto lowest = static_cast<int>(minPrefix);
+    const auto highest = static_cast<int>(maxPrefix);
+    if (exponent > highest)
+    {
+        return highest;
+    }
+    return exponent < lowest ? lowest : static_cast<int>(exponent);
+}
+
+// How many decimals tell values apart that differ by \p resolution, in units of what is shown.
+int DecimalsOf(double resolution) noexcept
+{
+    constexpr double Fewest = -400; // 1e400 is beyond every double
+    const double decimals = -std::floor(std::log10(resolution));
+    return static_cast<int>(std::clamp(decimals, Fewest, static_cast<double>(NumberText::MostDecimals)));
+}
+
+// What stands in place of a number that is not finite.
+std::wstring_view Symbol(double value) noexcept
+{
+    if (std::isnan(value))
+    {
+        return L"-";
+    }
+    return value > 0 ? L"\u221E" : L"-\u221E";
+}
+
+} // namespace
+
+std::wstring SI(double value, const std::wstring& unit, int decimals, double resolution, double reference,
+                Prefix minPrefix, Prefix maxPrefix, bool keepTrailingZeros)
+{
+    resolution = std::abs(resolution);
+    reference = std::abs(reference);
+    std::wstring storage;
+    std::wstring_view shownUnit = WithoutFraction(unit, storage);
+    const wchar_t* prefix = L"";
+    double scale = 1;
+    if (std::isfinite(value) && !NeverHasPrefix(shownUnit))
+    {
+        const int exponent = UnitExponent(shownUnit);
+        if (shownUnit.starts_with(Units::Kilogram))
+        {
+            shownUnit.remove_prefix(1);
+            const double grams = GramsPerKilogram(exponent);
+            value *= grams;
+            resolution *= grams;
+            reference *= grams;
+        }
+        const double magnitude = std::isfinite(reference) ? reference : std::abs(value);
+        const int chosen = ChoosePrefix(magnitude, exponent, minPrefix, maxPrefix);
+        scale = PowerOfTen(static_cast<double>(exponent) * chosen);
+        value /= scale;
+        prefix = PrefixSymbol(static_cast<Prefix>(chosen));
+    }
+    else if (shownUnit == Units::Frame && std::abs(value - 1) > 0.01)
+    {
+        shownUnit = L"frames";
+    }
+
+    if (std::isfinite(resolution) && resolution > 0)
+    {
+        // Where there is no prefix the exponent does not count, but a malformed one is an error all the same.
+        UnitExponent(shownUnit);
+        decimals = DecimalsOf(resolution / scale);
+    }
+    if (!std::isfinite(value))
+    {
+        return JoinNumberAndUnit(Symbol(value), prefix, shownUnit, true);
+    }
+
+    constexpr double TooLongToRead = 1e9;
+    NumberText number;
+    if (std::abs(value) >= TooLongToRead)
+    {
+        number.WriteScientific(value, decimals, 'E');
+    }
+    else
+    {
+        number.WriteFixed(value, decimals);
+        if (!keepTrailingZeros)
+        {
+            number.RemoveTrailingZeros();
+        }
+    }
+    return JoinNumberAndUnit(number.Get(), prefix, shownUnit, true);
+}
+
+std::wstring SI(double value, const std::wstring& unit)
+{
+    return SI(value, unit, 0);
+}
+
+std::wstring SI(double value, const std::wstring& unit, int decimals)
+{
+    return SI(value, unit, decimals, Prefix::Femto, Prefix::Exa);
+}
+
+std::wstring SI(double value, const std::wstring& unit, int decimals, Prefix prefix)
+{
+    return SI(value, unit, decimals, prefix, prefix);
+}
+
+std::wstring SI(double value, const std::wstring& unit, int decimals, Prefix minPrefix, Prefix maxPrefix)
+{
+    return SI(value, unit, decimals, NotGiven, NotGiven, minPrefix, maxPrefix);
+}
+
+std::wstring SI(double value, const std::wstring& unit, int decimals, double resolution, double reference,
+                Prefix minPrefix, Prefix maxPrefix)
+{
+    return SI(value, unit, decimals, resolution, reference, minPrefix, maxPrefix, true);
+}
+
+std::wstring SIUsingUncertainty(double value, const std::wstring& unit, double uncertainty)
+{
+    return SIUsingUncertainty(value, unit, uncertainty, NotGiven);
+}
+
+std::wstring SIUsingUncertainty(double value, const std::wstring& unit, double uncertainty, double reference)
+{
+    return SI(value, unit, 0, uncertainty, reference, Prefix::Femto, Prefix::Exa);
+}
+
+} // namespace Ardo::Kiln::Formatting
