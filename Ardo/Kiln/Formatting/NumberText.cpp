@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <charconv>
 #include <cmath>
+#include <cstdint>
 #include <iterator>
 
 namespace Ardo::Kiln::Formatting
@@ -28,6 +29,47 @@ double RoundToMultiple(double value, double step) noexcept
 
 } // namespace
 
+void NumberText::WriteFewDecimals(double value, int decimals) noexcept
+{
+    const double magnitude = std::abs(value);
+    const double power = PowerOfTen(decimals);
+    const double product = magnitude * power;
+    auto digits = static_cast<std::uint64_t>(product);
+    // The fraction is exact, and what the product lost by rounding is less than its last bit: that counts only where
+    // the fraction is a half.
+    const double fraction = product - static_cast<double>(digits);
+    const double lost = fraction == 0.5 ? std::fma(magnitude, power, -product) : 0;
+    if (fraction > 0.5 || (fraction == 0.5 && (lost > 0 || (lost == 0 && digits % 2 != 0))))
+    {
+        ++digits;
+    }
+
+    constexpr int MostCharacters = 20;
+    m_end = m_text + MostCharacters;
+    m_begin = m_end;
+    const auto writeDigit = [&]
+    {
+        *--m_begin = static_cast<char>('0' + digits % 10);
+        digits /= 10;
+    };
+    for (int i = 0; i < decimals; ++i)
+    {
+        writeDigit();
+    }
+    if (decimals > 0)
+    {
+        *--m_begin = '.';
+    }
+    do
+    {
+        writeDigit();
+    } while (digits != 0);
+    if (std::signbit(value))
+    {
+        *--m_begin = '-';
+    }
+}
+
 void NumberText::WriteFixed(double value, int decimals) noexcept
 {
     if (decimals < 0)
@@ -35,6 +77,11 @@ void NumberText::WriteFixed(double value, int decimals) noexcept
         value = RoundToMultiple(value, PowerOfTen(-static_cast<double>(decimals)));
     }
     const int shown = std::clamp(decimals, 0, MostDecimals);
+    if (shown <= MostFewDecimals)
+    {
+        WriteFewDecimals(value, shown);
+        return;
+    }
     m_end = std::to_chars(m_text, std::end(m_text), value, std::chars_format::fixed, shown).ptr;
 }
 
@@ -55,7 +102,7 @@ void NumberText::RemoveTrailingZeros() noexcept
     {
         return;
     }
-    m_end = m_text + Get().find_last_not_of('0') + 1;
+    m_end = m_begin + Get().find_last_not_of('0') + 1;
     if (m_end[-1] == '.')
     {
         --m_end;

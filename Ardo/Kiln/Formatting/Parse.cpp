@@ -1,6 +1,7 @@
 #include "Ardo/Kiln/Formatting/Parse.h"
 
 #include "Ardo/Kiln/Formatting/Characters.h"
+#include "Ardo/Kiln/Formatting/PowerOfTen_p.h"
 #include "Ardo/Kiln/Formatting/Superscript_p.h"
 #include "Ardo/Kiln/Formatting/Text_p.h"
 #include "Ardo/Kiln/Formatting/UnitAlgebra_p.h"
@@ -10,7 +11,9 @@
 #include <array>
 #include <charconv>
 #include <cmath>
+#include <cstdint>
 #include <limits>
+#include <optional>
 #include <stdexcept>
 #include <string_view>
 #include <system_error>
@@ -46,9 +49,10 @@ bool EndsWrittenNumber(wchar_t character) noexcept
 }
 
 // The length of the number at the beginning of \p text. Not looked for behind "^", where exponents of the unit stand.
-std::size_t NumberLength(std::wstring_view text, bool (&endsNumber)(wchar_t)) noexcept
+template <typename Predicate>
+std::size_t NumberLength(std::wstring_view text, const Predicate& endsNumber) noexcept
 {
-    std::size_t length = std::min(text.find(L'^'), text.size());
+    std::size_t length = Find(text, L'^');
     while (length > 0 && !endsNumber(text[length - 1]))
     {
         --length;
@@ -128,9 +132,12 @@ double FindInfinity(std::wstring_view number) noexcept
 {
     constexpr double Infinite = std::numeric_limits<double>::infinity();
     double found = 0;
-    for (std::size_t i = number.find(Characters::Infinity); i != std::wstring_view::npos;
-         i = number.find(Characters::Infinity, i + 1))
+    for (std::size_t i = 0; i < number.size(); ++i)
     {
+        if (number[i] != Characters::Infinity)
+        {
+            continue;
+        }
         if (i > 0 && IsMinus(number[i - 1]))
         {
             return -Infinite;
@@ -163,10 +170,50 @@ std::errc ToDouble(const char*& first, const char* last, double& value) noexcept
     return result.ec;
 }
 
+// The value of \p text if it is nothing but digits, few enough for an exact double, with a separator or without.
+// Dividing one exact number by another is correctly rounded, and takes a fraction of the time of the general way.
+std::optional<double> ToPlainNumber(std::wstring_view text) noexcept
+{
+    constexpr std::size_t MostCharacters = 16; // 15 digits are less than 2^53
+    if (text.size() > MostCharacters)
+    {
+        return std::nullopt;
+    }
+    std::int64_t digits = 0;
+    int decimals = 0;
+    bool hasSeparator = false;
+    for (const wchar_t character : text)
+    {
+        if (IsDigit(character))
+        {
+            digits = 10 * digits + (character - L'0');
+            decimals += hasSeparator ? 1 : 0;
+        }
+        else if (IsSeparator(character) && !hasSeparator)
+        {
+            hasSeparator = true;
+        }
+        else
+        {
+            return std::nullopt;
+        }
+    }
+    const std::size_t count = text.size() - (hasSeparator ? 1 : 0);
+    if (count == 0 || count == MostCharacters)
+    {
+        return std::nullopt;
+    }
+    return static_cast<double>(digits) / PowerOfTen(decimals);
+}
+
 // Converts the number at the beginning of \p text, which has to hold every separator of the text.
 double ToDouble(std::wstring_view text)
 {
     text = WithoutBlanks(text);
+    if (const std::optional<double> plain = ToPlainNumber(text))
+    {
+        return *plain;
+    }
     const auto isForeign = [](wchar_t character)
     { return character <= L' ' || (character > L'~' && character != MinusSign); };
     const auto toAscii = [](wchar_t character) {
@@ -204,11 +251,11 @@ double ToDouble(std::wstring_view text)
 
 double Parse(const std::wstring& text, const std::wstring& unit)
 {
-    const std::size_t length = NumberLength(text, EndsWrittenNumber);
+    const std::size_t length = NumberLength(text, [](wchar_t character) { return EndsWrittenNumber(character); });
     const std::wstring_view number = std::wstring_view(text).substr(0, length);
     std::wstring_view parsedUnit = WithoutBlanks(std::wstring_view(text).substr(length));
     std::wstring withAsciiMinus;
-    if (parsedUnit.find(MinusSign) != std::wstring_view::npos)
+    if (Find(parsedUnit, MinusSign) != parsedUnit.size())
     {
         withAsciiMinus = parsedUnit;
         std::replace(withAsciiMinus.begin(), withAsciiMinus.end(), MinusSign, L'-');
@@ -218,7 +265,7 @@ double Parse(const std::wstring& text, const std::wstring& unit)
     std::wstring storage;
     std::wstring_view expectedUnit = WithoutFraction(unit, storage);
     double massFactor = 1;
-    if (expectedUnit.starts_with(Units::Kilogram))
+    if (BeginsWith(expectedUnit, Units::Kilogram))
     {
         massFactor = KilogramsPerGram(UnitExponent(expectedUnit));
         expectedUnit.remove_prefix(1);
@@ -228,7 +275,7 @@ double Parse(const std::wstring& text, const std::wstring& unit)
         return infinity;
     }
     double prefixFactor = 1;
-    if (parsedUnit != expectedUnit && expectedUnit != Units::Frame && !AreShownAlike(parsedUnit, expectedUnit))
+    if (!Equals(expectedUnit, Units::Frame) && !AreShownAlike(parsedUnit, expectedUnit))
     {
         prefixFactor = Raised(PrefixFactor(parsedUnit), UnitExponent(expectedUnit));
     }
@@ -249,7 +296,7 @@ catch (...)
 
 std::pair<std::wstring, std::wstring> SplitNumberAndUnit(const std::wstring& text)
 {
-    const std::size_t length = NumberLength(text, EndsNumber);
+    const std::size_t length = NumberLength(text, [](wchar_t character) { return EndsNumber(character); });
     return {text.substr(0, length), text.substr(length)};
 }
 

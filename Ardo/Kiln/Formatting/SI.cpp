@@ -3,6 +3,7 @@
 #include "Ardo/Kiln/Formatting/NumberText_p.h"
 #include "Ardo/Kiln/Formatting/PowerOfTen_p.h"
 #include "Ardo/Kiln/Formatting/Superscript_p.h"
+#include "Ardo/Kiln/Formatting/Text_p.h"
 #include "Ardo/Kiln/Formatting/UnitAlgebra_p.h"
 #include "Ardo/Kiln/Formatting/Units.h"
 
@@ -20,7 +21,12 @@ constexpr double NotGiven = std::numeric_limits<double>::quiet_NaN();
 
 bool NeverHasPrefix(std::wstring_view unit) noexcept
 {
-    return std::find(Units::WithoutPrefix.begin(), Units::WithoutPrefix.end(), unit) != Units::WithoutPrefix.end();
+    const auto isUnit = [&](std::wstring_view entry)
+    {
+        // The first characters tell nearly all units apart.
+        return unit.size() == entry.size() && (unit.empty() || (unit.front() == entry.front() && unit == entry));
+    };
+    return std::any_of(Units::WithoutPrefix.begin(), Units::WithoutPrefix.end(), isUnit);
 }
 
 // 1000 to the power of \p exponent: grams in a kilogram, for masses in any power.
@@ -82,12 +88,12 @@ std::wstring SI(double value, const std::wstring& unit, int decimals, double res
     reference = std::abs(reference);
     std::wstring storage;
     std::wstring_view shownUnit = WithoutFraction(unit, storage);
-    const wchar_t* prefix = L"";
+    std::wstring_view prefix;
     double scale = 1;
     if (std::isfinite(value) && !NeverHasPrefix(shownUnit))
     {
         const int exponent = UnitExponent(shownUnit);
-        if (shownUnit.starts_with(Units::Kilogram))
+        if (BeginsWith(shownUnit, Units::Kilogram))
         {
             shownUnit.remove_prefix(1);
             const double grams = GramsPerKilogram(exponent);
@@ -99,9 +105,10 @@ std::wstring SI(double value, const std::wstring& unit, int decimals, double res
         const int chosen = ChoosePrefix(magnitude, exponent, minPrefix, maxPrefix);
         scale = PowerOfTen(static_cast<double>(exponent) * chosen);
         value /= scale;
-        prefix = PrefixSymbol(static_cast<Prefix>(chosen));
+        const wchar_t* const symbol = PrefixSymbol(static_cast<Prefix>(chosen));
+        prefix = {symbol, *symbol == 0 ? std::size_t{0} : std::size_t{1}};
     }
-    else if (shownUnit == Units::Frame && std::abs(value - 1) > 0.01)
+    else if (Equals(shownUnit, Units::Frame) && std::abs(value - 1) > 0.01)
     {
         shownUnit = L"frames";
     }

@@ -66,7 +66,7 @@ bool SuperscriptReader::Next(wchar_t& character) noexcept
     return false;
 }
 
-bool AreShownAlike(std::wstring_view unit, std::wstring_view other) noexcept
+bool ReadAlike(std::wstring_view unit, std::wstring_view other) noexcept
 {
     SuperscriptReader left(unit);
     SuperscriptReader right(other);
@@ -91,7 +91,7 @@ std::wstring JoinNumberAndUnit(const Number& number, std::wstring_view prefix, s
     wchar_t* const space = std::copy(number.begin(), number.end(), text.data());
     wchar_t* const unitBegin = space + 1;
     wchar_t* end = std::copy(prefix.begin(), prefix.end(), unitBegin);
-    if (unit.find(L'^') == std::wstring_view::npos)
+    if (Find(unit, L'^') == unit.size())
     {
         end = std::copy(unit.begin(), unit.end(), end);
     }
@@ -105,7 +105,7 @@ std::wstring JoinNumberAndUnit(const Number& number, std::wstring_view prefix, s
     }
 
     const std::wstring_view shown(unitBegin, static_cast<std::size_t>(end - unitBegin));
-    if (degreeWithoutSpace && shown == Units::Degree)
+    if (degreeWithoutSpace && Equals(shown, Units::Degree))
     {
         *space = shown.front();
         end = unitBegin;

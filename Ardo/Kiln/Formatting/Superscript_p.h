@@ -22,8 +22,17 @@ private:
     wchar_t m_digit = 0; ///< The superscript digit that follows a raised minus, or 0.
 };
 
+/// AreShownAlike, character by character.
+bool ReadAlike(std::wstring_view unit, std::wstring_view other) noexcept;
+
 /// True if both units are shown alike, whichever form their exponents have.
-bool AreShownAlike(std::wstring_view unit, std::wstring_view other) noexcept;
+inline bool AreShownAlike(std::wstring_view unit, std::wstring_view other) noexcept
+{
+    // A prefix in front of one of them, the usual case, shows in the first character.
+    const bool differAtOnce = !unit.empty() && !other.empty() && unit.front() != other.front() &&
+                              unit.front() != L'^' && other.front() != L'^';
+    return !differAtOnce && ReadAlike(unit, other);
+}
 
 /// Puts number, one space, prefix and unit, the unit as it is shown, together; without the space if nothing follows it.
 /// \param number ASCII, or wide text.

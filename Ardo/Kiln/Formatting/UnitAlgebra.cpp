@@ -96,27 +96,22 @@ bool IsBlankOrSlash(wchar_t character)
 
 } // namespace
 
-int UnitExponent(std::wstring_view unit)
+int UnitExponentBehind(std::wstring_view unit, std::size_t caret)
 {
-    // A space or a "/" before the first "^" ends the factor before its exponent begins.
-    const std::size_t found = unit.find_first_of(L"^ /");
-    if (found == std::wstring_view::npos || unit[found] != L'^')
+    // A space or a "/" before the "^" ends the first factor before its exponent begins.
+    constexpr wchar_t EndsFactor[] = L" /";
+    if (unit.substr(0, caret).find_first_of(EndsFactor) != std::wstring_view::npos)
     {
         return 1;
     }
-    const std::wstring_view rest = unit.substr(found + 1);
-    const std::wstring_view exponent = rest.substr(0, rest.find_first_of(L" /"));
+    const std::wstring_view rest = unit.substr(caret + 1);
+    const std::wstring_view exponent = rest.substr(0, rest.find_first_of(EndsFactor));
     return exponent.empty() ? 1 : ToInt(exponent);
 }
 
-std::wstring_view WithoutFraction(const std::wstring& unit, std::wstring& storage)
+std::wstring InvertedDenominator(const std::wstring& unit)
 {
-    if (!unit.starts_with(OneOver))
-    {
-        return unit;
-    }
-    storage = InvertUnit(unit.substr(OneOver.size()));
-    return storage;
+    return InvertUnit(unit.substr(OneOver.size()));
 }
 
 int PrefixExponent(const std::wstring& unit)
