@@ -51,6 +51,43 @@ inline constexpr wchar_t Count[] = L"Count";            ///< What a detector cou
 inline constexpr wchar_t Frame[] = L"frame";            ///< Images of a series; SI writes "frames" for all but one.
 inline constexpr wchar_t Magnification[] = L"x";        ///< Magnification factor.
 
+/// All of the above, for lists that offer units.
+inline constexpr std::array<std::wstring_view, 35> All{None,
+                                                       Metre,
+                                                       SquareMetre,
+                                                       CubicMetre,
+                                                       PerMetre,
+                                                       MetrePerSecond,
+                                                       Radian,
+                                                       PerRadian,
+                                                       Degree,
+                                                       DegreeCelsius,
+                                                       Kelvin,
+                                                       Second,
+                                                       Ampere,
+                                                       AmperePerSquareMetre,
+                                                       AmperePerSteradian,
+                                                       CoulombPerSquareMetre,
+                                                       Electron,
+                                                       ElectronPerSquareAngstrom,
+                                                       ElectronPerSquareAngstromPerSecond,
+                                                       ElectronPerSquareAngstromCaret,
+                                                       ElectronPerSquareNanometre,
+                                                       ElectronPerPixel,
+                                                       ElectronPerPixelPerSecond,
+                                                       ElectronVolt,
+                                                       Kilogram,
+                                                       WeightFraction,
+                                                       AtomicFraction,
+                                                       Pascal,
+                                                       Volt,
+                                                       Percent,
+                                                       Pixel,
+                                                       Decibel,
+                                                       Count,
+                                                       Frame,
+                                                       Magnification};
+
 /// The units that never get a prefix.
 inline constexpr std::array<std::wstring_view, 7> WithoutPrefix{None,   Pixel,         Percent, Decibel,
                                                                 Degree, DegreeCelsius, Frame};
