@@ -91,37 +91,36 @@ void ForEach(benchmark::State& state, const double (&values)[8], Function functi
     }
 }
 
-const std::wstring g_metre = L"m";
-const std::wstring g_perMetre = L"m^-1";
-const std::wstring g_perMetreShown = L"m\u02C9\u00B9";
-const std::wstring g_text = L"12.50 nm";
+const std::wstring Metre = L"m";
+const std::wstring PerMetre = L"m^-1";
+const std::wstring PerMetreShown = L"m\u02C9\u00B9";
+const std::wstring Text = L"12.50 nm";
 
 void SiOurs(benchmark::State& state)
 {
-    ForEach(state, Lengths, [](double value) { return Formatting::SI(value, g_metre, 2); });
+    ForEach(state, Lengths, [](double value) { return Formatting::SI(value, Metre, 2); });
 }
 
 void SiPeer(benchmark::State& state)
 {
-    ForEach(state, Lengths, [](double value) { return FormatByHand(value, g_metre, 2); });
+    ForEach(state, Lengths, [](double value) { return FormatByHand(value, Metre, 2); });
 }
 
 void UncertaintyOurs(benchmark::State& state)
 {
     ForEach(state, Frequencies,
-            [](double value) { return Formatting::SIUsingUncertainty(value, g_perMetre, value / 500); });
+            [](double value) { return Formatting::SIUsingUncertainty(value, PerMetre, value / 500); });
 }
 
 void UncertaintyPeer(benchmark::State& state)
 {
-    ForEach(state, Frequencies,
-            [](double value) { return FormatReciprocalByHand(value, g_perMetreShown, value / 500); });
+    ForEach(state, Frequencies, [](double value) { return FormatReciprocalByHand(value, PerMetreShown, value / 500); });
 }
 
 // The peer of the goal, which does less: decimals given, no uncertainty.
 void UncertaintyFixedPeer(benchmark::State& state)
 {
-    ForEach(state, Frequencies, [](double value) { return FormatByHand(value, g_perMetreShown, 2); });
+    ForEach(state, Frequencies, [](double value) { return FormatByHand(value, PerMetreShown, 2); });
 }
 
 template <double (&Function)(const std::wstring&, const std::wstring&)>
@@ -129,9 +128,9 @@ void ParseText(benchmark::State& state)
 {
     for (auto _ : state)
     {
-        const std::wstring* text = &g_text;
+        const std::wstring* text = &Text;
         benchmark::DoNotOptimize(text);
-        benchmark::DoNotOptimize(Function(*text, g_metre));
+        benchmark::DoNotOptimize(Function(*text, Metre));
     }
 }
 

@@ -25,6 +25,7 @@ namespace
 {
 
 constexpr wchar_t MinusSign = L'\u2212';
+constexpr char NoNumber[] = "invalid stod argument";
 
 bool IsSeparator(wchar_t character) noexcept
 {
@@ -73,8 +74,8 @@ std::wstring_view WithoutBlanks(std::wstring_view text) noexcept
     return text;
 }
 
-// The factor of the prefix that \p unit begins with, 1 if it begins with none.
-double PrefixFactor(std::wstring_view unit) noexcept
+// The factor of the prefix that \p unit begins with, if it begins with one.
+std::optional<double> PrefixFactor(std::wstring_view unit) noexcept
 {
     switch (unit.empty() ? L'\0' : unit.front())
     {
@@ -105,7 +106,7 @@ double PrefixFactor(std::wstring_view unit) noexcept
     case L'E':
         return 1e18;
     default:
-        return 1;
+        return std::nullopt;
     }
 }
 
@@ -206,8 +207,15 @@ std::optional<double> ToPlainNumber(std::wstring_view text) noexcept
     return static_cast<double>(digits) / PowerOfTen(decimals);
 }
 
+// How much of a text may be ignored.
+enum class Strictness
+{
+    Standard, // what std::stod ignores, and units that are not those asked for
+    Strict,   // nothing
+};
+
 // Converts the number at the beginning of \p text, which has to hold every separator of the text.
-double ToDouble(std::wstring_view text)
+double ToDouble(std::wstring_view text, Strictness strictness)
 {
     text = WithoutBlanks(text);
     if (const std::optional<double> plain = ToPlainNumber(text))
@@ -236,9 +244,11 @@ double ToDouble(std::wstring_view text)
     const char* position = ascii;
     const std::errc error = ToDouble(position, ascii + length, value);
     const auto rest = text.begin() + (position - ascii);
-    if (error == std::errc::invalid_argument || std::any_of(rest, text.end(), IsSeparator))
+    const bool isCut =
+        strictness == Strictness::Strict ? rest != text.end() : std::any_of(rest, text.end(), IsSeparator);
+    if (error == std::errc::invalid_argument || isCut)
     {
-        throw std::invalid_argument("invalid stod argument");
+        throw std::invalid_argument(NoNumber);
     }
     if (error == std::errc::result_out_of_range)
     {
@@ -247,9 +257,35 @@ double ToDouble(std::wstring_view text)
     return value;
 }
 
-} // namespace
+// True if \p parsed is \p expected behind one prefix, or its plural.
+bool IsPrefixed(std::wstring_view parsed, std::wstring_view expected) noexcept
+{
+    if (Equals(expected, Units::Frame))
+    {
+        return Equals(parsed, L"frames");
+    }
+    return PrefixFactor(parsed) && AreShownAlike(parsed.substr(1), expected);
+}
 
-double Parse(const std::wstring& text, const std::wstring& unit)
+// Throws if \p number or \p parsedUnit hold more than a number, or infinity, and a unit that was asked for.
+void CheckStrictly(std::wstring_view number, std::wstring_view parsedUnit, std::wstring_view expectedUnit)
+{
+    if (!parsedUnit.empty() && !AreShownAlike(parsedUnit, expectedUnit) && !IsPrefixed(parsedUnit, expectedUnit))
+    {
+        throw std::invalid_argument("unexpected unit");
+    }
+    number = WithoutBlanks(number);
+    if (!number.empty() && (IsMinus(number.front()) || number.front() == L'+'))
+    {
+        number.remove_prefix(1);
+    }
+    if (number.size() > 1 && Find(number, Characters::Infinity) != number.size())
+    {
+        throw std::invalid_argument(NoNumber);
+    }
+}
+
+double Read(const std::wstring& text, const std::wstring& unit, Strictness strictness)
 {
     const std::size_t length = NumberLength(text, [](wchar_t character) { return EndsWrittenNumber(character); });
     const std::wstring_view number = std::wstring_view(text).substr(0, length);
@@ -270,6 +306,12 @@ double Parse(const std::wstring& text, const std::wstring& unit)
         massFactor = KilogramsPerGram(UnitExponent(expectedUnit));
         expectedUnit.remove_prefix(1);
     }
+    if (strictness == Strictness::Strict)
+    {
+        CheckStrictly(number, parsedUnit, expectedUnit);
+        // A person who leaves out the unit of a mass means kilograms; the prefix is what Parse takes for left out.
+        massFactor = parsedUnit.empty() ? 1 : massFactor;
+    }
     if (const double infinity = FindInfinity(number); infinity != 0)
     {
         return infinity;
@@ -277,9 +319,21 @@ double Parse(const std::wstring& text, const std::wstring& unit)
     double prefixFactor = 1;
     if (!Equals(expectedUnit, Units::Frame) && !AreShownAlike(parsedUnit, expectedUnit))
     {
-        prefixFactor = Raised(PrefixFactor(parsedUnit), UnitExponent(expectedUnit));
+        prefixFactor = Raised(PrefixFactor(parsedUnit).value_or(1), UnitExponent(expectedUnit));
     }
-    return ToDouble(number) * prefixFactor * massFactor;
+    return ToDouble(number, strictness) * prefixFactor * massFactor;
+}
+
+} // namespace
+
+double Parse(const std::wstring& text, const std::wstring& unit)
+{
+    return Read(text, unit, Strictness::Standard);
+}
+
+double ParseStrictly(const std::wstring& text, const std::wstring& unit)
+{
+    return Read(text, unit, Strictness::Strict);
 }
 
 bool TryParse(const std::wstring& text, const std::wstring& unit, double& result) noexcept

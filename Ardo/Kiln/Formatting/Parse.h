@@ -26,6 +26,15 @@ namespace Ardo::Kiln::Formatting
 /// std::invalid_argument and std::out_of_range like PrefixExponent if the exponent of \p unit is malformed.
 KILN_EXPORT double Parse(const std::wstring& text, const std::wstring& unit);
 
+/// Parse for a text that a person typed: nothing in it is ignored. The unit in \p text must be \p unit, with or without
+/// one prefix, or absent, which means \p unit itself; nothing may stand between number and unit. Any thread may call
+/// it.
+///
+/// \throws std::invalid_argument with "unexpected unit" if \p text has another unit, with "invalid stod argument" if
+/// there is
+///         more than a number in front of it, and otherwise like Parse.
+KILN_EXPORT double ParseStrictly(const std::wstring& text, const std::wstring& unit);
+
 /// Parse without an exception: true and the number in \p result, or false and \p result unchanged. Any thread may call
 /// it.
 KILN_EXPORT bool TryParse(const std::wstring& text, const std::wstring& unit, double& result) noexcept;

@@ -25,13 +25,12 @@ const wchar_t* PrefixSymbol(Prefix prefix) noexcept
 
 std::optional<Prefix> PrefixFromSymbol(const std::wstring& symbol) noexcept
 {
-    const bool isMicro = symbol == L"u" || (symbol.size() == 1 && symbol.front() == Characters::GreekSmallMu);
-    const auto* const found =
-        std::find_if(std::begin(Symbols), std::end(Symbols), [&](const wchar_t* entry) { return symbol == entry; });
-    if (isMicro)
+    if (symbol == L"u" || (symbol.size() == 1 && symbol.front() == Characters::GreekSmallMu))
     {
         return Prefix::Micro;
     }
+    const auto* const found =
+        std::find_if(std::begin(Symbols), std::end(Symbols), [&](const wchar_t* entry) { return symbol == entry; });
     if (found == std::end(Symbols))
     {
         return std::nullopt;

@@ -25,11 +25,12 @@ enum class Prefix : int
     Exa = 18,    ///< "E"
 };
 
-/// The symbol that is written before a unit: an empty text or one character. Never fails; an exponent between two
-/// prefixes or beyond them counts as the neighbour nearer to, or at, the end of the table.
+/// The symbol that is written before a unit: an empty text or one character. Any thread may call it. A value between
+/// two prefixes counts as the smaller one, a value beyond them as the last.
 KILN_EXPORT const wchar_t* PrefixSymbol(Prefix prefix) noexcept;
 
-/// The prefix that is written as \p symbol; empty if there is none. The Greek letter and "u" count as the micro sign.
+/// The prefix that is written as \p symbol, "" being Prefix::None; empty if there is none. The Greek letter and "u"
+/// count as the micro sign. Any thread may call it.
 KILN_EXPORT std::optional<Prefix> PrefixFromSymbol(const std::wstring& symbol) noexcept;
 
 } // namespace Ardo::Kiln::Formatting

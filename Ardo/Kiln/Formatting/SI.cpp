@@ -51,14 +51,14 @@ int ChoosePrefix(double magnitude, int unitExponent, Prefix minPrefix, Prefix ma
     const double sign = unitExponent > 0 ? 1 : -1;
     const double power = std::abs(static_cast<double>(unitExponent));
     const double exponent = power != 0 ? std::floor(log / (3 * power)) * (3 * sign) : sign * log;
-    // Held against the bounds before it becomes an int: a mass that overflows in grams has an infinite one.
+    // Held against the bounds before it becomes an int: a mass that overflows in grams has none that is finite.
     const auto lowest = static_cast<int>(minPrefix);
     const auto highest = static_cast<int>(maxPrefix);
     if (exponent > highest)
     {
         return highest;
     }
-    return exponent < lowest ? lowest : static_cast<int>(exponent);
+    return exponent >= lowest ? static_cast<int>(exponent) : lowest;
 }
 
 // How many decimals tell values apart that differ by \p resolution, in units of what is shown.

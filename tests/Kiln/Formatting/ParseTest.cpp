@@ -75,6 +75,27 @@ TEST(ParseTest, MalformedNumbersAreNeverCut)
     EXPECT_EQ(result, 2000);
 }
 
+TEST(ParseTest, StrictlyNothingIsIgnored)
+{
+    for (const wchar_t* text : {L"107 nm", L"0.107\u00B5m", L"107e-9 m", L" 1,07e-7 "})
+    {
+        EXPECT_DOUBLE_EQ(ParseStrictly(text, L"m"), 1.07e-7) << testing::PrintToString(text);
+    }
+    EXPECT_DOUBLE_EQ(ParseStrictly(L"5 \u00B5m\u02C9\u00B9", L"1/m"), 5e6);
+    EXPECT_EQ(ParseStrictly(L"5", L"kg"), 5);
+    EXPECT_EQ(ParseStrictly(L"5 kg", L"kg"), 5);
+    EXPECT_EQ(ParseStrictly(L"2 frames", L"frame"), 2);
+    EXPECT_EQ(ParseStrictly(L"-\u221E m", L"m"), -Infinite);
+    for (const wchar_t* text : {L"107 nV", L"107 metres", L"107 ym", L"107 nm^2", L"107 nnm"})
+    {
+        EXPECT_THAT([&] { ParseStrictly(text, L"m"); }, ThrowsMessage<std::invalid_argument>("unexpected unit"));
+    }
+    for (const wchar_t* text : {L"107 3 nm", L"107 nm 3", L"1e+ nm", L"7\u221E m", L"m", L"", L"107 nm."})
+    {
+        EXPECT_THAT([&] { ParseStrictly(text, L"m"); }, IsNoNumber) << testing::PrintToString(text);
+    }
+}
+
 TEST(ParseTest, WhatIsWrittenIsReadBack)
 {
     std::wstring all;

@@ -42,6 +42,7 @@ TEST(SITest, PrefixDecimalsAndUnit)
         {"a whole exponent up to its decimals", 1.0, L"m/s^2.5", 0, L"1 m/s^2.5"},
         {"exponent 0: the prefix has no power", 5000.0, L"m^0", 0, L"5000 mm^0"},
         {"a mass beyond every double in grams", 1.7e308, L"kg", 0, L"\u221E Eg"},
+        {"no mass in a power beyond every double", 0.0, L"kg^999", 0, L"- fg^999"},
         {"the smallest double", 5e-324, L"m", 0, L"0 fm"},
         {"negative decimals round", 1250.0, L"px", -2, L"1200 px"},
         {"and not twice", 1250.4, L"px", -2, L"1300 px"},
