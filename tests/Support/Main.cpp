@@ -6,7 +6,7 @@
 /// Leaks that are not ours: the C library keeps the folders of LOCPATH, which one of the runs sets, until the end.
 extern "C" __attribute__((visibility("default"))) const char* __lsan_default_suppressions()
 {
-    return "leak:__argz_add_sep\n";
+    return "leak:argz_add_sep\n";
 }
 #endif
 
