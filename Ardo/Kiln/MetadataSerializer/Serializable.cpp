@@ -57,6 +57,7 @@ std::string WriteXml(ptree& document)
     std::ostream stream(&sink);
     boost::property_tree::write_xml(stream, document,
                                     boost::property_tree::xml_writer_make_settings<std::string>(' ', 4, "utf-8"));
+    stream.flush();
     return replaced ? RestoreWhiteSpace(text) : text;
 }
 
