@@ -44,8 +44,8 @@ void NumberText::WriteFewDecimals(double value, int decimals) noexcept
         ++digits;
     }
 
-    constexpr int MostCharacters = 20;
-    m_end = m_text + MostCharacters;
+    constexpr int mostCharacters = 20;
+    m_end = m_text + mostCharacters;
     m_begin = m_end;
     const auto writeDigit = [&]
     {

@@ -131,7 +131,7 @@ double KilogramsPerGram(int exponent) noexcept
 // What the "∞" in \p number stands for, 0 if there is none.
 double FindInfinity(std::wstring_view number) noexcept
 {
-    constexpr double Infinite = std::numeric_limits<double>::infinity();
+    constexpr double infinite = std::numeric_limits<double>::infinity();
     double found = 0;
     for (std::size_t i = 0; i < number.size(); ++i)
     {
@@ -141,9 +141,9 @@ double FindInfinity(std::wstring_view number) noexcept
         }
         if (i > 0 && IsMinus(number[i - 1]))
         {
-            return -Infinite;
+            return -infinite;
         }
-        found = Infinite;
+        found = infinite;
     }
     return found;
 }
@@ -175,8 +175,8 @@ std::errc ToDouble(const char*& first, const char* last, double& value) noexcept
 // Dividing one exact number by another is correctly rounded, and takes a fraction of the time of the general way.
 std::optional<double> ToPlainNumber(std::wstring_view text) noexcept
 {
-    constexpr std::size_t MostCharacters = 16; // 15 digits are less than 2^53
-    if (text.size() > MostCharacters)
+    constexpr std::size_t mostCharacters = 16; // 15 digits are less than 2^53
+    if (text.size() > mostCharacters)
     {
         return std::nullopt;
     }
@@ -200,7 +200,7 @@ std::optional<double> ToPlainNumber(std::wstring_view text) noexcept
         }
     }
     const std::size_t count = text.size() - (hasSeparator ? 1 : 0);
-    if (count == 0 || count == MostCharacters)
+    if (count == 0 || count == mostCharacters)
     {
         return std::nullopt;
     }

@@ -46,8 +46,8 @@ double GramsPerKilogram(int exponent) noexcept
 // The decimal exponent of the prefix that shows \p magnitude with one to three digits before the point.
 int ChoosePrefix(double magnitude, int unitExponent, Prefix minPrefix, Prefix maxPrefix) noexcept
 {
-    constexpr double LogOfZero = -15.0;
-    const double log = magnitude == 0 ? LogOfZero : std::log10(magnitude);
+    constexpr double logOfZero = -15.0;
+    const double log = magnitude == 0 ? logOfZero : std::log10(magnitude);
     const double sign = unitExponent > 0 ? 1 : -1;
     const double power = std::abs(static_cast<double>(unitExponent));
     const double exponent = power != 0 ? std::floor(log / (3 * power)) * (3 * sign) : sign * log;
@@ -64,9 +64,9 @@ int ChoosePrefix(double magnitude, int unitExponent, Prefix minPrefix, Prefix ma
 // How many decimals tell values apart that differ by \p resolution, in units of what is shown.
 int DecimalsOf(double resolution) noexcept
 {
-    constexpr double Fewest = -400; // 1e400 is beyond every double
+    constexpr double fewest = -400; // 1e400 is beyond every double
     const double decimals = -std::floor(std::log10(resolution));
-    return static_cast<int>(std::clamp(decimals, Fewest, static_cast<double>(NumberText::MostDecimals)));
+    return static_cast<int>(std::clamp(decimals, fewest, static_cast<double>(NumberText::MostDecimals)));
 }
 
 // What stands in place of a number that is not finite.
@@ -124,9 +124,9 @@ std::wstring SI(double value, const std::wstring& unit, int decimals, double res
         return JoinNumberAndUnit(Symbol(value), prefix, shownUnit, true);
     }
 
-    constexpr double TooLongToRead = 1e9;
+    constexpr double tooLongToRead = 1e9;
     NumberText number;
-    if (std::abs(value) >= TooLongToRead)
+    if (std::abs(value) >= tooLongToRead)
     {
         number.WriteScientific(value, decimals, 'E');
     }

@@ -14,8 +14,8 @@ namespace
 
 wchar_t SuperscriptDigit(wchar_t digit) noexcept
 {
-    constexpr wchar_t Digits[] = {Characters::SuperscriptOne, Characters::SuperscriptTwo, Characters::SuperscriptThree};
-    return digit >= L'1' && digit <= L'3' ? Digits[digit - L'1'] : L'\0';
+    constexpr wchar_t digits[] = {Characters::SuperscriptOne, Characters::SuperscriptTwo, Characters::SuperscriptThree};
+    return digit >= L'1' && digit <= L'3' ? digits[digit - L'1'] : L'\0';
 }
 
 // True if the exponent whose first digit was just read goes on in \p rest.

@@ -31,12 +31,12 @@ int ToInt(std::wstring_view text)
         throw std::invalid_argument("invalid stoi argument");
     }
 
-    constexpr std::int64_t Most = std::numeric_limits<int>::max();
+    constexpr std::int64_t most = std::numeric_limits<int>::max();
     std::int64_t magnitude = 0;
     for (; position != text.end() && IsDigit(*position); ++position)
     {
         magnitude = 10 * magnitude + (*position - L'0');
-        if (magnitude > Most + (isNegative ? 1 : 0))
+        if (magnitude > most + (isNegative ? 1 : 0))
         {
             throw std::out_of_range("stoi argument out of range");
         }
@@ -99,13 +99,13 @@ bool IsBlankOrSlash(wchar_t character)
 int UnitExponentBehind(std::wstring_view unit, std::size_t caret)
 {
     // A space or a "/" before the "^" ends the first factor before its exponent begins.
-    constexpr wchar_t EndsFactor[] = L" /";
-    if (unit.substr(0, caret).find_first_of(EndsFactor) != std::wstring_view::npos)
+    constexpr wchar_t endsFactor[] = L" /";
+    if (unit.substr(0, caret).find_first_of(endsFactor) != std::wstring_view::npos)
     {
         return 1;
     }
     const std::wstring_view rest = unit.substr(caret + 1);
-    const std::wstring_view exponent = rest.substr(0, rest.find_first_of(EndsFactor));
+    const std::wstring_view exponent = rest.substr(0, rest.find_first_of(endsFactor));
     return exponent.empty() ? 1 : ToInt(exponent);
 }
 
