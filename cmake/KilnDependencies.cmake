@@ -3,3 +3,4 @@
 find_package(Qt5 5.15 REQUIRED COMPONENTS Core Gui)
 find_package(Boost 1.74 REQUIRED COMPONENTS log)
 find_package(TIFF 4.5 REQUIRED)
+find_package(spdlog 1.10 REQUIRED) # brings fmt

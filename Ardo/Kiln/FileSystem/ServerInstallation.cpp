@@ -1,0 +1,33 @@
+#include "Ardo/Kiln/FileSystem/ServerInstallation_p.h"
+
+#include "Ardo/Kiln/Platform/FileVersion.h"
+#include "Ardo/Kiln/Platform/MachineSetting.h"
+
+namespace Ardo::Kiln::FileSystem
+{
+
+std::optional<std::filesystem::path> ServerInstallationFolder()
+{
+    for (const wchar_t* key : {L"SOFTWARE\\Ardo\\Configuration", L"SOFTWARE\\Wow6432Node\\Ardo\\Configuration"})
+    {
+        if (const auto folder = Platform::ReadMachineSetting(key, L"Installation Path"))
+        {
+            return std::filesystem::path(*folder);
+        }
+    }
+    return std::nullopt;
+}
+
+std::optional<std::tuple<unsigned, unsigned, unsigned>> ServerVersion()
+{
+    const auto folder = ServerInstallationFolder();
+    const auto version =
+        folder ? Platform::ReadFileVersion(*folder / "Exe" / "kestrel.dll") : std::optional<Platform::FileVersion>();
+    if (!version)
+    {
+        return std::nullopt;
+    }
+    return std::tuple((*version)[0], (*version)[1], (*version)[2]);
+}
+
+} // namespace Ardo::Kiln::FileSystem

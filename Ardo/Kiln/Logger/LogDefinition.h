@@ -1,0 +1,22 @@
+#pragma once
+
+#include "Ardo/Kiln/Logger/SeverityLevel.h"
+
+#include <cstdint>
+#include <set>
+#include <string>
+#include <vector>
+
+namespace Ardo::Kiln::Logger
+{
+
+/// One log file and what goes to it.
+struct LogDefinition
+{
+    std::wstring fileName;                ///< The file's base name, without folder and extension.
+    std::uint64_t maxFileSize = 0;        ///< In bytes; a file that would grow beyond it is rotated. 0: no limit.
+    std::vector<std::string> originators; ///< Whose records, compared byte by byte; empty: everybody's.
+    std::set<SeverityLevel> severities;   ///< Which levels (see SeveritySets.h); empty: none.
+};
+
+} // namespace Ardo::Kiln::Logger

@@ -1,0 +1,385 @@
+#include "Ardo/Kiln/Logger/LogFile_p.h"
+
+#include "Ardo/Kiln/Platform/SharedAppendFile.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <utility>
+
+namespace Ardo::Kiln::Logger
+{
+
+namespace fs = std::filesystem;
+using namespace std::chrono_literals;
+
+namespace
+{
+
+// Large enough that a burst of records costs few system calls, small enough to be lost without grief.
+constexpr std::size_t KeptAtMost = 65536;
+
+// How long a thread waits for another process: long against any rotation, short for a person who waits for the thread.
+constexpr auto LockPatience = 2s;
+
+// A cause that comes back sooner than this is still the same: a full disk takes a short record now and then.
+constexpr auto HealthyFor = 60s;
+
+} // namespace
+
+LogFile::LogFile(fs::path path, std::uint64_t maxSize, unsigned fileCount)
+    : m_path(std::move(path)), m_maxSize(maxSize), m_fileCount(fileCount)
+{
+    Report(Open());
+}
+
+LogFile::~LogFile()
+{
+    Flush();
+}
+
+void LogFile::BeginNewFile() noexcept
+{
+    try
+    {
+        const std::lock_guard lock(m_mutex);
+        Failure failure = OpenAndLock();
+        if (failure.what == nullptr && m_locked && m_file->Inspect().size > 0)
+        {
+            if (const std::error_code error = Rotate())
+            {
+                failure = {"cannot be rotated", error};
+            }
+        }
+        Close();
+        Report(failure);
+    }
+    catch (...)
+    {
+        // No memory: the old file goes on.
+    }
+}
+
+void LogFile::Append(std::string_view record) noexcept
+{
+    try
+    {
+        const std::lock_guard lock(m_mutex);
+        Keep(record);
+    }
+    catch (...)
+    {
+        // No memory: the record is lost.
+    }
+}
+
+void LogFile::AppendAtOnce(std::string_view record) noexcept
+{
+    try
+    {
+        const std::lock_guard lock(m_mutex);
+        if (m_file != nullptr && m_ends.empty() && !m_failing)
+        {
+            const Platform::SharedAppendFile::State state = m_file->Inspect();
+            std::size_t written = 0;
+            if (state.hasName && (m_maxSize == 0 || state.size + record.size() <= m_maxSize) &&
+                !m_file->Append(record, written))
+            {
+                m_unsynced = true;
+                return;
+            }
+        }
+        Keep(record);
+        WriteKept();
+    }
+    catch (...)
+    {
+        // No memory: the record is lost.
+    }
+}
+
+void LogFile::Flush() noexcept
+{
+    try
+    {
+        const std::lock_guard lock(m_mutex);
+        if (!m_ends.empty())
+        {
+            WriteKept();
+        }
+        else if (m_file != nullptr && !m_file->IsAt(m_path))
+        {
+            Close(); // a file that others rotated out would keep its space, and on Windows its name
+        }
+    }
+    catch (...)
+    {
+        // No memory: the records stay for the next time.
+    }
+}
+
+void LogFile::Sync() noexcept
+{
+    Flush();
+    std::shared_ptr<Platform::SharedAppendFile> file;
+    {
+        const std::lock_guard lock(m_mutex);
+        if (std::exchange(m_unsynced, false))
+        {
+            file = m_file;
+        }
+    }
+    if (file != nullptr)
+    {
+        file->FlushToDisk(); // the disk may take its time: nobody waits for it but this thread
+    }
+}
+
+void LogFile::Keep(std::string_view record)
+{
+    if (!m_ends.empty() && m_kept.size() + record.size() > KeptAtMost)
+    {
+        WriteKept();
+        if (!m_ends.empty() && m_kept.size() + record.size() > KeptAtMost)
+        {
+            return; // lost; standard error has the reason
+        }
+    }
+    m_ends.reserve(m_ends.size() + 1);
+    m_kept += record;
+    m_ends.push_back(m_kept.size());
+}
+
+void LogFile::WriteKept()
+{
+    std::size_t done = 0;
+    const Failure failure = WriteRecords(done);
+    if (done > 0)
+    {
+        const std::size_t bytes = m_ends[done - 1];
+        m_kept.erase(0, bytes);
+        m_ends.erase(m_ends.begin(), m_ends.begin() + static_cast<std::ptrdiff_t>(done));
+        for (std::size_t& end : m_ends)
+        {
+            end -= bytes;
+        }
+        m_unsynced = true;
+    }
+    if (m_kept.size() > KeptAtMost) // a single record of that size
+    {
+        m_kept.clear();
+        m_ends.clear();
+    }
+    Report(failure);
+}
+
+LogFile::Failure LogFile::WriteRecords(std::size_t& done)
+{
+    Failure failure;
+    bool mayRotate = true;
+    while (done < m_ends.size())
+    {
+        if (const Failure fatal = OpenAndLock(); fatal.what != nullptr)
+        {
+            return fatal;
+        }
+        if (!m_locked)
+        {
+            failure = {"is locked by a process that does not answer; it grows beyond its limit", {}};
+            mayRotate = false; // appending needs no lock, renaming does
+        }
+        bool full = false;
+        const Failure fatal = WriteUntilFull(done, mayRotate, full);
+        if (fatal.what == nullptr && full)
+        {
+            if (const std::error_code error = Rotate())
+            {
+                failure = {"cannot be rotated; it grows beyond its limit", error};
+                mayRotate = false;
+            }
+            else
+            {
+                Close(); // the open file has another name now
+            }
+        }
+        if (m_locked)
+        {
+            m_file->Unlock();
+            m_locked = false;
+        }
+        if (fatal.what != nullptr)
+        {
+            Close();
+            return fatal;
+        }
+    }
+    return failure;
+}
+
+/// Opens the file that has the name at the moment, and locks it if its holder lets it go in time.
+LogFile::Failure LogFile::OpenAndLock()
+{
+    const auto deadline = std::chrono::steady_clock::now() + LockPatience;
+    for (;;)
+    {
+        if (m_file == nullptr)
+        {
+            if (const Failure failure = Open(); failure.what != nullptr)
+            {
+                return failure;
+            }
+        }
+        const auto patience = std::chrono::ceil<std::chrono::milliseconds>(deadline - std::chrono::steady_clock::now());
+        m_locked = m_file->Lock(m_lockHangs ? 0ms : std::max(patience, 0ms));
+        m_lockHangs = !m_locked;
+        if (m_file->IsAt(m_path) || std::chrono::steady_clock::now() >= deadline)
+        {
+            return {};
+        }
+        Close(); // another process has rotated it, or somebody has deleted it
+    }
+}
+
+LogFile::Failure LogFile::Open()
+{
+    auto file = std::make_shared<Platform::SharedAppendFile>();
+    std::error_code error = file->Open(m_path);
+    if (error == std::errc::no_such_file_or_directory)
+    {
+        std::error_code ignored; // the second attempt tells it
+        fs::create_directory(m_path.parent_path(), ignored);
+        error = file->Open(m_path);
+    }
+    if (error)
+    {
+        return {"cannot be opened", error};
+    }
+    m_file = std::move(file);
+    return {};
+}
+
+/// Appends as many records as fit. \p full tells that the next one needs a new file.
+LogFile::Failure LogFile::WriteUntilFull(std::size_t& done, bool mayRotate, bool& full)
+{
+    std::uint64_t size = m_file->Inspect().size;
+    const bool unfinishedLine = m_file->EndsInsideLine(size); // of a process that died
+    const std::size_t begin = done == 0 ? 0 : m_ends[done - 1];
+
+    const std::uint64_t used = size + (unfinishedLine ? 1 : 0);
+    auto last = m_ends.end();
+    if (m_maxSize != 0 && mayRotate)
+    {
+        const std::uint64_t room = m_maxSize > used ? m_maxSize - used : 0;
+        last = std::upper_bound(m_ends.begin() + static_cast<std::ptrdiff_t>(done), m_ends.end(), begin + room);
+        full = last != m_ends.end();
+        if (full && size == 0 && last == m_ends.begin() + static_cast<std::ptrdiff_t>(done))
+        {
+            ++last; // longer than any file may be: it gets one of its own
+            full = last != m_ends.end();
+        }
+    }
+    const auto count = static_cast<std::size_t>(last - m_ends.begin());
+    if (count == done)
+    {
+        return {};
+    }
+
+    std::size_t written = 0;
+    std::error_code error;
+    if (unfinishedLine)
+    {
+        error = m_file->Append("\n", written);
+        size += written;
+    }
+    if (!error)
+    {
+        error = m_file->Append(std::string_view(m_kept).substr(begin, m_ends[count - 1] - begin), written);
+        while (done < count && m_ends[done] - begin <= written)
+        {
+            ++done;
+        }
+    }
+    if (!error)
+    {
+        return {};
+    }
+    const std::size_t whole = done == 0 ? 0 : m_ends[done - 1] - begin;
+    if (m_locked && written > whole)
+    {
+        m_file->Truncate(size + whole);
+    }
+    full = false;
+    return {"cannot be written", error};
+}
+
+/// Gives every file the next number. Stops at the first that cannot have it, so that none is overwritten too early.
+std::error_code LogFile::Rotate()
+{
+    std::error_code error;
+    if (m_fileCount == 1)
+    {
+        fs::remove(m_path, error);
+        return error;
+    }
+    for (unsigned number = m_fileCount - 1; number > 0; --number)
+    {
+        fs::rename(NameOf(number - 1), NameOf(number), error);
+        if (error && error != std::errc::no_such_file_or_directory)
+        {
+            return error;
+        }
+    }
+    return {};
+}
+
+void LogFile::Close()
+{
+    if (m_file != nullptr && m_locked)
+    {
+        m_file->Unlock();
+        m_locked = false;
+    }
+    m_file.reset();
+}
+
+fs::path LogFile::NameOf(unsigned number) const
+{
+    fs::path path = m_path;
+    if (number > 0)
+    {
+        fs::path name = m_path.stem();
+        name += "." + std::to_string(number);
+        name += m_path.extension();
+        path.replace_filename(name);
+    }
+    return path;
+}
+
+void LogFile::Report(const Failure& failure)
+{
+    const auto now = std::chrono::steady_clock::now();
+    if (failure.what == nullptr)
+    {
+        if (std::exchange(m_failing, false))
+        {
+            m_healed = now;
+        }
+        return;
+    }
+    const bool known = m_lastFailure.what == failure.what && m_lastFailure.reason == failure.reason &&
+                       (m_failing || now - m_healed < HealthyFor);
+    m_failing = true;
+    if (known)
+    {
+        return;
+    }
+    m_lastFailure = failure;
+    std::string line = "Log file " + m_path.string() + " " + failure.what;
+    if (failure.reason)
+    {
+        line += ": " + failure.reason.message();
+    }
+    line += "\n";
+    std::fputs(line.c_str(), stderr); // in one call, so that lines of several threads do not mix
+}
+
+} // namespace Ardo::Kiln::Logger

@@ -1,0 +1,77 @@
+#include "Ardo/Kiln/Logger/LogFileRegistry_p.h"
+
+#include <spdlog/details/periodic_worker.h>
+
+#include <mutex>
+#include <utility>
+#include <vector>
+
+namespace Ardo::Kiln::Logger::LogFileRegistry
+{
+
+namespace
+{
+
+// Our own and not spdlog's, which belongs to the application where that uses spdlog itself.
+struct Registry
+{
+    std::mutex mutex;
+    std::vector<std::shared_ptr<LogFile>> files; ///< Guarded by mutex.
+    std::unique_ptr<spdlog::details::periodic_worker>
+        flusher; ///< Guarded by mutex; destroyed first, it uses the files.
+};
+
+Registry& TheRegistry()
+{
+    static Registry g_registry;
+    return g_registry;
+}
+
+void SyncAll()
+{
+    std::vector<std::shared_ptr<LogFile>> files;
+    {
+        Registry& registry = TheRegistry();
+        const std::lock_guard lock(registry.mutex);
+        files = registry.files;
+    }
+    for (const auto& file : files)
+    {
+        file->Sync();
+    }
+}
+
+} // namespace
+
+void Add(std::shared_ptr<LogFile> file)
+{
+    Registry& registry = TheRegistry();
+    const std::lock_guard lock(registry.mutex);
+    registry.files.push_back(std::move(file));
+}
+
+void StartPeriodicFlush()
+{
+    Registry& registry = TheRegistry();
+    const std::lock_guard lock(registry.mutex);
+    if (registry.flusher == nullptr)
+    {
+        registry.flusher = std::make_unique<spdlog::details::periodic_worker>(SyncAll, std::chrono::seconds(1));
+    }
+}
+
+void Shutdown()
+{
+    Registry& registry = TheRegistry();
+    std::unique_lock lock(registry.mutex);
+    const auto files = std::exchange(registry.files, {});
+    auto flusher = std::exchange(registry.flusher, nullptr);
+    lock.unlock(); // the flusher's last round may be waiting for it
+    flusher.reset();
+    for (const auto& file : files)
+    {
+        file->Flush();
+    }
+}
+
+} // namespace Ardo::Kiln::Logger::LogFileRegistry

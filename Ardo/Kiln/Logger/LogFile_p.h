@@ -1,0 +1,98 @@
+#pragma once
+
+#include "Ardo/KilnExport.h"
+
+#include <chrono>
+#include <cstdint>
+#include <filesystem>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <string_view>
+#include <system_error>
+#include <vector>
+
+namespace Ardo::Kiln::Platform
+{
+class SharedAppendFile;
+}
+
+namespace Ardo::Kiln::Logger
+{
+
+/// A log file that is rotated by size and that several processes, or several objects of one process, may write.
+///
+/// X.log is the newest file, X.1.log the one before it, up to the given number of files. A record is never cut by a
+/// rotation, and none is lost at one. A process that dies while it writes leaves at most its own last line unfinished;
+/// the next writer begins a new line.
+///
+/// Failures never reach the caller. While the file cannot be written its records are kept up to some 64 KiB, later ones
+/// are lost, and standard error gets one line for each cause. A deleted file or folder is made again.
+///
+/// Any thread may call any method.
+class KILN_EXPORT_FOR_TESTS LogFile
+{
+public:
+    /// Opens the file at its end and creates it where it is missing, with its folder; a failure is reported, and
+    /// tried again with the next record.
+    /// \param maxSize in bytes; a file that would grow beyond it is rotated. A single longer record gets a file of its
+    ///        own. 0: no limit.
+    /// \param fileCount how many files there are, with the newest; at least 1.
+    LogFile(std::filesystem::path path, std::uint64_t maxSize, unsigned fileCount);
+    ~LogFile(); ///< Writes what is still kept.
+    LogFile(const LogFile&) = delete;
+    LogFile& operator=(const LogFile&) = delete;
+
+    /// Rotates whatever the size is, unless the file is empty.
+    void BeginNewFile() noexcept;
+
+    /// Keeps one record, which ends with a line feed, for the next Flush.
+    void Append(std::string_view record) noexcept;
+
+    /// Writes one record, and those kept before it, to the file at once.
+    ///
+    /// A record that needs no rotation is appended without the lock between processes, in a single call of the system,
+    /// which keeps it together all the same.
+    void AppendAtOnce(std::string_view record) noexcept;
+
+    /// Hands what is kept to the system, so that it survives the end of this process.
+    void Flush() noexcept;
+
+    /// Flush, then waits until the disk has what was written since the last time. Other threads go on logging.
+    void Sync() noexcept;
+
+private:
+    struct Failure
+    {
+        const char* what = nullptr; ///< Null: none.
+        std::error_code reason;
+    };
+
+    void Keep(std::string_view record);
+    void WriteKept();
+    Failure WriteRecords(std::size_t& done);
+    Failure OpenAndLock();
+    Failure Open();
+    Failure WriteUntilFull(std::size_t& done, bool mayRotate, bool& full);
+    std::error_code Rotate();
+    void Close();
+    std::filesystem::path NameOf(unsigned number) const;
+    void Report(const Failure& failure);
+
+    const std::filesystem::path m_path;
+    const std::uint64_t m_maxSize;
+    const unsigned m_fileCount;
+
+    std::mutex m_mutex;                                 ///< Guards all that follows.
+    std::shared_ptr<Platform::SharedAppendFile> m_file; ///< Null while not open. Shared with Sync only.
+    bool m_locked = false;                              ///< This object holds the lock between processes.
+    bool m_lockHangs = false;                           ///< Its holder did not let go in time.
+    bool m_unsynced = false;                            ///< Written since the last Sync.
+    std::string m_kept;                                 ///< Records that are not written yet, one after another.
+    std::vector<std::size_t> m_ends;                    ///< Where each of them ends in m_kept.
+    Failure m_lastFailure;
+    bool m_failing = false;
+    std::chrono::steady_clock::time_point m_healed; ///< When the last failure was over.
+};
+
+} // namespace Ardo::Kiln::Logger

@@ -1,0 +1,74 @@
+#pragma once
+
+#include "Ardo/Kiln/Logger/LogDefinition.h"
+#include "Ardo/KilnExport.h"
+
+#include <filesystem>
+#include <string>
+#include <tuple>
+#include <vector>
+
+namespace Ardo::Kiln::Logger
+{
+
+/// The log environment of a process: where its log files lie and what goes to which.
+///
+/// One object per process lives from start-up to shutdown. The loggers of the components (CreateLogger) may be made
+/// before and used after it; what no file takes is dropped.
+///
+///     Logger::Logging logging(folder, L"Orbex");
+///     logging.Initialize();                                       // folder/Log/Orbex_Dbg.log
+///     logging.AddSinks({{L"Orbex", 1 << 20, {}, InfoAndAbove}});  // folder/Log/Orbex.log
+///
+/// The extension is ".txtlog" where the instrument server's software is of version 7.7.0 or later, else ".log".
+///
+/// Any thread may log at any time; Initialize, AddSinks and the destructor are for one thread. A record is written on
+/// the thread that logs it. What goes wrong with a file later costs records and is told once on standard error; it
+/// never reaches whoever logs.
+class KILN_EXPORT Logging
+{
+public:
+    /// Touches nothing yet.
+    /// \param folderRoot the folder that holds or will hold the folder "Log".
+    /// \param baseName the base name of the debug file.
+    Logging(std::filesystem::path folderRoot, std::wstring baseName);
+
+    /// Where this object initialised the environment or added sinks: removes every sink from Boost.Log's core, those of
+    /// others too, writes what was logged, and lets another object be initialised. What a thread logs at the very
+    /// moment of the removal may still be printed by the core itself; before and after it is dropped.
+    ~Logging();
+    Logging(const Logging&) = delete;
+    Logging& operator=(const Logging&) = delete;
+
+    /// Makes the log folder and starts the debug file, which takes the records of level debug and nothing else.
+    /// \throws std::runtime_error "The logging environment is already initialized"; the first one stays as it is.
+    /// \throws std::filesystem::filesystem_error "create_directories" with the folder and the system's reason.
+    /// \throws std::runtime_error of CheckLogFileAttribute when the debug file cannot be made visible and writable.
+    void Initialize();
+
+    /// Adds one log file for each definition, in this order; may be called again for more.
+    /// \throws std::runtime_error of CheckLogFileAttribute when a file cannot be made visible and writable; the files
+    ///         before it have been added.
+    void AddSinks(const std::vector<LogDefinition>& definitions);
+
+    /// Hands everything that was logged to the system. Any thread may call it.
+    static void Flush();
+
+private:
+    void AddDebugSink();
+    void AddArdoSink(const LogDefinition& definition);
+    std::filesystem::path GetLogFolderPath() const;
+    std::filesystem::path GetLogFilePath(const std::wstring& name) const;
+    static std::wstring GetLogFileExtension();
+    static bool ServerVersionIsEqualOrHigher(std::tuple<unsigned, unsigned, unsigned> version);
+    void EnsureFolderExists() const;
+
+    std::filesystem::path m_folderRoot;
+    std::wstring m_baseName;
+    bool m_changedSinks = false; ///< Whether the destructor has anything to undo.
+
+    static bool m_initialized;
+    static const wchar_t* m_currentBaseName; ///< Of the initialised object; never null.
+};
+
+} // namespace Ardo::Kiln::Logger

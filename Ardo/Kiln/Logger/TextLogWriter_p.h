@@ -1,0 +1,44 @@
+#pragma once
+
+#include "Ardo/KilnExport.h"
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <string_view>
+
+namespace Ardo::Kiln::Logger
+{
+
+/// Writes one text log file, shared with other processes and rotated by size (see LogFile).
+///
+/// A line is made of date, time with fraction and zone, level, thread, process and "originator: message", separated by
+/// tabs. Lines of code 2 and above reach the file at once, those of code 1 with the next Flush, with a full buffer, or
+/// within a second where the registry of log files flushes, to which each writer adds its file.
+///
+/// Any thread may call any method; none of them throws what goes wrong with the file.
+class KILN_EXPORT_FOR_TESTS TextLogWriter
+{
+public:
+    /// \param path the file's full path.
+    /// \param maxSize in bytes; 0: no limit.
+    /// \param fileCount how many files are kept, with the one that is written; at least 1.
+    /// \param rotateOnOpen begin with a new file even where one is there already.
+    TextLogWriter(const std::wstring& path, std::uint64_t maxSize, unsigned fileCount, bool rotateOnOpen);
+    ~TextLogWriter();
+    TextLogWriter(const TextLogWriter&) = delete;
+    TextLogWriter& operator=(const TextLogWriter&) = delete;
+
+    /// Writes one line. \p levelCode is 1 (information), 2 (warning), 4 (error) or 8 (critical); any other is a
+    /// warning.
+    void Write(int levelCode, std::wstring_view originator, std::wstring_view message) noexcept;
+
+    /// Hands all lines to the system.
+    void Flush() noexcept;
+
+private:
+    struct Implementation;
+    std::unique_ptr<Implementation> m_implementation;
+};
+
+} // namespace Ardo::Kiln::Logger

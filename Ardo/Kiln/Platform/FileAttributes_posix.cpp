@@ -1,0 +1,17 @@
+#include "Ardo/Kiln/Platform/FileAttributes.h"
+
+namespace Ardo::Kiln::Platform
+{
+
+bool IsHidden(const std::filesystem::path& file)
+{
+    std::error_code error;
+    return file.filename().native().starts_with('.') && std::filesystem::exists(file, error);
+}
+
+std::error_code ClearHidden(const std::filesystem::path& file)
+{
+    return IsHidden(file) ? std::make_error_code(std::errc::operation_not_supported) : std::error_code();
+}
+
+} // namespace Ardo::Kiln::Platform
