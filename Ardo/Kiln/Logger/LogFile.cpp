@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <limits>
 #include <utility>
 
 namespace Ardo::Kiln::Logger
@@ -24,10 +25,15 @@ constexpr auto LockPatience = 2s;
 // A cause that comes back sooner than this is still the same: a full disk takes a short record now and then.
 constexpr auto HealthyFor = 60s;
 
+// How often a file that is written without the lock is looked at: a look costs as much as a record.
+constexpr auto InspectedAgain = 1ms;
+
 } // namespace
 
 LogFile::LogFile(fs::path path, std::uint64_t maxSize, unsigned fileCount)
-    : m_path(std::move(path)), m_maxSize(maxSize), m_fileCount(fileCount)
+    : m_path(std::move(path)),
+      m_maxSize(maxSize == 0 ? std::numeric_limits<std::uint64_t>::max() : maxSize),
+      m_fileCount(fileCount)
 {
     Report(Open());
 }
@@ -72,22 +78,28 @@ void LogFile::Append(std::string_view record) noexcept
     }
 }
 
-void LogFile::AppendAtOnce(std::string_view record) noexcept
+void LogFile::AppendAtOnce(std::string_view record, std::chrono::system_clock::time_point now) noexcept
 {
     try
     {
         const std::lock_guard lock(m_mutex);
         if (m_file != nullptr && m_ends.empty() && !m_failing)
         {
-            const Platform::SharedAppendFile::State state = m_file->Inspect();
-            std::size_t written = 0;
-            if (state.hasName && (m_maxSize == 0 || state.size + record.size() <= m_maxSize) &&
-                !m_file->Append(record, written))
+            if (now < m_inspected || now - m_inspected >= InspectedAgain)
             {
+                const Platform::SharedAppendFile::State state = m_file->Inspect();
+                m_room = state.hasName && m_maxSize > state.size ? m_maxSize - state.size : 0;
+                m_inspected = now;
+            }
+            std::size_t written = 0;
+            if (record.size() <= m_room && !m_file->Append(record, written))
+            {
+                m_room -= record.size();
                 m_unsynced = true;
                 return;
             }
         }
+        m_inspected = {};
         Keep(record);
         WriteKept();
     }
@@ -266,9 +278,9 @@ LogFile::Failure LogFile::WriteUntilFull(std::size_t& done, bool mayRotate, bool
 
     const std::uint64_t used = size + (unfinishedLine ? 1 : 0);
     auto last = m_ends.end();
-    if (m_maxSize != 0 && mayRotate)
+    if (mayRotate)
     {
-        const std::uint64_t room = m_maxSize > used ? m_maxSize - used : 0;
+        const std::uint64_t room = m_maxSize > used ? std::min<std::uint64_t>(m_maxSize - used, m_kept.size()) : 0;
         last = std::upper_bound(m_ends.begin() + static_cast<std::ptrdiff_t>(done), m_ends.end(), begin + room);
         full = last != m_ends.end();
         if (full && size == 0 && last == m_ends.begin() + static_cast<std::ptrdiff_t>(done))

@@ -1,5 +1,6 @@
 #include "Ardo/Kiln/Logger/LogFileRegistry_p.h"
 
+#include <spdlog/common.h> // the next header needs it
 #include <spdlog/details/periodic_worker.h>
 
 #include <mutex>

@@ -52,8 +52,9 @@ public:
     /// Writes one record, and those kept before it, to the file at once.
     ///
     /// A record that needs no rotation is appended without the lock between processes, in a single call of the system,
-    /// which keeps it together all the same.
-    void AppendAtOnce(std::string_view record) noexcept;
+    /// which keeps it together all the same. That the file was deleted, or filled by others, is noticed within a
+    /// millisecond. \param now the present time.
+    void AppendAtOnce(std::string_view record, std::chrono::system_clock::time_point now) noexcept;
 
     /// Hands what is kept to the system, so that it survives the end of this process.
     void Flush() noexcept;
@@ -90,6 +91,8 @@ private:
     bool m_unsynced = false;                            ///< Written since the last Sync.
     std::string m_kept;                                 ///< Records that are not written yet, one after another.
     std::vector<std::size_t> m_ends;                    ///< Where each of them ends in m_kept.
+    std::chrono::system_clock::time_point m_inspected;  ///< When AppendAtOnce last looked at the file.
+    std::uint64_t m_room = 0;                           ///< What fits the file, by that look.
     Failure m_lastFailure;
     bool m_failing = false;
     std::chrono::steady_clock::time_point m_healed; ///< When the last failure was over.

@@ -22,8 +22,13 @@ namespace utf = boost::locale::utf;
 template <typename Char>
 bool IsAscii(std::basic_string_view<Char> text)
 {
-    return std::all_of(text.begin(), text.end(),
-                       [](Char unit) { return static_cast<std::make_unsigned_t<Char>>(unit) < 0x80; });
+    // No early end: so the compiler checks many units at a time, and most texts are short or ASCII.
+    std::make_unsigned_t<Char> bits = 0;
+    for (const Char unit : text)
+    {
+        bits |= static_cast<std::make_unsigned_t<Char>>(unit);
+    }
+    return bits < 0x80;
 }
 
 template <typename To, typename From>
@@ -33,7 +38,11 @@ void AppendConverted(std::basic_string<To>& result, std::basic_string_view<From>
 
     if (IsAscii(text))
     {
-        result.append(text.begin(), text.end());
+        // append() of other units would make a string of them first.
+        const std::size_t size = result.size();
+        result.resize(size + text.size());
+        std::transform(text.begin(), text.end(), result.begin() + static_cast<std::ptrdiff_t>(size),
+                       [](From unit) { return static_cast<To>(unit); });
         return;
     }
     const From* const end = text.data() + text.size();

@@ -10,8 +10,7 @@
 #include <boost/log/attributes/attribute_value_set.hpp>
 #include <boost/log/attributes/value_extraction.hpp>
 #include <boost/log/core.hpp>
-#include <boost/log/sinks/basic_sink_backend.hpp>
-#include <boost/log/sinks/unlocked_frontend.hpp>
+#include <boost/log/sinks/sink.hpp>
 #include <boost/make_shared.hpp>
 
 #include <algorithm>
@@ -91,118 +90,127 @@ private:
     std::vector<std::string> m_originators;
 };
 
-class DiscardingBackend : public sinks::basic_sink_backend<sinks::concurrent_feeding>
+// The sinks are Boost.Log's interface itself and not its frontends: those take a lock at every record to guard a filter
+// that could change, which ours do not. The names of the methods are those that the core calls.
+// NOLINTBEGIN(readability-identifier-naming)
+
+class DiscardingSink : public sinks::sink
 {
 public:
-    // The name and the signature are those that the sink frontend calls.
-    void consume(const boost::log::record_view&) {} // NOLINT(readability-identifier-naming)
+    DiscardingSink() : sink(false) {}
+    bool will_consume(const boost::log::attribute_value_set&) override { return false; }
+    void consume(const boost::log::record_view&) override {}
+    void flush() override {}
 };
 
-using FlushedBackend =
-    sinks::basic_sink_backend<sinks::combine_requirements<sinks::concurrent_feeding, sinks::flushing>::type>;
+/// Hands what passes its filter to a file, on the thread that logs. Does not throw what goes wrong there.
+class FilteringSink : public sinks::sink
+{
+public:
+    explicit FilteringSink(Filter filter) : sink(false), m_filter(std::move(filter)) {}
+
+    bool will_consume(const boost::log::attribute_value_set& values) override { return m_filter(values); }
+
+    void consume(const boost::log::record_view& record) override
+    {
+        try
+        {
+            Write(record.attribute_values());
+        }
+        catch (...)
+        {
+            // No memory: the record is lost.
+        }
+    }
+
+private:
+    virtual void Write(const boost::log::attribute_value_set& values) = 0;
+
+    const Filter m_filter;
+};
 
 /// Writes the debug file. The text file backend of Boost.Log would do if it noticed that its file is gone, and if a
 /// rotation neither cut off nor went on with the same file, which is all that it does with a name without a counter.
-class DebugFileBackend : public FlushedBackend
+class DebugFileSink : public FilteringSink
 {
 public:
-    explicit DebugFileBackend(const std::filesystem::path& path)
-        : m_file(std::make_shared<LogFile>(path, DebugFileSize, FileCount))
+    explicit DebugFileSink(const std::filesystem::path& path)
+        : FilteringSink(Filter(DebugOnly, {})), m_file(std::make_shared<LogFile>(path, DebugFileSize, FileCount))
     {
         LogFileRegistry::Add(m_file);
     }
 
-    void consume(const boost::log::record_view& record) noexcept // NOLINT(readability-identifier-naming)
-    {
-        try
-        {
-            const boost::log::attribute_value_set& values = record.attribute_values();
-            std::string line;
-            line.reserve(FixedPart + OriginatorOf(values).size() + MessageOf(values).size());
-            AppendLocalTime(line, Time::ToTimePoint(std::chrono::system_clock::now()));
-            line += ' ';
-            line += SeverityTag(SeverityOf(values).value_or(debug));
-            line += ' ';
-            AppendUtf8(line, OriginatorOf(values));
-            line += ' ';
-            AppendUtf8(line, MessageOf(values));
-            line += '\n';
-            m_file->AppendAtOnce(line);
-        }
-        catch (...)
-        {
-            // No memory: the record is lost.
-        }
-    }
-
-    void flush() { m_file->Flush(); } // NOLINT(readability-identifier-naming)
+    void flush() override { m_file->Flush(); }
 
 private:
-    std::shared_ptr<LogFile> m_file;
+    void Write(const boost::log::attribute_value_set& values) override
+    {
+        const std::string_view originator = OriginatorOf(values);
+        const std::string_view message = MessageOf(values);
+        std::string line;
+        line.reserve(FixedPart + originator.size() + message.size());
+        const auto now = std::chrono::system_clock::now();
+        AppendLocalTime(line, Time::ToTimePoint(now));
+        line += ' ';
+        line += SeverityTag(debug);
+        line += ' ';
+        AppendUtf8(line, originator);
+        line += ' ';
+        AppendUtf8(line, message);
+        line += '\n';
+        m_file->AppendAtOnce(line, now);
+    }
+
+    const std::shared_ptr<LogFile> m_file;
 };
 
-class DefinitionBackend : public FlushedBackend
+/// Writes the file of a definition.
+class DefinitionSink : public FilteringSink
 {
 public:
-    DefinitionBackend(const std::filesystem::path& path, std::uint64_t maxFileSize)
-        : m_writer(path.wstring(), maxFileSize, FileCount, false)
+    DefinitionSink(const std::filesystem::path& path, const LogDefinition& definition)
+        : FilteringSink(Filter(definition.severities, definition.originators)),
+          m_writer(path.wstring(), definition.maxFileSize, FileCount, false)
     {
     }
 
-    void consume(const boost::log::record_view& record) noexcept // NOLINT(readability-identifier-naming)
-    {
-        try
-        {
-            std::wstring originator;
-            std::wstring message;
-            const boost::log::attribute_value_set& values = record.attribute_values();
-            AppendWide(originator, OriginatorOf(values));
-            AppendWide(message, MessageOf(values));
-            m_writer.Write(LevelCode(SeverityOf(values).value_or(warning)), originator, message);
-        }
-        catch (...)
-        {
-            // No memory: the record is lost.
-        }
-    }
-
-    void flush() { m_writer.Flush(); } // NOLINT(readability-identifier-naming)
+    void flush() override { m_writer.Flush(); }
 
 private:
+    void Write(const boost::log::attribute_value_set& values) override
+    {
+        const std::string_view originator = OriginatorOf(values);
+        const std::string_view message = MessageOf(values);
+        std::wstring text; // both in one, for a single allocation
+        text.reserve(originator.size() + message.size());
+        AppendWide(text, originator);
+        const std::size_t middle = text.size();
+        AppendWide(text, message);
+        const std::wstring_view both(text);
+        m_writer.Write(LevelCode(SeverityOf(values).value_or(warning)), both.substr(0, middle), both.substr(middle));
+    }
+
     TextLogWriter m_writer;
 };
 
-template <typename Backend>
-void AddSink(boost::shared_ptr<Backend> backend, Filter filter)
-{
-    // The backends lock for themselves, each no longer than it must.
-    const auto sink = boost::make_shared<sinks::unlocked_sink<Backend>>(std::move(backend));
-    sink->set_filter(std::move(filter));
-    boost::log::core::get()->add_sink(sink);
-}
+// NOLINTEND(readability-identifier-naming)
 
 } // namespace
 
 void AddDiscardingSink()
 {
-    static const auto g_sink = []
-    {
-        auto sink = boost::make_shared<sinks::unlocked_sink<DiscardingBackend>>();
-        sink->set_filter([](const boost::log::attribute_value_set&) { return false; });
-        return sink;
-    }();
+    static const auto g_sink = boost::make_shared<DiscardingSink>();
     boost::log::core::get()->add_sink(g_sink); // the core takes a sink only once
 }
 
 void AddDebugFileSink(const std::filesystem::path& path)
 {
-    AddSink(boost::make_shared<DebugFileBackend>(path), Filter(DebugOnly, {}));
+    boost::log::core::get()->add_sink(boost::make_shared<DebugFileSink>(path));
 }
 
 void AddDefinitionSink(const std::filesystem::path& path, const LogDefinition& definition)
 {
-    AddSink(boost::make_shared<DefinitionBackend>(path, definition.maxFileSize),
-            Filter(definition.severities, definition.originators));
+    boost::log::core::get()->add_sink(boost::make_shared<DefinitionSink>(path, definition));
 }
 
 void RemoveAllSinks()
