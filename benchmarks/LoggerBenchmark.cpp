@@ -45,12 +45,6 @@ struct Environment
     Logging logging;
 };
 
-boost::log::sources::severity_logger_mt<SeverityLevel>& OurLogger()
-{
-    static auto g_logger = CreateLogger("Benchmark");
-    return g_logger;
-}
-
 void LogOurs(benchmark::State& state, SeverityLevel level, int definitions)
 {
     static std::optional<Environment> g_environment; // its first thread makes it for all
@@ -58,7 +52,7 @@ void LogOurs(benchmark::State& state, SeverityLevel level, int definitions)
     {
         g_environment.emplace(definitions);
     }
-    auto& logger = OurLogger();
+    auto logger = CreateLogger("Benchmark"); // a component's own
     for (auto _ : state)
     {
         BOOST_LOG_SEV(logger, level) << Text;

@@ -1,5 +1,6 @@
 #include "Ardo/Kiln/FileSystem/ServerInstallation_p.h"
 
+#include "Ardo/Kiln/FileSystem/WidePath.h"
 #include "Ardo/Kiln/Platform/FileVersion.h"
 #include "Ardo/Kiln/Platform/MachineSetting.h"
 
@@ -12,7 +13,7 @@ std::optional<std::filesystem::path> ServerInstallationFolder()
     {
         if (const auto folder = Platform::ReadMachineSetting(key, L"Installation Path"))
         {
-            return std::filesystem::path(*folder);
+            return ToPath(*folder);
         }
     }
     return std::nullopt;

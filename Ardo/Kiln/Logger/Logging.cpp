@@ -1,6 +1,7 @@
 #include "Ardo/Kiln/Logger/Logging.h"
 
 #include "Ardo/Kiln/FileSystem/ServerInstallation_p.h"
+#include "Ardo/Kiln/FileSystem/WidePath.h"
 #include "Ardo/Kiln/Logger/LogFileAttribute.h"
 #include "Ardo/Kiln/Logger/LogFileRegistry_p.h"
 #include "Ardo/Kiln/Logger/Sinks_p.h"
@@ -91,7 +92,7 @@ fs::path Logging::GetLogFolderPath() const
 
 fs::path Logging::GetLogFilePath(const std::wstring& name) const
 {
-    return GetLogFolderPath() / (name + GetLogFileExtension());
+    return GetLogFolderPath() / FileSystem::ToPath(name + GetLogFileExtension());
 }
 
 std::wstring Logging::GetLogFileExtension()

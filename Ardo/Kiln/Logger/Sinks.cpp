@@ -170,7 +170,7 @@ class DefinitionSink : public FilteringSink
 public:
     DefinitionSink(const std::filesystem::path& path, const LogDefinition& definition)
         : FilteringSink(Filter(definition.severities, definition.originators)),
-          m_writer(path.wstring(), definition.maxFileSize, FileCount, false)
+          m_writer(path, definition.maxFileSize, FileCount, false)
     {
     }
 

@@ -57,7 +57,7 @@ spdlog::level::level_enum LevelOf(int code)
     }
 }
 
-std::shared_ptr<LogFile> MakeFile(const std::wstring& path, std::uint64_t maxSize, unsigned fileCount,
+std::shared_ptr<LogFile> MakeFile(const std::filesystem::path& path, std::uint64_t maxSize, unsigned fileCount,
                                   bool rotateOnOpen)
 {
     auto file = std::make_shared<LogFile>(path, maxSize, fileCount);
@@ -76,7 +76,8 @@ struct TextLogWriter::Implementation
     spdlog::logger logger;
 };
 
-TextLogWriter::TextLogWriter(const std::wstring& path, std::uint64_t maxSize, unsigned fileCount, bool rotateOnOpen)
+TextLogWriter::TextLogWriter(const std::filesystem::path& path, std::uint64_t maxSize, unsigned fileCount,
+                             bool rotateOnOpen)
     : m_implementation(new Implementation{
           spdlog::logger({}, std::make_shared<LogFileSink>(MakeFile(path, maxSize, fileCount, rotateOnOpen)))})
 {

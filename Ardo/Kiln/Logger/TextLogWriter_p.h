@@ -3,6 +3,7 @@
 #include "Ardo/KilnExport.h"
 
 #include <cstdint>
+#include <filesystem>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -24,7 +25,7 @@ public:
     /// \param maxSize in bytes; 0: no limit.
     /// \param fileCount how many files are kept, with the one that is written; at least 1.
     /// \param rotateOnOpen begin with a new file even where one is there already.
-    TextLogWriter(const std::wstring& path, std::uint64_t maxSize, unsigned fileCount, bool rotateOnOpen);
+    TextLogWriter(const std::filesystem::path& path, std::uint64_t maxSize, unsigned fileCount, bool rotateOnOpen);
     ~TextLogWriter();
     TextLogWriter(const TextLogWriter&) = delete;
     TextLogWriter& operator=(const TextLogWriter&) = delete;
