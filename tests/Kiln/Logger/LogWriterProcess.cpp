@@ -1,0 +1,74 @@
+// A process that shares its log files with others: LogWriterProcess FOLDER ID MODE COUNT LIMIT
+
+#include "Ardo/Kiln/Logger/CreateLogger.h"
+#include "Ardo/Kiln/Logger/Logging.h"
+#include "Ardo/Kiln/Logger/SeveritySets.h"
+
+#include <boost/log/sources/record_ostream.hpp>
+#include <boost/log/sources/severity_feature.hpp>
+
+#include <atomic>
+#include <csignal>
+#include <cstdlib>
+#include <limits>
+#include <string_view>
+#include <thread>
+
+namespace
+{
+
+using namespace Ardo::Kiln::Logger;
+
+std::atomic<int> g_logged = 0;
+
+void Log(const std::string& name, int count)
+{
+    auto logger = CreateLogger(name);
+    for (int number = 0; number < count; ++number)
+    {
+        // The length follows from the number, so that a reader sees what is missing.
+        BOOST_LOG_SEV(logger, number % 50 == 0 ? warning : info)
+            << "record " << number << " " << std::string(static_cast<std::size_t>(number % 70), 'x') << ".";
+        if (number % 10 == 0)
+        {
+            BOOST_LOG_SEV(logger, debug) << "record " << number << " .";
+        }
+        g_logged.fetch_add(1);
+        g_logged.notify_all();
+    }
+}
+
+} // namespace
+
+int main(int, char** arguments)
+{
+    const std::string name = arguments[2];
+    const std::string_view mode = arguments[3];
+    const int count = std::atoi(arguments[4]);
+
+    Logging logging(arguments[1], L"Shared");
+    logging.Initialize();
+    logging.AddSinks({{L"Shared", std::strtoull(arguments[5], nullptr, 10), {}, InfoAndAbove}});
+
+    if (mode == "abort")
+    {
+        auto logger = CreateLogger(name);
+        BOOST_LOG_SEV(logger, info) << "first words";
+        BOOST_LOG_SEV(logger, warning) << "last words";
+        std::abort();
+    }
+    const bool killed = mode == "killed";
+    std::thread first(Log, name + "A", killed ? std::numeric_limits<int>::max() : count);
+    std::thread second(Log, name + "B", killed ? std::numeric_limits<int>::max() : count);
+    for (int logged = g_logged; killed && logged < count; logged = g_logged)
+    {
+        g_logged.wait(logged);
+    }
+    if (killed)
+    {
+        std::raise(SIGKILL);
+    }
+    first.join();
+    second.join();
+    return 0;
+}

@@ -1,0 +1,281 @@
+#include "Ardo/Kiln/Logger/Logging.h"
+
+#include "Ardo/Kiln/Logger/CreateLogger.h"
+#include "Ardo/Kiln/Logger/LogFileAttribute.h"
+#include "Ardo/Kiln/Logger/LogText_p.h"
+#include "Ardo/Kiln/Logger/ScopedLogger.h"
+#include "Ardo/Kiln/Logger/SeveritySets.h"
+#include "Ardo/Kiln/Time/IsoString.h"
+#include "tests/Support/LogCollector.h"
+#include "tests/Support/Process.h"
+#include "tests/Support/ScopedTempDir.h"
+#include "tests/Support/VersionedLibrary.h"
+
+#include <boost/log/sources/record_ostream.hpp>
+#include <boost/log/sources/severity_feature.hpp>
+#include <gmock/gmock.h>
+
+#include <cstdlib>
+#include <optional>
+#include <thread>
+
+namespace Ardo::Kiln::Logger
+{
+
+namespace fs = std::filesystem;
+using ::testing::HasSubstr;
+using ::testing::Not;
+using ::testing::ThrowsMessage;
+
+class LoggingTest : public testing::Test
+{
+protected:
+    LoggingTest() { ::setenv("XDG_CONFIG_DIRS", m_folder.Path().c_str(), 1); }
+    ~LoggingTest() override { ::unsetenv("XDG_CONFIG_DIRS"); }
+
+    void Log(const char* component, SeverityLevel level, const std::string& text)
+    {
+        auto logger = CreateLogger(component);
+        BOOST_LOG_SEV(logger, level) << text;
+    }
+
+    /// What a file of the folder "Log" holds once everything is flushed.
+    std::string Read(const std::string& name) const
+    {
+        Logging::Flush();
+        return Support::ReadFile(m_folder / ("Log/" + name));
+    }
+
+    const Support::ScopedTempDir m_folder;
+};
+
+TEST_F(LoggingTest, OneObjectIsInitialisedUntilItGoes)
+{
+    {
+        Logging first(m_folder.Path(), L"Bücher");
+        first.Initialize();
+        Log("C", debug, "one");
+        {
+            Logging second(m_folder.Path(), L"Other");
+            EXPECT_THAT([&] { second.Initialize(); },
+                        ThrowsMessage<std::runtime_error>("The logging environment is already initialized"));
+        }
+        Log("C", debug, "two");
+    }
+    testing::internal::CaptureStdout();
+    Log("C", debug, "nobody listens");
+    Log("C", fatal, "nobody listens");
+    EXPECT_EQ(testing::internal::GetCapturedStdout(), "");
+    Logging again(m_folder.Path(), L"Bücher");
+    again.Initialize();
+    Log("C", debug, "three");
+    EXPECT_THAT(Read("Bücher_Dbg.log"), testing::MatchesRegex("[^\n]* one\n[^\n]* two\n[^\n]* three\n"));
+    EXPECT_FALSE(fs::exists(m_folder / "Log/Other_Dbg.log"));
+}
+
+TEST_F(LoggingTest, TheEndTakesTheSinksOfOthersAlongUnlessNothingWasBegun)
+{
+    const Support::LogCollector collector;
+    {
+        const Logging idle(m_folder.Path(), L"B");
+    }
+    Log("C", info, "heard");
+    {
+        Logging active(m_folder.Path(), L"B");
+        active.AddSinks({});
+        active.Initialize();
+    }
+    Log("C", info, "not heard");
+    EXPECT_EQ(collector.Messages(), std::vector<std::string>{"heard"});
+}
+
+TEST_F(LoggingTest, AFolderThatCannotBeMadeIsAnErrorAndMayBeTriedAgain)
+{
+    Support::WriteFile(m_folder / "root", "");
+    Logging logging(m_folder / "root", L"B");
+    try
+    {
+        logging.Initialize();
+        FAIL();
+    }
+    catch (const fs::filesystem_error& error)
+    {
+        EXPECT_THAT(error.what(), HasSubstr("create_directories"));
+        EXPECT_EQ(error.path1(), m_folder / "root/Log");
+        EXPECT_EQ(error.code(), std::errc::not_a_directory);
+    }
+    fs::remove(m_folder / "root");
+    logging.Initialize();
+    EXPECT_TRUE(fs::exists(m_folder / "root/Log/B_Dbg.log"));
+}
+
+TEST_F(LoggingTest, TheExtensionFollowsTheServersSoftwareOfTheMoment)
+{
+    fs::create_directories(m_folder / "Ardo");
+    fs::create_directories(m_folder / "Server/Exe");
+    Support::WriteFile(m_folder / "Ardo/Configuration.conf",
+                       "[General]\nInstallation%20Path=" + (m_folder / "Server").string() + "\n");
+    Logging logging(m_folder.Path(), L"B");
+    logging.Initialize(); // no library yet
+    const std::pair<std::array<std::uint16_t, 4>, const char*> rows[] = {{{7, 6, 9, 9}, "a.log"},
+                                                                         {{7, 7, 0, 0}, "b.txtlog"},
+                                                                         {{7, 10, 1, 0}, "c.txtlog"},
+                                                                         {{6, 10, 1, 0}, "d.log"},
+                                                                         {{10, 0, 0, 0}, "e.txtlog"}};
+    for (const auto& [version, name] : rows)
+    {
+        Support::WriteFile(m_folder / "Server/Exe/kestrel.dll", Support::VersionedLibrary(version));
+        logging.AddSinks({{std::wstring(1, static_cast<wchar_t>(name[0])), 1000, {}, InfoAndAbove}});
+        EXPECT_TRUE(fs::exists(m_folder / "Log" / name)) << name;
+    }
+    EXPECT_TRUE(fs::exists(m_folder / "Log/B_Dbg.log"));
+}
+
+TEST_F(LoggingTest, EachFileTakesItsLevelsOfItsOriginators)
+{
+    Logging logging(m_folder.Path(), L"B");
+    logging.Initialize();
+    logging.AddSinks({{L"all", 0, {}, InfoAndAbove}, {L"none", 0, {}, {}}});
+    logging.AddSinks({{L"comp", 0, {"LoggerTests.Comp", "LoggerTests.Comp3"}, TraceAndDebug},
+                      {L"app", 0, {"LoggerTests"}, {fatal}}});
+    for (const char* component : {"", "Comp", "Comp2"})
+    {
+        for (int level = trace; level <= fatal; ++level)
+        {
+            Log(component, static_cast<SeverityLevel>(level), std::to_string(level));
+        }
+        Log(component, static_cast<SeverityLevel>(6), "6");
+        Log(component, static_cast<SeverityLevel>(-31), "-31");
+    }
+    const auto texts = [&](const std::string& name)
+    {
+        std::string result;
+        std::istringstream lines(Read(name));
+        for (std::string line; std::getline(lines, line);)
+        {
+            result += line.substr(line.find("\tLoggerTests") + 12) + "|";
+        }
+        return result;
+    };
+    EXPECT_EQ(texts("all.log"),
+              ": 2|: 3|: 4|: 5|.Comp: 2|.Comp: 3|.Comp: 4|.Comp: 5|.Comp2: 2|.Comp2: 3|.Comp2: 4|.Comp2: 5|");
+    EXPECT_EQ(texts("none.log"), "");
+    EXPECT_EQ(texts("comp.log"), ".Comp: 0|.Comp: 1|");
+    EXPECT_EQ(texts("app.log"), ": 5|");
+    EXPECT_THAT(Read("B_Dbg.log"),
+                testing::ContainsRegex("^[^\n]* LoggerTests 1\n[^\n]* LoggerTests.Comp 1\n[^\n]*2 1\n$"));
+}
+
+TEST_F(LoggingTest, LinesCarryTimeLevelOriginatorAndTextInUtf8)
+{
+    Logging logging(m_folder.Path(), L"B");
+    logging.Initialize();
+    logging.AddSinks({{L"D", 0, {}, {trace, debug, info, warning, error, fatal}}});
+    const std::string before = Time::ToLocalTimeISOString(std::chrono::system_clock::now());
+    const char levels[] = "IWIWEC"; // by level code: debug counts as a warning
+    for (int level = trace; level <= fatal; ++level)
+    {
+        Log("µ", static_cast<SeverityLevel>(level), "25 µm, \xFF\xE2\x82, 100 %v {}");
+    }
+    const std::string after = Time::ToLocalTimeISOString(std::chrono::system_clock::now());
+    const std::string text = "25 µm, \uFFFD\uFFFD\uFFFD, 100 %v {}";
+    const std::string debugLine = Read("B_Dbg.log");
+    EXPECT_EQ(debugLine.substr(23), " [debug  ] LoggerTests.µ " + text + "\n");
+    EXPECT_LE(before, debugLine.substr(0, 23));
+    EXPECT_GE(after, debugLine.substr(0, 23));
+    std::istringstream lines(Read("D.log"));
+    std::string line;
+    for (int level = trace; std::getline(lines, line); ++level)
+    {
+        const std::string time = "[0-9][0-9]-[0-9][0-9]-[0-9][0-9]\t[0-9:]+[.][0-9]{6}[+-][0-9]{2}:[0-9]{2}\t";
+        EXPECT_THAT(line,
+                    testing::ContainsRegex("^" + time + levels[level] + "\t[0-9]+\t[0-9]+\tLoggerTests[.]µ: 25 µm"));
+        EXPECT_THAT(line, testing::EndsWith("LoggerTests.µ: " + text));
+    }
+    EXPECT_EQ(SeverityTag(trace), "[trace  ]");
+    EXPECT_EQ(SeverityTag(fatal), "[fatal  ]");
+    EXPECT_EQ(LevelCode(static_cast<SeverityLevel>(6)), 2);
+}
+
+TEST_F(LoggingTest, TheClockTextIsThatOfEveryMoment)
+{
+    using namespace std::chrono_literals;
+    const Time::TimePoint start(std::chrono::sys_days(std::chrono::year(2024) / 10 / 27) + 59min + 59s); // zones change
+    for (const Time::Ticks step : {0ms, 1ms, 999ms, 1000ms, 998ms, 3600'042ms, -1ms})
+    {
+        std::string text = "x";
+        AppendLocalTime(text, start + step);
+        EXPECT_EQ(text, "x" + Time::ToLocalTimeISOString(start + step));
+    }
+    std::string none;
+    AppendLocalTime(none, Time::TimePoint::max());
+    EXPECT_EQ(none, Time::ToLocalTimeISOString(Time::TimePoint::max()));
+}
+
+TEST_F(LoggingTest, WideTextThatIsNoneIsReplacedUnitByUnit)
+{
+    std::string utf8 = "<";
+    AppendUtf8(utf8, std::wstring_view(L"a\xDC00"
+                                       L"b\u20AC"));
+    EXPECT_EQ(utf8, "<a\uFFFDb\u20AC");
+    std::wstring wide;
+    AppendWide(wide, "\xC3"
+                     "A\xED\xA0\x80\u00B5");
+    EXPECT_EQ(wide, L"\xFFFD"
+                    L"A\xFFFD\xFFFD\xFFFD\u00B5");
+}
+
+TEST_F(LoggingTest, AReadOnlyFileIsUsedAndAHiddenOneRefused)
+{
+    fs::create_directories(m_folder / "Log");
+    for (const char* name : {"B_Dbg.log", ".hidden.log"})
+    {
+        Support::WriteFile(m_folder / "Log" / name, "");
+        fs::permissions(m_folder / "Log" / name, fs::perms::owner_read);
+    }
+    Logging logging(m_folder.Path(), L"B");
+    logging.Initialize();
+    Log("C", debug, "here");
+    EXPECT_THAT(Read("B_Dbg.log"), testing::EndsWith("here\n"));
+    EXPECT_THAT(
+        [&] {
+            logging.AddSinks({{L".hidden", 0, {}, InfoAndAbove}});
+        },
+        ThrowsMessage<std::exception>("Can not use file log " + (m_folder / "Log/.hidden.log").string() +
+                                      " hidden on filesystem."));
+    Log("C", fatal, "not there");
+    EXPECT_EQ(Read(".hidden.log"), "");
+    EXPECT_NO_THROW(CheckLogFileAttribute((m_folder / "Log/missing.log").c_str()));
+}
+
+TEST_F(LoggingTest, WarningsAreInTheFileAtOnceAndTheRestWithinTheSecond)
+{
+    Logging logging(m_folder.Path(), L"B");
+    logging.Initialize();
+    logging.AddSinks({{L"D", 0, {}, InfoAndAbove}});
+    const auto size = [&] { return fs::file_size(m_folder / "Log/D.log"); };
+    Log("C", warning, "now");
+    const auto atOnce = size();
+    EXPECT_GT(atOnce, 0U);
+    Log("C", info, "soon");
+    const auto limit = std::chrono::steady_clock::now() + std::chrono::seconds(30);
+    while (size() == atOnce && std::chrono::steady_clock::now() < limit)
+    {
+        std::this_thread::yield();
+    }
+    EXPECT_GT(size(), atOnce);
+}
+
+TEST_F(LoggingTest, ScopesAreMarkedAtTrace)
+{
+    const Support::LogCollector collector;
+    auto logger = CreateLogger("S");
+    {
+        ScopedLogger scope(logger, "Grab");
+        scope << std::endl;
+    }
+    EXPECT_EQ(collector.Messages(), (std::vector<std::string>{">> Grab", "<< Grab"}));
+    EXPECT_EQ(collector.Records().at(0).severity, trace);
+}
+
+} // namespace Ardo::Kiln::Logger
