@@ -48,10 +48,11 @@ protected:
     }
 
     /// One line, about this file, with this reason.
-    testing::Matcher<std::string> IsOneLine(const std::string& reason) const
+    testing::Matcher<std::string> IsOneLine(std::errc reason) const
     {
         return testing::AllOf(
-            testing::StartsWith("Log file " + m_path.string() + " "), EndsWith(reason + "\n"),
+            testing::StartsWith("Log file " + m_path.string() + " "),
+            EndsWith(": " + std::make_error_code(reason).message() + "\n"),
             testing::ResultOf([](const std::string& text) { return std::count(text.begin(), text.end(), '\n'); }, 1));
     }
 
@@ -150,7 +151,7 @@ TEST_F(LogFileTest, AFullDiskCostsOneLineAndNotTheRecordsThatStillFitTheMemory)
 {
     fs::create_symlink("/dev/full", m_path);
     LogFile file(m_path, 0, 3);
-    EXPECT_THAT(Complaint(file), IsOneLine("No space left on device"));
+    EXPECT_THAT(Complaint(file), IsOneLine(std::errc::no_space_on_device));
     testing::internal::CaptureStderr();
     for (int number = 0; number < 5000; ++number)
     {
@@ -180,7 +181,7 @@ TEST_F(LogFileTest, WhatADiskTakesOfARecordInPartIsTakenBack)
     file.Flush();
     ::setrlimit(RLIMIT_FSIZE, &limit);
     std::signal(SIGXFSZ, oldHandler);
-    EXPECT_THAT(testing::internal::GetCapturedStderr(), IsOneLine("File too large"));
+    EXPECT_THAT(testing::internal::GetCapturedStderr(), IsOneLine(std::errc::file_too_large));
     EXPECT_EQ(Read().size(), 1000U);
     file.Flush();
     EXPECT_EQ(Read().size(), 3000U);
@@ -198,7 +199,7 @@ TEST_F(LogFileTest, ADeletedFileOrFolderIsMadeAgain)
     EXPECT_EQ(Read(), "new file\n");
 
     fs::remove_all(m_folder / "R");
-    EXPECT_THAT(Complaint(file), IsOneLine("No such file or directory"));
+    EXPECT_THAT(Complaint(file), IsOneLine(std::errc::no_such_file_or_directory));
     fs::create_directory(m_folder / "R");
     WriteAtOnce(file, "back\n");
     EXPECT_THAT(Read(), EndsWith("meanwhile\nback\n"));
@@ -209,7 +210,7 @@ TEST_F(LogFileTest, AFolderInTheWayIsToldOnceAndOvercome)
     LogFile file(m_path, 2000, 3);
     fs::remove(m_path);
     fs::create_directory(m_path);
-    EXPECT_THAT(Complaint(file), IsOneLine("Is a directory"));
+    EXPECT_THAT(Complaint(file), IsOneLine(std::errc::is_a_directory));
     fs::remove(m_path);
     Write(file, "back\n");
     EXPECT_THAT(Read(), EndsWith("meanwhile\nback\n"));
