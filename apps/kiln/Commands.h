@@ -1,5 +1,6 @@
 #pragma once
 
+#include <optional>
 #include <string>
 
 namespace Ardo::Kiln::Tool
@@ -10,7 +11,7 @@ struct ImportOptions
 {
     std::string image;     ///< The image to read; "-" for standard input.
     std::string output;    ///< The TIFF to write; "-" for standard output.
-    std::string pixelSize; ///< Metres as a plain number; empty when not given.
+    std::string pixelSize; ///< A length such as "107 nm", or metres as a plain number; empty when not given.
     std::string metadata;  ///< A record to embed (XML, JSON or TIFF); empty when not given.
 };
 
@@ -33,5 +34,22 @@ bool Validate(const std::string& file);
 /// \param allowAdditions fields that only the second one has are no difference.
 /// \returns false after printing the differences.
 bool Compare(const std::string& first, const std::string& second, bool allowAdditions);
+
+/// What `kiln format` was asked for. Empty texts: not given.
+struct FormatOptions
+{
+    std::string value; ///< In the base unit.
+    std::string unit;
+    int decimals = 0;
+    std::optional<std::string> prefix; ///< The symbol of the only prefix allowed; empty for none.
+    std::string uncertainty;           ///< In the base unit.
+    std::string reference;             ///< In the base unit.
+};
+
+/// Prints a quantity as text with an SI prefix.
+void Format(const FormatOptions& options);
+
+/// Prints the number in base units that a quantity's text stands for.
+void Parse(const std::string& text, const std::string& unit);
 
 } // namespace Ardo::Kiln::Tool

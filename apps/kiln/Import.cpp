@@ -3,12 +3,14 @@
 #include "apps/kiln/Image.h"
 #include "apps/kiln/Record.h"
 
+#include "Ardo/Kiln/Conversion/String.h"
 #include "Ardo/Kiln/FileSystem/ReplacementFile.h"
+#include "Ardo/Kiln/Formatting/Parse.h"
+#include "Ardo/Kiln/Formatting/Units.h"
 #include "Ardo/Kiln/ImageIO/TiffExporter.h"
 #include "Ardo/Kiln/Types/Guid.h"
 
 #include <algorithm>
-#include <charconv>
 #include <chrono>
 #include <cmath>
 #include <cstring>
@@ -29,13 +31,20 @@ using MetadataLib::Metadata;
 
 double ParseMetres(const std::string& text)
 {
-    double value = 0.0;
-    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
-    if (error != std::errc() || end != text.data() + text.size() || !std::isfinite(value) || value <= 0.0)
+    double metres = 0.0; // also what no length is taken for
+    try
     {
-        throw UsageError("--pixel-size: '" + Printable(text) + "' is no positive number of metres, such as 107e-9");
+        metres = Formatting::ParseStrictly(Conversion::String::FromUtf8(text), Formatting::Units::Metre);
     }
-    return value;
+    catch (const std::exception&)
+    {
+    }
+    if (!std::isfinite(metres) || metres <= 0.0)
+    {
+        throw UsageError("--pixel-size: '" + Printable(text) +
+                         "' is no positive length, such as \"107 nm\" or 107e-9 (metres)");
+    }
+    return metres;
 }
 
 /// What the grey values of an image are like.

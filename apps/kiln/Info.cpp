@@ -60,10 +60,10 @@ std::string Text(const std::optional<std::string>& text)
     return text.value_or("");
 }
 
-/// "name value unit", or nothing when the value is not given.
-std::string Named(const std::string& name, const std::optional<double>& value, std::string_view unit)
+/// "name value unit", or "name -" when the value is not given.
+std::string Named(const std::string& name, const std::optional<double>& value, const char* unit)
 {
-    return value ? name + " " + QuantityText(*value, unit) : "";
+    return name + " " + QuantityText(value.value_or(NotGiven), unit);
 }
 
 std::string Named(const std::string& name, const std::string& text)
@@ -82,7 +82,7 @@ double Plain(const MetadataLib::Quantity& quantity)
     return quantity.Value * std::pow(10.0, quantity.UnitPrefixPower.value_or(0));
 }
 
-std::string Area(double x, double y, std::string_view unitX, std::string_view unitY)
+std::string Area(double x, double y, const std::string& unitX, const std::string& unitY)
 {
     return QuantityText(x, unitX) + " x " + QuantityText(y, unitY);
 }

@@ -45,7 +45,8 @@ int Run(int argc, char** argv)
     command->add_option("IMAGE", import.image, "The image: PNG, TIFF or another format that can be read")->required();
     command->add_option("OUT.tif", import.output, "The TIFF to write; it appears under this name when it is complete")
         ->required();
-    command->add_option("--pixel-size", import.pixelSize, "Width and height of a pixel in metres, for example 107e-9");
+    command->add_option("--pixel-size", import.pixelSize,
+                        "Width and height of a pixel: \"107 nm\", or a plain number of metres");
     command->add_option("--metadata", import.metadata, "The record to embed: an XML, JSON or TIFF file");
     command->callback([&] { Import(import); });
 
@@ -76,6 +77,25 @@ int Run(int argc, char** argv)
     command->add_option("SECOND", other, "The file to compare with it")->required();
     command->add_flag("--allow-additions", allowAdditions, "Fields that only SECOND has are no difference");
     command->callback([&] { status = Compare(file, other, allowAdditions) ? Done : Failed; });
+
+    FormatOptions formatting;
+    command = AddCommand(app, "format", "Print a quantity with an SI prefix");
+    command->add_option("VALUE", formatting.value, "The number in the base unit")->required();
+    command->add_option("UNIT", formatting.unit, "The base unit, for example m, m^-1 or e/nm^2")->required();
+    command->add_option("--decimals", formatting.decimals, "Digits after the point; negative: round before it")
+        ->capture_default_str()
+        ->check(CLI::Range(-400, 400));
+    command->add_option("--prefix", formatting.prefix, "The only prefix allowed, for example n; empty for none");
+    command->add_option("--uncertainty", formatting.uncertainty, "Show the digits that it justifies, in the base unit");
+    command->add_option("--reference", formatting.reference, "The value that picks the prefix, in the base unit");
+    command->callback([&] { Format(formatting); });
+
+    std::string text;
+    std::string unit;
+    command = AddCommand(app, "parse", "Print the number in base units that a quantity stands for");
+    command->add_option("TEXT", text, "The quantity, for example \"12.5 nm\"")->required();
+    command->add_option("UNIT", unit, "The base unit of the number")->required();
+    command->callback([&] { Parse(text, unit); });
 
     try
     {

@@ -1,47 +1,51 @@
 #include "apps/kiln/QuantityText.h"
 
-#include <algorithm>
+#include "Ardo/Kiln/Conversion/String.h"
+#include "Ardo/Kiln/Formatting/SI.h"
+
 #include <array>
 #include <charconv>
 #include <cmath>
+#include <limits>
+#include <stdexcept>
 
 namespace Ardo::Kiln::Tool
 {
 
-std::string QuantityText(double value, std::string_view unit)
+std::string NumberText(double value)
 {
-    constexpr std::array<std::string_view, 9> Prefixes = {"f", "p", "n", "µ", "m", "", "k", "M", "G"};
-    constexpr int WithoutPrefix = 5;
-    constexpr int Digits = 4;
+    std::array<char, 32> digits{};
+    constexpr int Digits = std::numeric_limits<double>::digits10;
+    return {digits.data(),
+            std::to_chars(digits.data(), digits.data() + digits.size(), value, std::chars_format::general, Digits).ptr};
+}
+
+std::string QuantityText(double value, const std::string& unit)
+{
+    using Formatting::Prefix;
+    constexpr int Decimals = 3;
+    constexpr double NotGiven = std::numeric_limits<double>::quiet_NaN();
 
     if (std::isnan(value))
     {
         return "-";
     }
-    int prefix = WithoutPrefix;
-    if (!unit.empty() && value != 0.0 && std::isfinite(value))
+    try
     {
-        // Rounded to the digits shown first, so that 999.99 n becomes 1 µ.
-        std::array<char, 32> rounded{};
-        const auto end = std::to_chars(rounded.data(), rounded.data() + rounded.size(), std::abs(value),
-                                       std::chars_format::scientific, Digits - 1)
-                             .ptr;
-        double shown = 0.0;
-        std::from_chars(rounded.data(), end, shown);
-        const int thousands = static_cast<int>(std::floor(std::log10(shown) / 3.0 + 1e-9));
-        prefix = std::clamp(WithoutPrefix + thousands, 0, static_cast<int>(Prefixes.size()) - 1);
+        // Of zero every prefix is right, and none is what a person writes.
+        const Prefix smallest = value == 0.0 ? Prefix::None : Prefix::Femto;
+        std::string text = Conversion::String::ToUtf8(Formatting::SI(
+            value, Conversion::String::FromUtf8(unit), Decimals, NotGiven, NotGiven, smallest, Prefix::Exa, false));
+        while (text.ends_with(' '))
+        {
+            text.pop_back(); // a pure number has an empty unit behind its space
+        }
+        return text;
     }
-    std::array<char, 32> digits{};
-    const double scaled = value / std::pow(1000.0, prefix - WithoutPrefix);
-    const auto end = std::to_chars(digits.data(), digits.data() + digits.size(), scaled, std::chars_format::general,
-                                   std::abs(scaled) >= 1000.0 ? 6 : Digits)
-                         .ptr;
-    std::string text(digits.data(), end);
-    if (!unit.empty())
+    catch (const std::logic_error&)
     {
-        text.append(" ").append(Prefixes[static_cast<std::size_t>(prefix)]).append(unit);
+        return NumberText(value) + " " + unit; // a unit from a document that is none
     }
-    return text;
 }
 
 } // namespace Ardo::Kiln::Tool

@@ -8,6 +8,7 @@
 #include <libxml/xmlschemas.h>
 
 #include <stdexcept>
+#include <string_view>
 
 namespace Ardo::Kiln::Tool
 {
@@ -106,6 +107,13 @@ Faults SchemaValidator::Validate(const std::string& xml)
             faults.push_back({0, "", "not an XML document"});
         }
         return faults;
+    }
+
+    // The schema also declares elements that stand deeper; none of them is a document.
+    const xmlNode* const root = xmlDocGetRootElement(document.get());
+    if (root == nullptr || std::string_view(reinterpret_cast<const char*>(root->name)) != "Metadata")
+    {
+        return {{root != nullptr ? static_cast<int>(xmlGetLineNo(root)) : 0, "", "the root element is not 'Metadata'"}};
     }
 
     xmlSchemaSetValidStructuredErrors(context.get(), Collect, &faults);

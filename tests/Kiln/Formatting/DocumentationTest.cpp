@@ -98,7 +98,7 @@ TEST(DocumentationTest, EveryLineOfTheTableHolds)
     EXPECT_GE(count, 80);
 }
 
-TEST(DocumentationTest, TheScaleBarIsTheOneOfThePage)
+TEST(DocumentationTest, TheScaleBarIsTheOneOfTheReadme)
 {
     const double pixelSize = 1.07e-7; // metres
     const double fieldOfView = 550 * pixelSize;
@@ -108,8 +108,8 @@ TEST(DocumentationTest, TheScaleBarIsTheOneOfThePage)
 
     EXPECT_EQ(label, L"10 \u00B5m");
     EXPECT_EQ(pixels, 93);
-    const std::string page = Read("docs/formatting.md");
-    const std::size_t begin = page.find("```cpp\n") + 6;
+    const std::string page = Read("README.md");
+    const std::size_t begin = page.find("```cpp\nconst ") + 6;
     const std::string block = page.substr(begin, page.find("\n```", begin) - begin);
     EXPECT_THAT(Read("tests/Kiln/Formatting/DocumentationTest.cpp"),
                 testing::HasSubstr(std::regex_replace(block, std::regex("\n"), "\n    ")));

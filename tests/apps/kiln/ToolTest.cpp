@@ -56,7 +56,7 @@ protected:
 
 TEST_F(ToolTest, HelpAndVersionAreResultsAndWrongUsageIsStatusTwo)
 {
-    for (const std::string command : {"", "import", "info", "metadata", "validate", "compare"})
+    for (const std::string command : {"", "import", "info", "metadata", "validate", "compare", "format", "parse"})
     {
         EXPECT_THAT(Must("kiln " + command + " --help"), HasSubstr("--version"));
         EXPECT_THAT(Must("kiln " + command + " --version"), StartsWith("kiln 1."));
@@ -69,7 +69,10 @@ TEST_F(ToolTest, HelpAndVersionAreResultsAndWrongUsageIsStatusTwo)
                                             "metadata a.xml --format yaml",
                                             "import " + Cell + " out.tif --pixel-size tiny",
                                             "import " + Cell + " out.tif --pixel-size 0",
-                                            "import " + Cell + " out.tif --pixel-size 1,07e-7",
+                                            "import " + Cell + " out.tif --pixel-size '107 kV'",
+                                            "format 1 m --prefix q",
+                                            "format one m",
+                                            "format 1 m --decimals many",
                                             "import " + Cell + " out.tif --pixel-size nan"};
     for (const std::string& arguments : wrong)
     {
@@ -84,7 +87,7 @@ TEST_F(ToolTest, HelpAndVersionAreResultsAndWrongUsageIsStatusTwo)
 TEST_F(ToolTest, AMicrographComesBackWithEveryPixelAndEveryField)
 {
     Must(Quoted(KILN_EXAMPLE_RECORD) + " > record.xml");
-    Must("kiln import " + Cell + " 'cell 細胞.tif' --pixel-size 107e-9 --metadata record.xml");
+    Must("kiln import " + Cell + " 'cell 細胞.tif' --pixel-size '107 nm' --metadata record.xml");
     EXPECT_EQ(Must("kiln compare " + Cell + " 'cell 細胞.tif'"), "equal: 363000 pixels\n");
     EXPECT_THAT(Must("kiln compare --allow-additions record.xml 'cell 細胞.tif'"), StartsWith("equal: "));
 
@@ -101,6 +104,28 @@ TEST_F(ToolTest, AMicrographComesBackWithEveryPixelAndEveryField)
     for (const std::string text : {"550 x 660", "107 nm", "58.85 µm x 70.62 µm", "200 kV", "Camera-1", "Orbex"})
     {
         EXPECT_THAT(info, HasSubstr(text));
+    }
+}
+
+TEST_F(ToolTest, QuantitiesAreWrittenAndReadAsAPersonDoes)
+{
+    const std::vector<std::pair<std::string, std::string>> results = {
+        {"format 1234.5 m --decimals 2", "1.23 km"},
+        {"format 1234.5 m --decimals 2 --prefix ''", "1234.50 m"},
+        {"format -5e-7 m --prefix µ --decimals 1", "-0.5 µm"},
+        {"format 1234 m --uncertainty 50", "1.23 km"},
+        {"format 0.5e-9 m --uncertainty 2e-10 --reference 2e-6", "0.0005 µm"},
+        {"format nan V", "- V"},
+        {"parse '12,5 nm' m", "1.25e-08"},
+        {"parse ' 5 µmˉ¹' m^-1", "5000000"},
+        {"parse 3 V", "3"}};
+    for (const auto& [arguments, result] : results)
+    {
+        EXPECT_EQ(Must("kiln " + arguments), result + "\n") << arguments;
+    }
+    for (const std::string arguments : {"parse tiny m", "parse 1e999 m", "format 1 m^x"})
+    {
+        EXPECT_EQ(Run("kiln " + arguments).status, 1) << arguments;
     }
 }
 
@@ -223,7 +248,11 @@ TEST_F(ToolTest, ValidateNamesEachFaultWithItsPlace)
     {
         nested += "<a>";
     }
-    const std::vector<std::string> broken = {"<Metadata>", "<Metadata>\x01</Metadata>", nested, "{\"Metadata\": ",
+    const std::vector<std::string> broken = {"<Metadata>",
+                                             "<Metadata>\x01</Metadata>",
+                                             nested,
+                                             "<DetectorName/>",
+                                             "{\"Metadata\": ",
                                              "<!DOCTYPE a [<!ENTITY b \"bbbbbbbbbb\">]><Metadata>&b;</Metadata>"};
     for (const std::string& text : broken)
     {

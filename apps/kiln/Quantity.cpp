@@ -1,0 +1,80 @@
+#include "apps/kiln/Commands.h"
+#include "apps/kiln/Failure.h"
+#include "apps/kiln/QuantityText.h"
+#include "apps/kiln/Streams.h"
+
+#include "Ardo/Kiln/Conversion/String.h"
+#include "Ardo/Kiln/Formatting/Parse.h"
+#include "Ardo/Kiln/Formatting/Prefix.h"
+#include "Ardo/Kiln/Formatting/SI.h"
+
+#include <charconv>
+#include <limits>
+
+namespace Ardo::Kiln::Tool
+{
+
+namespace
+{
+
+using Conversion::String;
+
+/// \param text empty: not given, NaN.
+double ParseNumber(const std::string& name, const std::string& text)
+{
+    double value = std::numeric_limits<double>::quiet_NaN();
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
+    if (!text.empty() && (error != std::errc() || end != text.data() + text.size()))
+    {
+        throw UsageError(name + ": '" + Printable(text) + "' is no number");
+    }
+    return value;
+}
+
+} // namespace
+
+void Format(const FormatOptions& options)
+{
+    using Formatting::Prefix;
+
+    if (options.value.empty())
+    {
+        throw UsageError("VALUE: no number");
+    }
+    Prefix smallest = Prefix::Femto;
+    Prefix largest = Prefix::Exa;
+    if (options.prefix)
+    {
+        const auto prefix = Formatting::PrefixFromSymbol(String::FromUtf8(*options.prefix));
+        if (!prefix)
+        {
+            throw UsageError("--prefix: '" + Printable(*options.prefix) + "' is none of f p n µ m k M G T P E");
+        }
+        smallest = largest = *prefix;
+    }
+    try
+    {
+        Print(String::ToUtf8(Formatting::SI(ParseNumber("VALUE", options.value), String::FromUtf8(options.unit),
+                                            options.decimals, ParseNumber("--uncertainty", options.uncertainty),
+                                            ParseNumber("--reference", options.reference), smallest, largest)) +
+              "\n");
+    }
+    catch (const std::logic_error& error)
+    {
+        throw Failure(Printable(options.unit) + ": no unit: " + error.what());
+    }
+}
+
+void Parse(const std::string& text, const std::string& unit)
+{
+    try
+    {
+        Print(NumberText(Formatting::Parse(String::FromUtf8(text), String::FromUtf8(unit))) + "\n");
+    }
+    catch (const std::logic_error& error)
+    {
+        throw Failure(Printable(text) + ": " + error.what());
+    }
+}
+
+} // namespace Ardo::Kiln::Tool
