@@ -2,6 +2,7 @@
 #include "apps/kiln/Failure.h"
 #include "apps/kiln/Image.h"
 #include "apps/kiln/Record.h"
+#include "apps/kiln/ToolLog.h"
 
 #include "Ardo/Kiln/MetadataSerializer/Record.h"
 
@@ -163,6 +164,8 @@ bool Compare(const std::string& first, const std::string& second, bool allowAddi
         throw Failure("nothing to compare: " + first + " and " + second + " are neither two images nor two records");
     }
     Print(differences.IsEmpty() ? "equal: " + compared + "\n" : differences.Text());
+    LogInfo("compared " + first + " and " + second + ": " + compared +
+            (differences.IsEmpty() ? ", equal" : ", different"));
     return differences.IsEmpty();
 }
 

@@ -2,6 +2,7 @@
 #include "apps/kiln/Failure.h"
 #include "apps/kiln/Image.h"
 #include "apps/kiln/Record.h"
+#include "apps/kiln/ToolLog.h"
 
 #include "Ardo/Kiln/Conversion/String.h"
 #include "Ardo/Kiln/FileSystem/ReplacementFile.h"
@@ -248,6 +249,7 @@ void Import(const ImportOptions& options)
         throw Failure(options.metadata + ": holds no record");
     }
     DescribeImage(metadata, *image, options);
+    LogDebug("record from " + (options.metadata.empty() ? std::string("the image alone") : options.metadata));
 
     if (options.output == StandardStream)
     {
@@ -257,6 +259,7 @@ void Import(const ImportOptions& options)
         FileSystem::ReplacementFile file(spool); // never committed: the destructor removes it
         Write(file.Path(), *image, metadata);
         PrintFile(file.Path());
+        LogInfo("wrote " + options.image + ", " + Describe(*image) + ", to standard output");
         return;
     }
     try
@@ -264,6 +267,7 @@ void Import(const ImportOptions& options)
         FileSystem::ReplacementFile file(ToPath(options.output));
         Write(file.Path(), *image, metadata);
         file.Commit();
+        LogInfo("wrote " + options.image + ", " + Describe(*image) + ", to " + options.output);
     }
     catch (const std::exception& error)
     {

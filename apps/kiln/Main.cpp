@@ -1,7 +1,7 @@
 #include "apps/kiln/Commands.h"
 #include "apps/kiln/Failure.h"
 #include "apps/kiln/Streams.h"
-#include "apps/kiln/WarningLog.h"
+#include "apps/kiln/ToolLog.h"
 
 #include <CLI/CLI.hpp>
 
@@ -22,6 +22,26 @@ constexpr const char* Footer =
     R"(A file name of "-" is standard input or standard output. Results go to standard output, messages to standard
 error. Exit status: 0 done, 1 failed (or not valid, or different), 2 wrong usage.)";
 
+/// Does what a command asks for, with its log around it.
+template <typename Action>
+void Do(const std::string& logFolder, const CLI::App* command, Action action)
+{
+    using namespace Ardo::Kiln::Tool;
+
+    const ToolLog log(logFolder);
+    LogDebug("begin " + command->get_name());
+    try
+    {
+        action();
+    }
+    catch (const std::exception& error)
+    {
+        LogError(command->get_name() + ": " + error.what());
+        throw;
+    }
+    LogDebug("end " + command->get_name());
+}
+
 CLI::App* AddCommand(CLI::App& app, const std::string& name, const std::string& description)
 {
     CLI::App* command = app.add_subcommand(name, description);
@@ -39,6 +59,11 @@ int Run(int argc, char** argv)
     app.set_version_flag("--version", Version, "Print the version and exit");
     app.footer(Footer);
     app.require_subcommand(1);
+    app.fallthrough(); // so that the option below may stand behind the command, too
+    std::string logFolder;
+    app.add_option("--log", logFolder, "Log what is done to FOLDER/Log/kiln.log and kiln_Dbg.log")->type_name("FOLDER");
+    const auto on = [&](CLI::App* command, auto action)
+    { command->callback([&logFolder, command, action] { Do(logFolder, command, action); }); };
 
     ImportOptions import;
     CLI::App* command = AddCommand(app, "import", "Write an image and its record as a TIFF file");
@@ -48,12 +73,12 @@ int Run(int argc, char** argv)
     command->add_option("--pixel-size", import.pixelSize,
                         "Width and height of a pixel: \"107 nm\", or a plain number of metres");
     command->add_option("--metadata", import.metadata, "The record to embed: an XML, JSON or TIFF file");
-    command->callback([&] { Import(import); });
+    on(command, [&] { Import(import); });
 
     std::string file;
     command = AddCommand(app, "info", "Print what a TIFF file holds, also when its pixels are damaged");
     command->add_option("FILE.tif", file, "The file to read")->required();
-    command->callback([&] { Info(file); });
+    on(command, [&] { Info(file); });
 
     std::string format = "xml";
     std::string output(StandardStream);
@@ -63,12 +88,12 @@ int Run(int argc, char** argv)
         ->capture_default_str()
         ->check(CLI::IsMember({"xml", "json"}));
     command->add_option("--output", output, "The document to write")->capture_default_str();
-    command->callback([&] { WriteMetadata(file, format, output); });
+    on(command, [&] { WriteMetadata(file, format, output); });
 
     command =
         AddCommand(app, "validate", "Hold the record of a file against the schema; print each fault with its place");
     command->add_option("FILE", file, "A TIFF, XML or JSON file")->required();
-    command->callback([&] { status = Validate(file) ? Done : Failed; });
+    on(command, [&] { status = Validate(file) ? Done : Failed; });
 
     std::string other;
     bool allowAdditions = false;
@@ -76,7 +101,7 @@ int Run(int argc, char** argv)
     command->add_option("FIRST", file, "An image, or a TIFF, XML or JSON file with a record")->required();
     command->add_option("SECOND", other, "The file to compare with it")->required();
     command->add_flag("--allow-additions", allowAdditions, "Fields that only SECOND has are no difference");
-    command->callback([&] { status = Compare(file, other, allowAdditions) ? Done : Failed; });
+    on(command, [&] { status = Compare(file, other, allowAdditions) ? Done : Failed; });
 
     FormatOptions formatting;
     command = AddCommand(app, "format", "Print a quantity with an SI prefix");
@@ -88,14 +113,14 @@ int Run(int argc, char** argv)
     command->add_option("--prefix", formatting.prefix, "The only prefix allowed, for example n; empty for none");
     command->add_option("--uncertainty", formatting.uncertainty, "Show the digits that it justifies, in the base unit");
     command->add_option("--reference", formatting.reference, "The value that picks the prefix, in the base unit");
-    command->callback([&] { Format(formatting); });
+    on(command, [&] { Format(formatting); });
 
     std::string text;
     std::string unit;
     command = AddCommand(app, "parse", "Print the number in base units that a quantity stands for");
     command->add_option("TEXT", text, "The quantity, for example \"12.5 nm\"")->required();
     command->add_option("UNIT", unit, "The base unit of the number")->required();
-    command->callback([&] { Parse(text, unit); });
+    on(command, [&] { Parse(text, unit); });
 
     try
     {
@@ -120,7 +145,6 @@ int main(int argc, char** argv)
 {
     try
     {
-        const Ardo::Kiln::Tool::WarningLog warnings;
         return Run(argc, argv);
     }
     catch (const std::exception& error)

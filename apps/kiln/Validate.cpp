@@ -2,6 +2,7 @@
 #include "apps/kiln/Failure.h"
 #include "apps/kiln/Record.h"
 #include "apps/kiln/SchemaValidator.h"
+#include "apps/kiln/ToolLog.h"
 
 #include "Ardo/Kiln/MetadataSerializer/Record.h"
 
@@ -55,6 +56,7 @@ bool Validate(const std::string& file)
         report += "The first " + std::to_string(faults.size()) + " faults are shown.\n";
     }
     Print(faults.empty() ? Printable(file) + ": valid\n" : report);
+    LogInfo("validated " + file + ": " + std::to_string(faults.size()) + " faults");
     return faults.empty();
 }
 

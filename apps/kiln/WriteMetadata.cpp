@@ -1,6 +1,7 @@
 #include "apps/kiln/Commands.h"
 #include "apps/kiln/Failure.h"
 #include "apps/kiln/Record.h"
+#include "apps/kiln/ToolLog.h"
 
 #include "Ardo/Kiln/MetadataSerializer/Record.h"
 
@@ -18,6 +19,7 @@ void WriteMetadata(const std::string& file, const std::string& format, const std
     }
     const auto type = format == "json" ? SerializeType::Json : SerializeType::Xml;
     WriteText(output, MetadataSerializer::Record(*record).SerializeToString(type));
+    LogInfo("wrote the record of " + file + " as " + format + " to " + output);
 }
 
 } // namespace Ardo::Kiln::Tool

@@ -273,6 +273,18 @@ TEST_F(ToolTest, WhatAReaderLeavesOutIsSaidOnStandardError)
     EXPECT_THAT(result.error, testing::MatchesRegex("kiln: warning: .*Colour.*\n"));
 }
 
+TEST_F(ToolTest, WhatIsDoneIsLoggedWhereAsked)
+{
+    Must("kiln --log logs import " + Cell + " cell.tif");
+    Must("kiln info cell.tif --log logs");
+    EXPECT_EQ(Run("kiln --log logs info missing.tif").status, 1);
+    const std::string log = ReadFile(m_folder / "logs/Log/kiln.log");
+    EXPECT_THAT(log, HasSubstr("kiln.Tool: wrote "));
+    EXPECT_THAT(log, HasSubstr("kiln.Tool: info: missing.tif"));
+    EXPECT_THAT(ReadFile(m_folder / "logs/Log/kiln_Dbg.log"), HasSubstr("kiln.Tool begin info"));
+    EXPECT_EQ(Run("kiln --log /dev/null/nowhere info cell.tif").status, 1);
+}
+
 TEST_F(ToolTest, WhatADocumentHoldsCannotCommandTheTerminal)
 {
     Must("kiln import " + Cell + " cell.tif");
