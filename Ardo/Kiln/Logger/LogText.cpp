@@ -38,11 +38,17 @@ void AppendConverted(std::basic_string<To>& result, std::basic_string_view<From>
 
     if (IsAscii(text))
     {
-        // append() of other units would make a string of them first.
-        const std::size_t size = result.size();
-        result.resize(size + text.size());
-        std::transform(text.begin(), text.end(), result.begin() + static_cast<std::ptrdiff_t>(size),
-                       [](From unit) { return static_cast<To>(unit); });
+        if constexpr (std::is_same_v<To, From>)
+        {
+            result.append(text);
+        }
+        else // append() of other units would make a string of them first
+        {
+            const std::size_t size = result.size();
+            result.resize(size + text.size());
+            std::transform(text.begin(), text.end(), result.begin() + static_cast<std::ptrdiff_t>(size),
+                           [](From unit) { return static_cast<To>(unit); });
+        }
         return;
     }
     const From* const end = text.data() + text.size();
