@@ -1,6 +1,8 @@
 // Builds a complete acquisition record, as an application does when a detector has delivered an image, and prints it as
 // an XML document. What only the image itself can tell (its size, its grey values) is left to whoever writes the image.
 
+#include "Ardo/Kiln/Conversion/String.h"
+#include "Ardo/Kiln/Formatting/Parse.h"
 #include "Ardo/Kiln/MetadataSerializer/Record.h"
 #include "Ardo/Kiln/Types/Guid.h"
 #include "Ardo/MetadataLib/Metadata.h"
@@ -9,11 +11,21 @@
 #include <chrono>
 #include <exception>
 #include <iostream>
+#include <string>
 
 namespace
 {
 
 using namespace Ardo::MetadataLib;
+
+/// What the command line says of the image.
+struct Image
+{
+    std::string description;
+    std::int32_t width;
+    std::int32_t height;
+    double pixelSize; ///< In m.
+};
 
 Uuid NewUuid()
 {
@@ -28,7 +40,7 @@ TimePoint Now()
     return std::chrono::floor<std::chrono::milliseconds>(std::chrono::system_clock::now());
 }
 
-void DescribeOrigin(Metadata& metadata)
+void DescribeOrigin(Metadata& metadata, const Image& image)
 {
     metadata.Core.Guid = NewUuid();
     metadata.Core.ParentGuid = NewUuid();
@@ -58,12 +70,12 @@ void DescribeOrigin(Metadata& metadata)
 
     metadata.Sample.SampleGuid = NewUuid();
     metadata.Sample.SampleID = "S-2041";
-    metadata.Sample.SampleDescription = "Cell on carbon film";
+    metadata.Sample.SampleDescription = image.description;
     metadata.Sample.SampleSessionID = "2026-11";
     metadata.Sample.RegionOfInterestID = "ROI 4";
 }
 
-void DescribeColumn(Metadata& metadata)
+void DescribeColumn(Metadata& metadata, const Image& image)
 {
     auto& optics = metadata.Optics;
     optics.GunLensSetting = 4.0;
@@ -84,8 +96,8 @@ void DescribeColumn(Metadata& metadata)
     optics.LastMeasuredScreenCurrent = 9.6e-11;
     optics.IlluminationOn = true;
     optics.IlluminationType = "Parallel";
-    optics.FullScanFieldOfView = {58.85e-6, 70.62e-6};
-    optics.ScanFieldOfView = {58.85e-6, 70.62e-6};
+    optics.FullScanFieldOfView = {image.width * image.pixelSize, image.height * image.pixelSize};
+    optics.ScanFieldOfView = optics.FullScanFieldOfView;
     optics.BeamTilt = {1e-4, -2e-4};
     optics.ImageShift = {2e-8, 0.0};
     optics.BeamShift = {-1e-8, 1e-8};
@@ -134,7 +146,7 @@ void DescribeColumn(Metadata& metadata)
     metadata.GasInjectionSystems = {gis};
 }
 
-void DescribeStageAndScan(Metadata& metadata)
+void DescribeStageAndScan(Metadata& metadata, const Image& image)
 {
     metadata.StageSettings.StagePosition.X = 1.25e-4;
     metadata.StageSettings.StagePosition.Y = -3.1e-5;
@@ -146,7 +158,7 @@ void DescribeStageAndScan(Metadata& metadata)
     metadata.StageSettings.HolderTemperature = 96.5;
     metadata.StageSettings.SampleLoader = "Cassette";
 
-    metadata.ScanSettings.ScanSize = {550, 660};
+    metadata.ScanSettings.ScanSize = {image.width, image.height};
     metadata.ScanSettings.DwellTime = 2e-6;
     metadata.ScanSettings.MainsLockOn = true;
     metadata.ScanSettings.FrameTime = 0.726;
@@ -154,7 +166,7 @@ void DescribeStageAndScan(Metadata& metadata)
     metadata.ScanSettings.ScanRotation = 0.0;
 }
 
-void DescribeDetection(Metadata& metadata)
+void DescribeDetection(Metadata& metadata, const Image& image)
 {
     ImagingDetector camera;
     camera.DetectorName = "Camera-1";
@@ -163,7 +175,7 @@ void DescribeDetection(Metadata& metadata)
     camera.Enabled = true;
     camera.ExposureMode = "Full";
     camera.Binning = {4, 4};
-    camera.ReadoutArea = {0, 0, 2200, 2640};
+    camera.ReadoutArea = {0, 0, 4 * image.width, 4 * image.height};
     camera.ExposureTime = 0.5;
     camera.DarkGainCorrectionType = ImagingDetectorDarkGainCorrectionType::DarkGain;
     camera.Shutters = {{.Type = "PreSpecimen", .Position = "Open"}};
@@ -201,16 +213,25 @@ void DescribeDetection(Metadata& metadata)
 
 } // namespace
 
-int main()
+int main(int argc, char** argv)
 try
 {
     using namespace Ardo::Kiln::MetadataSerializer;
+    using Ardo::Kiln::Conversion::String;
+
+    if (argc != 5)
+    {
+        std::cerr << "usage: acquisition_record DESCRIPTION WIDTH HEIGHT PIXEL_SIZE\n";
+        return 2;
+    }
+    const Image image{argv[1], std::stoi(argv[2]), std::stoi(argv[3]),
+                      Ardo::Kiln::Formatting::ParseStrictly(String::FromUtf8(argv[4]), L"m")};
 
     Metadata metadata;
-    DescribeOrigin(metadata);
-    DescribeColumn(metadata);
-    DescribeStageAndScan(metadata);
-    DescribeDetection(metadata);
+    DescribeOrigin(metadata, image);
+    DescribeColumn(metadata, image);
+    DescribeStageAndScan(metadata, image);
+    DescribeDetection(metadata, image);
     std::cout << Record(metadata).SerializeToString(SerializeType::Xml) << std::flush;
     return std::cout ? 0 : 1;
 }

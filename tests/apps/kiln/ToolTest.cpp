@@ -86,7 +86,7 @@ TEST_F(ToolTest, HelpAndVersionAreResultsAndWrongUsageIsStatusTwo)
 
 TEST_F(ToolTest, AMicrographComesBackWithEveryPixelAndEveryField)
 {
-    Must(Quoted(KILN_EXAMPLE_RECORD) + " > record.xml");
+    Must(Quoted(KILN_EXAMPLE_RECORD) + " 'one cell' 550 660 '107 nm' > record.xml");
     Must("kiln import " + Cell + " 'cell 細胞.tif' --pixel-size '107 nm' --metadata record.xml");
     EXPECT_EQ(Must("kiln compare " + Cell + " 'cell 細胞.tif'"), "equal: 363000 pixels\n");
     EXPECT_THAT(Must("kiln compare --allow-additions record.xml 'cell 細胞.tif'"), StartsWith("equal: "));
@@ -196,7 +196,7 @@ TEST_F(ToolTest, AnImportThatFailsLeavesTheOldFileAndNothingElse)
 
 TEST_F(ToolTest, DamagedFilesStillTellWhatTheyHold)
 {
-    Must(Quoted(KILN_EXAMPLE_RECORD) + " > record.xml");
+    Must(Quoted(KILN_EXAMPLE_RECORD) + " 'one cell' 550 660 '107 nm' > record.xml");
     Must("kiln import " + Cell + " cell.tif --metadata record.xml --pixel-size 107e-9");
     // The pixels are said to lie behind the end of the file.
     Must(Quoted("/usr/bin/python3") + R"( - <<'EOF'
