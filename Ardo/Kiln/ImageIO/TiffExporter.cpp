@@ -87,21 +87,23 @@ struct StripLayout
     std::uint32_t stripCount;
 };
 
-StripLayout MakeStripLayout(std::uint32_t height, std::uint32_t rowSize, std::uint32_t stride)
+StripLayout MakeStripLayout(std::uint32_t height, std::uint64_t rowSize, std::uint64_t stride)
 {
     constexpr std::uint32_t UsualRows = 32;
     // Readers take full strips only, so the usual number of rows is for heights that it divides.
     const std::uint32_t rows = stride > rowSize ? 1 : height % UsualRows == 0 ? UsualRows : height;
-    return {rows, std::uint64_t{stride} * rows, static_cast<std::uint32_t>((std::uint64_t{height} + rows - 1) / rows)};
+    return {rows, stride * rows, static_cast<std::uint32_t>((std::uint64_t{height} + rows - 1) / rows)};
 }
 
+/// \param stride bytes from row to row.
 /// \throws std::runtime_error with the numbers if a classic TIFF cannot hold the image together with \p tags.
-void CheckFileSize(const StripLayout& layout, const PrivateTags& tags)
+void CheckFileSize(std::uint64_t stride, std::uint32_t height, const StripLayout& layout, const PrivateTags& tags)
 {
     constexpr std::uint64_t DirectoryBytes = 1024; // more than 18 entries and their values take
     constexpr std::uint64_t TableBytesPerStrip = 8;
+    constexpr std::uint64_t Uncountable = std::numeric_limits<std::uint64_t>::max();
 
-    const std::uint64_t pixels = layout.stripSize * layout.stripCount;
+    const std::uint64_t pixels = stride > Uncountable / height ? Uncountable : stride * height;
     const std::uint64_t others = FirstStrip + DirectoryBytes + TableBytesPerStrip * layout.stripCount +
                                  tags.xml.size() + (tags.qd ? tags.qd->size() : 0);
     if (pixels > LargestFile || others > LargestFile - pixels)
@@ -150,8 +152,8 @@ struct TiffExporter::Image
     const void* pixels;
     std::uint32_t width;
     std::uint32_t height;
-    std::uint32_t stride; ///< bytes; 0: the row size
     std::uint16_t bitsPerSample;
+    std::uint32_t stride = 0; ///< bytes; 0: the row size
     std::uint16_t samplesPerPixel = 1;
     std::uint16_t photometric = PHOTOMETRIC_MINISBLACK;
     std::uint16_t sampleFormat = SAMPLEFORMAT_UINT;
@@ -169,7 +171,7 @@ TiffExporter::~TiffExporter() = default;
 void TiffExporter::WriteUInt8Image(const std::wstring& fileName, const std::uint8_t* pixels, std::uint32_t width,
                                    std::uint32_t height, const MetadataLib::Metadata* metadata)
 {
-    Write(fileName, {.pixels = pixels, .width = width, .height = height, .stride = 0, .bitsPerSample = 8}, metadata);
+    Write(fileName, {.pixels = pixels, .width = width, .height = height, .bitsPerSample = 8}, metadata);
 }
 
 void TiffExporter::WriteInt8Image(const std::wstring& fileName, std::int8_t* pixels, std::uint32_t width,
@@ -179,7 +181,6 @@ void TiffExporter::WriteInt8Image(const std::wstring& fileName, std::int8_t* pix
           {.pixels = pixels,
            .width = width,
            .height = height,
-           .stride = 0,
            .bitsPerSample = 8,
            .clampPixels = pixels,
            .clamp = &ClampImage<std::int8_t>},
@@ -193,7 +194,6 @@ void TiffExporter::WriteInt16Image(const std::wstring& fileName, std::int16_t* p
           {.pixels = pixels,
            .width = width,
            .height = height,
-           .stride = 0,
            .bitsPerSample = 16,
            .clampPixels = pixels,
            .clamp = &ClampImage<std::int16_t>},
@@ -203,20 +203,16 @@ void TiffExporter::WriteInt16Image(const std::wstring& fileName, std::int16_t* p
 void TiffExporter::WriteUInt16Image(const std::wstring& fileName, const std::uint16_t* pixels, std::uint32_t width,
                                     std::uint32_t height, const MetadataLib::Metadata* metadata)
 {
-    Write(fileName, {.pixels = pixels, .width = width, .height = height, .stride = 0, .bitsPerSample = 16}, metadata);
+    Write(fileName, {.pixels = pixels, .width = width, .height = height, .bitsPerSample = 16}, metadata);
 }
 
 void TiffExporter::WriteFloatImage(const std::wstring& fileName, const float* pixels, std::uint32_t width,
                                    std::uint32_t height, const MetadataLib::Metadata* metadata)
 {
-    Write(fileName,
-          {.pixels = pixels,
-           .width = width,
-           .height = height,
-           .stride = 0,
-           .bitsPerSample = 32,
-           .sampleFormat = SAMPLEFORMAT_IEEEFP},
-          metadata);
+    Write(
+        fileName,
+        {.pixels = pixels, .width = width, .height = height, .bitsPerSample = 32, .sampleFormat = SAMPLEFORMAT_IEEEFP},
+        metadata);
 }
 
 void TiffExporter::WriteRgbImage(const std::wstring& fileName, const Imaging::rgb_type<unsigned char>* pixels,
@@ -227,8 +223,8 @@ void TiffExporter::WriteRgbImage(const std::wstring& fileName, const Imaging::rg
           {.pixels = pixels,
            .width = width,
            .height = height,
-           .stride = stride,
            .bitsPerSample = 8,
+           .stride = stride,
            .samplesPerPixel = 3,
            .photometric = PHOTOMETRIC_RGB},
           metadata);
@@ -242,8 +238,8 @@ void TiffExporter::WriteRgbaImage(const std::wstring& fileName, const Imaging::r
           {.pixels = pixels,
            .width = width,
            .height = height,
-           .stride = stride,
            .bitsPerSample = 8,
+           .stride = stride,
            .samplesPerPixel = 4,
            .photometric = PHOTOMETRIC_RGB},
           metadata);
@@ -265,10 +261,9 @@ catch (const std::exception& exception)
 
 void TiffExporter::WriteFile(const std::wstring& fileName, const Image& image, const MetadataLib::Metadata* metadata)
 {
-    const std::uint64_t rowSize64 = std::uint64_t{image.width} * image.samplesPerPixel * (image.bitsPerSample / 8u);
-    const auto rowSize = static_cast<std::uint32_t>(rowSize64);
-    const std::uint32_t stride = image.stride == 0 ? rowSize : image.stride;
-    if (image.pixels == nullptr || image.width == 0 || image.height == 0 || fileName.empty() || stride < rowSize64)
+    const std::uint64_t rowSize = std::uint64_t{image.width} * image.samplesPerPixel * (image.bitsPerSample / 8u);
+    const std::uint64_t stride = image.stride == 0 ? rowSize : image.stride;
+    if (image.pixels == nullptr || image.width == 0 || image.height == 0 || fileName.empty() || stride < rowSize)
     {
         throw std::runtime_error(InvalidParameters);
     }
@@ -276,7 +271,7 @@ void TiffExporter::WriteFile(const std::wstring& fileName, const Image& image, c
     // Everything that may fail without the file comes before it is touched.
     const StripLayout layout = MakeStripLayout(image.height, rowSize, stride);
     const PrivateTags tags = metadata != nullptr ? MakePrivateTags(*metadata) : PrivateTags();
-    CheckFileSize(layout, tags);
+    CheckFileSize(stride, image.height, layout, tags);
 
     m_file.reset(); // it may be the same file
     try
