@@ -1,7 +1,7 @@
 #pragma once
 
-#include <algorithm>
 #include <cstdint>
+#include <map>
 #include <string>
 #include <vector>
 
@@ -17,8 +17,7 @@ public:
         Byte = 1,
         Ascii = 2,
         Short = 3,
-        Long = 4,
-        Long8 = 16
+        Long = 4
     };
     using Values = std::vector<std::uint64_t>;
 
@@ -33,81 +32,61 @@ public:
         Set(279, Long, {m_pixels.size()}).Set(339, Short, {1});
     }
 
-    TiffBuilder& Set(std::uint16_t tag, Type type, Values values) { return Set(tag, type, values, values.size()); }
-
-    /// An entry whose stated count may be a lie.
-    TiffBuilder& Set(std::uint16_t tag, Type type, Values values, std::uint64_t count)
+    /// \param count If not 0, what the entry states instead of the real number of values.
+    TiffBuilder& Set(std::uint16_t tag, Type type, Values values, std::uint64_t count = 0)
     {
-        Remove(tag);
-        m_entries.push_back({tag, type, std::move(values), count});
-        std::ranges::sort(m_entries, {}, &Entry::tag);
+        m_entries[tag] = {type, count != 0 ? count : values.size(), std::move(values)};
         return *this;
     }
 
-    TiffBuilder& SetText(std::uint16_t tag, const std::string& text)
+    /// Without a zero at its end.
+    TiffBuilder& SetMetadata(const std::string& text, Type type = Ascii)
     {
-        return Set(tag, Ascii, Values(text.begin(), text.end()));
+        return Set(34683, type, Values(text.begin(), text.end()));
     }
 
     TiffBuilder& Remove(std::uint16_t tag)
     {
-        std::erase_if(m_entries, [tag](const Entry& entry) { return entry.tag == tag; });
+        m_entries.erase(tag);
         return *this;
     }
 
-    TiffBuilder& BigEndian()
+    /// \param big A big-endian BigTIFF file, not a little-endian classic one.
+    /// \param loop The directory names itself as its successor.
+    std::string Bytes(bool big = false, bool loop = false) const
     {
-        m_bigEndian = true;
-        return *this;
-    }
-
-    TiffBuilder& BigTiff()
-    {
-        m_bigTiff = true;
-        return *this;
-    }
-
-    /// Makes the directory name itself as its successor.
-    TiffBuilder& Loop()
-    {
-        m_loop = true;
-        return *this;
-    }
-
-    std::string Bytes() const
-    {
-        const std::size_t word = m_bigTiff ? 8 : 4;
-        const std::uint64_t directory = PixelOffset + m_pixels.size();
-        const std::size_t countSize = m_bigTiff ? 8 : 2;
-        std::uint64_t values = directory + countSize + m_entries.size() * (4 + 2 * word) + word;
-
-        std::string bytes = m_bigEndian ? "MM" : "II";
-        Put(bytes, m_bigTiff ? 43 : 42, 2);
-        if (m_bigTiff)
+        const auto number = [big](std::uint64_t value, std::size_t size)
         {
-            Put(bytes, 8, 2);
-            Put(bytes, 0, 2);
-        }
-        Put(bytes, directory, word);
-        bytes.resize(PixelOffset, '\0');
-        bytes += m_pixels;
+            std::string bytes(size, '\0');
+            for (std::size_t i = 0; i < size; ++i)
+            {
+                bytes[big ? size - 1 - i : i] = static_cast<char>(value >> (8 * i));
+            }
+            return bytes;
+        };
+        const std::size_t word = big ? 8 : 4;
+        const std::uint64_t directory = PixelOffset + m_pixels.size();
+        const std::string count = number(m_entries.size(), big ? 8 : 2);
+        const std::uint64_t behind = directory + count.size() + m_entries.size() * (4 + 2 * word) + word;
 
-        std::string behind;
-        Put(bytes, m_entries.size(), countSize);
-        for (const Entry& entry : m_entries)
+        std::string bytes = big ? "MM" : "II";
+        bytes += big ? number(43, 2) + number(8, 2) + number(0, 2) : number(42, 2);
+        bytes += number(directory, word);
+        bytes.resize(PixelOffset, '\0');
+        bytes += m_pixels + count;
+        std::string values;
+        for (const auto& [tag, entry] : m_entries)
         {
             std::string content;
             for (const std::uint64_t value : entry.values)
             {
-                Put(content, value, entry.type == Long8 ? 8 : entry.type == Long ? 4 : entry.type == Short ? 2 : 1);
+                content += number(value, entry.type == Long ? 4 : entry.type == Short ? 2 : 1);
             }
-            Put(bytes, entry.tag, 2);
-            Put(bytes, entry.type, 2);
-            Put(bytes, entry.count, word);
+            bytes += number(tag, 2) + number(entry.type, 2) + number(entry.count, word);
             if (content.size() > word)
             {
-                Put(bytes, values + behind.size(), word);
-                behind += content;
+                bytes += number(behind + values.size(), word);
+                values += content;
             }
             else
             {
@@ -115,32 +94,19 @@ public:
                 bytes += content;
             }
         }
-        Put(bytes, m_loop ? directory : 0, word);
-        return bytes + behind;
+        return bytes + number(loop ? directory : 0, word) + values;
     }
 
 private:
     struct Entry
     {
-        std::uint16_t tag;
         Type type;
-        Values values;
         std::uint64_t count;
+        Values values;
     };
 
-    void Put(std::string& bytes, std::uint64_t value, std::size_t size) const
-    {
-        for (std::size_t i = 0; i < size; ++i)
-        {
-            bytes += static_cast<char>(value >> (8 * (m_bigEndian ? size - 1 - i : i)));
-        }
-    }
-
     std::string m_pixels;
-    std::vector<Entry> m_entries;
-    bool m_bigEndian = false;
-    bool m_bigTiff = false;
-    bool m_loop = false;
+    std::map<std::uint16_t, Entry> m_entries;
 };
 
 } // namespace Ardo::Kiln::ImageIO

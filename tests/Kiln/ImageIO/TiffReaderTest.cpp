@@ -1,46 +1,51 @@
 #include "Ardo/Kiln/ImageIO/TiffReader.h"
 
-#include "Ardo/Kiln/ImageIO/TiffExporter.h"
 #include "Ardo/Kiln/MetadataSerializer/Record.h"
 #include "tests/Kiln/ImageIO/TiffBuilder.h"
 #include "tests/Kiln/ImageIO/TiffTestFiles.h"
 #include "tests/Support/FullMetadata.h"
-#include "tests/Support/ScopedTempDir.h"
+#include "tests/Support/LogCollector.h"
 
 #include <memory>
 
 #include <boost/property_tree/exceptions.hpp>
 #include <gmock/gmock.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
 #include <tiffio.h>
 
 namespace Ardo::Kiln::ImageIO
 {
 
 using ::testing::HasSubstr;
+using ::testing::SizeIs;
+using ::testing::StartsWith;
+using enum TiffBuilder::Type;
 
 namespace
 {
 
-constexpr const char* PixelsError = "Unable to open Tiff file, error while reading image data";
+const std::string PixelsError = "Unable to open Tiff file, error while reading image data";
 
-class TiffReaderTest : public ::testing::Test
+std::string Document(MetadataLib::Metadata metadata)
 {
-protected:
-    void Open(const TiffBuilder& file)
-    {
-        WriteFile(m_path, file.Bytes());
-        m_reader.Open(Wide(m_path));
-    }
+    return MetadataSerializer::Record(metadata).SerializeToString({});
+}
 
-    std::string OpenError(const TiffBuilder& file)
-    {
-        return MessageOf<std::runtime_error>([&] { Open(file); });
-    }
+using TiffReaderTest = TiffTest;
 
-    const Support::ScopedTempDir m_dir;
-    const std::filesystem::path m_path = m_dir / "image.tif";
-    TiffReader m_reader;
-};
+TiffBuilder Small()
+{
+    return TiffBuilder(4, 4, "0123456789abcdef").Set(278, Long, {2}).Set(273, Long, {16, 24}).Set(279, Long, {8, 8});
+}
+
+/// The most memory that the process has held so far, in bytes.
+std::int64_t PeakMemory()
+{
+    rusage usage{};
+    ::getrusage(RUSAGE_SELF, &usage);
+    return std::int64_t{usage.ru_maxrss} * 1024;
+}
 
 } // namespace
 
@@ -49,186 +54,253 @@ TEST_F(TiffReaderTest, ReadsWhatOtherProgramsWrite)
     const struct
     {
         const char* mode;
-        std::uint16_t compression, predictor;
-        std::uint32_t rowsPerStrip;
-    } rows[] = {
-        {"w", COMPRESSION_LZW, 1, 16},     {"w", COMPRESSION_LZW, 2, 16},      {"w", COMPRESSION_ADOBE_DEFLATE, 2, 64},
-        {"w", COMPRESSION_DEFLATE, 1, 16}, {"w", COMPRESSION_PACKBITS, 1, 32}, {"wb", COMPRESSION_NONE, 1, 16},
-        {"wb", COMPRESSION_LZW, 2, 64},    {"w8", COMPRESSION_NONE, 1, 1},     {"wb8", COMPRESSION_ADOBE_DEFLATE, 1, 4},
-    };
+        int compression, rowsPerStrip;
+    } rows[] = {{"w", COMPRESSION_LZW, 16},      {"w", COMPRESSION_ADOBE_DEFLATE, 64}, {"w", COMPRESSION_DEFLATE, 16},
+                {"w", COMPRESSION_PACKBITS, 32}, {"wb", COMPRESSION_NONE, 16},         {"wb", COMPRESSION_LZW, 64},
+                {"w8", COMPRESSION_NONE, 1},     {"wb8", COMPRESSION_ADOBE_DEFLATE, 4}};
     auto pixels = Pattern<std::uint16_t>(41 * 64);
     std::fill(pixels.begin() + 200, pixels.begin() + 1500, std::uint16_t{7}); // something to compress
     for (const auto& row : rows)
     {
         SCOPED_TRACE(testing::Message() << row.mode << ", compression " << row.compression);
+        std::unique_ptr<TIFF, void (*)(TIFF*)> tiff(TIFFOpen(m_path.c_str(), row.mode), &TIFFClose);
+        for (const auto& [tag, value] : {std::pair(TIFFTAG_IMAGEWIDTH, 41),
+                                         {TIFFTAG_IMAGELENGTH, 64},
+                                         {TIFFTAG_BITSPERSAMPLE, 16},
+                                         {TIFFTAG_PHOTOMETRIC, PHOTOMETRIC_MINISBLACK},
+                                         {TIFFTAG_COMPRESSION, row.compression},
+                                         {TIFFTAG_ROWSPERSTRIP, row.rowsPerStrip}})
         {
-            const std::unique_ptr<TIFF, void (*)(TIFF*)> tiff(TIFFOpen(m_path.c_str(), row.mode), &TIFFClose);
-            TIFFSetField(tiff.get(), TIFFTAG_IMAGEWIDTH, 41);
-            TIFFSetField(tiff.get(), TIFFTAG_IMAGELENGTH, 64);
-            TIFFSetField(tiff.get(), TIFFTAG_BITSPERSAMPLE, 16);
-            TIFFSetField(tiff.get(), TIFFTAG_PHOTOMETRIC, PHOTOMETRIC_MINISBLACK);
-            TIFFSetField(tiff.get(), TIFFTAG_COMPRESSION, row.compression);
-            TIFFSetField(tiff.get(), TIFFTAG_ROWSPERSTRIP, row.rowsPerStrip);
-            if (row.predictor != 1)
-            {
-                TIFFSetField(tiff.get(), TIFFTAG_PREDICTOR, row.predictor);
-            }
-            for (std::uint32_t y = 0; y < 64; ++y)
-            {
-                std::vector<std::uint16_t> line(pixels.begin() + 41 * y, pixels.begin() + 41 * (y + 1));
-                ASSERT_EQ(TIFFWriteScanline(tiff.get(), line.data(), y), 1);
-            }
+            TIFFSetField(tiff.get(), static_cast<std::uint32_t>(tag), value);
         }
-        m_reader.Open(Wide(m_path));
+        for (std::uint32_t y = 0; y < 64; ++y)
+        {
+            std::vector<std::uint16_t> line(pixels.begin() + 41 * y, pixels.begin() + 41 * (y + 1));
+            ASSERT_EQ(TIFFWriteScanline(tiff.get(), line.data(), y), 1);
+        }
+        tiff.reset();
+        EXPECT_EQ(Open(m_path), "");
         EXPECT_EQ(PixelsOf(m_reader), BytesOf(pixels));
-        EXPECT_EQ(m_reader.GetStripCount(), 64 / row.rowsPerStrip);
+        EXPECT_EQ(m_reader.GetStripCount(), 64u / static_cast<unsigned>(row.rowsPerStrip));
     }
 }
 
 TEST_F(TiffReaderTest, FieldsHaveTheirDefaultsAndBounds)
 {
-    Open(TiffBuilder(3, 2, "abcdef").Remove(278).Remove(339).Remove(277).Remove(262).Remove(259));
+    EXPECT_EQ(Open(TiffBuilder(3, 2, "abcdef").Remove(278).Remove(339).Remove(277).Remove(262).Remove(259).Bytes()),
+              "");
     EXPECT_EQ(PixelsOf(m_reader), "abcdef");
     EXPECT_EQ(m_reader.GetRowsPerStrip(), 2u); // one strip
     EXPECT_EQ(m_reader.GetSampleFormat(), TiffSampleFormat::UnsignedInteger);
-    EXPECT_EQ(m_reader.GetSamplesPerPixel(), 1);
     EXPECT_EQ(m_reader.GetPhotometric(), 1);
+    EXPECT_TRUE(m_reader.GetMetadata() == MetadataLib::Metadata());
 
-    Open(TiffBuilder(3, 2, "abcdef").Set(278, TiffBuilder::Long, {1000}).Set(339, TiffBuilder::Short, {2}));
+    EXPECT_EQ(Open(TiffBuilder(3, 2, "abcdef").Set(278, Long, {1000}).Set(339, Short, {2}).Bytes()), "");
     EXPECT_EQ(m_reader.GetRowsPerStrip(), 2u);
     EXPECT_EQ(m_reader.GetSampleFormat(), TiffSampleFormat::SignedInteger);
 
     // 12 bits count as one byte; two rows of three such samples take ten bytes in the file
-    Open(TiffBuilder(3, 2, "0123456789", 12));
-    EXPECT_EQ(m_reader.GetBytesPerSample(), 1);
+    EXPECT_EQ(Open(TiffBuilder(3, 2, "0123456789", 12).Bytes()), "");
     EXPECT_EQ(m_reader.GetRawImageDataSize(), 6u);
 
-    Open(TiffBuilder(1, 1, std::string("\x12\x34\x56\x78", 4), 32).BigEndian().BigTiff());
+    EXPECT_EQ(Open(TiffBuilder(1, 1, "\x12\x34\x56\x78", 32).Bytes(true)), "");
     EXPECT_EQ(PixelsOf(m_reader), "\x78\x56\x34\x12");
 }
 
-TEST_F(TiffReaderTest, EveryStripHasToBeFull)
+TEST_F(TiffReaderTest, WhatIsNoImageOfFullStripsIsRefusedWithItsFieldsKnown)
 {
-    const std::string pixels(90, 'x');
-    const auto threeStrips = TiffBuilder(1, 90, pixels)
-                                 .Set(278, TiffBuilder::Long, {32})
-                                 .Set(273, TiffBuilder::Long, {16, 48, 80})
-                                 .Set(279, TiffBuilder::Long, {32, 32, 26});
-    EXPECT_EQ(OpenError(threeStrips), PixelsError);
+    auto planes = TiffBuilder(1, 1, "xyz").Set(277, Short, {3}).Set(284, Short, {2}).Set(258, Short, {8, 8, 8});
+    auto tiles = TiffBuilder(16, 16, std::string(256, 'x')).Remove(278).Remove(273).Remove(279);
+    tiles.Set(322, Long, {16}).Set(323, Long, {16}).Set(324, Long, {16}).Set(325, Long, {256});
+    const struct
+    {
+        TiffBuilder file;
+        std::string message;
+        std::uint32_t width;
+    } rows[] = {
+        {TiffBuilder(8, 1, "x", 1), PixelsError + " (no samples of whole bytes)", 8},
+        {planes.Set(273, Long, {16, 17, 18}).Set(279, Long, {1, 1, 1}), PixelsError + " (samples in separate planes)",
+         1},
+        {TiffBuilder(1, 1, std::string(65536, 'x'), 32).Set(277, Short, {16384}),
+         PixelsError + " (65536 bytes a pixel)", 1},
+        {tiles, "Unable to open Tiff file, tiff not in strips", 16},
+    };
+    for (const auto& row : rows)
+    {
+        EXPECT_EQ(Open(row.file.Bytes()), row.message);
+        EXPECT_EQ(m_reader.GetImageWidth(), row.width);
+    }
+
+    auto threeStrips = TiffBuilder(1, 90, std::string(90, 'x')).SetMetadata(Document(Support::FullMetadata()));
+    threeStrips.Set(278, Long, {32}).Set(273, Long, {16, 48, 80}).Set(279, Long, {32, 32, 26});
+    EXPECT_EQ(Open(threeStrips.Bytes()), PixelsError);
     EXPECT_EQ(m_reader.GetRawImageDataSize(), 64u); // the full ones before it
-    EXPECT_EQ(m_reader.GetImageHeight(), 90u);
-}
-
-TEST_F(TiffReaderTest, WhatIsNoStripImageOfWholeBytesIsRefusedWithItsFieldsKnown)
-{
-    using enum TiffBuilder::Type;
-    const std::string reading = PixelsError;
-    EXPECT_EQ(OpenError(TiffBuilder(8, 1, "x", 1)), reading + " (no samples of whole bytes)");
-    EXPECT_EQ(m_reader.GetImageWidth(), 8u);
-    EXPECT_EQ(OpenError(TiffBuilder(1, 1, "xyz")
-                            .Set(277, Short, {3})
-                            .Set(284, Short, {2})
-                            .Set(258, Short, {8, 8, 8})
-                            .Set(273, Long, {16, 17, 18})
-                            .Set(279, Long, {1, 1, 1})),
-              reading + " (samples in separate planes)");
-    EXPECT_EQ(m_reader.GetSamplesPerPixel(), 3);
-    EXPECT_EQ(OpenError(TiffBuilder(1, 1, std::string(4 * 16384, 'x'), 32).Set(277, Short, {16384})),
-              reading + " (65536 bytes a pixel)");
-    EXPECT_EQ(OpenError(TiffBuilder(16, 16, std::string(256, 'x'))
-                            .Remove(278)
-                            .Remove(273)
-                            .Remove(279)
-                            .Set(322, Long, {16})
-                            .Set(323, Long, {16})
-                            .Set(324, Long, {16})
-                            .Set(325, Long, {256})),
-              "Unable to open Tiff file, tiff not in strips");
-    EXPECT_EQ(m_reader.GetImageWidth(), 16u);
-}
-
-TEST_F(TiffReaderTest, MetadataComesBackWhole)
-{
-    const MetadataLib::Metadata written = Support::FullMetadata();
-    const auto pixels = Pattern<std::uint8_t>(100 * 100);
-    TiffExporter exporter;
-    exporter.WriteUInt8Image(Wide(m_path), pixels.data(), 100, 100, &written);
-    m_reader.Open(Wide(m_path));
-    EXPECT_TRUE(m_reader.GetMetadata() == written);
-    EXPECT_EQ(PixelsOf(m_reader), BytesOf(pixels));
-}
-
-TEST_F(TiffReaderTest, MetadataThatIsNoRecordIsReportedAfterTheFields)
-{
-    using boost::property_tree::ptree_error;
-    EXPECT_THROW(Open(TiffBuilder(3, 1, "abc").SetText(34683, "<Metadata>")), ptree_error);
-    EXPECT_THAT(MessageOf<ptree_error>([&] { Open(TiffBuilder(3, 1, "abc").SetText(34683, "<Other/>")); }),
-                HasSubstr("No such node"));
-    EXPECT_EQ(m_reader.GetImageWidth(), 3u);
-    EXPECT_EQ(m_reader.GetRawImageData(), nullptr);
+    EXPECT_TRUE(m_reader.GetMetadata() == Support::FullMetadata());
 }
 
 TEST_F(TiffReaderTest, MetadataTagsOfOtherKindsDoNoHarm)
 {
-    using enum TiffBuilder::Type;
-    const MetadataLib::Metadata nothing;
     MetadataLib::Metadata something;
     something.Core.Guid = {};
-    const std::string document = MetadataSerializer::Record(something).SerializeToString({});
+    const struct
+    {
+        const char* name;
+        TiffBuilder file;
+        MetadataLib::Metadata metadata;
+    } rows[] = {
+        {"without an end", TiffBuilder(3, 1, "abc").SetMetadata(Document(something)), something},
+        {"16-bit characters", TiffBuilder(3, 1, "abc").SetMetadata(Document(something), Short), something},
+        {"no characters", TiffBuilder(3, 1, "abc").Set(34683, Short, {1000, 2000}), {}},
+        {"too long", TiffBuilder(3, 1, "abc").SetMetadata(std::string((20 << 20) + 1, 'x')), {}},
+    };
+    for (const auto& row : rows)
+    {
+        SCOPED_TRACE(row.name);
+        EXPECT_EQ(Open(row.file.Bytes()), "");
+        EXPECT_TRUE(m_reader.GetMetadata() == row.metadata);
+        EXPECT_EQ(PixelsOf(m_reader), "abc");
+    }
 
-    Open(TiffBuilder(3, 1, "abc").SetText(34683, document)); // without an end
-    EXPECT_TRUE(m_reader.GetMetadata() == something);
-    Open(TiffBuilder(3, 1, "abc").Set(34683, Short, TiffBuilder::Values(document.begin(), document.end())));
-    EXPECT_TRUE(m_reader.GetMetadata() == something);               // the characters as 16-bit numbers
-    Open(TiffBuilder(3, 1, "abc").Set(34683, Short, {1000, 2000})); // no characters at all
-    EXPECT_TRUE(m_reader.GetMetadata() == nothing);
-    Open(TiffBuilder(3, 1, "abc").SetText(34683, std::string((20 << 20) + 1, 'x'))); // too long to be looked at
-    EXPECT_TRUE(m_reader.GetMetadata() == nothing);
-    EXPECT_EQ(PixelsOf(m_reader), "abc");
+    EXPECT_THAT(Open(TiffBuilder(3, 1, "abc").SetMetadata("<Other/>").Bytes()), HasSubstr("No such node"));
+    EXPECT_EQ(m_reader.GetImageWidth(), 3u);
+    EXPECT_EQ(m_reader.GetRawImageData(), nullptr);
+    EXPECT_THROW(m_reader.Open(m_name), boost::property_tree::ptree_error);
 }
 
 TEST_F(TiffReaderTest, ASecondOpenStartsFromNothing)
 {
-    MetadataLib::Metadata metadata = Support::FullMetadata();
-    const std::vector<std::uint16_t> large(1500 * 1024, 9); // beyond the size where memory comes in pages
+    const MetadataLib::Metadata metadata = Support::FullMetadata();
     TiffExporter exporter;
-    for (const std::uint32_t height : {1024u, 1500u, 1200u, 8u, 1300u})
+    for (const std::uint32_t height : {1024u, 1500u, 1200u, 8u, 1300u}) // some where memory comes in pages
     {
-        exporter.WriteUInt16Image(Wide(m_path), large.data(), 1024, height, &metadata);
-        m_reader.Open(Wide(m_path));
-        EXPECT_EQ(PixelsOf(m_reader), BytesOf(large).substr(0, 2048 * height));
+        const auto write = &TiffExporter::WriteUInt16Image;
+        const std::string pixels = WritePattern(exporter, m_path, 1024, height, write, &metadata);
+        EXPECT_EQ(Open(m_path), "");
+        EXPECT_TRUE(PixelsOf(m_reader) == pixels.substr(0, 2048 * height));
         EXPECT_EQ(reinterpret_cast<std::uintptr_t>(m_reader.GetRawImageData()) % 16, 0u);
+        EXPECT_TRUE(m_reader.GetMetadata() == metadata);
     }
 
-    EXPECT_EQ(MessageOf<std::runtime_error>([this] { m_reader.Open(Wide(m_dir / "missing")); }),
-              "Unable to open Tiff file (No such file or directory)");
+    EXPECT_EQ(Open(m_dir / "missing"), "Unable to open Tiff file (No such file or directory)");
     EXPECT_EQ(m_reader.GetImageWidth(), 0u);
     EXPECT_EQ(m_reader.GetStripCount(), 0u);
     EXPECT_EQ(m_reader.GetRawImageData(), nullptr);
     EXPECT_TRUE(m_reader.GetMetadata() == MetadataLib::Metadata());
-
-    Open(TiffBuilder(1, 1, "a"));
+    EXPECT_EQ(Open(TiffBuilder(1, 1, "a").Bytes()), "");
     EXPECT_EQ(PixelsOf(m_reader), "a");
-    EXPECT_TRUE(m_reader.GetMetadata() == MetadataLib::Metadata());
 }
 
-TEST_F(TiffReaderTest, DamagedPixelsLeaveFieldsAndMetadata)
+TEST_F(TiffReaderTest, AFileMayBeCutAnywhereAndAnyByteMayBeWrong)
 {
-    MetadataLib::Metadata metadata = Support::FullMetadata();
-    const auto pixels = Pattern<std::uint16_t>(64 * 64);
-    TiffExporter().WriteUInt16Image(Wide(m_path), pixels.data(), 64, 64, &metadata);
-    std::string bytes = ReadFile(m_path);
-    // The second strip's offset points behind the file.
-    const std::size_t table = bytes.find(std::string("\0\x10\0\0\0\x20\0\0", 8), 4096 + 64 * 64 * 2);
-    ASSERT_NE(table, std::string::npos);
-    bytes[table + 7] = '\x70';
-    WriteFile(m_path, bytes);
+    testing::internal::CaptureStderr();
+    const std::string whole = Small().SetMetadata("<Metadata/>").Bytes();
+    for (std::size_t size = 0; size + 12 < whole.size(); ++size) // the metadata text stands at the end
+    {
+        EXPECT_THAT(Open(whole.substr(0, size)), StartsWith("Unable to open Tiff file")) << size;
+    }
+    for (std::string bytes : {Small().Bytes(), Small().Bytes(true), Small().Set(259, Short, {5}).Bytes()})
+    {
+        for (char& byte : bytes)
+        {
+            const char right = byte;
+            for (const int change : {0x01, 0x02, 0x04, 0x10, 0x40, 0x80, 0xff})
+            {
+                byte = static_cast<char>(right ^ change);
+                EXPECT_THAT(Open(bytes), AnyOf("", StartsWith("Unable to open Tiff file"))) << &byte - bytes.data();
+            }
+            byte = right;
+        }
+    }
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
+}
 
-    EXPECT_THAT(MessageOf<std::runtime_error>([this] { m_reader.Open(Wide(m_path)); }),
-                testing::StartsWith(PixelsError));
-    EXPECT_EQ(m_reader.GetImageWidth(), 64u);
-    EXPECT_EQ(m_reader.GetBytesPerSample(), 2);
-    EXPECT_TRUE(m_reader.GetMetadata() == metadata);
+TEST_F(TiffReaderTest, LyingSizesCostAnExceptionAndNoMemory)
+{
+    constexpr std::uint64_t Huge = 0xffffffff;
+    auto manyStrips = TiffBuilder(4, 4000000, "x").Set(278, Long, {1});
+    manyStrips.Set(273, Long, {16}, 4000000).Set(279, Long, {1}, 4000000);
+    auto sameStrips = TiffBuilder(1000, 1000, std::string(1000, 'x')).Set(278, Long, {1});
+    sameStrips.Set(273, Long, TiffBuilder::Values(1000, 16)).Set(279, Long, TiffBuilder::Values(1000, 1000));
+    TiffBuilder sameValues(1000, 1000, std::string(1000000, 'x')); // 2 GB of values in a file of 1 MB
+    for (std::uint16_t tag = 40000; tag < 42000; ++tag)
+    {
+        sameValues.Set(tag, Byte, {16, 0, 0, 0, 0, 0, 0, 0}, 1000000);
+    }
+    const struct
+    {
+        const char* name;
+        TiffBuilder file;
+        bool harmless = false; ///< The image is there, whatever else is not.
+    } rows[] = {
+        {"size", TiffBuilder(0x10000000, 4, "x").Set(279, Long, {Huge})},
+        {"size of 2^64", TiffBuilder(0xffffffff, 0xffffffff, "x", 64).Set(277, Short, {8000})},
+        {"rows", TiffBuilder(4, 0xffffffff, "x").Set(278, Long, {1})},
+        {"deflate", TiffBuilder(65536, 65536, "x").Set(259, Short, {8}).Set(279, Long, {Huge})},
+        {"LZW", TiffBuilder(65536, 65536, std::string(1000, 'x')).Set(259, Short, {5})},
+        {"count of strips", manyStrips},
+        {"the same bytes in every strip", sameStrips},
+        {"the same bytes in every tag", sameValues, true},
+        {"length of a text", Small().Set(34683, Ascii, {16, 0, 0, 0, 0, 0, 0, 0}, Huge), true},
+        {"length of a table", Small().Set(320, Short, {1, 2, 3}, Huge), true},
+        {"zero width", TiffBuilder(0, 4, "x")},
+        {"zero height", TiffBuilder(4, 0, "x")},
+        {"zero rows", Small().Set(278, Long, {0})},
+        {"zero bits", Small().Set(258, Short, {0})},
+        {"bits", Small().Set(258, Short, {65535})},
+        {"samples", Small().Set(277, Short, {65535})},
+        {"compression", Small().Set(259, Short, {50000})},
+    };
+    const auto openAll = [&]
+    {
+        const rlimit limit{std::uint64_t{1} << 30, RLIM_INFINITY};
+        ::setrlimit(RLIMIT_AS, &limit); // nothing else needs as much
+        for (const auto& row : rows)
+        {
+            for (const bool big : {false, true})
+            {
+                SCOPED_TRACE(row.name);
+                const std::int64_t before = PeakMemory();
+                const std::string message = Open(row.file.Bytes(big));
+                EXPECT_TRUE(message.starts_with("Unable to open Tiff file") || (row.harmless && message.empty()));
+                EXPECT_THAT(message, Not(HasSubstr("no memory")));
+                EXPECT_LT(PeakMemory() - before, 64 << 20);
+            }
+        }
+    };
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+    GTEST_SKIP() << "a sanitizer needs the address space for itself";
+#endif
+    EXPECT_EXIT((openAll(), std::_Exit(HasFailure() ? 1 : 0)), testing::ExitedWithCode(0), "^$");
+}
+
+TEST_F(TiffReaderTest, LoopsPipesAndFoldersDoNotHang)
+{
+    EXPECT_EQ(Open(Small().Bytes(false, true)), "");
+    EXPECT_EQ(PixelsOf(m_reader), "0123456789abcdef");
+
+    ASSERT_EQ(::mkfifo((m_dir / "pipe").c_str(), 0600), 0);
+    EXPECT_EQ(Open(m_dir / "pipe"), "Unable to open Tiff file (Not a regular file)");
+    EXPECT_EQ(Open(std::filesystem::path("/dev/zero")), "Unable to open Tiff file (Not a regular file)");
+    EXPECT_EQ(Open(m_dir.Path()), "Unable to open Tiff file (Is a directory)");
+}
+
+TEST_F(TiffReaderTest, WarningsAreLoggedButNeverWithoutEnd)
+{
+    const Support::LogCollector log;
+    TiffBuilder file = Small();
+    EXPECT_EQ(Open(file.Set(40000, Byte, {1}).Bytes()), "");
+    ASSERT_THAT(log.Records(), SizeIs(1));
+    EXPECT_EQ(log.Records()[0].severity, Logger::SeverityLevel::warning);
+    EXPECT_THAT(log.Records()[0].originator, testing::EndsWith("ImageIO"));
+    EXPECT_THAT(log.Messages()[0], AllOf(HasSubstr(m_path.string() + ": "), HasSubstr("40000")));
+
+    for (std::uint16_t tag = 40000; tag < 40500; ++tag)
+    {
+        file.Set(tag, Byte, {1});
+    }
+    EXPECT_EQ(Open(file.Bytes()), "");
+    EXPECT_THAT(log.Messages(), SizeIs(1 + 17));
+    EXPECT_THAT(log.Messages().back(), HasSubstr("further warnings are left out"));
 }
 
 } // namespace Ardo::Kiln::ImageIO

@@ -1,12 +1,18 @@
 #pragma once
 
 #include "Ardo/Kiln/Conversion/String.h"
+#include "Ardo/Kiln/ImageIO/TiffExporter.h"
 #include "Ardo/Kiln/ImageIO/TiffReader.h"
 #include "tests/Support/Process.h"
+#include "tests/Support/ScopedTempDir.h"
 
-#include <cstring>
+#include <algorithm>
+#include <random>
 #include <string>
+#include <type_traits>
 #include <vector>
+
+#include <gmock/gmock.h>
 
 namespace Ardo::Kiln::ImageIO
 {
@@ -21,25 +27,20 @@ inline std::wstring Wide(const std::filesystem::path& path)
 }
 
 /// Values that differ from pixel to pixel, row to row and strip to strip.
-template <typename Sample>
-std::vector<Sample> Pattern(std::size_t count)
+template <typename Pixel>
+std::vector<Pixel> Pattern(std::size_t count)
 {
-    std::vector<unsigned char> bytes(count * sizeof(Sample));
-    std::uint32_t state = 1;
-    for (unsigned char& byte : bytes)
-    {
-        state = state * 1664525u + 1013904223u;
-        byte = static_cast<unsigned char>(state >> 24);
-    }
-    std::vector<Sample> samples(count);
-    std::memcpy(static_cast<void*>(samples.data()), bytes.data(), bytes.size());
-    return samples;
+    std::vector<Pixel> pixels(count);
+    std::mt19937 generator;
+    std::generate_n(reinterpret_cast<unsigned char*>(pixels.data()), count * sizeof(Pixel),
+                    [&generator] { return static_cast<unsigned char>(generator()); });
+    return pixels;
 }
 
-template <typename Sample>
-std::string BytesOf(const std::vector<Sample>& samples)
+template <typename Pixel>
+std::string BytesOf(const std::vector<Pixel>& pixels)
 {
-    return {reinterpret_cast<const char*>(samples.data()), samples.size() * sizeof(Sample)};
+    return {reinterpret_cast<const char*>(pixels.data()), pixels.size() * sizeof(Pixel)};
 }
 
 inline std::string PixelsOf(const TiffReader& reader)
@@ -47,8 +48,21 @@ inline std::string PixelsOf(const TiffReader& reader)
     return {reinterpret_cast<const char*>(reader.GetRawImageData()), reader.GetRawImageDataSize()};
 }
 
-/// The text of what \p function throws as \p Exception; anything else fails the test that prints it.
-template <typename Exception, typename Function>
+/// Writes such values with one of the exporter's operations.
+/// \return The bytes of the pixels after the write, which may change them, and of some pixels behind them.
+template <typename Pixel, typename... Rest>
+std::string
+WritePattern(TiffExporter& exporter, const std::filesystem::path& path, std::uint32_t width, std::uint32_t height,
+             void (TiffExporter::*write)(const std::wstring&, Pixel*, std::uint32_t, std::uint32_t, Rest...),
+             std::type_identity_t<Rest>... rest)
+{
+    auto pixels = Pattern<std::remove_const_t<Pixel>>(std::size_t{width} * height + 100); // room for padded rows
+    (exporter.*write)(Wide(path), pixels.data(), width, height, rest...);
+    return BytesOf(pixels);
+}
+
+/// The text of what \p function throws as \p Exception; empty if it throws nothing. Anything else fails the test.
+template <typename Exception = std::runtime_error, typename Function>
 std::string MessageOf(Function function)
 {
     try
@@ -59,7 +73,34 @@ std::string MessageOf(Function function)
     {
         return exception.what();
     }
-    return "(nothing was thrown)";
+    return {};
 }
+
+class TiffTest : public ::testing::Test
+{
+protected:
+    /// The message of the failure; empty after a success, whose pixels have been looked at.
+    std::string Open(const std::string& bytes)
+    {
+        WriteFile(m_path, bytes);
+        return Open(m_path);
+    }
+
+    std::string Open(const std::filesystem::path& path)
+    {
+        return MessageOf(
+            [&]
+            {
+                m_reader.Open(Wide(path));
+                EXPECT_EQ(PixelsOf(m_reader).size(), std::size_t{m_reader.GetImageWidth()} * m_reader.GetImageHeight() *
+                                                         m_reader.GetBytesPerSample() * m_reader.GetSamplesPerPixel());
+            });
+    }
+
+    const Support::ScopedTempDir m_dir;
+    const std::filesystem::path m_path = m_dir / "画像 é \xF0\x9F\x94\xAC.tif";
+    const std::wstring m_name = Wide(m_path);
+    TiffReader m_reader;
+};
 
 } // namespace Ardo::Kiln::ImageIO
