@@ -31,7 +31,7 @@ public:
     DetectorPtr(const DetectorPtr& other);
 
     /// Exchanges the detectors, so that \p other holds one, too.
-    DetectorPtr(DetectorPtr&& other);
+    DetectorPtr(DetectorPtr&& other); // NOLINT(performance-noexcept-move-constructor): it makes a detector for other
 
     DetectorPtr& operator=(DetectorPtr other) noexcept;
     ~DetectorPtr();

@@ -26,7 +26,7 @@ constexpr std::size_t MaximumDifferences = 20;
 class Differences
 {
 public:
-    void Add(std::string text)
+    void Add(const std::string& text)
     {
         if (++m_count <= MaximumDifferences)
         {
@@ -57,11 +57,21 @@ void Flatten(const boost::property_tree::ptree& tree, const std::string& path, F
         fields.emplace_back(path, tree.data());
         return;
     }
+    std::map<std::string, std::size_t> total;
+    for (const auto& child : tree)
+    {
+        ++total[child.first];
+    }
     std::map<std::string, std::size_t> seen;
     for (const auto& [name, child] : tree)
     {
-        const std::size_t number = ++seen[name];
-        Flatten(child, path + "/" + name + (tree.count(name) > 1 ? "[" + std::to_string(number) + "]" : ""), fields);
+        std::string childPath = path + "/";
+        childPath += name;
+        if (total[name] > 1)
+        {
+            childPath += "[" + std::to_string(++seen[name]) + "]";
+        }
+        Flatten(child, childPath, fields);
     }
 }
 

@@ -10,7 +10,7 @@ namespace Ardo::Kiln::Tool
 {
 
 /// Longer documents are no records: their reader would pass over them without a word.
-inline constexpr std::size_t MaximumDocumentSize = 20 * 1024 * 1024;
+inline constexpr std::size_t MaximumDocumentSize = 20'971'520;
 
 /// What a file is, told from its first bytes.
 enum class FileKind
