@@ -224,7 +224,7 @@ TEST_F(TiffReaderTest, LyingSizesCostAnExceptionAndNoMemory)
     TiffBuilder sameValues(1000, 1000, std::string(1000000, 'x')); // 2 GB of values in a file of 1 MB
     for (std::uint16_t tag = 40000; tag < 42000; ++tag)
     {
-        sameValues.Set(tag, Byte, {16, 0, 0, 0, 0, 0, 0, 0}, 1000000);
+        sameValues.Set(tag, Byte, {16, 0, 0, 0}, 1000000);
     }
     const struct
     {
