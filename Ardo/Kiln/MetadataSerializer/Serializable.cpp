@@ -5,6 +5,8 @@
 #include "Ardo/Kiln/MetadataSerializer/Namespaces.h"
 #include "Ardo/Kiln/MetadataSerializer/TextSink_p.h"
 #include "Ardo/Kiln/MetadataSerializer/TreeCheck_p.h"
+#include "Ardo/Kiln/MetadataSerializer/XmlCharacters_p.h"
+#include "Ardo/Kiln/MetadataSerializer/XmlTree_p.h"
 
 #include <algorithm>
 #include <boost/property_tree/json_parser.hpp>
@@ -61,13 +63,37 @@ std::string WriteXml(ptree& document)
     return replaced ? RestoreWhiteSpace(text) : text;
 }
 
+/// JSON has no place for the text of a node with children.
+bool FitsJson(const ptree& tree)
+{
+    return (tree.empty() || tree.data().empty()) &&
+           std::all_of(tree.begin(), tree.end(), [](const auto& node) { return FitsJson(node.second); });
+}
+
 std::string WriteJson(const ptree& document)
 {
-    CheckForJson(document);
+    using boost::property_tree::json_parser::json_parser_error;
+    // What write_json does, but its own check of the tree copies every text twice.
+    if (!FitsJson(document))
+    {
+        BOOST_PROPERTY_TREE_THROW(
+            json_parser_error("ptree contains data that cannot be represented in JSON format", std::string(), 0));
+    }
     std::string text;
     TextSink sink(text);
     std::ostream stream(&sink);
-    boost::property_tree::write_json(stream, document, true);
+    boost::property_tree::json_parser::write_json_helper(stream, document, 0, true);
+    stream << std::endl;
+    if (!stream.good())
+    {
+        BOOST_PROPERTY_TREE_THROW(json_parser_error("write error", std::string(), 0));
+    }
+    // The writer passes bytes beyond ASCII on as they are, between quotes: one look at the whole finds what a look at
+    // each text would.
+    if (FindInvalid(text, TextRule::Utf8) < text.size())
+    {
+        CheckUtf8(document); // throws, and says which
+    }
     return text;
 }
 
@@ -79,24 +105,7 @@ void ReadXml(std::string_view text, ptree& document)
         text.remove_suffix(1);
     }
     ScanXml(text);
-    // What read_xml does with flags 0, but without a stream that hands the text over byte by byte.
-    namespace rapidxml = boost::property_tree::detail::rapidxml;
-    std::string buffer(text);
-    try
-    {
-        rapidxml::xml_document<char> parsed;
-        parsed.parse<rapidxml::parse_comment_nodes>(buffer.data());
-        for (auto* node = parsed.first_node(); node != nullptr; node = node->next_sibling())
-        {
-            boost::property_tree::xml_parser::read_xml_node(node, document, 0);
-        }
-    }
-    catch (rapidxml::parse_error& error)
-    {
-        const auto line = std::count(buffer.data(), error.where<char>(), '\n') + 1;
-        BOOST_PROPERTY_TREE_THROW(
-            boost::property_tree::xml_parser_error(error.what(), std::string(), static_cast<unsigned long>(line)));
-    }
+    ParseXml(text, document);
 }
 
 void ReadJson(std::string_view text, ptree& document)

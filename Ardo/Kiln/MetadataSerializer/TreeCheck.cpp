@@ -134,7 +134,7 @@ std::string RestoreWhiteSpace(const std::string& document)
     return result;
 }
 
-void CheckForJson(const Tree& tree)
+void CheckUtf8(const Tree& tree)
 {
     CheckNode(tree, nullptr);
 }

@@ -17,6 +17,6 @@ bool PrepareForXml(boost::property_tree::ptree& tree);
 std::string RestoreWhiteSpace(const std::string& document);
 
 /// \throws boost::property_tree::ptree_bad_data if a name or text is not UTF-8.
-void CheckForJson(const boost::property_tree::ptree& tree);
+void CheckUtf8(const boost::property_tree::ptree& tree);
 
 } // namespace Ardo::Kiln::MetadataSerializer

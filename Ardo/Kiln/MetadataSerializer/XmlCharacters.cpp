@@ -51,9 +51,9 @@ constexpr bool IsPlainNameCharacter(char c)
     return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || c == '_';
 }
 
-/// The number of bytes at the front of \p text, eight at a time, that are ASCII and no control characters. Nearly all
-/// of a document is, and every byte of it passes here.
-std::size_t PlainLength(std::string_view text)
+/// The number of bytes at the front of \p text, eight at a time, that are ASCII and not below \p lowest. Nearly all of
+/// a document is, and every byte of it passes here.
+std::size_t PlainLength(std::string_view text, unsigned char lowest)
 {
     constexpr std::uint64_t EachByte = 0x0101010101010101U;
     std::size_t at = 0;
@@ -61,8 +61,8 @@ std::size_t PlainLength(std::string_view text)
     {
         std::uint64_t bytes = 0;
         std::memcpy(&bytes, text.data() + at, sizeof(bytes));
-        // The top bit of a byte is set, or gets set by a borrow because the byte is below the blank.
-        if (((bytes | (bytes - EachByte * 0x20)) & (EachByte * 0x80)) != 0)
+        // The top bit of a byte is set, or gets set by a borrow because the byte is below the lowest.
+        if (((bytes | (bytes - EachByte * lowest)) & (EachByte * 0x80)) != 0)
         {
             break;
         }
@@ -107,12 +107,13 @@ CodePoint FirstCodePoint(std::string_view text)
 
 std::size_t FindInvalid(std::string_view text, TextRule rule)
 {
+    const unsigned char lowest = rule == TextRule::Xml ? 0x20 : 0; // control characters are code points
     for (std::size_t at = 0; at < text.size();)
     {
         const auto byte = static_cast<unsigned char>(text[at]);
-        if (byte >= 0x20 && byte < 0x80)
+        if (byte >= lowest && byte < 0x80)
         {
-            at += std::max<std::size_t>(PlainLength(text.substr(at)), 1);
+            at += std::max<std::size_t>(PlainLength(text.substr(at), lowest), 1);
             continue;
         }
         const CodePoint codePoint = FirstCodePoint(text.substr(at, 4));

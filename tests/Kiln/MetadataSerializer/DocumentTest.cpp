@@ -1,4 +1,5 @@
 #include "Ardo/Kiln/MetadataSerializer/Record.h"
+#include "Ardo/Kiln/MetadataSerializer/XmlTree_p.h"
 #include "Ardo/MetadataLib/Metadata.h"
 #include "tests/Support/FullMetadata.h"
 
@@ -6,12 +7,14 @@
 #include <boost/property_tree/exceptions.hpp>
 #include <boost/property_tree/json_parser/error.hpp>
 #include <boost/property_tree/ptree.hpp>
+#include <boost/property_tree/xml_parser.hpp>
 #include <gmock/gmock.h>
 
 #include <cmath>
 #include <fstream>
 #include <iterator>
 #include <limits>
+#include <sstream>
 #include <string>
 
 namespace Ardo::Kiln::MetadataSerializer
@@ -61,6 +64,44 @@ TEST(DocumentTest, DocumentsAreThoseOnFileToTheByteAndReadBackEqual)
             EXPECT_EQ(text, DataFile(file));
             EXPECT_EQ(Read(text, type), metadata);
         }
+    }
+}
+
+TEST(DocumentTest, XmlBecomesTheSameTreeOrErrorAsInThePropertyTreeLibrary)
+{
+    using boost::property_tree::ptree;
+    const auto outcome = [](const auto& read)
+    {
+        std::pair<ptree, std::string> result;
+        try
+        {
+            read(result.first);
+        }
+        catch (const boost::property_tree::xml_parser_error& error)
+        {
+            result = {ptree(), error.message() + ", line " + std::to_string(error.line())};
+        }
+        return result;
+    };
+    for (const std::string& text :
+         {DataFile("full.xml"), DataFile("minimal.xml"), std::string(), std::string("<a/><b/><!--c--><a>2</a>"),
+          std::string("\xEF\xBB\xBF<?xml version='1.0'?><!DOCTYPE a [<!ENTITY e 'x'>]>\n<!-- before --><a> \n </a>\n"),
+          std::string("<a> 1 <b>\t2\r\n</b> 3 <![CDATA[ <4> &amp; ]]><!-- 5 --> 6\n<c/><?pi 7?> 8 </a>"),
+          std::string("<a x='' y=' &lt;&#10;&quot;\t' x='2' n:z=\"'\"><!----><xmlattr/><xmlcomment>c</xmlcomment></a>"),
+          std::string("<a>&lt;&gt;&amp;&apos;&quot;&#65;&#x20AC;&#x1F52C;&e;&</a>"),
+          std::string("<a-rather-long.name/>"), std::string("<a></b>"), std::string("<a\n>\n<b x></a>"),
+          std::string("<a>\n</a"), std::string("<a/>\nb"), std::string("<a><![CDATA[1"), std::string("<a x='1"),
+          std::string("<!-- "), std::string("< a/>")})
+    {
+        const auto expected = outcome(
+            [&](ptree& tree)
+            {
+                std::istringstream stream(text);
+                boost::property_tree::read_xml(stream, tree);
+            });
+        const auto actual = outcome([&](ptree& tree) { ParseXml(text, tree); });
+        EXPECT_TRUE(actual.first == expected.first) << text;
+        EXPECT_EQ(actual.second, expected.second) << text;
     }
 }
 
