@@ -99,6 +99,48 @@ void CheckPng(std::string_view bytes)
     }
 }
 
+/// Refuses a JPEG file that ends before its end marker (ITU-T T.81, annex B). Qt would fill up what is missing in grey.
+void CheckJpeg(std::string_view bytes)
+{
+    constexpr std::string_view StartOfImage = "\xFF\xD8";
+    constexpr unsigned int EndOfImage = 0xD9;
+    if (!bytes.starts_with(StartOfImage))
+    {
+        return;
+    }
+    for (std::size_t at = bytes.find('\xFF', 2); at < bytes.size() - 1; at = bytes.find('\xFF', at))
+    {
+        const auto marker = static_cast<unsigned char>(bytes[at + 1]);
+        if (marker == EndOfImage)
+        {
+            return;
+        }
+        const bool isFill = marker == 0xFF;
+        const bool isInsideScan = marker <= 0x01 || (marker >= 0xD0 && marker <= 0xD7); // stuffed bytes and restarts
+        at += isFill ? 1 : isInsideScan ? 2 : at + 4 > bytes.size() ? 4 : 2 + (BigEndian(bytes.substr(at)) & 0xFFFF);
+    }
+    throw std::runtime_error("the JPEG file is cut");
+}
+
+/// Refuses a Windows bitmap that is shorter than it says. Qt would answer what is missing in black.
+void CheckBitmap(std::string_view bytes)
+{
+    constexpr std::size_t HeaderSize = 14;
+    if (!bytes.starts_with("BM") || bytes.size() < HeaderSize)
+    {
+        return;
+    }
+    std::uint32_t size = 0;
+    for (std::size_t at = 5; at > 1; --at)
+    {
+        size = size << 8 | static_cast<unsigned char>(bytes[at]);
+    }
+    if (size > bytes.size())
+    {
+        throw std::runtime_error("the bitmap file is cut");
+    }
+}
+
 } // namespace
 
 bool HasQtImageReaders()
@@ -112,7 +154,10 @@ std::unique_ptr<Imaging::const_raw_image> DecodeWithQt(const unsigned char* byte
     {
         throw std::runtime_error("larger than 2 GiB");
     }
-    CheckPng({reinterpret_cast<const char*>(bytes), size});
+    const std::string_view file(reinterpret_cast<const char*>(bytes), size);
+    CheckPng(file);
+    CheckJpeg(file);
+    CheckBitmap(file);
 
     QByteArray content = QByteArray::fromRawData(reinterpret_cast<const char*>(bytes), static_cast<int>(size));
     QBuffer buffer(&content);

@@ -111,11 +111,16 @@ TEST_F(ReadImageFromFileTest, WhatIsNoImageIsNamedAndItsReasonLogged)
 
     QImage image(64, 64, QImage::Format_Grayscale8);
     image.fill(3);
-    Save(image, "PNG");
-    const std::string png = ReadFile(m_path);
-    for (std::size_t size = 0; size < png.size(); ++size)
+    std::string png;
+    for (const char* const format : {"JPG", "BMP", "PNG"})
     {
-        EXPECT_EQ(Error(png.substr(0, size)), m_openError) << size;
+        Save(image, format);
+        EXPECT_EQ(ReadImageFromFile(m_name)->Size(), (Imaging::size_2d{64, 64})) << format;
+        png = ReadFile(m_path);
+        for (std::size_t size = 0; size < png.size(); ++size)
+        {
+            EXPECT_EQ(Error(png.substr(0, size)), m_openError) << format << size;
+        }
     }
     std::string damaged = png;
     damaged[png.size() - 20] = static_cast<char>(damaged[png.size() - 20] ^ 1);
