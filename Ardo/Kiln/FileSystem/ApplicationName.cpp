@@ -9,15 +9,17 @@ namespace Ardo::Kiln::FileSystem
 
 const std::string& GetApplicationName()
 {
-    static const std::string g_name = []
-    {
-        const std::u8string name = Platform::ExecutablePath().stem().u8string();
-        if (name.empty())
+    // Never destroyed: static objects may log at their end.
+    static const std::string& g_name = *new std::string(
+        []
         {
-            throw std::runtime_error("Failed to get application name from executable.");
-        }
-        return std::string(name.begin(), name.end());
-    }();
+            const std::u8string name = Platform::ExecutablePath().stem().u8string();
+            if (name.empty())
+            {
+                throw std::runtime_error("Failed to get application name from executable.");
+            }
+            return std::string(name.begin(), name.end());
+        }());
     return g_name;
 }
 

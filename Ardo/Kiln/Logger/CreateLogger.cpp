@@ -5,11 +5,38 @@
 #include "Ardo/Kiln/Logger/Sinks_p.h"
 
 #include <boost/log/attributes/constant.hpp>
+#include <boost/log/keywords/severity.hpp>
+#include <boost/log/sources/record_ostream.hpp>
 
+#include <ostream>
 #include <string>
 
 namespace Ardo::Kiln::Logger
 {
+
+namespace
+{
+
+// Boost.Log makes its own statics with the first record, and is of no use when they are gone. Made when this library is
+// loaded, they outlive the static objects of the application, which may log at their end.
+[[maybe_unused]] const bool g_boostLogIsReady = []
+{
+    try
+    {
+        boost::log::sources::severity_logger_mt<SeverityLevel> logger;
+        if (boost::log::record record = logger.open_record(boost::log::keywords::severity = trace))
+        {
+            boost::log::record_ostream(record) << std::flush; // and the record is dropped
+        }
+        return true;
+    }
+    catch (...)
+    {
+        return false; // the first real record tells
+    }
+}();
+
+} // namespace
 
 boost::log::sources::severity_logger_mt<SeverityLevel> CreateLogger(std::string_view name)
 {
@@ -21,7 +48,8 @@ boost::log::sources::severity_logger_mt<SeverityLevel> CreateLogger(std::string_
         originator.append(".").append(name);
     }
     boost::log::sources::severity_logger_mt<SeverityLevel> logger;
-    logger.add_attribute(OriginatorAttribute, boost::log::attributes::constant<std::string>(originator));
+    static const boost::log::attribute_name g_originator(OriginatorAttribute);
+    logger.add_attribute(g_originator, boost::log::attributes::constant<std::string>(originator));
     return logger;
 }
 

@@ -146,6 +146,22 @@ void LogFile::Sync() noexcept
     }
 }
 
+void LogFile::BeforeFork() noexcept
+{
+    m_mutex.lock();
+}
+
+void LogFile::AfterFork(bool inChild) noexcept
+{
+    if (inChild)
+    {
+        Close();
+        m_kept.clear();
+        m_ends.clear();
+    }
+    m_mutex.unlock();
+}
+
 void LogFile::Keep(std::string_view record)
 {
     if (!m_ends.empty() && m_kept.size() + record.size() > KeptAtMost)

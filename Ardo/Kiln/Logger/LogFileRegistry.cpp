@@ -1,5 +1,7 @@
 #include "Ardo/Kiln/Logger/LogFileRegistry_p.h"
 
+#include "Ardo/Kiln/Platform/ProcessFork.h"
+
 #include <spdlog/common.h> // the next header needs it
 #include <spdlog/details/periodic_worker.h>
 
@@ -17,15 +19,47 @@ namespace
 struct Registry
 {
     std::mutex mutex;
-    std::vector<std::shared_ptr<LogFile>> files; ///< Guarded by mutex.
-    std::unique_ptr<spdlog::details::periodic_worker>
-        flusher; ///< Guarded by mutex; destroyed first, it uses the files.
+    std::vector<std::shared_ptr<LogFile>> files;               ///< Guarded by mutex.
+    std::unique_ptr<spdlog::details::periodic_worker> flusher; ///< Guarded by mutex.
+    spdlog::details::periodic_worker* ofParent = nullptr;      ///< Never destroyed: a child does not have its thread.
 };
 
+/// Never destroyed: static objects may log at their end.
 Registry& TheRegistry()
 {
-    static Registry g_registry;
+    static Registry& g_registry = *new Registry;
     return g_registry;
+}
+
+/// Writes what is logged until the process exits, with or without a Logging object that goes before.
+struct ShutdownAtExit
+{
+    ~ShutdownAtExit() { Shutdown(); }
+};
+const ShutdownAtExit g_shutdownAtExit;
+
+void BeforeFork()
+{
+    Registry& registry = TheRegistry();
+    registry.mutex.lock();
+    for (const auto& file : registry.files)
+    {
+        file->BeforeFork();
+    }
+}
+
+void AfterFork(bool inChild)
+{
+    Registry& registry = TheRegistry();
+    for (const auto& file : registry.files)
+    {
+        file->AfterFork(inChild);
+    }
+    if (inChild && registry.flusher != nullptr)
+    {
+        registry.ofParent = registry.flusher.release();
+    }
+    registry.mutex.unlock();
 }
 
 void SyncAll()
@@ -46,6 +80,14 @@ void SyncAll()
 
 void Add(std::shared_ptr<LogFile> file)
 {
+    static const bool g_forkIsHandled = []
+    {
+        Platform::OnFork(
+            BeforeFork, [] { AfterFork(false); }, [] { AfterFork(true); });
+        return true;
+    }();
+    static_cast<void>(g_forkIsHandled);
+
     Registry& registry = TheRegistry();
     const std::lock_guard lock(registry.mutex);
     registry.files.push_back(std::move(file));

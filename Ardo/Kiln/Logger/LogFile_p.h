@@ -62,6 +62,13 @@ public:
     /// Flush, then waits until the disk has what was written since the last time. Other threads go on logging.
     void Sync() noexcept;
 
+    /// Keeps every other thread from the file until AfterFork, so that a child process finds it in order.
+    void BeforeFork() noexcept;
+
+    /// Ends BeforeFork. The child drops what is kept, which its parent writes, and opens the file for itself: the lock
+    /// between processes belongs to the open file, and would not keep the two apart.
+    void AfterFork(bool inChild) noexcept;
+
 private:
     struct Failure
     {

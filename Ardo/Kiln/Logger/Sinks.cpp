@@ -12,8 +12,11 @@
 #include <boost/log/core.hpp>
 #include <boost/log/sinks/sink.hpp>
 #include <boost/make_shared.hpp>
+#include <boost/weak_ptr.hpp>
 
 #include <algorithm>
+#include <atomic>
+#include <mutex>
 #include <optional>
 
 namespace Ardo::Kiln::Logger
@@ -21,8 +24,6 @@ namespace Ardo::Kiln::Logger
 
 namespace
 {
-
-namespace sinks = boost::log::sinks;
 
 constexpr unsigned FileCount = 3;
 constexpr std::uint64_t DebugFileSize = 4'194'304;
@@ -58,11 +59,17 @@ std::string_view MessageOf(const boost::log::attribute_value_set& values)
     return message != nullptr ? std::string_view(*message) : std::string_view();
 }
 
-/// Passes a record of one of some levels, of one of some originators where any are named.
-class Filter
+/// The bits of a set of levels. A number outside the enumeration is no level, and so in no set.
+unsigned BitOf(SeverityLevel severity)
+{
+    return severity >= trace && severity <= fatal ? 1U << static_cast<unsigned>(severity) : 0U;
+}
+
+/// A log file and what goes to it: the records of some levels, of some originators where any are named.
+class Output
 {
 public:
-    Filter(const std::set<SeverityLevel>& severities, std::vector<std::string> originators)
+    Output(const std::set<SeverityLevel>& severities, std::vector<std::string> originators)
         : m_originators(std::move(originators))
     {
         for (const SeverityLevel severity : severities)
@@ -70,89 +77,46 @@ public:
             m_severities |= BitOf(severity);
         }
     }
+    virtual ~Output() = default;
+    Output(const Output&) = delete;
+    Output& operator=(const Output&) = delete;
 
-    bool operator()(const boost::log::attribute_value_set& values) const
+    unsigned Severities() const { return m_severities; }
+
+    bool Takes(SeverityLevel severity, const boost::log::attribute_value_set& values) const
     {
-        const auto severity = SeverityOf(values);
-        return severity && (m_severities & BitOf(*severity)) != 0 &&
+        return (m_severities & BitOf(severity)) != 0 &&
                (m_originators.empty() ||
                 std::find(m_originators.begin(), m_originators.end(), OriginatorOf(values)) != m_originators.end());
     }
 
-private:
-    // A number outside the enumeration is no level, and so in no set of levels.
-    static unsigned BitOf(SeverityLevel severity)
-    {
-        return severity >= trace && severity <= fatal ? 1U << static_cast<unsigned>(severity) : 0U;
-    }
+    virtual void Write(SeverityLevel severity, std::string_view originator, std::string_view message) = 0;
+    virtual void Flush() = 0;
 
+private:
     unsigned m_severities = 0;
-    std::vector<std::string> m_originators;
-};
-
-// The sinks are Boost.Log's interface itself and not its frontends: those take a lock at every record to guard a filter
-// that could change, which ours do not. The names of the methods are those that the core calls.
-// NOLINTBEGIN(readability-identifier-naming)
-
-class DiscardingSink : public sinks::sink
-{
-public:
-    DiscardingSink() : sink(false) {}
-    bool will_consume(const boost::log::attribute_value_set&) override { return false; }
-    void consume(const boost::log::record_view&) override {}
-    void flush() override {}
-};
-
-/// Hands what passes its filter to a file, on the thread that logs. Does not throw what goes wrong there.
-class FilteringSink : public sinks::sink
-{
-public:
-    explicit FilteringSink(Filter filter) : sink(false), m_filter(std::move(filter)) {}
-
-    bool will_consume(const boost::log::attribute_value_set& values) override { return m_filter(values); }
-
-    void consume(const boost::log::record_view& record) override
-    {
-        try
-        {
-            Write(record.attribute_values());
-        }
-        catch (...)
-        {
-            // No memory: the record is lost.
-        }
-    }
-
-private:
-    virtual void Write(const boost::log::attribute_value_set& values) = 0;
-
-    const Filter m_filter;
+    const std::vector<std::string> m_originators;
 };
 
 /// Writes the debug file. The text file backend of Boost.Log would do if it noticed that its file is gone, and if a
 /// rotation neither cut off nor went on with the same file, which is all that it does with a name without a counter.
-class DebugFileSink : public FilteringSink
+class DebugOutput : public Output
 {
 public:
-    explicit DebugFileSink(const std::filesystem::path& path)
-        : FilteringSink(Filter(DebugOnly, {})), m_file(std::make_shared<LogFile>(path, DebugFileSize, FileCount))
+    explicit DebugOutput(const std::filesystem::path& path)
+        : Output(DebugOnly, {}), m_file(std::make_shared<LogFile>(path, DebugFileSize, FileCount))
     {
         LogFileRegistry::Add(m_file);
     }
 
-    void flush() override { m_file->Flush(); }
-
-private:
-    void Write(const boost::log::attribute_value_set& values) override
+    void Write(SeverityLevel severity, std::string_view originator, std::string_view message) override
     {
-        const std::string_view originator = OriginatorOf(values);
-        const std::string_view message = MessageOf(values);
         std::string line;
         line.reserve(FixedPart + originator.size() + message.size());
         const auto now = std::chrono::system_clock::now();
         AppendLocalTime(line, Time::ToTimePoint(now));
         line += ' ';
-        line += SeverityTag(debug);
+        line += SeverityTag(severity);
         line += ' ';
         AppendUtf8(line, originator);
         line += ' ';
@@ -161,67 +125,175 @@ private:
         m_file->AppendAtOnce(line, now);
     }
 
+    void Flush() override { m_file->Flush(); }
+
+private:
     const std::shared_ptr<LogFile> m_file;
 };
 
 /// Writes the file of a definition.
-class DefinitionSink : public FilteringSink
+class DefinitionOutput : public Output
 {
 public:
-    DefinitionSink(const std::filesystem::path& path, const LogDefinition& definition)
-        : FilteringSink(Filter(definition.severities, definition.originators)),
+    DefinitionOutput(const std::filesystem::path& path, const LogDefinition& definition)
+        : Output(definition.severities, definition.originators),
           m_writer(path, definition.maxFileSize, FileCount, false)
     {
     }
 
-    void flush() override { m_writer.Flush(); }
-
-private:
-    void Write(const boost::log::attribute_value_set& values) override
+    void Write(SeverityLevel severity, std::string_view originator, std::string_view message) override
     {
-        const std::string_view originator = OriginatorOf(values);
-        const std::string_view message = MessageOf(values);
         std::wstring text; // both in one, for a single allocation
         text.reserve(originator.size() + message.size());
         AppendWide(text, originator);
         const std::size_t middle = text.size();
         AppendWide(text, message);
         const std::wstring_view both(text);
-        m_writer.Write(LevelCode(SeverityOf(values).value_or(warning)), both.substr(0, middle), both.substr(middle));
+        m_writer.Write(LevelCode(severity), both.substr(0, middle), both.substr(middle));
     }
 
+    void Flush() override { m_writer.Flush(); }
+
+private:
     TextLogWriter m_writer;
 };
 
+// The sink is Boost.Log's interface itself and not one of its frontends: those take a lock at every record to guard a
+// filter that could change, which ours do not. The names of the methods are those that the core calls.
+// NOLINTBEGIN(readability-identifier-naming)
+
+/// All our log files as one sink: the core asks each sink about each record, and to find the record's level is most of
+/// the answer. Without a file it discards. Does not throw what goes wrong in a file.
+class LogFilesSink : public boost::log::sinks::sink
+{
+public:
+    LogFilesSink() : sink(false)
+    {
+        m_tables.push_back(std::make_unique<Table>());
+        m_current = m_tables.back().get();
+    }
+
+    void Add(std::shared_ptr<Output> output)
+    {
+        const std::lock_guard lock(m_mutex);
+        auto table = std::make_unique<Table>(*m_tables.back());
+        table->severities |= output->Severities();
+        table->outputs.push_back(std::move(output));
+        m_tables.push_back(std::move(table));
+        m_current.store(m_tables.back().get());
+    }
+
+    bool will_consume(const boost::log::attribute_value_set& values) override
+    {
+        const Table& table = *m_current.load();
+        const auto severity = SeverityOf(values);
+        return severity && (table.severities & BitOf(*severity)) != 0 &&
+               std::any_of(table.outputs.begin(), table.outputs.end(),
+                           [&](const auto& output) { return output->Takes(*severity, values); });
+    }
+
+    void consume(const boost::log::record_view& record) override
+    {
+        const boost::log::attribute_value_set& values = record.attribute_values();
+        const SeverityLevel severity = SeverityOf(values).value_or(warning);
+        for (const auto& output : m_current.load()->outputs)
+        {
+            try
+            {
+                if (output->Takes(severity, values))
+                {
+                    output->Write(severity, OriginatorOf(values), MessageOf(values));
+                }
+            }
+            catch (...)
+            {
+                // No memory: the record is lost.
+            }
+        }
+    }
+
+    void flush() override
+    {
+        for (const auto& output : m_current.load()->outputs)
+        {
+            output->Flush();
+        }
+    }
+
+private:
+    struct Table
+    {
+        unsigned severities = 0; ///< That any of the outputs takes.
+        std::vector<std::shared_ptr<Output>> outputs;
+    };
+
+    std::mutex m_mutex;
+    std::vector<std::unique_ptr<Table>> m_tables; ///< Guarded by m_mutex. All that were ever current: whoever logs
+                                                  ///< reads one without a lock.
+    std::atomic<const Table*> m_current = nullptr;
+};
+
 // NOLINTEND(readability-identifier-naming)
+
+/// Never destroyed, as the core that it keeps alive: static objects may log when others are gone already.
+struct Environment
+{
+    boost::log::core_ptr core = boost::log::core::get();
+    std::mutex mutex;
+    boost::weak_ptr<LogFilesSink> sink; ///< Guarded by mutex. Owned by the core, so that whoever removes it ends it.
+};
+
+Environment& TheEnvironment()
+{
+    static Environment& g_environment = *new Environment;
+    return g_environment;
+}
+
+boost::shared_ptr<LogFilesSink> SinkInCore()
+{
+    Environment& environment = TheEnvironment();
+    const std::lock_guard lock(environment.mutex);
+    boost::shared_ptr<LogFilesSink> sink = environment.sink.lock();
+    if (sink == nullptr)
+    {
+        sink = boost::make_shared<LogFilesSink>();
+        environment.sink = sink;
+    }
+    environment.core->add_sink(sink); // the core takes a sink only once
+    return sink;
+}
 
 } // namespace
 
 void AddDiscardingSink()
 {
-    static const auto g_sink = boost::make_shared<DiscardingSink>();
-    boost::log::core::get()->add_sink(g_sink); // the core takes a sink only once
+    SinkInCore();
 }
 
 void AddDebugFileSink(const std::filesystem::path& path)
 {
-    boost::log::core::get()->add_sink(boost::make_shared<DebugFileSink>(path));
+    SinkInCore()->Add(std::make_shared<DebugOutput>(path));
 }
 
 void AddDefinitionSink(const std::filesystem::path& path, const LogDefinition& definition)
 {
-    boost::log::core::get()->add_sink(boost::make_shared<DefinitionSink>(path, definition));
+    SinkInCore()->Add(std::make_shared<DefinitionOutput>(path, definition));
 }
 
 void RemoveAllSinks()
 {
-    boost::log::core::get()->remove_all_sinks();
-    AddDiscardingSink();
+    Environment& environment = TheEnvironment();
+    {
+        const std::lock_guard lock(environment.mutex);
+        environment.sink.reset();
+        environment.core->remove_all_sinks();
+    }
+    SinkInCore();
 }
 
 void FlushSinks()
 {
-    boost::log::core::get()->flush();
+    TheEnvironment().core->flush();
 }
 
 } // namespace Ardo::Kiln::Logger
