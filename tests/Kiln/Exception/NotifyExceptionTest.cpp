@@ -1,8 +1,10 @@
 #include "Ardo/Kiln/Exception/NotifyException.h"
 
+#include "Ardo/Kiln/Exception/DefaultWarningHandler.h"
 #include "Ardo/Kiln/Exception/Error.h"
 #include "Ardo/Kiln/Exception/Notification.h"
 #include "Ardo/Kiln/Exception/Warning.h"
+#include "tests/Support/LogCollector.h"
 
 #include <boost/exception/diagnostic_information.hpp>
 #include <gmock/gmock.h>
@@ -65,6 +67,19 @@ TEST(NotifyExceptionTest, TheFirstAnswerStaysAndADroppedQuestionEndsTheWait)
     std::future<MinidumpActions> answer = notification->reply.get_future();
     notification.reset();
     EXPECT_THROW(answer.get(), std::future_error);
+}
+
+TEST(DefaultWarningHandlerTest, AWarningIsLoggedAndShown)
+{
+    const Support::LogCollector collector;
+    auto logger = Logger::CreateLogger("Vacuum");
+    ::testing::internal::CaptureStderr();
+    CreateDefaultWarningHandler(logger)(Warning("pressure rises"));
+    EXPECT_THAT(::testing::internal::GetCapturedStderr(),
+                AllOf(StartsWith("(WWW) ------- Warning ------- (WWW)\n"), HasSubstr("pressure rises")));
+    const auto record = collector.Records().at(0);
+    EXPECT_EQ(std::tuple(record.severity, record.originator, record.message),
+              std::tuple(Logger::warning, "ExceptionTests.Vacuum", "pressure rises"));
 }
 
 } // namespace Ardo::Kiln::Exception

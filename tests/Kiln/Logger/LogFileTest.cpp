@@ -7,8 +7,8 @@
 #include <gmock/gmock.h>
 
 #include <csignal>
+#include <functional>
 #include <sys/resource.h>
-#include <thread>
 
 namespace Ardo::Kiln::Logger
 {
@@ -80,17 +80,13 @@ TEST_F(LogFileTest, RotatesBySizeBetweenRecordsAndKeepsTheGivenNumberOfFiles)
     }
     LogFile single(m_path, 5, 1);
     LogFile unlimited(m_folder / "R/Log/U.log", 0, 3);
-    std::string kept;
-    for (int number = 0; number < 100; ++number)
+    for (const char* record : {"1\n", "22\n", "333\n"})
     {
-        single.Append(std::to_string(number) + "\n");
-        unlimited.Append(std::to_string(number) + "\n");
-        kept += std::to_string(number) + "\n";
+        Write(single, record);
+        Write(unlimited, record);
     }
-    single.Flush();
-    unlimited.Flush();
-    EXPECT_EQ(Read(), "99\n");
-    EXPECT_EQ(Read("U.log"), kept);
+    EXPECT_EQ(Read(), "333\n");
+    EXPECT_EQ(Read("U.log"), "1\n22\n333\n");
     EXPECT_EQ(std::distance(fs::directory_iterator(m_path.parent_path()), {}), 2);
 }
 
@@ -106,63 +102,43 @@ TEST_F(LogFileTest, GoesOnWithWhatIsThereAndNeverWithinALine)
     EXPECT_EQ(Read(), "newer\n");
 }
 
-TEST_F(LogFileTest, WritersOfOneFileLoseNothingAtEachOthersRotations)
+TEST_F(LogFileTest, AnObstacleCostsOneLineAndNotTheRecordsThatFitTheMemory)
 {
-    // Two objects share the file like two processes do; each is used by two threads.
-    constexpr int Records = 2000;
+    struct Row
     {
-        LogFile first(m_path, 8000, 9);
-        LogFile second(m_path, 8000, 9);
-        std::vector<std::thread> threads;
-        for (int thread = 0; thread < 4; ++thread)
-        {
-            threads.emplace_back(
-                [&, thread]
-                {
-                    LogFile& file = thread < 2 ? first : second;
-                    for (int number = 0; number < Records; ++number)
-                    {
-                        const auto record = std::to_string(thread) + " " + std::to_string(number) + "\n";
-                        thread % 2 == 0 ? WriteAtOnce(file, record) : file.Append(record);
-                    }
-                });
-        }
-        for (std::thread& thread : threads)
-        {
-            thread.join();
-        }
-    }
-    std::vector<int> next(4);
-    for (const char* name :
-         {"X.8.log", "X.7.log", "X.6.log", "X.5.log", "X.4.log", "X.3.log", "X.2.log", "X.1.log", "X.log"})
+        std::errc reason;
+        std::function<void()> begin, end;
+    };
+    const fs::path folder = m_path.parent_path();
+    const auto removed = [&] { fs::remove_all(folder.parent_path()); };
+    const auto remade = [&] { fs::create_directory(folder.parent_path()); };
+    const auto cleared = [&] { fs::remove(m_path); };
+    const auto full = [&] { fs::create_symlink("/dev/full", m_path); };
+    const auto folderInTheWay = [&] { fs::create_directory(m_path); };
+    for (const Row& row :
+         {Row{std::errc::no_space_on_device, full, cleared}, Row{std::errc::no_such_file_or_directory, removed, remade},
+          Row{std::errc::is_a_directory, folderInTheWay, cleared}})
     {
-        std::istringstream lines(Read(name));
-        for (int thread = 0, number = 0; lines >> thread >> number;)
+        LogFile file(m_path, 0, 3);
+        fs::remove(m_path);
+        row.begin();
+        EXPECT_THAT(Complaint(file), IsOneLine(row.reason));
+        for (int number = 0; number < 5000; ++number)
         {
-            ASSERT_EQ(number, next.at(static_cast<std::size_t>(thread))++) << name;
+            file.Append("many records, more than are kept\n");
         }
-        EXPECT_TRUE(lines.eof());
+        row.end();
+        WriteAtOnce(file, "back\n");
+        EXPECT_TRUE(Read().starts_with("meanwhile\n") && Read().ends_with("\nback\n"));
+        EXPECT_EQ(Read().size() / 1024, 63U) << "no more than the buffer holds";
+        EXPECT_EQ(Complaint(file), "");
+        fs::remove_all(folder);
+        Write(file, "new folder\n");
+        fs::remove(m_path);
+        file.Flush();
+        WriteAtOnce(file, "new file\n");
+        EXPECT_EQ(Read(), "new file\n");
     }
-    EXPECT_THAT(next, testing::Each(Records));
-    EXPECT_TRUE(fs::exists(m_path.parent_path() / "X.3.log")) << "no rotation, nothing tested";
-}
-
-TEST_F(LogFileTest, AFullDiskCostsOneLineAndNotTheRecordsThatStillFitTheMemory)
-{
-    fs::create_symlink("/dev/full", m_path);
-    LogFile file(m_path, 0, 3);
-    EXPECT_THAT(Complaint(file), IsOneLine(std::errc::no_space_on_device));
-    testing::internal::CaptureStderr();
-    for (int number = 0; number < 5000; ++number)
-    {
-        file.Append("many records, more than are kept\n");
-    }
-    EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
-    fs::remove(m_path);
-    Write(file, "again\n");
-    EXPECT_TRUE(Read().starts_with("meanwhile\n") && Read().ends_with("\nagain\n"));
-    EXPECT_EQ(Read().size() / 1024, 63U) << "no more than the buffer holds";
-    EXPECT_EQ(Complaint(file), "");
 }
 
 TEST_F(LogFileTest, WhatADiskTakesOfARecordInPartIsTakenBack)
@@ -187,61 +163,34 @@ TEST_F(LogFileTest, WhatADiskTakesOfARecordInPartIsTakenBack)
     EXPECT_EQ(Read().size(), 3000U);
 }
 
-TEST_F(LogFileTest, ADeletedFileOrFolderIsMadeAgain)
+TEST_F(LogFileTest, WhatCannotBeRotatedGrowsAndLosesNothing)
 {
-    LogFile file(m_path, 2000, 3);
-    fs::remove_all(m_path.parent_path());
-    Write(file, "new folder\n");
-    EXPECT_EQ(Read(), "new folder\n");
-    fs::remove(m_path);
-    file.Flush();
-    WriteAtOnce(file, "new file\n");
-    EXPECT_EQ(Read(), "new file\n");
-
-    fs::remove_all(m_folder / "R");
-    EXPECT_THAT(Complaint(file), IsOneLine(std::errc::no_such_file_or_directory));
-    fs::create_directory(m_folder / "R");
-    WriteAtOnce(file, "back\n");
-    EXPECT_THAT(Read(), EndsWith("meanwhile\nback\n"));
-}
-
-TEST_F(LogFileTest, AFolderInTheWayIsToldOnceAndOvercome)
-{
-    LogFile file(m_path, 2000, 3);
-    fs::remove(m_path);
-    fs::create_directory(m_path);
-    EXPECT_THAT(Complaint(file), IsOneLine(std::errc::is_a_directory));
-    fs::remove(m_path);
-    Write(file, "back\n");
-    EXPECT_THAT(Read(), EndsWith("meanwhile\nback\n"));
-
-    // Without the next name the file grows: better too long than lost.
-    for (const char* name : {"R/Log/X.1.log/inside", "R/Log/X.2.log/inside"})
+    struct Row
     {
-        fs::create_directories(m_folder / name);
+        const char* complaint;
+        std::function<void()> begin, end;
+    };
+    Platform::SharedAppendFile stopped; // of a process that keeps the lock
+    const fs::path next[] = {m_folder / "R/Log/X.1.log", m_folder / "R/Log/X.2.log"};
+    const auto block = [&] { fs::create_directories(next[0] / "in"), fs::create_directories(next[1] / "in"); };
+    const auto unblock = [&] { fs::remove_all(next[0]), fs::remove_all(next[1]); };
+    const auto lock = [&] { ASSERT_TRUE(!stopped.Open(m_path) && stopped.Lock(std::chrono::milliseconds(0))); };
+    const auto unlock = [&] { stopped.Unlock(); };
+    for (const Row& row : {Row{"cannot be rotated; it grows beyond its limit: ", block, unblock},
+                           Row{"is locked by a process that does not answer; it grows", lock, unlock}})
+    {
+        LogFile file(m_path, 500, 3);
+        row.begin();
+        const auto start = std::chrono::steady_clock::now();
+        EXPECT_THAT(Complaint(file), HasSubstr(row.complaint));
+        EXPECT_EQ(Complaint(file), "");
+        EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(20)) << "each record waited";
+        EXPECT_EQ(Read().size(), 2 * 1000U);
+        row.end();
+        Write(file, "rotated\n");
+        EXPECT_EQ(Read(), "rotated\n");
+        fs::remove(m_path);
     }
-    EXPECT_THAT(Complaint(file) + Complaint(file), HasSubstr("cannot be rotated; it grows beyond its limit: "));
-    EXPECT_EQ(Complaint(file), "");
-    EXPECT_EQ(Read().size(), 1000 + 5 + 3 * 1000U);
-    fs::remove_all(m_folder / "R/Log/X.1.log");
-    fs::remove_all(m_folder / "R/Log/X.2.log");
-    Write(file, "first\n");
-    EXPECT_EQ(Read(), "first\n");
-}
-
-TEST_F(LogFileTest, AProcessThatKeepsTheLockDelaysItsNeighboursOnceAndLosesThemNothing)
-{
-    LogFile file(m_path, 1000, 3);
-    Platform::SharedAppendFile stopped;
-    ASSERT_FALSE(stopped.Open(m_path));
-    ASSERT_TRUE(stopped.Lock(std::chrono::milliseconds(0)));
-    const auto start = std::chrono::steady_clock::now();
-    EXPECT_THAT(Complaint(file), HasSubstr("is locked by a process that does not answer"));
-    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(20)) << "each record waited";
-    EXPECT_EQ(Read().size(), 1000U);
-    stopped.Unlock();
-    Write(file, "rotated\n");
-    EXPECT_EQ(Read(), "rotated\n");
 }
 
 } // namespace Ardo::Kiln::Logger

@@ -3,8 +3,9 @@
 
 #include <gmock/gmock.h>
 
-#include <charconv>
+#include <cstdlib>
 #include <map>
+#include <sstream>
 
 namespace Ardo::Kiln::Logger
 {
@@ -17,14 +18,19 @@ constexpr int Records = 10'000;
 class LogProcessesTest : public testing::Test
 {
 protected:
+    static std::string Command(const std::string& nameAndMode, std::size_t limit)
+    {
+        return Support::Quoted(KILN_LOG_WRITER) + " . " + nameAndMode + " " + std::to_string(Records) + " " +
+               std::to_string(limit);
+    }
+
     /// Runs processes side by side until all have ended.
     void Run(const std::vector<std::string>& namesAndModes, std::size_t limit)
     {
         std::string line;
         for (const std::string& nameAndMode : namesAndModes)
         {
-            line += Support::Quoted(KILN_LOG_WRITER) + " . " + nameAndMode + " " + std::to_string(Records) + " " +
-                    std::to_string(limit) + " & ";
+            line += Command(nameAndMode, limit) + " & ";
         }
         const Support::ProcessResult result = Support::RunShell(line + "wait", m_folder.Path());
         EXPECT_EQ(result.output + result.error, "");
@@ -33,14 +39,15 @@ protected:
     /// Reads files, the oldest first. Each writer's records must follow one another without a gap.
     void Read(const std::vector<std::string>& names, int step, std::size_t limit)
     {
+        m_last.clear();
+        m_lines = 0;
         for (const std::string& name : names)
         {
-            const std::string text = Support::ReadFile(m_folder.Path() / "Log" / name);
+            const std::string text = Support::ReadFile(m_folder / ("Log/" + name));
             EXPECT_LE(text.size(), limit) << name;
-            for (std::size_t begin = 0, end = 0; begin < text.size(); begin = end + 1)
+            std::istringstream lines(text);
+            for (std::string line; std::getline(lines, line);)
             {
-                end = std::min(text.find('\n', begin), text.size());
-                const std::string_view line = std::string_view(text).substr(begin, end - begin);
                 if (!Take(line, step))
                 {
                     ++m_torn;
@@ -50,40 +57,29 @@ protected:
         }
     }
 
-    /// False for a line that is not whole.
-    bool Take(std::string_view line, int step)
+    /// False for a line that is not whole, with one record and nothing else.
+    bool Take(const std::string& line, int step)
     {
         constexpr std::string_view Application = "LogWriterProcess.";
-        constexpr std::string_view Record = "record ";
-        const std::size_t writer = line.find(Application);
-        const std::size_t record = line.find(Record, writer == line.npos ? 0 : writer);
-        if (writer == line.npos || record == line.npos || line.find(Application, writer + 1) != line.npos)
+        const std::size_t begin = line.find(Application);
+        const std::size_t digits = line.find("record ");
+        if (begin == line.npos || digits == line.npos || digits < begin)
         {
             return false;
         }
-        int number = -1;
-        const char* digits = line.data() + record + Record.size();
-        const auto [rest, error] = std::from_chars(digits, line.data() + line.size(), number);
-        const auto length = static_cast<std::size_t>(step == 1 ? number % 70 : 0);
-        if (error != std::errc() ||
-            std::string_view(rest, line.data() + line.size()) != " " + std::string(length, 'x') + ".")
+        const std::string writer = line.substr(begin + Application.size(), 2);
+        const int number = std::atoi(line.c_str() + digits + 7);
+        const std::string text = writer + (step == 1 ? ": " : " ") + "record " + std::to_string(number) + " " +
+                                 std::string(static_cast<std::size_t>(step == 1 ? number % 70 : 0), 'x') + ".";
+        if (line.substr(begin + Application.size()) != text)
         {
             return false;
         }
-        const std::string name(line.substr(writer + Application.size(), 2));
-        if (const auto last = m_last.find(name); last != m_last.end())
-        {
-            EXPECT_EQ(number, last->second + step) << name;
-        }
-        m_last[name] = number;
+        const auto [last, isFirst] = m_last.try_emplace(writer, number);
+        EXPECT_TRUE(isFirst || number == last->second + step) << writer << " " << number;
+        last->second = number;
         ++m_lines;
         return true;
-    }
-
-    void Restart()
-    {
-        m_last.clear();
-        m_lines = 0;
     }
 
     const Support::ScopedTempDir m_folder;
@@ -99,28 +95,21 @@ const std::vector<std::string> Files{"Shared.2.log", "Shared.1.log", "Shared.log
 
 TEST_F(LogProcessesTest, FourProcessesShareTheirFilesAndLoseNothing)
 {
-    constexpr std::size_t Limit = 4'000'000; // the three files hold everything
-    Run({"P count", "Q count", "R count", "S count"}, Limit);
-    Read(Files, 1, Limit);
-    EXPECT_EQ(m_torn, 0) << m_lastTorn;
-    EXPECT_EQ(m_lines, 8 * Records);
-    EXPECT_GT(std::filesystem::file_size(m_folder / "Log/Shared.1.log"), Limit / 2) << "no rotation, nothing tested";
-    Restart();
-    Read({"Shared_Dbg.log"}, 10, 4'194'304);
-    EXPECT_EQ(m_torn, 0) << m_lastTorn;
-    EXPECT_EQ(m_lines, 8 * Records / 10);
-}
-
-TEST_F(LogProcessesTest, SmallFilesHoldTheLastRecordsWithoutAGap)
-{
-    constexpr std::size_t Limit = 50'000;
-    Run({"P count", "Q count", "R count", "S count"}, Limit);
-    Read(Files, 1, Limit);
-    EXPECT_EQ(m_torn, 0) << m_lastTorn;
-    EXPECT_GT(m_lines, 600);
-    for (const auto& [name, last] : m_last)
+    using Row = std::pair<std::size_t, int>;
+    for (const auto& [limit, lines] : {Row(4'000'000, 8 * Records), Row(50'000, 600)}) // all, and the last
     {
-        EXPECT_EQ(last, Records - 1) << name;
+        Run({"P count", "Q count", "R count", "S count"}, limit);
+        Read(Files, 1, limit);
+        EXPECT_GE(m_lines, lines);
+        EXPECT_GT(std::filesystem::file_size(m_folder / "Log/Shared.1.log"), limit / 2) << "no rotation, no test";
+        for (const auto& [name, last] : m_last)
+        {
+            EXPECT_EQ(last, Records - 1) << name;
+        }
+        Read({"Shared_Dbg.log"}, 10, 4'194'304);
+        EXPECT_EQ(m_lines, 8 * Records / 10);
+        EXPECT_EQ(m_torn, 0) << m_lastTorn;
+        std::filesystem::remove_all(m_folder / "Log");
     }
 }
 
@@ -142,6 +131,26 @@ TEST_F(LogProcessesTest, AWarningIsInTheFileWhenTheProcessDiesOfIt)
     Run({"P abort"}, 1000);
     EXPECT_THAT(Support::ReadFile(m_folder / "Log/Shared.log"),
                 testing::ContainsRegex("\tLogWriterProcess.P: first words\n.*\tLogWriterProcess.P: last words\n$"));
+}
+
+TEST_F(LogProcessesTest, TheEndOfAProcessIsLoggedWhateverEndsFirst)
+{
+    // A forked child writes its own records and none of its parent's; static objects log as long as the log is there.
+    using Texts = std::vector<std::string>;
+    for (const auto& [mode, expected] :
+         {std::pair("P end", Texts{"child", "parent"}), std::pair("P exit", Texts{"child", "late", "late", "parent"})})
+    {
+        const auto result = Support::RunShell(Command(mode, 1000), m_folder.Path());
+        EXPECT_EQ(result.output + result.error + std::to_string(result.status), "0") << mode;
+        std::istringstream lines(Support::ReadFile(m_folder / "Log/Shared.log"));
+        Texts texts;
+        for (std::string line; std::getline(lines, line);)
+        {
+            texts.push_back(line.substr(std::min(line.size(), line.find(".P: ") + 4)));
+        }
+        EXPECT_THAT(texts, testing::UnorderedElementsAreArray(expected)) << mode;
+        std::filesystem::remove(m_folder / "Log/Shared.log");
+    }
 }
 
 TEST_F(LogProcessesTest, TheProgramOfTheGuideWritesWhatTheGuideSays)

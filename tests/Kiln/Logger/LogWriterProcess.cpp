@@ -11,8 +11,11 @@
 #include <csignal>
 #include <cstdlib>
 #include <limits>
+#include <optional>
 #include <string_view>
+#include <sys/wait.h>
 #include <thread>
+#include <unistd.h>
 
 #ifdef __SANITIZE_THREAD__
 /// A race that is none: the C library guards its time zone by a lock that the sanitizer does not see.
@@ -46,6 +49,38 @@ void Log(const std::string& name, int count)
     }
 }
 
+/// Made before the log environment, and so destroyed after it.
+struct Late
+{
+    std::string name;
+
+    ~Late()
+    {
+        if (!name.empty())
+        {
+            auto logger = CreateLogger(name);
+            BOOST_LOG_SEV(logger, info) << "late";
+        }
+    }
+};
+Late g_late;
+std::optional<Logging> g_logging;
+
+/// Forks a child that logs, too.
+void LogInTwo(const std::string& name)
+{
+    auto logger = CreateLogger(name);
+    BOOST_LOG_SEV(logger, info) << "parent";
+    if (const pid_t child = ::fork(); child > 0)
+    {
+        ::waitpid(child, nullptr, 0);
+    }
+    else
+    {
+        BOOST_LOG_SEV(logger, info) << "child";
+    }
+}
+
 } // namespace
 
 int main(int, char** arguments)
@@ -54,10 +89,17 @@ int main(int, char** arguments)
     const std::string_view mode = arguments[3];
     const int count = std::atoi(arguments[4]);
 
-    Logging logging(arguments[1], L"Shared");
+    static Logging& logging = mode == "exit" ? *new Logging(arguments[1], L"Shared") // is never destroyed
+                                             : g_logging.emplace(arguments[1], L"Shared");
     logging.Initialize();
     logging.AddSinks({{L"Shared", std::strtoull(arguments[5], nullptr, 10), {}, InfoAndAbove}});
 
+    if (mode == "end" || mode == "exit")
+    {
+        g_late.name = name;
+        LogInTwo(name);
+        return 0;
+    }
     if (mode == "abort")
     {
         auto logger = CreateLogger(name);

@@ -1,5 +1,6 @@
 #include "Ardo/Kiln/Logger/Logging.h"
 
+#include "Ardo/Kiln/Logger/ComponentLog_p.h"
 #include "Ardo/Kiln/Logger/CreateLogger.h"
 #include "Ardo/Kiln/Logger/LogFileAttribute.h"
 #include "Ardo/Kiln/Logger/LogText_p.h"
@@ -16,15 +17,12 @@
 #include <gmock/gmock.h>
 
 #include <cstdlib>
-#include <optional>
 #include <thread>
 
 namespace Ardo::Kiln::Logger
 {
 
 namespace fs = std::filesystem;
-using ::testing::HasSubstr;
-using ::testing::Not;
 using ::testing::ThrowsMessage;
 
 class LoggingTest : public testing::Test
@@ -54,56 +52,38 @@ TEST_F(LoggingTest, OneObjectIsInitialisedUntilItGoes)
     {
         Logging first(m_folder.Path(), L"Bücher");
         first.Initialize();
+        Logging second(m_folder.Path(), L"Other");
+        EXPECT_THAT([&] { second.Initialize(); },
+                    ThrowsMessage<std::runtime_error>("The logging environment is already initialized"));
         Log("C", debug, "one");
+    }
+    testing::internal::CaptureStdout();
+    testing::internal::CaptureStderr();
+    Log("C", fatal, "nobody listens");
+    ComponentLog("Quiet").Warning("nobody listens");
+    EXPECT_EQ(testing::internal::GetCapturedStdout() + testing::internal::GetCapturedStderr(), "");
+    const Support::LogCollector collector;
+    {
+        Logging again(m_folder.Path(), L"Bücher");
+        again.Initialize();
         {
-            Logging second(m_folder.Path(), L"Other");
-            EXPECT_THAT([&] { second.Initialize(); },
-                        ThrowsMessage<std::runtime_error>("The logging environment is already initialized"));
+            const Logging idle(m_folder.Path(), L"Other");
         }
         Log("C", debug, "two");
     }
-    testing::internal::CaptureStdout();
-    Log("C", debug, "nobody listens");
-    Log("C", fatal, "nobody listens");
-    EXPECT_EQ(testing::internal::GetCapturedStdout(), "");
-    Logging again(m_folder.Path(), L"Bücher");
-    again.Initialize();
-    Log("C", debug, "three");
-    EXPECT_THAT(Read("Bücher_Dbg.log"), testing::MatchesRegex("[^\n]* one\n[^\n]* two\n[^\n]* three\n"));
+    Log("C", debug, "not heard: the end took the sinks of others along");
+    EXPECT_EQ(collector.Messages(), std::vector<std::string>{"two"});
+    EXPECT_THAT(Read("Bücher_Dbg.log"), testing::MatchesRegex("[^\n]* one\n[^\n]* two\n"));
     EXPECT_FALSE(fs::exists(m_folder / "Log/Other_Dbg.log"));
-}
-
-TEST_F(LoggingTest, TheEndTakesTheSinksOfOthersAlongUnlessNothingWasBegun)
-{
-    const Support::LogCollector collector;
-    {
-        const Logging idle(m_folder.Path(), L"B");
-    }
-    Log("C", info, "heard");
-    {
-        Logging active(m_folder.Path(), L"B");
-        active.AddSinks({});
-        active.Initialize();
-    }
-    Log("C", info, "not heard");
-    EXPECT_EQ(collector.Messages(), std::vector<std::string>{"heard"});
 }
 
 TEST_F(LoggingTest, AFolderThatCannotBeMadeIsAnErrorAndMayBeTriedAgain)
 {
     Support::WriteFile(m_folder / "root", "");
     Logging logging(m_folder / "root", L"B");
-    try
-    {
-        logging.Initialize();
-        FAIL();
-    }
-    catch (const fs::filesystem_error& error)
-    {
-        EXPECT_THAT(error.what(), HasSubstr("create_directories"));
-        EXPECT_EQ(error.path1(), m_folder / "root/Log");
-        EXPECT_EQ(error.code(), std::errc::not_a_directory);
-    }
+    const fs::filesystem_error expected("create_directories", m_folder / "root/Log",
+                                        std::make_error_code(std::errc::not_a_directory));
+    EXPECT_THAT([&] { logging.Initialize(); }, ThrowsMessage<fs::filesystem_error>(expected.what()));
     fs::remove(m_folder / "root");
     logging.Initialize();
     EXPECT_TRUE(fs::exists(m_folder / "root/Log/B_Dbg.log"));
@@ -116,7 +96,7 @@ TEST_F(LoggingTest, TheExtensionFollowsTheServersSoftwareOfTheMoment)
     Support::WriteFile(m_folder / "Ardo/Configuration.conf",
                        "[General]\nInstallation%20Path=" + (m_folder / "Server").string() + "\n");
     Logging logging(m_folder.Path(), L"B");
-    logging.Initialize(); // no library yet
+    logging.Initialize(); // an installation without the library
     const std::pair<std::array<std::uint16_t, 4>, const char*> rows[] = {{{7, 6, 9, 9}, "a.log"},
                                                                          {{7, 7, 0, 0}, "b.txtlog"},
                                                                          {{7, 10, 1, 0}, "c.txtlog"},
@@ -175,10 +155,10 @@ TEST_F(LoggingTest, LinesCarryTimeLevelOriginatorAndTextInUtf8)
     const char levels[] = "IWIWEC"; // by level code: debug counts as a warning
     for (int level = trace; level <= fatal; ++level)
     {
-        Log("µ", static_cast<SeverityLevel>(level), "25 µm, \xFF\xE2\x82, 100 %v {}");
+        Log("µ", static_cast<SeverityLevel>(level), "25 µm, \xFF\xE2\x82, \xED\xA0\x80, 100 %v {}");
     }
     const std::string after = Time::ToLocalTimeISOString(std::chrono::system_clock::now());
-    const std::string text = "25 µm, \uFFFD\uFFFD\uFFFD, 100 %v {}";
+    const std::string text = "25 µm, \uFFFD\uFFFD\uFFFD, \uFFFD\uFFFD\uFFFD, 100 %v {}";
     const std::string debugLine = Read("B_Dbg.log");
     EXPECT_EQ(debugLine.substr(23), " [debug  ] LoggerTests.µ " + text + "\n");
     EXPECT_LE(before, debugLine.substr(0, 23));
@@ -195,6 +175,9 @@ TEST_F(LoggingTest, LinesCarryTimeLevelOriginatorAndTextInUtf8)
     EXPECT_EQ(SeverityTag(trace), "[trace  ]");
     EXPECT_EQ(SeverityTag(fatal), "[fatal  ]");
     EXPECT_EQ(LevelCode(static_cast<SeverityLevel>(6)), 2);
+    std::string utf8;
+    AppendUtf8(utf8, std::wstring_view(L"a\xDC00 b\u20AC"));
+    EXPECT_EQ(utf8, "a\uFFFD b\u20AC") << "wide text that is none";
 }
 
 TEST_F(LoggingTest, TheClockTextIsThatOfEveryMoment)
@@ -210,19 +193,6 @@ TEST_F(LoggingTest, TheClockTextIsThatOfEveryMoment)
     std::string none;
     AppendLocalTime(none, Time::TimePoint::max());
     EXPECT_EQ(none, Time::ToLocalTimeISOString(Time::TimePoint::max()));
-}
-
-TEST_F(LoggingTest, WideTextThatIsNoneIsReplacedUnitByUnit)
-{
-    std::string utf8 = "<";
-    AppendUtf8(utf8, std::wstring_view(L"a\xDC00"
-                                       L"b\u20AC"));
-    EXPECT_EQ(utf8, "<a\uFFFDb\u20AC");
-    std::wstring wide;
-    AppendWide(wide, "\xC3"
-                     "A\xED\xA0\x80\u00B5");
-    EXPECT_EQ(wide, L"\xFFFD"
-                    L"A\xFFFD\xFFFD\xFFFD\u00B5");
 }
 
 TEST_F(LoggingTest, AReadOnlyFileIsUsedAndAHiddenOneRefused)
@@ -266,7 +236,7 @@ TEST_F(LoggingTest, WarningsAreInTheFileAtOnceAndTheRestWithinTheSecond)
     EXPECT_GT(size(), atOnce);
 }
 
-TEST_F(LoggingTest, ScopesAreMarkedAtTrace)
+TEST_F(LoggingTest, ScopesAndComponentsLogInTheirName)
 {
     const Support::LogCollector collector;
     auto logger = CreateLogger("S");
@@ -274,8 +244,14 @@ TEST_F(LoggingTest, ScopesAreMarkedAtTrace)
         ScopedLogger scope(logger, "Grab");
         scope << std::endl;
     }
-    EXPECT_EQ(collector.Messages(), (std::vector<std::string>{">> Grab", "<< Grab"}));
-    EXPECT_EQ(collector.Records().at(0).severity, trace);
+    ComponentLog("Detector").Warning("5 µm");
+    ComponentLog("").Write(error, "all");
+    std::string texts;
+    for (const auto& record : collector.Records())
+    {
+        texts += std::to_string(record.severity) + " " + record.originator + " " + record.message + "|";
+    }
+    EXPECT_EQ(texts, "0 LoggerTests.S >> Grab|0 LoggerTests.S << Grab|3 LoggerTests.Detector 5 µm|4 LoggerTests all|");
 }
 
 } // namespace Ardo::Kiln::Logger
