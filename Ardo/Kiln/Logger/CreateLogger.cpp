@@ -40,7 +40,7 @@ namespace
 
 boost::log::sources::severity_logger_mt<SeverityLevel> CreateLogger(std::string_view name)
 {
-    AddDiscardingSink();
+    KeepSinkInCore();
 
     std::string originator = FileSystem::GetApplicationName();
     if (!name.empty())

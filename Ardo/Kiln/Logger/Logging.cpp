@@ -74,7 +74,7 @@ void Logging::AddDebugSink()
     const fs::path path = GetLogFilePath(m_baseName + L"_Dbg");
     CheckLogFileAttribute(path.string().c_str());
     m_changedSinks = true;
-    AddDebugFileSink(path);
+    AddDebugFile(path);
 }
 
 void Logging::AddArdoSink(const LogDefinition& definition)
@@ -82,7 +82,7 @@ void Logging::AddArdoSink(const LogDefinition& definition)
     const fs::path path = GetLogFilePath(definition.fileName);
     CheckLogFileAttribute(path.string().c_str());
     m_changedSinks = true;
-    AddDefinitionSink(path, definition);
+    AddDefinitionFile(path, definition);
 }
 
 fs::path Logging::GetLogFolderPath() const

@@ -265,17 +265,17 @@ boost::shared_ptr<LogFilesSink> SinkInCore()
 
 } // namespace
 
-void AddDiscardingSink()
+void KeepSinkInCore()
 {
     SinkInCore();
 }
 
-void AddDebugFileSink(const std::filesystem::path& path)
+void AddDebugFile(const std::filesystem::path& path)
 {
     SinkInCore()->Add(std::make_shared<DebugOutput>(path));
 }
 
-void AddDefinitionSink(const std::filesystem::path& path, const LogDefinition& definition)
+void AddDefinitionFile(const std::filesystem::path& path, const LogDefinition& definition)
 {
     SinkInCore()->Add(std::make_shared<DefinitionOutput>(path, definition));
 }

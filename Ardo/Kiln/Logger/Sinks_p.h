@@ -7,18 +7,18 @@
 namespace Ardo::Kiln::Logger
 {
 
-// The sinks of the log environment in Boost.Log's core, which itself stays behind this header. They write on the thread
-// that logs and never throw to it. Any thread may call the functions.
+// The log environment's sink in Boost.Log's core, which itself stays behind this header. It writes all log files, on
+// the thread that logs, and never throws to it. Any thread may call the functions, static destructors too.
 
-/// Keeps the core from printing records on standard output, which is what it does without any sink: adds a sink that
-/// accepts none, unless it is there.
-void AddDiscardingSink();
+/// Keeps the core from printing records on standard output, which is what it does without any sink: adds ours, unless
+/// it is there. Without a file it accepts no record.
+void KeepSinkInCore();
 
-/// Adds the sink of the debug file: debug records, one line each, in the file when the call that logs returns.
-void AddDebugFileSink(const std::filesystem::path& path);
+/// Adds the debug file: debug records, one line each, in the file when the call that logs returns.
+void AddDebugFile(const std::filesystem::path& path);
 
-/// Adds the sink of a definition, which writes to \p path.
-void AddDefinitionSink(const std::filesystem::path& path, const LogDefinition& definition);
+/// Adds the file of a definition at \p path.
+void AddDefinitionFile(const std::filesystem::path& path, const LogDefinition& definition);
 
 /// Removes every sink, whoever added it; what is logged from now on is dropped.
 void RemoveAllSinks();

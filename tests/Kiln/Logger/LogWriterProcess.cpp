@@ -38,48 +38,26 @@ void Log(const std::string& name, int count)
     for (int number = 0; number < count; ++number)
     {
         // The length follows from the number, so that a reader sees what is missing.
-        BOOST_LOG_SEV(logger, number % 50 == 0 ? warning : info)
-            << "record " << number << " " << std::string(static_cast<std::size_t>(number % 70), 'x') << ".";
+        const std::string rest(static_cast<std::size_t>(number % 70), 'x');
+        BOOST_LOG_SEV(logger, number % 50 == 49 ? warning : info) << "record " << number << " " << rest << ".";
         if (number % 10 == 0)
         {
-            BOOST_LOG_SEV(logger, debug) << "record " << number << " .";
+            BOOST_LOG_SEV(logger, debug) << "record " << number << " " << rest << ".";
         }
         g_logged.fetch_add(1);
         g_logged.notify_all();
     }
 }
 
-/// Made before the log environment, and so destroyed after it.
+/// Logs when it is destroyed, which is after the log environment.
 struct Late
 {
-    std::string name;
+    ~Late() { name.empty() ? void() : Log(name, 1); }
 
-    ~Late()
-    {
-        if (!name.empty())
-        {
-            auto logger = CreateLogger(name);
-            BOOST_LOG_SEV(logger, info) << "late";
-        }
-    }
+    std::string name;
 };
 Late g_late;
 std::optional<Logging> g_logging;
-
-/// Forks a child that logs, too.
-void LogInTwo(const std::string& name)
-{
-    auto logger = CreateLogger(name);
-    BOOST_LOG_SEV(logger, info) << "parent";
-    if (const pid_t child = ::fork(); child > 0)
-    {
-        ::waitpid(child, nullptr, 0);
-    }
-    else
-    {
-        BOOST_LOG_SEV(logger, info) << "child";
-    }
-}
 
 } // namespace
 
@@ -96,9 +74,12 @@ int main(int, char** arguments)
 
     if (mode == "end" || mode == "exit")
     {
-        g_late.name = name;
-        LogInTwo(name);
-        return 0;
+        g_late.name = name + "L";
+        Log(name + "P", 1);
+        int status = 0;
+        const pid_t child = ::fork();
+        child > 0 ? void(::waitpid(child, &status, 0)) : Log(name + "C", 1);
+        return status == 0 ? 0 : 1;
     }
     if (mode == "abort")
     {
