@@ -46,10 +46,10 @@ def main(path):
                 counters[subject].setdefault(f"{key} {label}", value)
 
     context = document["context"]
-    print(f"{context['num_cpus']} processors, {context['mhz_per_cpu']} MHz, load {context.get('load_avg')}, "
-          f"library {context['library_build_type']}")
+    load = ", ".join(f"{value:.1f}" for value in context.get("load_avg", []))
+    print(f"{context['num_cpus']} processors, {context['mhz_per_cpu']} MHz, load {load}")
     print(f"{'subject':44} {'ours':>10} {'spread':>8}   ratio of medians (ours / other)")
-    for subject in times:
+    for subject in sorted(times):
         ours = times[subject].get("ours")
         if not ours:
             continue
