@@ -33,6 +33,7 @@ public:
     /// Exchanges the detectors, so that \p other holds one, too.
     DetectorPtr(DetectorPtr&& other); // NOLINT(performance-noexcept-move-constructor): it makes a detector for other
 
+    /// Copies the other's detector, or takes it over from a temporary holder.
     DetectorPtr& operator=(DetectorPtr other) noexcept;
     ~DetectorPtr();
 
