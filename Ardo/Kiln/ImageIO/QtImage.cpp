@@ -70,7 +70,7 @@ std::uint32_t BigEndian(std::string_view bytes)
     return value;
 }
 
-/// Refuses a PNG file that is cut or has a wrong checksum (PNG specification, section 5). Qt would answer the rows
+/// Refuses a PNG file that is cut or has a wrong checksum (ISO/IEC 15948, section 5). Qt would answer the rows
 /// before the damage as if they were the whole image, and its decoder prints what it thinks of the rest.
 void CheckPng(std::string_view bytes)
 {

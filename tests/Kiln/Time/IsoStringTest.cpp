@@ -13,10 +13,10 @@ namespace Ardo::Kiln::Time
 namespace
 {
 
-std::string QtText(TimePoint time, Qt::TimeSpec spec)
+std::string QtText(TimePoint time, Qt::TimeSpec zone)
 {
     const qint64 milliseconds = time.time_since_epoch().count() / 10'000;
-    return QDateTime::fromMSecsSinceEpoch(milliseconds, spec).toString(Qt::ISODateWithMs).toStdString();
+    return QDateTime::fromMSecsSinceEpoch(milliseconds, zone).toString(Qt::ISODateWithMs).toStdString();
 }
 
 TimePoint FromMilliseconds(std::int64_t milliseconds)
