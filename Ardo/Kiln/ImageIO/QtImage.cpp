@@ -22,7 +22,7 @@ using Imaging::PixelKind;
 
 /// The most pixels that one byte of a file can become: black-and-white ones of a deflated PNG, 8 in a byte, 1032 bytes
 /// in a byte. No format of real images comes near.
-constexpr std::uint64_t LargestExpansion = 8 * 1032;
+constexpr std::uint64_t LargestExpansion = 8256; // 8 x 1032
 
 PixelKind KindOf(const QImage& image)
 {

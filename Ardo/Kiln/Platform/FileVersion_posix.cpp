@@ -99,7 +99,7 @@ std::optional<Image> ReadImage(FieldReader& file)
 {
     constexpr std::uint16_t Pe32 = 0x10B;
     constexpr std::uint16_t Pe32Plus = 0x20B;
-    constexpr std::uint32_t ResourceDirectory = 2;
+    constexpr std::uint64_t ResourceDirectory = 2;
 
     const auto dosHeader = ReadBlock<64>(file, 0);
     if (!dosHeader || !dosHeader->Begins("MZ"))
