@@ -4,6 +4,9 @@
 #include "tests/Kiln/ImageIO/TiffTestFiles.h"
 #include "tests/Support/LogCollector.h"
 
+#include <tuple>
+#include <vector>
+
 #include <gmock/gmock.h>
 #include <QImage>
 
@@ -50,31 +53,27 @@ protected:
 TEST_F(ReadImageFromFileTest, EveryKindKeepsItsSamples)
 {
     using enum TiffBuilder::Type;
-    const struct
+    using Row =
+        std::tuple<PixelKind, unsigned short, unsigned, unsigned, unsigned, QImage::Format, std::vector<const char*>>;
+    const Row rows[] = {{PixelKind::UInt8, 8, 1, 1, 1, QImage::Format_Grayscale8, {"PNG", "PGM"}},
+                        {PixelKind::UInt16, 16, 1, 1, 1, QImage::Format_Grayscale16, {"PNG"}},
+                        {PixelKind::Float32, 32, 1, 1, 3, QImage::Format_Invalid, {}},
+                        {PixelKind::Rgb8, 8, 3, 2, 1, QImage::Format_RGB888, {"PNG", "BMP"}},
+                        {PixelKind::Rgba8, 8, 4, 2, 1, QImage::Format_RGBA8888, {"PNG"}}};
+    for (const auto& [kind, bits, samples, photometric, format, qtFormat, qtFiles] : rows)
     {
-        PixelKind kind;
-        std::uint16_t bits, samples, photometric, format;
-        QImage::Format qtFormat;
-        std::vector<const char*> qtFiles;
-    } rows[] = {{PixelKind::UInt8, 8, 1, 1, 1, QImage::Format_Grayscale8, {"PNG", "PGM"}},
-                {PixelKind::UInt16, 16, 1, 1, 1, QImage::Format_Grayscale16, {"PNG"}},
-                {PixelKind::Float32, 32, 1, 1, 3, QImage::Format_Invalid, {}},
-                {PixelKind::Rgb8, 8, 3, 2, 1, QImage::Format_RGB888, {"PNG", "BMP"}},
-                {PixelKind::Rgba8, 8, 4, 2, 1, QImage::Format_RGBA8888, {"PNG"}}};
-    for (const auto& row : rows)
-    {
-        const int rowSize = 7 * static_cast<int>(Imaging::BytesPerPixel(row.kind));
+        const int rowSize = 7 * static_cast<int>(Imaging::BytesPerPixel(kind));
         const std::string pixels = BytesOf(Pattern<char>(4 * static_cast<std::size_t>(rowSize)));
-        TiffBuilder file(7, 4, pixels, row.bits);
-        file.Set(277, Short, {row.samples}).Set(262, Short, {row.photometric}).Set(339, Short, {row.format});
+        TiffBuilder file(7, 4, pixels, bits);
+        file.Set(277, Short, {samples}).Set(262, Short, {photometric}).Set(339, Short, {format});
         WriteFile(m_path, file.Bytes());
-        Check(row.kind, pixels);
-        for (const char* const qtFile : row.qtFiles)
+        Check(kind, pixels);
+        for (const char* const qtFile : qtFiles)
         {
             SCOPED_TRACE(qtFile);
             const auto* const bytes = reinterpret_cast<const uchar*>(pixels.data());
-            Save(QImage(bytes, 7, 4, rowSize, row.qtFormat), qtFile);
-            Check(row.kind, pixels);
+            Save(QImage(bytes, 7, 4, rowSize, qtFormat), qtFile);
+            Check(kind, pixels);
         }
     }
 
