@@ -1,0 +1,72 @@
+#pragma once
+
+#include "Ardo/Kiln/Platform/StructuredException.h"
+#include "Ardo/KilnExport.h"
+
+#include <cstdint>
+#include <type_traits>
+
+namespace Ardo::Kiln::Platform
+{
+
+/// What is to be written about one fault, or about the process as it stands, and everything that is known about it
+/// besides what the writer reads from the process. Linux only.
+///
+/// Plain memory without pointers into itself: the signal handler fills it, and a writer in another process copies it
+/// out of the faulted one and writes its answers back. Both sides are built together; `size` guards against a mix.
+struct CrashRequest
+{
+    static constexpr std::uint32_t MaximumFrames = 48;
+
+    enum Task : std::uint32_t
+    {
+        MakeText = 1,  ///< Put the report text into `text`.
+        WriteDump = 2, ///< Write the minidump into the descriptor handed over.
+        CreateFiles =
+            4, ///< Choose the names in `dumpFolder`, create report and minidump, announce them on standard error.
+    };
+
+    std::uint32_t size = sizeof(CrashRequest);
+    std::uint32_t tasks = 0;        ///< Combination of Task.
+    std::uint32_t minidumpType = 0; ///< MINIDUMP_TYPE of WriteDump and CreateFiles.
+    std::int32_t processId = 0;
+    std::int32_t threadId = 0; ///< The system's number of the thread at fault, or of the one that asks.
+    std::int64_t time = 0;     ///< When the fault happened, in seconds since 1970-01-01 UTC.
+
+    std::uint32_t hasFault = 0;  ///< 0: a dump on request; record, signal and signalCode mean nothing then.
+    std::int32_t signal = 0;     ///< The signal of the fault.
+    std::int32_t signalCode = 0; ///< Its si_code.
+    EXCEPTION_RECORD record = {};
+    CONTEXT context = {}; ///< Registers of `threadId`, from which its stack is walked.
+
+    // The C++ exception, for a fault that is one; empty texts otherwise. Null-terminated UTF-8, cut at a character
+    // border.
+    char exceptionType[256] = {}; ///< As the compiler mangles it.
+    char exceptionMessage[1024] = {};
+    std::uint32_t throwFrameCount = 0;             ///< 0: where it was thrown is not known.
+    std::uint64_t throwFrames[MaximumFrames] = {}; ///< Return addresses, the throwing function first.
+
+    // Null-terminated UTF-8.
+    char dumpFolder[1024] = {};
+    char applicationName[256] = {};
+    char fullVersion[128] = {};
+
+    // The writer's answers.
+    std::uint32_t done = 0;       ///< Tasks that were carried out wholly.
+    std::int32_t systemError = 0; ///< Why a task was not carried out.
+    std::uint32_t textLength = 0;
+    char text[64 * 1024] = {};
+};
+
+static_assert(std::is_trivially_copyable_v<CrashRequest>);
+
+/// Where reports go by the library's own choice, for a fault whose filters cannot run. Copied; null-terminated UTF-8.
+/// One thread at a time may call it.
+KILN_EXPORT_FOR_TESTS void SetReportPlace(const char* dumpFolder, const char* applicationName, const char* fullVersion,
+                                          std::uint32_t minidumpType) noexcept;
+
+/// Fills \p request with what is known about \p pointers, or about the calling thread when it is null, and with the
+/// place last set. Tasks and answers are left as they are. Makes system calls only; a signal handler may call it.
+KILN_EXPORT_FOR_TESTS void DescribeFault(const EXCEPTION_POINTERS* pointers, CrashRequest& request) noexcept;
+
+} // namespace Ardo::Kiln::Platform

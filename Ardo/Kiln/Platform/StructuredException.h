@@ -1,0 +1,55 @@
+#pragma once
+
+// The system's description of a fault: what happened, where, and the processor's registers at that moment. On Windows
+// these are the system's own structures; elsewhere the same names and layouts, filled from signals. Public, because
+// the exception handler's callbacks receive them.
+
+#ifdef _WIN32
+
+struct _EXCEPTION_POINTERS; // NOLINT(bugprone-reserved-identifier): the name that the system gives it
+using EXCEPTION_POINTERS = _EXCEPTION_POINTERS;
+
+#else
+
+#include <cstdint>
+
+/// What happened and where. Layout of Windows x64.
+struct EXCEPTION_RECORD
+{
+    std::uint32_t ExceptionCode;            ///< One of Platform::FaultCode, or a code of the raiser.
+    std::uint32_t ExceptionFlags;           ///< Bits; see Platform::FaultFlag.
+    EXCEPTION_RECORD* ExceptionRecord;      ///< The fault during whose handling this one happened, or null.
+    void* ExceptionAddress;                 ///< The instruction at fault.
+    std::uint32_t NumberParameters;         ///< How many words of ExceptionInformation are set, 0 to 15.
+    std::uint64_t ExceptionInformation[15]; ///< Meaning depends on the code.
+};
+
+/// The registers of a thread. Layout of Windows x64, which is also the one of minidump files.
+struct alignas(16) CONTEXT
+{
+    std::uint64_t P1Home, P2Home, P3Home, P4Home, P5Home, P6Home;
+    std::uint32_t ContextFlags; ///< Which groups of registers are set; see Platform::ContextFlag.
+    std::uint32_t MxCsr;
+    std::uint16_t SegCs, SegDs, SegEs, SegFs, SegGs, SegSs;
+    std::uint32_t EFlags;
+    std::uint64_t Dr0, Dr1, Dr2, Dr3, Dr6, Dr7;
+    std::uint64_t Rax, Rcx, Rdx, Rbx, Rsp, Rbp, Rsi, Rdi;
+    std::uint64_t R8, R9, R10, R11, R12, R13, R14, R15;
+    std::uint64_t Rip;
+    std::uint8_t FltSave[512]; ///< The FXSAVE area.
+    std::uint8_t VectorRegister[26][16];
+    std::uint64_t VectorControl, DebugControl;
+    std::uint64_t LastBranchToRip, LastBranchFromRip, LastExceptionToRip, LastExceptionFromRip;
+};
+
+/// What a fault filter receives.
+struct EXCEPTION_POINTERS
+{
+    EXCEPTION_RECORD* ExceptionRecord; ///< Never null.
+    CONTEXT* ContextRecord;            ///< Never null.
+};
+
+static_assert(sizeof(EXCEPTION_RECORD) == 152);
+static_assert(sizeof(CONTEXT) == 1232);
+
+#endif
