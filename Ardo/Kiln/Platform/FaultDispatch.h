@@ -74,6 +74,10 @@ public:
         ~PersonIsAsked();
         PersonIsAsked(const PersonIsAsked&) = delete;
         PersonIsAsked& operator=(const PersonIsAsked&) = delete;
+
+        /// Whether the first thread of the process, which answers for the person, has faulted meanwhile: the answer
+        /// will not come. Ask now and then while waiting.
+        static bool NobodyCanAnswer() noexcept;
     };
 
     /// How long filters may take, in milliseconds; 10000 at start. For tests, before the first fault.

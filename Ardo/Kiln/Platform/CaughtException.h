@@ -1,0 +1,32 @@
+#pragma once
+
+#include "Ardo/Kiln/Platform/StructuredException.h"
+#include "Ardo/KilnExport.h"
+
+#include <memory>
+
+namespace Ardo::Kiln::Platform
+{
+
+/// The exception that a `catch` block is dealing with, seen as a fault: code FaultCode::CxxException, the address of
+/// the throw where it was remembered (RememberThrow), and the registers of the function that made this object.
+///
+/// It sees to it that LastThrowOfThread() describes this exception while it is dealt with.
+class KILN_EXPORT_FOR_TESTS CaughtException
+{
+public:
+    /// Inside a `catch` block only. \throws std::bad_alloc only.
+    CaughtException();
+    ~CaughtException();
+    CaughtException(const CaughtException&) = delete;
+    CaughtException& operator=(const CaughtException&) = delete;
+
+    /// Never null; valid as long as this object.
+    EXCEPTION_POINTERS* Pointers() noexcept;
+
+private:
+    struct Block;
+    std::unique_ptr<Block> m_block;
+};
+
+} // namespace Ardo::Kiln::Platform
