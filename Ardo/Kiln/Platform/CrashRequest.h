@@ -17,6 +17,7 @@ namespace Ardo::Kiln::Platform
 struct CrashRequest
 {
     static constexpr std::uint32_t MaximumFrames = 48;
+    static constexpr std::int32_t UnknownOffset = INT32_MIN; ///< The writer asks for the machine's time zone itself.
 
     enum Task : std::uint32_t
     {
@@ -30,8 +31,9 @@ struct CrashRequest
     std::uint32_t tasks = 0;        ///< Combination of Task.
     std::uint32_t minidumpType = 0; ///< MINIDUMP_TYPE of WriteDump and CreateFiles.
     std::int32_t processId = 0;
-    std::int32_t threadId = 0; ///< The system's number of the thread at fault, or of the one that asks.
-    std::int64_t time = 0;     ///< When the fault happened, in seconds since 1970-01-01 UTC.
+    std::int32_t threadId = 0;              ///< The system's number of the thread at fault, or of the one that asks.
+    std::int64_t time = 0;                  ///< When the fault happened, in seconds since 1970-01-01 UTC.
+    std::int32_t utcOffset = UnknownOffset; ///< Seconds that local time was ahead of UTC, as SetReportPlace found it.
 
     std::uint32_t hasFault = 0;  ///< 0: a dump on request; record, signal and signalCode mean nothing then.
     std::int32_t signal = 0;     ///< The signal of the fault.

@@ -8,6 +8,8 @@
 
 struct _EXCEPTION_POINTERS; // NOLINT(bugprone-reserved-identifier): the name that the system gives it
 using EXCEPTION_POINTERS = _EXCEPTION_POINTERS;
+struct _CONTEXT; // NOLINT(bugprone-reserved-identifier): the same
+using CONTEXT = _CONTEXT;
 
 #else
 
