@@ -16,7 +16,7 @@ function(kiln_begin_library)
                    SOVERSION ${PROJECT_VERSION_MAJOR}
                    EXPORT_NAME Common
                    VERIFY_INTERFACE_HEADER_SETS ON)
-    target_link_libraries(Common PUBLIC Boost::log PRIVATE KilnCompiler)
+    target_link_libraries(Common PUBLIC Boost::log Qt5::Core PRIVATE KilnCompiler)
     target_compile_features(Common PUBLIC cxx_std_20)
 
     # The generated header stands in no folder of its own, so every folder may include it.
