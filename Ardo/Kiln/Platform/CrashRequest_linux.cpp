@@ -1,0 +1,126 @@
+#include "Ardo/Kiln/Platform/CrashRequest.h"
+
+#include "Ardo/Kiln/Platform/FaultCode.h"
+#include "Ardo/Kiln/Platform/FaultSignal_linux.h"
+#include "Ardo/Kiln/Platform/FaultThread_linux.h"
+#include "Ardo/Kiln/Platform/ThrowHook_linux.h"
+
+#include <time.h>
+#include <unistd.h>
+#include <unwind.h>
+
+#include <algorithm>
+#include <cstring>
+
+namespace Ardo::Kiln::Platform
+{
+
+namespace
+{
+
+struct ReportPlace
+{
+    char dumpFolder[sizeof CrashRequest::dumpFolder] = {};
+    char applicationName[sizeof CrashRequest::applicationName] = {};
+    char fullVersion[sizeof CrashRequest::fullVersion] = {};
+    std::uint32_t minidumpType = 0;
+};
+ReportPlace g_place;
+
+template <std::size_t Size>
+void Copy(char (&target)[Size], const char* text) noexcept
+{
+    const std::size_t length = std::min(std::strlen(text), Size - 1);
+    std::memcpy(target, text, length);
+    target[length] = '\0';
+}
+
+struct Capture
+{
+    CONTEXT& context;
+    int skip;
+};
+
+_Unwind_Reason_Code CaptureFrame(_Unwind_Context* frame, void* argument)
+{
+    auto& capture = *static_cast<Capture*>(argument);
+    if (capture.skip-- > 0)
+    {
+        return _URC_NO_REASON;
+    }
+    // Register numbers of the System V ABI's DWARF mapping. Only what a called function preserves is known.
+    CONTEXT& context = capture.context;
+    context.Rip = _Unwind_GetIP(frame);
+    context.Rsp = _Unwind_GetCFA(frame);
+    context.Rbx = _Unwind_GetGR(frame, 3);
+    context.Rbp = _Unwind_GetGR(frame, 6);
+    context.R12 = _Unwind_GetGR(frame, 12);
+    context.R13 = _Unwind_GetGR(frame, 13);
+    context.R14 = _Unwind_GetGR(frame, 14);
+    context.R15 = _Unwind_GetGR(frame, 15);
+    return _URC_END_OF_STACK;
+}
+
+} // namespace
+
+// Not inlined, here and in DescribeFault: the frames between are counted.
+[[gnu::noinline]] void CaptureCallerContext(CONTEXT& context) noexcept
+{
+    context = {};
+    context.ContextFlags = ContextFlag::Full;
+    context.SegCs = 0x33; // what the kernel gives every 64-bit program
+    context.SegSs = 0x2B;
+    Capture capture{context, 2};
+    _Unwind_Backtrace(CaptureFrame, &capture);
+}
+
+void SetReportPlace(const char* dumpFolder, const char* applicationName, const char* fullVersion,
+                    std::uint32_t minidumpType) noexcept
+{
+    Copy(g_place.dumpFolder, dumpFolder);
+    Copy(g_place.applicationName, applicationName);
+    Copy(g_place.fullVersion, fullVersion);
+    g_place.minidumpType = minidumpType;
+}
+
+[[gnu::noinline]] void DescribeFault(const EXCEPTION_POINTERS* pointers, CrashRequest& request) noexcept
+{
+    const FaultThread* const thread = FaultThreadOnBehalf();
+    request.size = sizeof request;
+    request.processId = getpid();
+    request.threadId = ThreadIdOnBehalf();
+    timespec now = {};
+    clock_gettime(CLOCK_REALTIME, &now);
+    request.time = now.tv_sec;
+    request.hasFault = pointers != nullptr ? 1 : 0;
+    request.exceptionType[0] = '\0';
+    request.exceptionMessage[0] = '\0';
+    request.throwFrameCount = 0;
+    if (pointers == nullptr)
+    {
+        CaptureCallerContext(request.context);
+    }
+    else
+    {
+        request.record = *pointers->ExceptionRecord;
+        request.context = *pointers->ContextRecord;
+        const bool fromSignal = thread != nullptr && pointers == &thread->pointers;
+        request.signal = fromSignal ? thread->signal : SignalOfCode(request.record.ExceptionCode);
+        request.signalCode = fromSignal ? thread->signalCode : 0;
+        if (thread != nullptr && request.record.ExceptionCode == FaultCode::CxxException &&
+            thread->lastThrow.code == FaultCode::CxxException)
+        {
+            const LastThrow& last = thread->lastThrow;
+            Copy(request.exceptionType, last.type);
+            Copy(request.exceptionMessage, last.message);
+            request.throwFrameCount = std::min(last.frameCount, CrashRequest::MaximumFrames);
+            std::copy_n(last.frames, request.throwFrameCount, request.throwFrames);
+        }
+    }
+    Copy(request.dumpFolder, g_place.dumpFolder);
+    Copy(request.applicationName, g_place.applicationName);
+    Copy(request.fullVersion, g_place.fullVersion);
+    request.minidumpType = g_place.minidumpType;
+}
+
+} // namespace Ardo::Kiln::Platform

@@ -1,0 +1,169 @@
+#include "Ardo/Kiln/Platform/FaultDispatch.h"
+
+#include <windows.h>
+
+#include <algorithm>
+#include <array>
+#include <atomic>
+#include <cstddef>
+
+#ifndef _MSC_VER
+#include <excpt.h>
+#endif
+
+namespace Ardo::Kiln::Platform
+{
+
+namespace
+{
+
+struct ThreadFilters
+{
+    std::array<FaultFilter, 8> filters = {}; // the last one is asked first
+    std::size_t count = 0;
+    FaultFilter guard = nullptr;
+    void* word = nullptr;
+};
+
+thread_local ThreadFilters t_thread;
+std::atomic<DWORD> g_firstThread = 0;
+
+/// The system's vectored handlers are the process's; each thread has its own here.
+LONG CALLBACK AskVectoredFilters(EXCEPTION_POINTERS* pointers)
+{
+    for (std::size_t at = t_thread.count; at > 0; --at)
+    {
+        if (t_thread.filters[at - 1](pointers) < FilterResult::ContinueSearch)
+        {
+            return EXCEPTION_CONTINUE_EXECUTION;
+        }
+    }
+    return EXCEPTION_CONTINUE_SEARCH;
+}
+
+#ifdef _MSC_VER
+
+bool CallWithHandler(void (*work)(void*), void* argument, FaultFilter filter)
+{
+    __try
+    {
+        work(argument);
+        return true;
+    }
+    // C++ exceptions pass: a catch block outside deals with them.
+    __except (GetExceptionCode() == 0xE06D7363 ? EXCEPTION_CONTINUE_SEARCH : filter(GetExceptionInformation()))
+    {
+        return false;
+    }
+}
+
+#else
+
+constexpr DWORD GccException = 0x20474343;
+
+long FilterFaults(EXCEPTION_POINTERS* pointers)
+{
+    const DWORD code = pointers->ExceptionRecord->ExceptionCode;
+    return code == GccException || t_thread.guard == nullptr ? EXCEPTION_CONTINUE_SEARCH : t_thread.guard(pointers);
+}
+
+// One such function a file, without destructors: the macros of <excpt.h> put labels around the call.
+bool CallWithHandler(void (*work)(void*), void* argument, FaultFilter /*filter*/)
+{
+    volatile bool ended = false;
+    __try1(FilterFaults)
+    {
+        work(argument);
+        ended = true;
+    }
+    __except1 {}
+    return ended;
+}
+
+#endif
+
+} // namespace
+
+void FaultDispatch::Start() noexcept
+{
+    static const bool started = []
+    {
+        AddVectoredExceptionHandler(1, AskVectoredFilters);
+        g_firstThread = GetCurrentThreadId(); // that of the application object, by its rules
+        return true;
+    }();
+    static_cast<void>(started);
+}
+
+void FaultDispatch::MonitorThread() noexcept
+{
+    Start();
+}
+
+void FaultDispatch::AddVectoredFilter(FaultFilter filter) noexcept
+{
+    if (t_thread.count < t_thread.filters.size())
+    {
+        t_thread.filters[t_thread.count++] = filter;
+    }
+}
+
+void FaultDispatch::RemoveVectoredFilter(FaultFilter filter) noexcept
+{
+    FaultFilter* const begin = t_thread.filters.data();
+    FaultFilter* const end = begin + t_thread.count;
+    FaultFilter* const found = std::find(begin, end, filter);
+    if (found != end)
+    {
+        std::copy(found + 1, end, found);
+        --t_thread.count;
+    }
+}
+
+FaultFilter FaultDispatch::SetUnhandledFilter(FaultFilter filter) noexcept
+{
+    return SetUnhandledExceptionFilter(filter);
+}
+
+bool FaultDispatch::CallGuarded(void (*work)(void*), void* argument, FaultFilter filter)
+{
+    Start();
+    struct Guard
+    {
+        explicit Guard(FaultFilter inner) : outer(t_thread.guard) { t_thread.guard = inner; }
+        ~Guard() { t_thread.guard = outer; }
+        Guard(const Guard&) = delete;
+        Guard& operator=(const Guard&) = delete;
+        FaultFilter outer;
+    };
+    const Guard guard(filter);
+    return CallWithHandler(work, argument, filter);
+}
+
+void*& FaultDispatch::ThreadWord() noexcept
+{
+    return t_thread.word;
+}
+
+std::uint32_t FaultDispatch::ThreadId() noexcept
+{
+    return GetCurrentThreadId();
+}
+
+bool FaultDispatch::FirstThreadIsAtFault() noexcept
+{
+    return GetCurrentThreadId() == g_firstThread; // filters run on the thread at fault
+}
+
+FaultDispatch::PersonIsAsked::PersonIsAsked() noexcept = default;
+
+FaultDispatch::PersonIsAsked::~PersonIsAsked() = default;
+
+bool FaultDispatch::PersonIsAsked::NobodyCanAnswer() noexcept
+{
+    return false;
+}
+
+void FaultDispatch::SetTimeLimit(int /*milliseconds*/) noexcept {}
+
+} // namespace Ardo::Kiln::Platform
