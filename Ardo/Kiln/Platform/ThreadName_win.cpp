@@ -1,0 +1,65 @@
+#include "Ardo/Kiln/Platform/ThreadName.h"
+
+#include <windows.h>
+
+#include <iterator>
+#include <string>
+
+namespace Ardo::Kiln::Platform
+{
+
+namespace
+{
+
+constexpr DWORD SetThreadNameCode = 0x406D1388;
+
+/// What a debugger reads when the exception is raised. Its layout is the debuggers' convention.
+struct ThreadNameRecord
+{
+    DWORD type;       ///< 0x1000
+    const char* name; ///< Ends with NUL.
+    DWORD threadId;
+    DWORD flags; ///< 0
+};
+static_assert(sizeof(ThreadNameRecord) == 3 * sizeof(ULONG_PTR));
+
+HANDLE HandleOf(std::thread::native_handle_type thread)
+{
+#ifdef __MINGW32__
+    return pthread_gethandle(thread); // this compiler's threads are those of a library
+#else
+    return thread;
+#endif
+}
+
+LONG CALLBACK IgnoreThreadName(EXCEPTION_POINTERS* pointers)
+{
+    return pointers->ExceptionRecord->ExceptionCode == SetThreadNameCode ? EXCEPTION_CONTINUE_EXECUTION
+                                                                         : EXCEPTION_CONTINUE_SEARCH;
+}
+
+} // namespace
+
+void SetThreadName(std::thread::native_handle_type thread, std::string_view name) noexcept
+{
+    // A debugger sees the exception before any handler. A vectored handler, because not every compiler has guarded
+    // blocks of code; it goes on where the exception was raised.
+    void* const handler = ::AddVectoredExceptionHandler(1, IgnoreThreadName);
+    if (handler == nullptr)
+    {
+        return; // raised without it, the exception would end the process
+    }
+    try
+    {
+        const std::string text(name);
+        const ThreadNameRecord record{0x1000, text.c_str(), ::GetThreadId(HandleOf(thread)), 0};
+        ::RaiseException(SetThreadNameCode, 0, 3, reinterpret_cast<const ULONG_PTR*>(&record));
+    }
+    catch (const std::bad_alloc&)
+    {
+        // No memory for the name: none is set.
+    }
+    ::RemoveVectoredExceptionHandler(handler);
+}
+
+} // namespace Ardo::Kiln::Platform

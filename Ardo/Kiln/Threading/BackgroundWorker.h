@@ -1,0 +1,154 @@
+#pragma once
+
+#include "Ardo/Kiln/Threading/BackgroundWorkerException.h"
+#include "Ardo/Kiln/Threading/ComInitializationType.h"
+#include "Ardo/Kiln/Threading/ScheduledWork.h"
+#include "Ardo/Kiln/Threading/ScopedScheduledWork.h"
+#include "Ardo/KilnExport.h"
+
+#include <chrono>
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <thread>
+
+namespace Ardo::Kiln::Exception
+{
+class Warning;
+}
+
+namespace Ardo::Kiln::Polling
+{
+class Poller;
+}
+
+namespace Ardo::Kiln::Threading
+{
+
+/// Runs functions one after another, in hand-over order, on a thread of its own.
+///
+/// Lifetime: the constructor starts the thread. The destructor lets the function that runs finish, destroys the others
+/// uncalled and joins; it must not run on the worker's own thread, which ends the process.
+/// A worker also stops, for good, when a function is left by an exception that nobody is there for: the process's
+/// exception handler deals with that (see Exception::Handler).
+/// What a stopped worker does to pending work: nothing. It is never run; posted functions are destroyed with the
+/// worker, and scheduled items stay Scheduled for ever, so that Wait() on one never returns. Cancel such items before,
+/// or hold them in a ScopedScheduledWork, which does. Where exceptions of functions go:
+/// - Call: those derived from std::exception are thrown again in the caller, and the worker goes on;
+/// - Post, Schedule and Every on a worker with a warning handler: an Exception::Warning goes to the handler, on the
+///   worker's thread, and the worker goes on;
+/// - all others stop the worker.
+/// Thread-safety: any thread may call any method, the worker's own included unless the method says otherwise.
+///
+///     BackgroundWorker worker("Exporter");
+///     worker.Post([image] { Export(*image); });      // returns at once
+///     worker.Call([&] { count = CountExported(); }); // returns when it has run, after the export
+class KILN_EXPORT BackgroundWorker
+{
+public:
+    static const std::string DEFAULT_THREAD_NAME; ///< "BackgroundWorker"
+    /// No handler: warnings are exceptions like all others.
+    static const std::function<void(const Exception::Warning&)> NO_WARNING_HANDLER;
+    static const ComInitializationType NO_COM_INITIALIZATION; ///< ComInitializationType::NoInitialization
+
+    /// Starts the thread.
+    /// \param threadName what a debugger calls the thread, in UTF-8. On Linux the first 15 bytes, whole characters.
+    /// \param warningHandler called on the worker's thread; may be empty.
+    /// \param comInitialization done on the thread before its first function; its failure throws
+    /// Exception::ErrorWithCode with the HRESULT there, where nobody catches it: the process ends.
+    /// \throws std::system_error when there is no thread to be had.
+    explicit BackgroundWorker(const std::string& threadName = DEFAULT_THREAD_NAME,
+                              const std::function<void(const Exception::Warning&)>& warningHandler = NO_WARNING_HANDLER,
+                              ComInitializationType comInitialization = NO_COM_INITIALIZATION);
+    virtual ~BackgroundWorker();
+    BackgroundWorker(const BackgroundWorker&) = delete;
+    BackgroundWorker& operator=(const BackgroundWorker&) = delete;
+
+    /// Runs \p function on the worker's thread some time and returns at once.
+    /// \throws BackgroundWorkerException "Background Worker is not running" on a stopped worker.
+    void Post(const std::function<void()>& function);
+
+    /// Runs a copy of \p function on the worker's thread and returns when it has run. No limit of time.
+    /// \throws BackgroundWorkerException "Call from BackgroundWorker thread will deadlock" on the worker's thread, and
+    ///         "Background Worker is not running", within some 100 microseconds, when the worker is or gets stopped:
+    ///         the function is then never run, or no longer waited for.
+    /// \throws whatever the function throws, if derived from std::exception.
+    void Call(const std::function<void()>& function);
+
+    /// Runs \p function on the worker's thread some time, as an item that can be cancelled and waited for.
+    /// \returns its handle, never null.
+    /// \throws BackgroundWorkerException "Background Worker is not running" on a stopped worker.
+    std::unique_ptr<ScheduledWork> Schedule(std::function<void()>&& function);
+
+    /// Runs \p function on the worker's thread one period from now, and again one period after each run has begun.
+    /// \param period in seconds, below some 35.8 minutes: see PeriodicScheduledWork.
+    /// \returns what ends the series when it goes.
+    /// \throws BackgroundWorkerException "Cannot schedule periodic tasks without a thread".
+    virtual ScopedScheduledWork Every(const std::chrono::seconds& period, std::function<void()>&& function);
+
+    /// Returns when everything that was handed over before has run; at once on a stopped worker.
+    /// \throws BackgroundWorkerException on the worker's thread, and when the worker gets stopped, as Call() does.
+    virtual void Wait();
+
+    /// Whether functions are still run: false once the worker is stopped, always true without a thread.
+    bool IsRunning() const;
+
+    /// Whether the caller is the worker's thread; without one, whether it is the thread that constructed the worker.
+    /// \warning Waits for the destructor, which waits for the thread: not for functions that may still run by then.
+    bool IsOnBackgroundThread() const;
+
+    /// The worker's thread; without one, the thread that constructed the worker.
+    std::thread::id GetThreadId();
+
+protected:
+    /// \param spawnThread false for a worker without a thread: its functions run on their callers' threads. Such a
+    /// class overrides Wait() or InternalCall(), which call each other here.
+    BackgroundWorker(bool spawnThread, const std::string& threadName,
+                     const std::function<void(const Exception::Warning&)>& warningHandler,
+                     ComInitializationType comInitialization);
+
+    /// Queues a function for the worker's thread; without a thread, calls it. \throws as Post().
+    virtual void InternalPost(const std::function<void()>& function);
+
+    /// What Call() does.
+    virtual void InternalCall(const std::function<void()>& function);
+
+    /// The life of the thread: runs the queue inside the process's exception handler, and stops it.
+    virtual void ExecuteWork();
+
+    /// Runs the queue until it is stopped, without the exception handler. \throws whatever a function throws.
+    void RunIOContext();
+
+    /// Stops the queue for good. The function that runs finishes, no other begins.
+    void StopIOContext();
+
+    /// Every(), with a finer period.
+    ScopedScheduledWork InternalEvery(const std::chrono::microseconds& period, std::function<void()>&& function);
+
+    /// What the worker was constructed with; may be empty.
+    const std::function<void(const Exception::Warning&)>& WarningHandler() const { return m_warningHandler; }
+
+private:
+    friend class Polling::Poller; // polls in milliseconds, by InternalEvery()
+
+    class IoContext;
+    struct PendingCall;
+
+    void CheckBackgroundWorkerThread() const;
+    void SpawnBackgroundThread();
+    void StopAll();
+    void SetThreadNameInVS(const std::string& name);
+
+    /// \p function with the warning handler around it, if there is one.
+    std::function<void()> HandleWarningsOf(std::function<void()> function) const;
+
+    std::function<void(const Exception::Warning&)> m_warningHandler;
+    std::unique_ptr<IoContext> m_context;
+    std::thread::id m_threadId;            ///< Guarded by m_mutex, but in GetThreadId().
+    std::unique_ptr<std::thread> m_thread; ///< Guarded by m_mutex; null without a thread, and once it is joined.
+    mutable std::mutex m_mutex;
+    ComInitializationType m_comInitialization;
+};
+
+} // namespace Ardo::Kiln::Threading

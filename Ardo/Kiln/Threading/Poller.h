@@ -1,0 +1,46 @@
+#pragma once
+
+#include "Ardo/Kiln/Threading/IPoller.h"
+#include "Ardo/Kiln/Threading/ScopedScheduledWork.h"
+#include "Ardo/KilnExport.h"
+
+#include <chrono>
+#include <functional>
+
+namespace Ardo::Kiln::Threading
+{
+class BackgroundWorker;
+}
+
+namespace Ardo::Kiln::Polling
+{
+
+/// Calls a function on a worker's thread in regular intervals, the first time after one interval.
+///
+/// The destructor ends the series and waits for the call in progress. A worker that stops calls no more.
+/// Thread-safety: any thread may enable and disable, the polled function only disable.
+///
+///     Poller poller(worker, std::chrono::milliseconds(250));
+///     poller.Enable([this] { ReadStagePosition(); });
+class KILN_EXPORT Poller : public IPoller
+{
+public:
+    /// Does not poll yet. \param worker must outlive this. \param interval see PeriodicScheduledWork for its limit.
+    Poller(Threading::BackgroundWorker& worker, const std::chrono::milliseconds& interval);
+    ~Poller() override;
+    Poller(const Poller&) = delete;
+    Poller& operator=(const Poller&) = delete;
+
+    /// Starts calling \p function; the call of the one before that is in progress finishes, and no other begins.
+    /// \throws Threading::BackgroundWorkerException "Cannot schedule periodic tasks without a thread".
+    void Enable(std::function<void()>&& function) override;
+
+    void Disable() override;
+
+private:
+    Threading::BackgroundWorker& m_worker;
+    std::chrono::milliseconds m_interval;
+    Threading::ScopedScheduledWork m_periodic;
+};
+
+} // namespace Ardo::Kiln::Polling

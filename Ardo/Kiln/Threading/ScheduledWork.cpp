@@ -1,0 +1,26 @@
+#include "Ardo/Kiln/Threading/ScheduledWork.h"
+
+#include "Ardo/Kiln/Threading/WorkBase.h"
+
+#include <utility>
+
+namespace Ardo::Kiln::Threading
+{
+
+ScheduledWork::ScheduledWork() = default;
+ScheduledWork::ScheduledWork(std::shared_ptr<WorkBase> work) : m_work(std::move(work)) {}
+ScheduledWork::~ScheduledWork() = default;
+ScheduledWork::ScheduledWork(ScheduledWork&& other) noexcept = default;
+ScheduledWork& ScheduledWork::operator=(ScheduledWork&& other) noexcept = default;
+
+bool ScheduledWork::Cancel()
+{
+    return !m_work || m_work->Cancel();
+}
+
+bool ScheduledWork::Wait()
+{
+    return !m_work || m_work->Wait();
+}
+
+} // namespace Ardo::Kiln::Threading

@@ -1,0 +1,39 @@
+#pragma once
+
+#include "Ardo/Kiln/Threading/WorkBase.h"
+#include "Ardo/KilnExport.h"
+
+#include <functional>
+
+namespace Ardo::Kiln::Threading
+{
+
+/// Work that is done once. What its function holds is released as soon as it is done or cancelled.
+///
+/// Any thread may call any method. A worker that stops leaves it Scheduled; see WorkBase.
+class KILN_EXPORT Work : public WorkBase
+{
+public:
+    /// \copydoc WorkBase::WorkBase
+    explicit Work(std::function<void()>&& function);
+    ~Work() override;
+
+    /// Cancels the item if it has not begun; what its function holds is destroyed before this returns, with the item
+    /// locked: a destructor among it must not use the item.
+    /// \returns whether the item is cancelled, now or since earlier; false for one that runs or is done.
+    bool Cancel() override;
+
+    /// Waits until the item is done or cancelled. \returns whether its function ran and returned.
+    bool Wait() override;
+
+    /// Runs the function unless the item has begun or was cancelled, and releases it.
+    /// \throws whatever the function throws, once the item is Failed; std::bad_function_call for an empty one.
+    void operator()() override;
+
+private:
+    void Succeed() override;
+    void Fail() override;
+    void Finish(WorkState state);
+};
+
+} // namespace Ardo::Kiln::Threading

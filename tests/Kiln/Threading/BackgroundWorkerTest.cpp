@@ -1,0 +1,234 @@
+#include "Ardo/Kiln/Threading/BackgroundWorker.h"
+
+#include "Ardo/Kiln/Exception/Warning.h"
+#include "Ardo/Kiln/Platform/ComApartment.h"
+#include "Ardo/Kiln/Platform/ThreadName.h"
+#include "tests/Kiln/Threading/Gate.h"
+#include "tests/Support/Process.h"
+
+#include <gmock/gmock.h>
+
+#include <latch>
+#include <thread>
+
+namespace Ardo::Kiln::Threading
+{
+
+using Platform::ComApartment;
+using ::testing::ElementsAre;
+
+namespace
+{
+
+const auto Fail = [] { throw std::runtime_error("failed"); };
+const auto Warn = [] { throw Exception::Warning("low"); };
+
+} // namespace
+
+TEST(BackgroundWorkerTest, RunsWhatEachHandOverBringsInOneOrderOnItsOwnThread)
+{
+    std::vector<int> order;
+    BackgroundWorker worker;
+    EXPECT_TRUE(worker.IsRunning());
+    EXPECT_FALSE(worker.IsOnBackgroundThread());
+    Gate gate;
+    gate.Occupy(worker);
+    worker.Post(
+        [&]
+        {
+            order.push_back(1);
+            worker.Post([&] { order.push_back(4); }); // from the worker's thread: after what is queued already
+        });
+    const auto scheduled = worker.Schedule([&] { order.push_back(2); });
+    std::thread opener([&] { gate.Open(); });
+    worker.Call(
+        [&]
+        {
+            order.push_back(3);
+            EXPECT_TRUE(worker.IsOnBackgroundThread());
+            EXPECT_EQ(std::this_thread::get_id(), worker.GetThreadId());
+        });
+    worker.Wait();
+    opener.join();
+    EXPECT_THAT(order, ElementsAre(1, 2, 3, 4));
+}
+
+TEST(BackgroundWorkerTest, RefusesToWaitForItself)
+{
+    bool ran = false;
+    std::string call;
+    std::string wait;
+    BackgroundWorker worker;
+    worker.Call(
+        [&]
+        {
+            call = Refusal([&] { worker.Call([&] { ran = true; }); });
+            wait = Refusal([&] { worker.Wait(); });
+        });
+    worker.Wait();
+    EXPECT_EQ(call, Deadlock);
+    EXPECT_EQ(wait, Deadlock);
+    EXPECT_FALSE(ran);
+}
+
+TEST(BackgroundWorkerTest, CallBringsExceptionsBackAndReleasesWhatTheFunctionHolds)
+{
+    const auto held = std::make_shared<int>();
+    std::vector<std::string> warnings;
+    BackgroundWorker worker("", [&](const Exception::Warning& warning) { warnings.emplace_back(warning.what()); });
+    EXPECT_THROW(worker.Call(std::function<void()>()), std::bad_function_call);
+    EXPECT_THROW(worker.Call(Warn), Exception::Warning); // the handler is for those who do not wait
+    try
+    {
+        worker.Call([held] { Fail(); });
+        ADD_FAILURE();
+    }
+    catch (const std::runtime_error& error)
+    {
+        EXPECT_STREQ(error.what(), "failed");
+    }
+    EXPECT_EQ(held.use_count(), 1);
+    EXPECT_TRUE(worker.IsRunning());
+    EXPECT_TRUE(warnings.empty());
+}
+
+TEST(BackgroundWorkerTest, WarningsGoToTheHandlerOnTheWorkersThread)
+{
+    std::vector<std::string> warnings;
+    BackgroundWorker* itself = nullptr;
+    const auto handler = [&](const Exception::Warning& warning)
+    { warnings.emplace_back(itself->IsOnBackgroundThread() ? warning.what() : "elsewhere"); };
+    BackgroundWorker worker(BackgroundWorker::DEFAULT_THREAD_NAME, handler);
+    itself = &worker;
+    worker.Post(Warn);
+    const auto scheduled = worker.Schedule(Warn);
+    EXPECT_FALSE(scheduled->Wait());
+    EXPECT_FALSE(scheduled->Cancel());
+    worker.Call([] {});
+    EXPECT_THAT(warnings, ElementsAre("low", "low"));
+}
+
+TEST(BackgroundWorkerTest, AnItemIsCancelledOnlyBeforeItBegins)
+{
+    const auto held = std::make_shared<int>();
+    bool ran = false;
+    Gate gate;
+    BackgroundWorker worker;
+    const auto running = worker.Schedule([&, held] { gate.Pass(); });
+    gate.entered.get_future().wait();
+    const auto waiting = worker.Schedule([&, held] { ran = true; });
+    EXPECT_TRUE(waiting->Cancel());
+    EXPECT_EQ(held.use_count(), 2) << "a cancelled item keeps nothing";
+    EXPECT_TRUE(waiting->Cancel());
+    EXPECT_FALSE(waiting->Wait());
+    EXPECT_FALSE(running->Cancel());
+    gate.Open();
+    EXPECT_TRUE(running->Wait());
+    EXPECT_EQ(held.use_count(), 1) << "an item that is done keeps nothing, though its handle is there";
+    EXPECT_FALSE(running->Cancel());
+    worker.Wait();
+    EXPECT_FALSE(ran);
+
+    ScheduledWork none;
+    EXPECT_TRUE(none.Cancel());
+    EXPECT_TRUE(none.Wait());
+    ScheduledWork moved(std::move(*running));
+    EXPECT_FALSE(moved.Cancel());
+    EXPECT_TRUE(running->Cancel()); // holds nothing any more
+    none = std::move(moved);
+    EXPECT_FALSE(none.Cancel());
+}
+
+TEST(BackgroundWorkerTest, TheDestructorFinishesWhatRunsAndDestroysWhatWaits)
+{
+    const auto held = std::make_shared<int>();
+    std::vector<int> ran;
+    std::unique_ptr<ScheduledWork> left;
+    std::unique_ptr<ScheduledWork> running;
+    std::thread opener;
+    {
+        Gate gate;
+        BackgroundWorker worker;
+        running = worker.Schedule(
+            [&]
+            {
+                gate.Pass();
+                while (worker.IsRunning()) // until the destructor has begun
+                {
+                    std::this_thread::yield();
+                }
+                ran.push_back(1);
+                EXPECT_EQ(Refusal([&] { worker.Post([] {}); }), NotRunning);
+            });
+        gate.entered.get_future().wait();
+        worker.Post([&, held] { ran.push_back(2); });
+        left = worker.Schedule([&, held] { ran.push_back(3); });
+        gate.Open();
+    }
+    EXPECT_THAT(ran, ElementsAre(1));
+    EXPECT_TRUE(running->Wait());
+    EXPECT_EQ(held.use_count(), 2) << "only the item, whose handle is there, keeps its function";
+    EXPECT_TRUE(left->Cancel()) << "it had stayed Scheduled";
+    EXPECT_EQ(held.use_count(), 1);
+    EXPECT_FALSE(left->Wait());
+}
+
+TEST(BackgroundWorkerTest, EntersTheApartmentAskedForAndTakesTheName)
+{
+    const std::tuple<int, ComApartment> apartments[] = {{0, ComApartment::None},
+                                                        {1, ComApartment::ApartmentThreaded},
+                                                        {2, ComApartment::MultiThreaded},
+                                                        {77, ComApartment::MultiThreaded},
+                                                        {-1, ComApartment::MultiThreaded}};
+    for (const auto& [type, expected] : apartments)
+    {
+        ComApartment apartment{};
+        BackgroundWorker worker("", {}, static_cast<ComInitializationType>(type));
+        worker.Call([&] { apartment = Platform::CurrentComApartment(); });
+        EXPECT_EQ(apartment, expected) << type;
+    }
+    EXPECT_EQ(Platform::EnterComApartment(ComApartment::MultiThreaded), 0);
+    EXPECT_EQ(Platform::EnterComApartment(ComApartment::MultiThreaded), 1);
+    EXPECT_EQ(static_cast<std::uint32_t>(Platform::EnterComApartment(ComApartment::ApartmentThreaded)), 0x80010106);
+    Platform::LeaveComApartment();
+    Platform::LeaveComApartment();
+    EXPECT_EQ(Platform::CurrentComApartment(), ComApartment::None);
+
+    const std::tuple<std::string, std::string> names[] = {
+        {"Exporter", "Exporter"},
+        {BackgroundWorker::DEFAULT_THREAD_NAME, "BackgroundWorke"},
+        {"12345678901234\u00e9x", "12345678901234"},
+        {"1234567890123\u00e9", "1234567890123\u00e9"},
+        {"1234567890123\u4f4e", "1234567890123"},
+        {"\x80\x80\x80\x80\x80\x80\x80\x80\x80\x80\x80\x80\x80\x80\x80\x80", ""}};
+    for (const auto& [name, expected] : names)
+    {
+        std::string shown;
+        BackgroundWorker worker(name);
+        worker.Call([&] { shown = Support::ReadFile("/proc/thread-self/comm"); });
+        EXPECT_EQ(shown, expected + "\n") << name;
+    }
+}
+
+TEST(BackgroundWorkerTest, WithoutAThreadFunctionsRunAtOnce)
+{
+    struct Direct : BackgroundWorker
+    {
+        Direct() : BackgroundWorker(false, "", NO_WARNING_HANDLER, NO_COM_INITIALIZATION) {}
+        void Wait() override { ++waits; }
+        int waits = 0;
+    } worker;
+    int ran = 0;
+    worker.Post([&] { ++ran; });
+    EXPECT_EQ(ran, 1);
+    EXPECT_TRUE(worker.Schedule([&] { ++ran; })->Wait());
+    worker.Call([&] { ran += worker.waits; }); // waits first
+    EXPECT_EQ(ran, 3);
+    EXPECT_TRUE(worker.IsRunning());
+    EXPECT_TRUE(worker.IsOnBackgroundThread());
+    EXPECT_EQ(worker.GetThreadId(), std::this_thread::get_id());
+    EXPECT_EQ(Refusal([&] { worker.Every(std::chrono::seconds(1), [] {}); }),
+              "Cannot schedule periodic tasks without a thread");
+}
+
+} // namespace Ardo::Kiln::Threading
