@@ -1,0 +1,53 @@
+#include "Ardo/Kiln/Platform/CrashRequestCopy_linux.h"
+
+#include "Ardo/Kiln/Platform/CrashRequest.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstddef>
+
+#include <sys/uio.h>
+
+namespace Ardo::Kiln::Platform
+{
+
+int FetchCrashRequest(std::int32_t process, std::uint64_t address, CrashRequest& request) noexcept
+{
+    const iovec local{&request, sizeof request};
+    const iovec remote{reinterpret_cast<void*>(address), sizeof request};
+    const ssize_t got = ::process_vm_readv(process, &local, 1, &remote, 1, 0);
+    if (got == -1)
+    {
+        return errno;
+    }
+    if (got != sizeof request || request.size != sizeof request || request.processId != process)
+    {
+        return EPROTO;
+    }
+    // Nobody checks them again.
+    for (char* const last : {std::end(request.exceptionType), std::end(request.exceptionMessage),
+                             std::end(request.dumpFolder), std::end(request.applicationName),
+                             std::end(request.fullVersion)})
+    {
+        last[-1] = '\0';
+    }
+    request.throwFrameCount = std::min(request.throwFrameCount, CrashRequest::MaximumFrames);
+    return 0;
+}
+
+int AnswerCrashRequest(std::int32_t process, std::uint64_t address, const CrashRequest& request) noexcept
+{
+    // `done` goes last: with it the other answers are valid.
+    constexpr std::size_t begin = offsetof(CrashRequest, done);
+    constexpr std::size_t behindDone = begin + sizeof request.done;
+    const auto copy = [&](std::size_t first, std::size_t last)
+    {
+        const iovec local{const_cast<char*>(reinterpret_cast<const char*>(&request)) + first, last - first};
+        const iovec remote{reinterpret_cast<void*>(address + first), last - first};
+        return ::process_vm_writev(process, &local, 1, &remote, 1, 0) == static_cast<ssize_t>(last - first);
+    };
+    const std::size_t end = offsetof(CrashRequest, text) + std::min<std::size_t>(request.textLength, sizeof request.text);
+    return copy(behindDone, end) && copy(begin, behindDone) ? 0 : errno;
+}
+
+} // namespace Ardo::Kiln::Platform
