@@ -4,12 +4,10 @@
 #include "Ardo/Kiln/Platform/CrashRequest.h"
 #include "Ardo/Kiln/Platform/CrashRequestCopy_linux.h"
 #include "Ardo/Kiln/Platform/MinidumpWriter_linux.h"
-#include "Ardo/Kiln/Platform/StandardError.h"
 
 #include <charconv>
+#include <cstdio>
 #include <cstring>
-#include <memory>
-#include <new>
 
 namespace
 {
@@ -35,8 +33,11 @@ void CarryOut(CrashRequest& request)
     if ((request.tasks & CrashRequest::WriteDump) != 0)
     {
         const int error = Platform::WriteMinidumpFile(DumpDescriptor, request);
-        request.done |= error == 0 ? CrashRequest::WriteDump : 0;
         request.systemError = error;
+        if (error == 0)
+        {
+            request.done |= CrashRequest::WriteDump;
+        }
     }
 }
 
@@ -49,12 +50,12 @@ int main(int argc, char* argv[])
     std::uint64_t address = 0;
     if (argc != 3 || !Parse(argv[1], process) || !Parse(argv[2], address))
     {
-        Platform::WriteStandardError(
-            "kiln-crash-writer " KILN_VERSION "\n"
-            "Writes the crash report and the minidump of a process that has faulted, on this machine only.\n"
-            "The library Common starts it by itself with\n"
-            "    kiln-crash-writer PROCESS ADDRESS\n"
-            "where a request lies at ADDRESS of PROCESS. It is of no use to start it by hand.\n");
+        std::fputs("kiln-crash-writer " KILN_VERSION "\n"
+                   "Writes the crash report and the minidump of a process that has faulted, on this machine only.\n"
+                   "The library Common starts it by itself with\n"
+                   "    kiln-crash-writer PROCESS ADDRESS\n"
+                   "where a request lies at ADDRESS of PROCESS. It is of no use to start it by hand.\n",
+                   stderr);
         return argc == 2 && std::strcmp(argv[1], "--help") == 0 ? 0 : 2;
     }
     static CrashRequest g_request;

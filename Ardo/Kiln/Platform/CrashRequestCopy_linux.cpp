@@ -25,12 +25,9 @@ int FetchCrashRequest(std::int32_t process, std::uint64_t address, CrashRequest&
         return EPROTO;
     }
     // Nobody checks them again.
-    for (char* const last : {std::end(request.exceptionType), std::end(request.exceptionMessage),
-                             std::end(request.dumpFolder), std::end(request.applicationName),
-                             std::end(request.fullVersion)})
-    {
-        last[-1] = '\0';
-    }
+    const auto terminate = [](auto&... texts) { ((texts[sizeof texts - 1] = '\0'), ...); };
+    terminate(request.exceptionType, request.exceptionMessage, request.dumpFolder, request.applicationName,
+              request.fullVersion);
     request.throwFrameCount = std::min(request.throwFrameCount, CrashRequest::MaximumFrames);
     return 0;
 }
@@ -46,7 +43,8 @@ int AnswerCrashRequest(std::int32_t process, std::uint64_t address, const CrashR
         const iovec remote{reinterpret_cast<void*>(address + first), last - first};
         return ::process_vm_writev(process, &local, 1, &remote, 1, 0) == static_cast<ssize_t>(last - first);
     };
-    const std::size_t end = offsetof(CrashRequest, text) + std::min<std::size_t>(request.textLength, sizeof request.text);
+    const std::size_t end =
+        offsetof(CrashRequest, text) + std::min<std::size_t>(request.textLength, sizeof request.text);
     return copy(behindDone, end) && copy(begin, behindDone) ? 0 : errno;
 }
 

@@ -24,9 +24,9 @@
 #include <unistd.h>
 
 // Two processes are started, because of SIGCHLD: the kernel sends it to the parent of every process that has called
-// execve(), and the application may have a handler for it. So a keeper that never calls execve() is the writer's parent.
-// It shares the memory of this process, which costs nothing to make, ends the writer when it takes too long, and its own
-// end sends no signal. Whatever runs in it uses SystemCall: errno is that of the thread that waits for it.
+// execve(), and the application may have a handler for it. So a keeper that never calls execve() is the writer's
+// parent. It shares the memory of this process, which costs nothing to make, ends the writer when it takes too long,
+// and its own end sends no signal. Whatever runs in it uses SystemCall: errno is that of the thread that waits for it.
 
 namespace Ardo::Kiln::Platform
 {
@@ -34,9 +34,9 @@ namespace Ardo::Kiln::Platform
 namespace
 {
 
-constexpr std::size_t StackSize = 32768;  // of the keeper, and the same for the writer until execve()
-constexpr int WriterDescriptor = 3;       // where the writer finds the file for the dump
-constexpr std::size_t SignalSetSize = 8;  // of the kernel
+constexpr std::size_t StackSize = 32768; // of the keeper, and the same for the writer until execve()
+constexpr int WriterDescriptor = 3;      // where the writer finds the file for the dump
+constexpr std::size_t SignalSetSize = 8; // of the kernel
 constexpr std::uint64_t AllSignals = ~std::uint64_t{0};
 
 /// What the keeper and the writer need. Prepared at start-up, then filled under the lock.
@@ -151,7 +151,8 @@ bool PrepareOnce() noexcept
 
 std::uint64_t Self() noexcept
 {
-    return static_cast<std::uint64_t>(SystemCall(SYS_getpid)) << 32 | static_cast<std::uint64_t>(SystemCall(SYS_gettid));
+    return static_cast<std::uint64_t>(SystemCall(SYS_getpid)) << 32 |
+           static_cast<std::uint64_t>(SystemCall(SYS_gettid));
 }
 
 void Sleep(int milliseconds) noexcept
@@ -237,7 +238,8 @@ int Keep(void* /*unused*/)
         SystemCall(SYS_rt_sigaction, signal, Word(&byDefault), 0, SignalSetSize);
     }
     LeaveOnlyStandardStreams(g_launch.descriptor);
-    const int writer = ::clone(BecomeWriter, g_launch.stacks + 2 * StackSize, CLONE_VM | CLONE_VFORK | SIGCHLD, nullptr);
+    const int writer =
+        ::clone(BecomeWriter, g_launch.stacks + 2 * StackSize, CLONE_VM | CLONE_VFORK | SIGCHLD, nullptr);
     if (writer < 0)
     {
         return EAGAIN;

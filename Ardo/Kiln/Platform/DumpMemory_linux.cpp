@@ -94,9 +94,9 @@ bool DumpMemory::FollowThread(const ProcessImage& image, std::size_t thread) noe
 {
     m_blocksOfThread = 0;
     const CONTEXT& context = image.Threads()[thread].context;
-    for (const std::uint64_t pointer : {context.Rax, context.Rcx, context.Rdx, context.Rbx, context.Rbp, context.Rsi,
-                                        context.Rdi, context.R8, context.R9, context.R10, context.R11, context.R12,
-                                        context.R13, context.R14, context.R15})
+    for (const std::uint64_t pointer :
+         {context.Rax, context.Rcx, context.Rdx, context.Rbx, context.Rbp, context.Rsi, context.Rdi, context.R8,
+          context.R9, context.R10, context.R11, context.R12, context.R13, context.R14, context.R15})
     {
         if (!FollowPointer(image, pointer))
         {

@@ -36,7 +36,8 @@ private:
     bool AddStack(const ProcessImage& image, const ThreadImage& thread) noexcept;
     bool FollowThread(const ProcessImage& image, std::size_t thread) noexcept;
     bool FollowPointer(const ProcessImage& image, std::uint64_t pointer) noexcept;
-    bool AddAround(const ProcessImage& image, std::uint64_t address, std::uint64_t before, std::uint64_t behind) noexcept;
+    bool AddAround(const ProcessImage& image, std::uint64_t address, std::uint64_t before,
+                   std::uint64_t behind) noexcept;
     void SortAndMerge() noexcept;
 
     MappedArray<DumpedRange> m_ranges;

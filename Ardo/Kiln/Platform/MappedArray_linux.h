@@ -71,9 +71,9 @@ private:
     {
         constexpr std::size_t page = 4096;
         const std::size_t bytes = (std::max(needed, m_bytes * 2) + page - 1) / page * page;
-        void* const grown = m_data == nullptr ? ::mmap(nullptr, bytes, PROT_READ | PROT_WRITE,
-                                                       MAP_PRIVATE | MAP_ANONYMOUS, -1, 0)
-                                              : ::mremap(m_data, m_bytes, bytes, MREMAP_MAYMOVE);
+        void* const grown = m_data == nullptr
+                                ? ::mmap(nullptr, bytes, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0)
+                                : ::mremap(m_data, m_bytes, bytes, MREMAP_MAYMOVE);
         if (grown == MAP_FAILED)
         {
             return false;

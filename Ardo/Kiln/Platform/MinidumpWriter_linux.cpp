@@ -229,9 +229,9 @@ Format::Location Writer::LocationOf(const DumpedRange& stack) noexcept
     {
         return {};
     }
-    const auto* const range = std::upper_bound(m_memory.Ranges().begin(), m_memory.Ranges().end(), stack.start,
-                                               [](std::uint64_t address, const DumpedRange& candidate)
-                                               { return address < candidate.end; });
+    const auto* const range =
+        std::upper_bound(m_memory.Ranges().begin(), m_memory.Ranges().end(), stack.start,
+                         [](std::uint64_t address, const DumpedRange& candidate) { return address < candidate.end; });
     return {static_cast<std::uint32_t>(stack.end - stack.start),
             range->position + static_cast<std::uint32_t>(stack.start - range->start)};
 }
@@ -313,7 +313,8 @@ void Writer::WriteModules() noexcept
         record.version.structureVersion = Format::FileVersionStructure;
         if (module.buildIdLength != 0)
         {
-            record.codeView = {static_cast<std::uint32_t>(sizeof Format::BuildIdSignature) + module.buildIdLength, Here()};
+            record.codeView = {static_cast<std::uint32_t>(sizeof Format::BuildIdSignature) + module.buildIdLength,
+                               Here()};
             Append(Format::BuildIdSignature);
             m_file.Append(module.buildId, module.buildIdLength);
         }
@@ -463,7 +464,8 @@ void Writer::WriteMemoryInfo() noexcept
         Format::MemoryInfo record{};
         record.base = mapping.start;
         record.allocationBase = mapping.start;
-        record.protection = protections[(mapping.readable ? 4 : 0) | (mapping.writable ? 2 : 0) | (mapping.executable ? 1 : 0)];
+        record.protection =
+            protections[(mapping.readable ? 4 : 0) | (mapping.writable ? 2 : 0) | (mapping.executable ? 1 : 0)];
         record.allocationProtection = record.protection;
         record.size = mapping.end - mapping.start;
         record.state = Format::MemoryCommitted;
@@ -522,7 +524,7 @@ void Writer::WriteWholeMappings() noexcept
     Format::Memory64ListHead head{};
     for (const Mapping& mapping : m_image.Mappings())
     {
-        head.count += GoesWhole(mapping) ? 1 : 0;
+        head.count += static_cast<std::uint64_t>(GoesWhole(mapping));
     }
     if (head.count == 0)
     {
@@ -542,8 +544,7 @@ void Writer::WriteWholeMappings() noexcept
     }
     EndStream(Format::StreamType::Memory64List, start);
     m_file.AppendHole(head.position - m_file.Position());
-    const ScopedDescriptor pageMap(
-        ::open(ProcPath(m_request.processId, 0, "pagemap").Text(), O_RDONLY | O_CLOEXEC));
+    const ScopedDescriptor pageMap(::open(ProcPath(m_request.processId, 0, "pagemap").Text(), O_RDONLY | O_CLOEXEC));
     for (const Mapping& mapping : m_image.Mappings())
     {
         if (GoesWhole(mapping))
@@ -571,7 +572,8 @@ void Writer::AppendMapping(const Mapping& mapping, int pageMap) noexcept
         const bool known = got > 0 && static_cast<std::size_t>(got) == count * sizeof pages[0];
         constexpr std::uint64_t presentOrSwapped = 3ull << 62;
         const auto isEmpty = [](std::uint64_t page) { return (page & presentOrSwapped) == 0; };
-        const std::uint64_t size = std::min<std::uint64_t>(sizeof pages / sizeof pages[0] * pageSize, mapping.end - address);
+        const std::uint64_t size =
+            std::min<std::uint64_t>(sizeof pages / sizeof pages[0] * pageSize, mapping.end - address);
         if (known && std::all_of(pages, pages + count, isEmpty))
         {
             m_file.AppendHole(size);

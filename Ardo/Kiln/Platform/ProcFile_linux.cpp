@@ -51,7 +51,8 @@ void ProcPath::Append(std::string_view text) noexcept
 
 void ProcPath::Append(std::int32_t number) noexcept
 {
-    m_length = static_cast<std::size_t>(std::to_chars(m_text + m_length, m_text + sizeof m_text - 1, number).ptr - m_text);
+    m_length =
+        static_cast<std::size_t>(std::to_chars(m_text + m_length, m_text + sizeof m_text - 1, number).ptr - m_text);
 }
 
 int ReadWholeFile(const char* path, MappedArray<char>& text, std::size_t limit) noexcept

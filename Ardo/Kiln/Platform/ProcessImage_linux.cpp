@@ -106,15 +106,17 @@ void ProcessImage::MarkExcluded() noexcept
         const std::string_view line = TakeUntil(rest, '\n');
         if (line.starts_with("VmFlags:"))
         {
-            const bool excluded = line.find(" dd") != std::string_view::npos || line.find(" io") != std::string_view::npos;
+            const bool excluded =
+                line.find(" dd") != std::string_view::npos || line.find(" io") != std::string_view::npos;
             current->excluded = current->excluded || excluded;
         }
         else if (!line.empty() && (line[0] < 'A' || line[0] > 'Z')) // the head of a mapping; addresses are lower-case
         {
             std::string_view head = line;
             const std::uint64_t start = TakeNumber(head, 16);
-            current = std::lower_bound(m_mappings.begin(), m_mappings.end(), start,
-                                       [](const Mapping& mapping, std::uint64_t value) { return mapping.start < value; });
+            current =
+                std::lower_bound(m_mappings.begin(), m_mappings.end(), start,
+                                 [](const Mapping& mapping, std::uint64_t value) { return mapping.start < value; });
             if (current == m_mappings.end())
             {
                 return;
@@ -156,7 +158,8 @@ bool ProcessImage::DescribeModule(std::size_t first, Module& module) const noexc
     // is only looked at.
     bool executable = false;
     std::uint64_t end = mapping.end;
-    for (std::size_t i = first; i < m_mappings.Size() && (m_mappings[i].inode == 0 || NameOf(m_mappings[i]) == name); ++i)
+    for (std::size_t i = first; i < m_mappings.Size() && (m_mappings[i].inode == 0 || NameOf(m_mappings[i]) == name);
+         ++i)
     {
         if (m_mappings[i].inode == mapping.inode && m_mappings[i].device == mapping.device &&
             NameOf(m_mappings[i]) == name)
@@ -229,7 +232,8 @@ void ProcessImage::ReadBuildId(std::uint64_t address, std::uint64_t size, Module
         }
         if (note.n_type == NT_GNU_BUILD_ID && rest.substr(sizeof note, note.n_namesz) == std::string_view("GNU", 4))
         {
-            module.buildIdLength = static_cast<std::uint32_t>(std::min<std::size_t>(note.n_descsz, Module::MaximumBuildId));
+            module.buildIdLength =
+                static_cast<std::uint32_t>(std::min<std::size_t>(note.n_descsz, Module::MaximumBuildId));
             std::memcpy(module.buildId, rest.data() + nameEnd, module.buildIdLength);
             return;
         }
@@ -247,8 +251,9 @@ void ProcessImage::PutProgramFirst() noexcept
         std::memcpy(&entry, rest.data(), sizeof entry);
         if (entry.a_type == AT_ENTRY)
         {
-            const auto program = std::find_if(m_modules.begin(), m_modules.end(), [&entry](const Module& module)
-                                              { return entry.a_un.a_val - module.base < module.size; });
+            const auto program =
+                std::find_if(m_modules.begin(), m_modules.end(),
+                             [&entry](const Module& module) { return entry.a_un.a_val - module.base < module.size; });
             if (program != m_modules.end())
             {
                 std::rotate(m_modules.begin(), program, program + 1);

@@ -22,8 +22,8 @@ struct Mapping
     bool writable;
     bool executable;
     bool isPrivate;
-    bool excluded;         ///< The program asked the kernel to leave it out of dumps, or reading it does something.
-    std::uint32_t nameAt;  ///< Where its name stands in ProcessImage::MapsText().
+    bool excluded;        ///< The program asked the kernel to leave it out of dumps, or reading it does something.
+    std::uint32_t nameAt; ///< Where its name stands in ProcessImage::MapsText().
     std::uint32_t nameLength;
 };
 

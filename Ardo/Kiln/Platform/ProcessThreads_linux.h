@@ -51,8 +51,8 @@ private:
     MappedArray<Hold> m_holds;
 };
 
-/// Adds the threads of \p process as they run: of those that wait in the kernel stack and instruction pointer are known.
-/// The process may be the own one. \returns 0 or the error number.
+/// Adds the threads of \p process as they run: of those that wait in the kernel stack and instruction pointer are
+/// known. The process may be the own one. \returns 0 or the error number.
 int ReadRunningThreads(std::int32_t process, MappedArray<ThreadImage>& threads) noexcept;
 
 } // namespace Ardo::Kiln::Platform

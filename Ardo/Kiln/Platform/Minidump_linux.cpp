@@ -1,0 +1,79 @@
+#include "Ardo/Kiln/Platform/Minidump.h"
+
+#include "Ardo/Kiln/Platform/CrashRequest.h"
+#include "Ardo/Kiln/Platform/CrashWriterProcess.h"
+#include "Ardo/Kiln/Platform/MinidumpWriter_linux.h"
+
+#include <cerrno>
+#include <new>
+
+#include <sys/mman.h>
+
+namespace Ardo::Kiln::Platform
+{
+
+namespace
+{
+
+// A full dump of a large process on a slow disk takes its time, and there is always the user who can end the process.
+constexpr int SmallDumpMilliseconds = 30'000;
+constexpr int FullDumpMilliseconds = 600'000;
+
+// The request is too large for the stack of a signal handler.
+class RequestMemory
+{
+public:
+    RequestMemory() noexcept
+        : m_memory(::mmap(nullptr, sizeof(CrashRequest), PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0))
+    {
+    }
+    ~RequestMemory()
+    {
+        if (m_memory != MAP_FAILED)
+        {
+            ::munmap(m_memory, sizeof(CrashRequest));
+        }
+    }
+    RequestMemory(const RequestMemory&) = delete;
+    RequestMemory& operator=(const RequestMemory&) = delete;
+
+    /// Null if there is no memory. Once only.
+    CrashRequest* Make() noexcept { return m_memory == MAP_FAILED ? nullptr : new (m_memory) CrashRequest; }
+
+private:
+    void* m_memory;
+};
+
+std::uint32_t Write(int descriptor, CrashRequest& request, const EXCEPTION_POINTERS* pointers,
+                    MINIDUMP_TYPE type) noexcept
+{
+    CrashWriterProcess::Prepare();
+    DescribeFault(pointers, request);
+    request.tasks = CrashRequest::WriteDump;
+    request.minidumpType = type;
+    const bool isFull = (type & MiniDumpWithFullMemory) != 0;
+    if (CrashWriterProcess::Run(request, descriptor, isFull ? FullDumpMilliseconds : SmallDumpMilliseconds))
+    {
+        return 0;
+    }
+    // What ends the writing outside, such as a full disk, ends it here as well; then this costs a moment.
+    return static_cast<std::uint32_t>(WriteMinidumpFile(descriptor, request));
+}
+
+} // namespace
+
+std::uint32_t WriteMinidump(void* file, EXCEPTION_POINTERS* pointers, MINIDUMP_TYPE type) noexcept
+{
+    const int savedErrno = errno;
+    RequestMemory memory;
+    CrashRequest* request = memory.Make();
+    std::uint32_t error = ENOMEM;
+    if (request != nullptr)
+    {
+        error = Write(static_cast<int>(reinterpret_cast<std::intptr_t>(file)), *request, pointers, type);
+    }
+    errno = savedErrno;
+    return error;
+}
+
+} // namespace Ardo::Kiln::Platform
