@@ -33,7 +33,7 @@ struct CrashRequest
     std::int32_t processId = 0;
     std::int32_t threadId = 0;              ///< The system's number of the thread at fault, or of the one that asks.
     std::int64_t time = 0;                  ///< When the fault happened, in seconds since 1970-01-01 UTC.
-    std::int32_t utcOffset = UnknownOffset; ///< Seconds that local time was ahead of UTC, as SetReportPlace found it.
+    std::int32_t utcOffset = UnknownOffset; ///< Seconds that local time is ahead of UTC; see LocalOffset.
 
     std::uint32_t hasFault = 0;  ///< 0: a dump on request; record, signal and signalCode mean nothing then.
     std::int32_t signal = 0;     ///< The signal of the fault.

@@ -31,11 +31,11 @@ struct FaultFacts
     std::string exceptionMessage;           ///< Its message; empty: none.
     std::vector<std::uint64_t> throwFrames; ///< Return addresses of where it was thrown; empty: not known.
 
-    std::string applicationVersion;
+    std::string applicationVersion; ///< Only from a request; empty from pointers.
 };
 
-/// Facts about \p pointers, a fault of the calling process with which a filter was called; version and time are those
-/// of SetReportPlace and of this moment. Not null. What is returned refers to \p pointers' registers.
+/// Facts about \p pointers, a fault of the calling process with which a filter was called, at this moment. Not null.
+/// What is returned refers to \p pointers' registers.
 /// \throws std::bad_alloc only.
 KILN_EXPORT_FOR_TESTS FaultFacts FactsOf(const EXCEPTION_POINTERS* pointers);
 

@@ -47,8 +47,13 @@ public:
     static void ReserveDescriptor() noexcept;
 
 private:
-    void Close() noexcept;
-    std::filesystem::path PartPath() const;
+    // What the systems do differently.
+    static std::uint32_t CreateNew(const std::filesystem::path& path, void*& file) noexcept;
+    static std::uint32_t FlushAndClose(void* file) noexcept;
+    static std::uint32_t RenameToNew(const std::filesystem::path& from, const std::filesystem::path& to) noexcept;
+    static bool IsTaken(std::uint32_t error) noexcept;
+
+    void Discard() noexcept;
 
     void* m_file = nullptr; ///< On Windows a HANDLE, on Linux the number of a descriptor.
     std::filesystem::path m_folder;

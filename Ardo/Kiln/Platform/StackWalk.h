@@ -23,7 +23,7 @@ struct StackFrame
     std::string function;         ///< As written in the source: demangled, with parameters where the name has them.
     std::string sourceFile;       ///< As the compiler recorded it.
     std::uint32_t line = 0;       ///< 0: not known.
-    bool inlined = false;         ///< The compiler put it into the next frame of the list, which has the same address.
+    bool inlined = false; ///< The compiler put it into the next frame, which has the same address. Never on Windows.
 };
 
 /// A program or library in memory.

@@ -19,8 +19,8 @@ struct SystemInformation
     std::uint64_t freeSwapMemory = 0;    ///< The part of it that is not in use.
     std::uint64_t processMemory = 0;     ///< Physical memory of the process.
     std::uint64_t peakProcessMemory = 0; ///< The most that it ever had.
-    std::uint64_t processAddresses = 0;  ///< Address space of the process.
-    std::string systemName;              ///< "Windows", or the name of the distribution.
+    std::uint64_t processAddresses = 0;  ///< Address space of the process. On Windows what it has committed.
+    std::string systemName;              ///< The product name of Windows, or the name of the distribution.
     std::string systemVersion;           ///< Its version, and on Linux that of the kernel.
 };
 

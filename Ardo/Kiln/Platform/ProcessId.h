@@ -1,0 +1,16 @@
+#pragma once
+
+#include "Ardo/KilnExport.h"
+
+#include <cstdint>
+
+namespace Ardo::Kiln::Platform
+{
+
+/// The system's number of the calling process. Any thread and any signal handler may call it.
+KILN_EXPORT_FOR_TESTS std::uint32_t OwnProcessId() noexcept;
+
+/// The system's number of the calling thread. Any thread and any signal handler may call it.
+KILN_EXPORT_FOR_TESTS std::uint32_t OwnThreadId() noexcept;
+
+} // namespace Ardo::Kiln::Platform
