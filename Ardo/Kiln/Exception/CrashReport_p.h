@@ -12,6 +12,11 @@ namespace Ardo::Kiln::Exception
 // faulted process while the thread at fault waits; what they have to tell goes to the standard error stream without
 // a lock. `pointers` is what the filter was called with.
 
+/// Makes ready what must not be asked for only after a fault: chooses the dump folder without creating it, finds the
+/// names of application and version and the program that reports from outside, keeps a descriptor back. Called when
+/// monitoring begins, and again when the application may know more about itself.
+KILN_EXPORT_FOR_TESTS void PrepareReports() noexcept;
+
 /// The text of the report about a fault, UTF-8; empty for null. A process outside makes it where there is one, because
 /// this one may be broken or locked; otherwise it is made here. It is kept for CreateReports, so that the file has the
 /// same text. \throws std::bad_alloc only.

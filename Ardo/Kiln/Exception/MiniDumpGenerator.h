@@ -34,8 +34,8 @@ public:
     /// Writes a dump for a fault as "<tagged name>.dmp" into the dump folder. It has its name only when it is whole; a
     /// name that is taken gets a counter ("<tagged name>_2.dmp").
     ///
-    /// Failures are told with the system's number: "CreateFile failed. Error: %lu \n" when the file cannot be created or
-    /// named, otherwise those of WriteMinidump; no file is left then, nor with fake writing on.
+    /// Failures are told with the system's number: "CreateFile failed. Error: %lu \n" when the file cannot be created,
+    /// otherwise as WriteMinidump does; no file is left then, nor with fake writing on.
     /// \param pointers the fault; null for none: then as CreateMiniDump(). \param type see GetSmallSizeMinidumpType.
     static void CreateMiniDump(EXCEPTION_POINTERS* pointers, MINIDUMP_TYPE type);
 

@@ -8,7 +8,7 @@
 namespace Ardo::Kiln::Platform
 {
 
-/// The folders below which products keep data that is no document, the preferred first.
+/// The folders below which products keep data that is no document, the preferred first. Never empty.
 ///
 /// On Windows %ProgramData%. On Linux $XDG_DATA_HOME if that is an absolute path, else .local/share in the home folder
 /// of the user. Then the system's folder for temporary files, for a user who has no place of his own.

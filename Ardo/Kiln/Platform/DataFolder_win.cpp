@@ -18,6 +18,10 @@ std::vector<std::filesystem::path> DataFolders()
     {
         folders.emplace_back(path);
     }
+    if (folders.empty())
+    {
+        folders.emplace_back(L"."); // an environment without anything; better than nowhere
+    }
     return folders;
 }
 
