@@ -29,7 +29,7 @@ struct Kept
     std::string text;
 };
 
-std::mutex g_keptMutex;             ///< Only tried: a fault may come while it is held.
+std::mutex g_keptMutex;                                 ///< Only tried: a fault may come while it is held.
 std::optional<Kept>& g_kept = *new std::optional<Kept>; ///< Lives as long as faults may come. Guarded by g_keptMutex.
 
 void Keep(const EXCEPTION_POINTERS* pointers, const Platform::FaultFacts& facts, const std::string& text)
@@ -71,9 +71,9 @@ void WriteReportFile(const std::filesystem::path& stem, const std::string& text)
     auto error = CreateReportFile(file, stem, ".txt");
     error = error == 0 ? file.Write(text) : error;
     error = error == 0 ? file.Publish() : error;
-    Platform::WriteStandardError(error == 0 ? "Report file created.\n"
-                                            : "Error writing the crash log : " + Platform::SystemErrorText(error) +
-                                                  "\r\n");
+    Platform::WriteStandardError(error == 0
+                                     ? "Report file created.\n"
+                                     : "Error writing the crash log : " + Platform::SystemErrorText(error) + "\r\n");
 }
 
 /// Calls \p step; what it throws is told as \p failure.

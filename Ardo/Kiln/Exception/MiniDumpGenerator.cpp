@@ -30,11 +30,10 @@ namespace Ardo::Kiln::Exception
 namespace
 {
 
-constexpr auto SmallType = static_cast<MINIDUMP_TYPE>(MiniDumpWithUnloadedModules |
-                                                      MiniDumpWithIndirectlyReferencedMemory |
-                                                      MiniDumpWithProcessThreadData | MiniDumpWithThreadInfo);
-constexpr auto MediumType =
-    static_cast<MINIDUMP_TYPE>(SmallType | MiniDumpWithDataSegs | MiniDumpWithFullMemoryInfo);
+constexpr auto SmallType =
+    static_cast<MINIDUMP_TYPE>(MiniDumpWithUnloadedModules | MiniDumpWithIndirectlyReferencedMemory |
+                               MiniDumpWithProcessThreadData | MiniDumpWithThreadInfo);
+constexpr auto MediumType = static_cast<MINIDUMP_TYPE>(SmallType | MiniDumpWithDataSegs | MiniDumpWithFullMemoryInfo);
 constexpr auto LargeType = static_cast<MINIDUMP_TYPE>(
     MiniDumpWithDataSegs | MiniDumpWithFullMemory | MiniDumpScanMemory | MiniDumpWithUnloadedModules |
     MiniDumpWithIndirectlyReferencedMemory | MiniDumpWithProcessThreadData | MiniDumpWithFullMemoryInfo);
@@ -85,10 +84,12 @@ std::vector<std::filesystem::path> CandidateFolders()
         folders.push_back(base / "Pellan Orbex" / "CrashDumps");
     }
     // What a product has already made its own comes first.
-    std::stable_partition(folders.begin(), folders.end(), [](const std::filesystem::path& folder) {
-        std::error_code error;
-        return std::filesystem::is_directory(folder.parent_path(), error);
-    });
+    std::stable_partition(folders.begin(), folders.end(),
+                          [](const std::filesystem::path& folder)
+                          {
+                              std::error_code error;
+                              return std::filesystem::is_directory(folder.parent_path(), error);
+                          });
     return folders;
 }
 
@@ -160,7 +161,7 @@ bool WriteDump(void* file, EXCEPTION_POINTERS* pointers, MINIDUMP_TYPE type) noe
     return error == 0;
 }
 
-void CreateDumpFile(const std::filesystem::path& stem, EXCEPTION_POINTERS* pointers, MINIDUMP_TYPE type)
+void MakeDumpFile(const std::filesystem::path& stem, EXCEPTION_POINTERS* pointers, MINIDUMP_TYPE type)
 {
     Platform::ReportFile file;
     if (const auto error = CreateReportFile(file, stem, ".dmp"); error != 0)
@@ -207,7 +208,7 @@ std::uint32_t CreateReportFile(Platform::ReportFile& file, const std::filesystem
 
 void CreateDumpFile(const std::filesystem::path& stem, EXCEPTION_POINTERS* pointers)
 {
-    CreateDumpFile(stem, pointers, g_defaultMinidumpType);
+    MakeDumpFile(stem, pointers, g_defaultMinidumpType);
 }
 
 void PublishPlace() noexcept
@@ -236,7 +237,7 @@ void MiniDumpGenerator::CreateMiniDump(EXCEPTION_POINTERS* pointers, MINIDUMP_TY
     {
         Platform::RefreshLocalOffset();
     }
-    Exception::CreateDumpFile(NewReportStem(), pointers, type);
+    MakeDumpFile(NewReportStem(), pointers, type);
 }
 
 void MiniDumpGenerator::CreateMiniDump()

@@ -49,8 +49,8 @@ public:
     static void WriteMinidump(void* file, EXCEPTION_POINTERS* pointers, MINIDUMP_TYPE type);
 
     /// Chooses the dump folder anew, creates it with all parents if it is missing, and tells
-    /// "Selected dump directory: " with the folder. If none can be created, "CreateDirectory failed. Error: %lu \n" with
-    /// the system's number for the preferred one, which stays chosen.
+    /// "Selected dump directory: " with the folder. If none can be created, "CreateDirectory failed. Error: %lu \n"
+    /// with the system's number for the preferred one, which stays chosen.
     static void CreateDumpDirectory();
 
     /// The dump folder. Chooses and creates it if that has not been done yet.

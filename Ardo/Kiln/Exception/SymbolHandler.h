@@ -25,10 +25,9 @@ public:
     /// The call stack of a thread that stands still, the innermost function first, one line a call:
     ///
     ///     "  FUNCTION at FILE line LINE\r\n"            with a source line
-    ///     "  [inlined] FUNCTION at FILE line LINE\r\n"  the same, when it was inlined into the function of the next line
-    ///     "  FUNCTION in MODULE + 0xOFFSET\r\n"         without a source line
-    ///     "  0xADDRESS in MODULE + 0xOFFSET\r\n"        without a name
-    ///     "  0xADDRESS in unknown module\r\n"           outside every module
+    ///     "  [inlined] FUNCTION at FILE line LINE\r\n"  the same, when it was inlined into the function of the next
+    ///     line "  FUNCTION in MODULE + 0xOFFSET\r\n"         without a source line "  0xADDRESS in MODULE +
+    ///     0xOFFSET\r\n"        without a name "  0xADDRESS in unknown module\r\n"           outside every module
     ///
     /// \param context registers of the thread, not null. \param limit of lines, those of inlined functions not counted.
     /// \return UTF-8. Empty if the stack cannot be read.
