@@ -28,6 +28,9 @@ public:
     /// CrashRequest::WriteDump, otherwise -1; stays open. \param timeoutMilliseconds after which the writer is killed.
     /// \return whether all tasks were carried out.
     static bool Run(CrashRequest& request, int descriptor, int timeoutMilliseconds) noexcept;
+
+    /// Whether a call of Run is under way in this process. A signal handler may call it.
+    static bool IsRunning() noexcept;
 };
 
 } // namespace Ardo::Kiln::Platform

@@ -334,4 +334,9 @@ bool CrashWriterProcess::Run(CrashRequest& request, int descriptor, int timeoutM
     return (request.done & request.tasks) == request.tasks;
 }
 
+bool CrashWriterProcess::IsRunning() noexcept
+{
+    return g_owner.load(std::memory_order_acquire) >> 32 == Self() >> 32;
+}
+
 } // namespace Ardo::Kiln::Platform

@@ -6,6 +6,7 @@
 #include "Ardo/Kiln/Platform/FaultSignal_linux.h"
 #include "Ardo/Kiln/Platform/FaultThread_linux.h"
 #include "Ardo/Kiln/Platform/Futex_linux.h"
+#include "Ardo/Kiln/Platform/LastResort_linux.h"
 #include "Ardo/Kiln/Platform/LastThrow_linux.h"
 
 #include <pthread.h>
@@ -241,9 +242,10 @@ void WriteReports(const FaultThread& thread) noexcept
     }
     DescribeFault(&thread.pointers, g_request);
     g_request.tasks = CrashRequest::CreateFiles;
-    if (g_request.dumpFolder[0] != '\0')
+    if (g_request.dumpFolder[0] != '\0' && !CrashWriterProcess::Run(g_request, -1, WriterTimeLimit) &&
+        g_request.done == 0)
     {
-        CrashWriterProcess::Run(g_request, -1, WriterTimeLimit);
+        WriteReportsHere(g_request);
     }
 }
 
@@ -292,7 +294,7 @@ Verdict AskFilterThread(FaultThread& thread) noexcept
         FutexWait(g_desk.state, Posted, SliceMilliseconds);
         timespec now = {};
         clock_gettime(CLOCK_MONOTONIC, &now);
-        if (g_personsAsked == 0)
+        if (g_personsAsked == 0 && !CrashWriterProcess::IsRunning()) // which has a time limit of its own
         {
             used += (now.tv_sec - last.tv_sec) * 1000000000L + (now.tv_nsec - last.tv_nsec);
         }
