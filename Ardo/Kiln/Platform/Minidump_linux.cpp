@@ -1,13 +1,11 @@
 #include "Ardo/Kiln/Platform/Minidump.h"
 
 #include "Ardo/Kiln/Platform/CrashRequest.h"
+#include "Ardo/Kiln/Platform/CrashRequestBlock_linux.h"
 #include "Ardo/Kiln/Platform/CrashWriterProcess.h"
 #include "Ardo/Kiln/Platform/MinidumpWriter_linux.h"
 
 #include <cerrno>
-#include <new>
-
-#include <sys/mman.h>
 
 namespace Ardo::Kiln::Platform
 {
@@ -18,31 +16,6 @@ namespace
 // A full dump of a large process on a slow disk takes its time, and there is always the user who can end the process.
 constexpr int SmallDumpMilliseconds = 30'000;
 constexpr int FullDumpMilliseconds = 600'000;
-
-// The request is too large for the stack of a signal handler.
-class RequestMemory
-{
-public:
-    RequestMemory() noexcept
-        : m_memory(::mmap(nullptr, sizeof(CrashRequest), PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0))
-    {
-    }
-    ~RequestMemory()
-    {
-        if (m_memory != MAP_FAILED)
-        {
-            ::munmap(m_memory, sizeof(CrashRequest));
-        }
-    }
-    RequestMemory(const RequestMemory&) = delete;
-    RequestMemory& operator=(const RequestMemory&) = delete;
-
-    /// Null if there is no memory. Once only.
-    CrashRequest* Make() noexcept { return m_memory == MAP_FAILED ? nullptr : new (m_memory) CrashRequest; }
-
-private:
-    void* m_memory;
-};
 
 std::uint32_t Write(int descriptor, CrashRequest& request, const EXCEPTION_POINTERS* pointers,
                     MINIDUMP_TYPE type) noexcept
@@ -65,13 +38,9 @@ std::uint32_t Write(int descriptor, CrashRequest& request, const EXCEPTION_POINT
 std::uint32_t WriteMinidump(void* file, EXCEPTION_POINTERS* pointers, MINIDUMP_TYPE type) noexcept
 {
     const int savedErrno = errno;
-    RequestMemory memory;
-    CrashRequest* request = memory.Make();
-    std::uint32_t error = ENOMEM;
-    if (request != nullptr)
-    {
-        error = Write(static_cast<int>(reinterpret_cast<std::intptr_t>(file)), *request, pointers, type);
-    }
+    const CrashRequestBlock request;
+    const int descriptor = static_cast<int>(reinterpret_cast<std::intptr_t>(file));
+    const std::uint32_t error = request ? Write(descriptor, *request, pointers, type) : EBUSY;
     errno = savedErrno;
     return error;
 }
