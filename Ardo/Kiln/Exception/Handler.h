@@ -5,6 +5,7 @@
 #include "Ardo/KilnExport.h"
 
 #include <atomic>
+#include <cstdint>
 #include <exception>
 #include <functional>
 #include <memory>
@@ -15,40 +16,180 @@ namespace Ardo::Kiln::Exception
 {
 
 struct Notification;
-class Warning;
 
 /// The last line of defence of the process against faults and against exceptions that nobody catches.
+///
+/// A fault is a bad access, an illegal instruction, a division by zero, a corrupted heap and the like, and a C++
+/// exception that leaves Execute's work or a thread. When one is fatal, a report is built, the person in front of the
+/// machine is asked where there is one, and the crash report and a minidump are written. After that the process ends
+/// if the flag for it is set, or if the system would have ended it anyway; otherwise Execute returns.
+///
+///     Handler::SetFlags(Handler::CreateDumpFolder | Handler::CatchUncaught | Handler::RememberThrows); // in main
+///     Handler::Initialize();                                                             // on each thread
+///     Handler::Execute([] { RunTheApplication(); });
+///
+/// An object of this class marks the thread that made it as monitored; Initialize makes it, and the thread's end
+/// destroys it. Any thread may call the functions, unless they say otherwise.
+///
+/// The functions that deal with a fault run on the faulted thread (Windows) or on a thread of the library on its
+/// behalf, while it stands still (Linux). There they may allocate and lock; what the faulted thread holds locked stays
+/// locked. On Linux a handling that takes longer than 10 s, the person's answer not counted, is given up, and the
+/// reports are written without it.
 class KILN_EXPORT Handler
 {
 public:
-    /// Hands a notification to whoever presents it.
+    /// Hands a notification to whoever presents it and answers its promise, and returns: the answer is waited for
+    /// afterwards. A notification that is dropped unanswered counts as answered by default.
     using Notify = std::function<void(std::shared_ptr<Notification>)>;
 
-    /// Deals with one fatal fault.
-    using FaultHandler = std::function<void(EXCEPTION_POINTERS*, const Notify&)>;
+    /// Deals with one fatal fault, \p pointers, which are never null and valid during the call only.
+    using FaultHandler = std::function<void(EXCEPTION_POINTERS* pointers, const Notify& notify)>;
 
-    /// Monitors the calling thread.
+    /// What is monitored and what is done; bits of SetFlags.
+    enum Flag : unsigned long long
+    {
+        CreateDumpFolder = 0x1,      ///< Create the folder of the reports at once, not with the first report.
+        CatchUncaught = 0x2,         ///< Report the faults of the process that nobody else deals with.
+        DetectLoops = 0x4,           ///< Report a thread that faults again and again at one place.
+        RememberThrows = 0x8,        ///< Remember each throw, for the reports; announce threads that are terminated.
+        EndProcess = 0x10,           ///< End the process, with exit code 0, after a fault was dealt with.
+        AlwaysAsk = 0x80,            ///< Ask the person even without a notify callback; so does any greater number.
+        DetectHeapCorruption = 0x400 ///< Report a corrupted heap, once a thread.
+    };
+
+    /// Monitors the calling thread as the flags say; with flags 0, and on a thread that is monitored already, nothing
+    /// happens. To be called by each thread that is to be monitored. \throws std::bad_alloc only.
     static void Initialize();
 
-    /// Sets what is monitored, and how.
+    /// Sets what is monitored, for the process and the calling thread, in place of what was set before; the default
+    /// handler is in place again afterwards (see SetHandler).
+    ///
+    /// To be called before other threads are monitored: the flags are read without a lock afterwards.
+    /// \param flags combination of Flag; 0, as at start: nothing.
+    /// \throws std::runtime_error when a thread other than the calling one is monitored. The text is written to the
+    ///         standard error stream before, and with EndProcess set the process ends instead. Nothing has changed.
     static void SetFlags(unsigned long long flags);
 
+    /// Notes whether threads are to be monitored of which the application does not know. A note only: threads that
+    /// never call Initialize are monitored as far as the system allows, whatever is set here.
     static void SetMonitorAllThread(bool monitor);
 
+    /// Has fatal faults of Execute's work dealt with by \p handler instead of the default handler, which reports them.
+    /// Replaced by SetFlags, and by the first Handler that is made in a process without flags. If \p handler throws,
+    /// the reports are written. An empty one puts the default handler back.
     static void SetHandler(const FaultHandler& handler);
 
+    /// Puts the default handler back.
     static void ResetHandler();
 
-    /// Calls \p work. A fault or an exception that leaves it is handled, and the call returns.
+    /// Calls \p work, and returns when it has ended, in whatever way:
+    ///
+    /// - A fault is dealt with. On Linux, and on Windows for faults that are no C++ exceptions, the destructors of what
+    ///   the work had on its stack do not run; what it had locked stays locked.
+    /// - A Warning that leaves the work is logged, and that is all.
+    /// - Any other exception that leaves it is dealt with as a fault, whether the flags are set or not.
+    ///
+    /// With EndProcess set the process ends instead in the first and last case. The end of the thread that the work
+    /// asks for (`pthread_exit`, cancellation) passes through. Calls may nest; the innermost deals with the fault.
+    /// \param work an empty one is an exception, too.
     static void Execute(const std::function<void()>& work);
 
-    /// The same; a Warning that leaves \p work, and the question whether reports are wanted, go to \p notify.
+    /// The same, but a Warning, and the question whether reports are wanted, go to \p notify. A warning waits for no
+    /// answer; one that cannot be handed over is logged. \param notify as in Execute if empty.
     static void ExecuteOrNotify(const std::function<void()>& work, const Notify& notify);
 
+    /// Marks the calling thread as monitored and monitors it. The first one in a process without flags puts the default
+    /// handler back. \throws std::bad_alloc only.
     Handler();
+
+    /// By the thread that made it.
     ~Handler();
     Handler(const Handler&) = delete;
     Handler& operator=(const Handler&) = delete;
+
+private:
+    friend struct HandlerTestAccess;
+
+    struct ThreadState;
+    struct GuardedCall;
+    class CrashLock;
+
+    static void InitializeGlobal();
+    static void InitializeThread();
+    static void RemoveGlobal();
+    static void RemoveThread();
+
+    /// The object of the thread on whose behalf the caller runs, or null.
+    static Handler* GetThreadLocalHandler() noexcept;
+
+    /// The state of the calling thread, which is made if there is none.
+    static ThreadState& StateOfCallingThread();
+
+    /// Fatal handling, one thread at a time; without \p notify as with an empty one.
+    static void HandleException(EXCEPTION_POINTERS* pointers);
+    static void HandleException(EXCEPTION_POINTERS* pointers, const Notify& notify);
+    static void DefaultExceptionHandler(EXCEPTION_POINTERS* pointers, const Notify& notify);
+
+    /// Whether HandleHeapCorruption has reported this fault, or one before it on the same thread.
+    static bool IsReportedHeapCorruption(const EXCEPTION_POINTERS* pointers);
+
+    /// ReportAndDump for the filters that are asked before HandleException is.
+    static void ReportUnderLock(EXCEPTION_POINTERS* pointers, const std::string& message);
+
+    /// Reports the fault, after asking whether that is wanted, and then does what the answer asks for. Never throws.
+    static void ReportAndDump(EXCEPTION_POINTERS* pointers, const std::string& message, const Notify& notify) noexcept;
+    static MinidumpActions AskUserForMinidump(const std::exception_ptr& exception, const Notify& notify);
+    static std::exception_ptr ConvertToExceptionPtr(const std::string& message, const std::string& report);
+
+    /// Writes the report file and the minidump. Never throws.
+    static void CreateReports(EXCEPTION_POINTERS* pointers) noexcept;
+
+    /// The text of the report; what the console shows is printed on the way.
+    static std::string GetReport(EXCEPTION_POINTERS* pointers);
+
+    /// The console block about the fault, which is also written to the standard error stream.
+    static std::string GetAndPrintExceptionInfo(EXCEPTION_POINTERS* pointers);
+
+    /// Writes the call stack of the fault to the standard error stream.
+    static void PrintStack(EXCEPTION_POINTERS* pointers);
+
+    /// Calls \p work, and logs a Warning that leaves it. \throws whatever else leaves it.
+    static void FilterWarnings(const std::function<void()>& work);
+
+    /// The same, but hands the Warning to \p notify; one that cannot be handed over is logged.
+    static void FilterWarnings(const std::function<void()>& work, const Notify& notify);
+
+    // The filters, as the system calls them: 0 to go on with the search for one who deals with the fault, 1 if it has
+    // been dealt with.
+    static long HandleHeapCorruption(EXCEPTION_POINTERS* pointers);
+    static long HandleSuspiciousExceptionLoop(EXCEPTION_POINTERS* pointers);
+    static long HandleUncaughtExceptions(EXCEPTION_POINTERS* pointers);
+    static long RegisterLastExceptionOnThread(EXCEPTION_POINTERS* pointers);
+    static long HandleFaultOfWork(EXCEPTION_POINTERS* pointers);
+
+    static void HandleExceptionOfWork(GuardedCall& call);
+
+    /// Announces the thread, and goes on with the terminate handler that was set before.
+    [[noreturn]] static void TerminateHandler();
+
+    /// With EndProcess set ends the process with exit code 0; otherwise does nothing.
+    static void KillCurrentProcess();
+
+    static std::uint64_t SystemClock() noexcept;
+
+    static std::atomic<unsigned long long> g_handlerFlags;
+    static std::atomic<bool> g_globalInitialized;
+    static std::atomic<bool> g_monitorThreadExceptions;
+    static bool g_alreadyCrashed; ///< Guarded by g_alreadyCrashedLock.
+    static std::mutex g_alreadyCrashedLock;
+    static std::atomic<std::uint32_t> g_crashedThread; ///< Whose fault g_alreadyCrashedLock is held for; 0: free.
+    static std::atomic<int> g_peopleAsked;             ///< How many threads wait for an answer just now.
+    static std::atomic<const FaultHandler*> g_defaultExceptionHandler; ///< Null: DefaultExceptionHandler.
+    static std::atomic<bool> g_unhandledFilterInstalled;
+    static std::atomic<long (*)(EXCEPTION_POINTERS*)> g_previousUnhandledFilter;
+    static std::atomic<std::terminate_handler> g_previousTerminateHandler;
+    static std::atomic<int> g_instances;
+    static std::atomic<std::uint64_t (*)()> g_clock; ///< In ticks of 100 ns.
 };
 
 } // namespace Ardo::Kiln::Exception

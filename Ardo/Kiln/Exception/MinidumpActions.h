@@ -10,7 +10,9 @@ namespace Ardo::Kiln::Exception
 struct MinidumpActions
 {
     int decision = 1;               ///< Not 0: the crash report and the minidump are to be written.
-    std::function<void()> function; ///< What the presenter wants done; may be empty.
+    /// What the presenter wants done; may be empty. Called once, after the reports, or at once if there are none to
+    /// write, and before the process ends: on the thread that deals with the fault, within its time limit.
+    std::function<void()> function;
 };
 
 } // namespace Ardo::Kiln::Exception

@@ -1,0 +1,20 @@
+#include "Ardo/Kiln/Platform/CatchAll.h"
+
+namespace Ardo::Kiln::Platform
+{
+
+bool CatchAll(void (*work)(void*), void (*caught)(void*), void* argument)
+{
+    try
+    {
+        work(argument);
+        return true;
+    }
+    catch (...)
+    {
+        caught(argument);
+        return false;
+    }
+}
+
+} // namespace Ardo::Kiln::Platform

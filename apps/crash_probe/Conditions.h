@@ -1,0 +1,26 @@
+#pragma once
+
+#include <functional>
+#include <span>
+#include <string>
+
+namespace Ardo::Kiln::CrashProbe
+{
+
+/// A state in which a process can be when it crashes.
+struct Condition
+{
+    const char* name;
+    const char* description;
+    void (*apply)();
+};
+
+std::span<const Condition> Conditions();
+
+/// Runs \p work in a forked child, tells on standard output how the child ended, and returns in the parent only.
+void RunInChild(const std::function<void()>& work);
+
+/// Prints the process and the thread, as the system numbers them.
+void PrintIds();
+
+} // namespace Ardo::Kiln::CrashProbe

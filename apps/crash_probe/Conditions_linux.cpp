@@ -1,0 +1,89 @@
+#include "apps/crash_probe/Conditions.h"
+
+#include <csignal>
+#include <cstdio>
+#include <cstdlib>
+#include <fcntl.h>
+#include <sys/resource.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace Ardo::Kiln::CrashProbe
+{
+
+namespace
+{
+
+void Limit(int resource, rlim_t value)
+{
+    rlimit limit{};
+    ::getrlimit(static_cast<__rlimit_resource_t>(resource), &limit);
+    limit.rlim_cur = value;
+    ::setrlimit(static_cast<__rlimit_resource_t>(resource), &limit);
+}
+
+/// No file can grow beyond this, which is less than the smallest dump.
+void FullDisk()
+{
+    constexpr rlim_t Size = 4096;
+    std::signal(SIGXFSZ, SIG_IGN); // writing fails instead
+    Limit(RLIMIT_FSIZE, Size);
+}
+
+void NoDescriptors()
+{
+    constexpr rlim_t Count = 64;
+    Limit(RLIMIT_NOFILE, Count);
+    while (::open("/dev/null", O_RDONLY | O_CLOEXEC) >= 0)
+    {
+    }
+}
+
+void NoAddressSpace()
+{
+    constexpr rlim_t Smallest = 1 << 20;
+    Limit(RLIMIT_AS, Smallest); // less than there is already: nothing more can be mapped
+    for (std::size_t size = Smallest; size >= 16;)
+    {
+        if (std::malloc(size) == nullptr)
+        {
+            size /= 2;
+        }
+    }
+}
+
+constexpr Condition List[] = {
+    {"full-disk", "no file can grow beyond 4 KiB", &FullDisk},
+    {"no-descriptors", "all file descriptors are in use", &NoDescriptors},
+    {"no-memory", "no memory and no address space is left", &NoAddressSpace},
+};
+
+} // namespace
+
+std::span<const Condition> Conditions()
+{
+    return List;
+}
+
+void RunInChild(const std::function<void()>& work)
+{
+    std::fflush(nullptr);
+    const pid_t child = ::fork();
+    if (child == 0)
+    {
+        work();
+        ::_exit(0);
+    }
+    int status = 0;
+    ::waitpid(child, &status, 0);
+    std::printf(WIFSIGNALED(status) ? "child: signal %d\n" : "child: status %d\n",
+                WIFSIGNALED(status) ? WTERMSIG(status) : WEXITSTATUS(status));
+}
+
+void PrintIds()
+{
+    std::printf("process %d, thread %d\n", ::getpid(), ::gettid());
+    std::fflush(stdout);
+}
+
+} // namespace Ardo::Kiln::CrashProbe

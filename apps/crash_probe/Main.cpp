@@ -1,0 +1,234 @@
+#include "apps/crash_probe/Conditions.h"
+#include "apps/crash_probe/Scenario.h"
+
+#include "Ardo/Kiln/Exception/Handler.h"
+#include "Ardo/Kiln/Exception/Notification.h"
+
+#include <CLI/CLI.hpp>
+
+#include <algorithm>
+#include <cstdio>
+#include <functional>
+#include <iostream>
+#include <memory>
+#include <stdexcept>
+#include <string>
+#include <thread>
+
+namespace
+{
+
+using namespace Ardo::Kiln::CrashProbe;
+using Ardo::Kiln::Exception::Handler;
+using Ardo::Kiln::Exception::Notification;
+
+constexpr int WrongUsage = 2;
+
+int* volatile g_nothing = nullptr;
+volatile int g_number = 0;
+
+/// What a function of the application can do wrong while it is told of a fault.
+void Misbehave(const std::string& how)
+{
+    if (how == "faults")
+    {
+        g_number = *g_nothing; // <- handler-faults
+    }
+    else if (how == "hangs")
+    {
+        for (;;)
+        {
+            std::this_thread::sleep_for(std::chrono::hours(1));
+        }
+    }
+    else if (how == "throws")
+    {
+        throw std::runtime_error("the handler itself fails");
+    }
+}
+
+/// A presenter that answers from a thread of its own, or does not answer.
+void Present(const std::string& how, std::shared_ptr<Notification> notification)
+{
+    std::printf("asked\n");
+    std::fflush(stdout);
+    Misbehave(how);
+    if (how == "yes" || how == "no")
+    {
+        std::thread(
+            [notification = std::move(notification), decision = how == "yes" ? 1 : 0]
+            {
+                notification->Answer({decision, []
+                                      {
+                                          std::printf("function called\n");
+                                          std::fflush(stdout);
+                                      }});
+            })
+            .detach();
+    }
+}
+
+struct Options
+{
+    std::string thread = "main";
+    std::string condition;
+    std::string notify;
+    std::string handler;
+    unsigned long long flags =
+        Handler::CreateDumpFolder | Handler::CatchUncaught | Handler::DetectLoops | Handler::RememberThrows;
+    unsigned times = 1;
+    bool execute = false;
+    bool inChild = false;
+};
+
+/// What the thread that crashes does.
+void Crash(const Options& options, const Scenario& scenario)
+{
+    if (options.thread != "bare")
+    {
+        Handler::Initialize();
+    }
+    PrintIds();
+    const auto condition =
+        std::find_if(Conditions().begin(), Conditions().end(),
+                     [&](const Condition& candidate) { return candidate.name == options.condition; });
+    if (condition != Conditions().end())
+    {
+        condition->apply();
+    }
+    for (unsigned count = 0; count < options.times; ++count)
+    {
+        if (!options.execute)
+        {
+            scenario.run();
+        }
+        else if (options.notify.empty())
+        {
+            Handler::Execute(scenario.run);
+        }
+        else
+        {
+            Handler::ExecuteOrNotify(scenario.run, [&](std::shared_ptr<Notification> notification)
+                                     { Present(options.notify, std::move(notification)); });
+        }
+        std::printf("returned\n");
+        std::fflush(stdout);
+    }
+}
+
+void Run(const Options& options, const Scenario& scenario)
+{
+    if (options.flags != 0)
+    {
+        Handler::SetFlags(options.flags);
+    }
+    if (!options.handler.empty())
+    {
+        Handler::SetHandler([&](EXCEPTION_POINTERS*, const Handler::Notify&) { Misbehave(options.handler); });
+    }
+    const auto crash = [&] { Crash(options, scenario); };
+    if (options.inChild)
+    {
+        RunInChild(crash);
+    }
+    else if (options.thread == "main")
+    {
+        crash();
+    }
+    else
+    {
+        std::thread(crash).join();
+    }
+}
+
+const Scenario* Find(const std::string& name)
+{
+    for (const auto scenarios : {Faults(), Exceptions()})
+    {
+        const auto found = std::find_if(scenarios.begin(), scenarios.end(),
+                                        [&](const Scenario& scenario) { return scenario.name == name; });
+        if (found != scenarios.end())
+        {
+            return &*found;
+        }
+    }
+    return nullptr;
+}
+
+template <typename Entries>
+void Print(const char* heading, const Entries& entries)
+{
+    std::printf("%s:\n", heading);
+    for (const auto& entry : entries)
+    {
+        std::printf("  %-20s %s\n", entry.name, entry.description);
+    }
+}
+
+void List()
+{
+    Print("Faults", Faults());
+    std::printf("  %-20s %s\n", "before-main", "fault in a static constructor (no options)");
+    Print("Exceptions", Exceptions());
+    Print("Conditions (--with)", Conditions());
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    CLI::App app(
+        "Crashes, to show what the library leaves behind. Reports go where the library puts them; --list tells "
+        "the scenarios.",
+        "crash_probe");
+    Options options;
+    std::string name;
+    bool list = false;
+    app.add_option("SCENARIO", name, "How to crash");
+    app.add_flag("--list", list, "Print the scenarios and conditions and exit");
+    app.add_option("--thread", options.thread,
+                   "Where: main or worker call Handler::Initialize, bare is a thread that calls nothing")
+        ->check(CLI::IsMember({"main", "worker", "bare"}));
+    app.add_flag("--execute", options.execute, "Inside Handler::Execute");
+    app.add_option("--times", options.times, "How often, if the crash can be survived");
+    app.add_option("--flags", options.flags, "The flags of Handler::SetFlags; 15 unless given");
+    app.add_option("--notify", options.notify,
+                   "Inside Handler::ExecuteOrNotify, with a presenter that answers yes or no, drops, throws, faults or "
+                   "hangs")
+        ->check(CLI::IsMember({"yes", "no", "drops", "throws", "faults", "hangs"}));
+    app.add_option("--handler", options.handler,
+                   "Handler::SetHandler with a function that does nothing, throws, "
+                   "faults or hangs")
+        ->check(CLI::IsMember({"nothing", "throws", "faults", "hangs"}));
+    app.add_option("--with", options.condition, "In which state")
+        ->check(
+            [](const std::string& wanted)
+            {
+                return std::any_of(Conditions().begin(), Conditions().end(),
+                                   [&](const Condition& condition) { return condition.name == wanted; })
+                           ? std::string()
+                           : "no such condition: " + wanted;
+            });
+    app.add_flag("--child", options.inChild, "In a forked child");
+    try
+    {
+        app.parse(argc, argv);
+        options.execute = options.execute || !options.notify.empty();
+        if (list)
+        {
+            List();
+            return 0;
+        }
+        const Scenario* const scenario = Find(name);
+        if (scenario == nullptr)
+        {
+            throw CLI::ValidationError("SCENARIO", name.empty() ? "is missing" : "there is no " + name);
+        }
+        Run(options, *scenario);
+        return 0;
+    }
+    catch (const CLI::ParseError& error)
+    {
+        return app.exit(error) == 0 ? 0 : WrongUsage;
+    }
+}

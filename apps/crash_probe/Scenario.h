@@ -1,0 +1,22 @@
+#pragma once
+
+#include <span>
+
+namespace Ardo::Kiln::CrashProbe
+{
+
+/// One way to crash.
+struct Scenario
+{
+    const char* name;
+    const char* description;
+    void (*run)(); ///< Does not return, unless the fault can be survived.
+};
+
+/// Faults of the processor and of the system. The line at fault of each bears the comment "<- NAME".
+std::span<const Scenario> Faults();
+
+/// C++ exceptions that nobody catches, and what the language ends a program for. Marked like Faults.
+std::span<const Scenario> Exceptions();
+
+} // namespace Ardo::Kiln::CrashProbe
