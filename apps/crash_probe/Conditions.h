@@ -23,4 +23,10 @@ void RunInChild(const std::function<void()>& work);
 /// Prints the process and the thread, as the system numbers them.
 void PrintIds();
 
+/// Prints \p line to standard output without the help of the C library, whose locks may be held for ever.
+void Say(const char* line);
+
+/// Ends the process with status 0, without the help of the C library either.
+[[noreturn]] void EndQuietly();
+
 } // namespace Ardo::Kiln::CrashProbe

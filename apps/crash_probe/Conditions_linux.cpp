@@ -3,6 +3,7 @@
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <fcntl.h>
 #include <sys/resource.h>
 #include <sys/wait.h>
@@ -72,7 +73,7 @@ void RunInChild(const std::function<void()>& work)
     if (child == 0)
     {
         work();
-        ::_exit(0);
+        EndQuietly();
     }
     int status = 0;
     ::waitpid(child, &status, 0);
@@ -82,8 +83,20 @@ void RunInChild(const std::function<void()>& work)
 
 void PrintIds()
 {
-    std::printf("process %d, thread %d\n", ::getpid(), ::gettid());
-    std::fflush(stdout);
+    char text[80];
+    std::snprintf(text, sizeof(text), "process %d, thread %d", ::getpid(), ::gettid());
+    Say(text);
+}
+
+void Say(const char* line)
+{
+    [[maybe_unused]] const ssize_t written =
+        ::write(STDOUT_FILENO, line, std::strlen(line)) + ::write(STDOUT_FILENO, "\n", 1);
+}
+
+void EndQuietly()
+{
+    ::_exit(0);
 }
 
 } // namespace Ardo::Kiln::CrashProbe

@@ -123,7 +123,7 @@ int Recurse(int depth) // <- stack-overflow
 
 void DivideByZero()
 {
-    g_number = 1 / g_number; // <- divide-zero
+    g_number = 7 / g_number; // <- divide-zero
 }
 
 void DivideOverflow()
@@ -183,7 +183,7 @@ void DoubleFree()
     // Too big for the cache of the thread, which has a check of its own. A second block keeps the first one from being
     // joined to the rest of the heap.
     void* volatile block = std::malloc(5000);
-    void* volatile border = std::malloc(16);
+    void* volatile border = std::malloc(5000);
     std::free(block);
     std::free(block); // <- double-free
     std::free(border);
@@ -220,7 +220,7 @@ void FaultInMalloc()
     // allocator follows them with its lock held (it has one: this process has more than one thread).
     constexpr std::size_t Size = 5000;
     auto* volatile block = static_cast<std::uint64_t*>(std::malloc(Size));
-    void* volatile border = std::malloc(16);
+    void* volatile border = std::malloc(Size); // keeps the block from being joined to the rest of the heap
     std::free(const_cast<std::uint64_t*>(block));
     std::fill_n(block, 2, 0x1234567812345678);
     g_pointer = static_cast<int*>(std::malloc(Size - 1000)); // <- in-malloc
@@ -275,16 +275,21 @@ void TwoThreads()
 void KilledFromOutside()
 {
     const pid_t victim = ::getpid();
+    std::array<int, 2> pipe{};
+    [[maybe_unused]] const int made = ::pipe(pipe.data());
+    char byte = 0;
     const pid_t child = ::fork();
     if (child == 0)
     {
+        // Not while the parent is still inside fork(), where it holds every lock of the allocator.
+        [[maybe_unused]] const ssize_t count = ::read(pipe[0], &byte, 1);
         ::kill(victim, SIGSEGV);
         ::_exit(0);
     }
-    ::waitpid(child, nullptr, 0);
+    [[maybe_unused]] const ssize_t count = ::write(pipe[1], &byte, 1);
     for (;;)
     {
-        ::pause();
+        ::pause(); // <- killed
     }
 }
 

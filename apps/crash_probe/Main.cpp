@@ -50,19 +50,13 @@ void Misbehave(const std::string& how)
 /// A presenter that answers from a thread of its own, or does not answer.
 void Present(const std::string& how, std::shared_ptr<Notification> notification)
 {
-    std::printf("asked\n");
-    std::fflush(stdout);
+    Say("asked");
     Misbehave(how);
     if (how == "yes" || how == "no")
     {
         std::thread(
-            [notification = std::move(notification), decision = how == "yes" ? 1 : 0]
-            {
-                notification->Answer({decision, []
-                                      {
-                                          std::printf("function called\n");
-                                          std::fflush(stdout);
-                                      }});
+            [notification = std::move(notification), decision = how == "yes" ? 1 : 0] {
+                notification->Answer({decision, [] { Say("function called"); }});
             })
             .detach();
     }
@@ -111,9 +105,9 @@ void Crash(const Options& options, const Scenario& scenario)
             Handler::ExecuteOrNotify(scenario.run, [&](std::shared_ptr<Notification> notification)
                                      { Present(options.notify, std::move(notification)); });
         }
-        std::printf("returned\n");
-        std::fflush(stdout);
+        Say("returned");
     }
+    EndQuietly(); // what the crash has left locked would hold up an orderly end
 }
 
 void Run(const Options& options, const Scenario& scenario)

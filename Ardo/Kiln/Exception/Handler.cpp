@@ -1,33 +1,21 @@
 #include "Ardo/Kiln/Exception/Handler.h"
 
-#include "Ardo/Kiln/Exception/CrashReport_p.h"
-#include "Ardo/Kiln/Exception/Error.h"
-#include "Ardo/Kiln/Exception/ErrorInfo.h"
+#include "Ardo/Kiln/Exception/HandlerState_p.h"
 #include "Ardo/Kiln/Exception/MiniDumpGenerator.h"
 #include "Ardo/Kiln/Exception/Notification.h"
-#include "Ardo/Kiln/Exception/NotifyException.h"
 #include "Ardo/Kiln/Exception/Warning.h"
 #include "Ardo/Kiln/Logger/CreateLogger.h"
 #include "Ardo/Kiln/Platform/CatchAll.h"
 #include "Ardo/Kiln/Platform/CaughtException.h"
-#include "Ardo/Kiln/Platform/FaultCode.h"
-#include "Ardo/Kiln/Platform/FaultDispatch.h"
-#include "Ardo/Kiln/Platform/FaultRecord.h"
-#include "Ardo/Kiln/Platform/LastThrow.h"
-#include "Ardo/Kiln/Platform/ProcessEnd.h"
 #include "Ardo/Kiln/Platform/StandardError.h"
 
 #include <boost/log/sources/record_ostream.hpp>
 #include <boost/log/sources/severity_feature.hpp>
 
 #include <array>
-#include <charconv>
-#include <chrono>
 #include <deque>
-#include <optional>
 #include <stdexcept>
-#include <string_view>
-#include <thread>
+#include <utility>
 
 namespace Ardo::Kiln::Exception
 {
@@ -35,109 +23,17 @@ namespace Ardo::Kiln::Exception
 namespace
 {
 
-namespace FaultCode = Platform::FaultCode;
-namespace FilterResult = Platform::FilterResult;
 using Platform::FaultDispatch;
 
-constexpr unsigned long long GreatestFlagsThatAskNobody = 127;
-
-constexpr std::string_view FlagsTooLate = "Handler::SetFlags should be set before instantiation of secondary threads";
-
-// A place that faults more often than this, each time within the pause after the last, is a loop. Ticks of 100 ns.
-constexpr unsigned SuspiciousRepetitions = 3;
-constexpr std::uint64_t LoopPause = 1'010'000;
-
-/// How long an answer is waited for when the thread that would present the question has faulted itself.
-constexpr std::chrono::seconds AnswerOfFaultedThread{3};
-
-/// How long something is waited for before it is asked whether waiting still makes sense.
-constexpr std::chrono::milliseconds Glance{20};
+constexpr const char* FlagsTooLate = "Handler::SetFlags should be set before instantiation of secondary threads";
 
 } // namespace
-
-/// What the handler knows about one thread. Filters reach it through FaultDispatch::ThreadWord, because on Linux they
-/// run on another thread; the thread itself owns it.
-struct Handler::ThreadState
-{
-    std::unique_ptr<Handler> handler;         ///< Made by Initialize.
-    unsigned long long registeredFilters = 0; ///< The flags whose filters are in the thread's chain.
-    const Notify* notify = nullptr;           ///< Of the innermost Execute; null outside.
-    MinidumpActions lastMinidumpActions;
-
-    // The loop detector's memory.
-    unsigned repetitions = 0;
-    const EXCEPTION_POINTERS* lastPointers = nullptr;
-    std::uint64_t lastAddress = 0;
-    std::optional<std::uint64_t> lastTime;
-
-    bool heapCorruptionReported = false;
-
-    /// Of the thread on whose behalf the caller runs; null when there is none.
-    static ThreadState* Get() noexcept { return static_cast<ThreadState*>(FaultDispatch::ThreadWord()); }
-};
 
 /// One call of Execute or ExecuteOrNotify.
 struct Handler::GuardedCall
 {
     const std::function<void()>& work;
     const Notify& notify;
-};
-
-/// Holds g_alreadyCrashedLock, unless the faulted thread holds it already: its handling has faulted then.
-class Handler::CrashLock
-{
-public:
-    CrashLock() : m_thread(FaultDispatch::ThreadId()), m_isNested(IsHeldBy(m_thread))
-    {
-        if (!m_isNested)
-        {
-            Lock();
-            g_crashedThread = m_thread;
-        }
-    }
-
-    ~CrashLock()
-    {
-        if (!m_isNested)
-        {
-            Unlock();
-        }
-    }
-
-    CrashLock(const CrashLock&) = delete;
-    CrashLock& operator=(const CrashLock&) = delete;
-
-    bool IsNested() const { return m_isNested; }
-
-    static bool IsHeldBy(std::uint32_t thread) { return g_crashedThread == thread; }
-
-    static void Unlock()
-    {
-        g_crashedThread = 0;
-        g_alreadyCrashedLock.unlock();
-    }
-
-private:
-    /// The holder may be waiting for a person: that time does not count here either.
-    static void Lock()
-    {
-        std::optional<FaultDispatch::PersonIsAsked> pause;
-        while (!g_alreadyCrashedLock.try_lock())
-        {
-            if (g_peopleAsked == 0)
-            {
-                pause.reset();
-            }
-            else if (!pause)
-            {
-                pause.emplace();
-            }
-            std::this_thread::sleep_for(Glance);
-        }
-    }
-
-    std::uint32_t m_thread;
-    bool m_isNested;
 };
 
 // All of these live from before the first constructor until after the last destructor of the process.
@@ -170,19 +66,6 @@ void Log(const Warning& warning) noexcept
     {
     }
 }
-
-/// Counts those who wait for a person, as long as it lives.
-class Waiting
-{
-public:
-    explicit Waiting(std::atomic<int>& count) : m_count(count) { ++m_count; }
-    ~Waiting() { --m_count; }
-    Waiting(const Waiting&) = delete;
-    Waiting& operator=(const Waiting&) = delete;
-
-private:
-    std::atomic<int>& m_count;
-};
 
 } // namespace
 
@@ -262,7 +145,7 @@ void Handler::SetFlags(unsigned long long flags)
     {
         Platform::WriteStandardError(std::string(FlagsTooLate) + '\n');
         KillCurrentProcess();
-        throw std::runtime_error(std::string(FlagsTooLate));
+        throw std::runtime_error(FlagsTooLate);
     }
     RemoveGlobal();
     RemoveThread();
@@ -396,7 +279,7 @@ void Handler::ExecuteOrNotify(const std::function<void()>& work, const Notify& n
         Frame(ThreadState& state, const Notify& notify)
             : m_state(state),
               m_outerNotify(state.notify),
-              m_holdsCrashLock(CrashLock::IsHeldBy(FaultDispatch::ThreadId())),
+              m_holdsCrashLock(CrashLock::IsHeld()),
               m_remembersThrows(m_outerNotify == nullptr && (state.registeredFilters & RememberThrows) == 0)
         {
             state.notify = &notify;
@@ -414,7 +297,7 @@ void Handler::ExecuteOrNotify(const std::function<void()>& work, const Notify& n
                 FaultDispatch::RemoveVectoredFilter(&RegisterLastExceptionOnThread);
             }
             // The handling of an exception has faulted, and its own frames are gone without having unlocked.
-            if (!m_holdsCrashLock && CrashLock::IsHeldBy(FaultDispatch::ThreadId()))
+            if (!m_holdsCrashLock && CrashLock::IsHeld())
             {
                 CrashLock::Unlock();
             }
@@ -493,296 +376,6 @@ void Handler::HandleExceptionOfWork(GuardedCall& call)
         Platform::WriteStandardError("\n");
     }
     KillCurrentProcess();
-}
-
-// The filters ------------------------------------------------------------------------------------------------------
-
-long Handler::HandleFaultOfWork(EXCEPTION_POINTERS* pointers)
-{
-    if (Platform::ReadFaultRecord(pointers).code == FaultCode::DebugPrint)
-    {
-        return FilterResult::ContinueSearch; // says something to a debugger, and is no fault
-    }
-    const ThreadState* const state = ThreadState::Get();
-    HandleException(pointers, state != nullptr && state->notify != nullptr ? *state->notify : Notify());
-    KillCurrentProcess();
-    return FilterResult::ExecuteHandler;
-}
-
-long Handler::HandleHeapCorruption(EXCEPTION_POINTERS* pointers)
-{
-    ThreadState* const state = ThreadState::Get();
-    if (Platform::ReadFaultRecord(pointers).code == FaultCode::HeapCorruption && state != nullptr &&
-        !state->heapCorruptionReported)
-    {
-        state->heapCorruptionReported = true;
-        ReportUnderLock(pointers, "Heap corruption detected");
-        KillCurrentProcess();
-    }
-    return FilterResult::ContinueSearch;
-}
-
-long Handler::HandleSuspiciousExceptionLoop(EXCEPTION_POINTERS* pointers)
-{
-    const Platform::FaultRecord record = Platform::ReadFaultRecord(pointers);
-    ThreadState* const state = ThreadState::Get();
-    if (state == nullptr || record.code == FaultCode::Breakpoint || record.code == FaultCode::SingleStep ||
-        record.code == FaultCode::DebugPrint || record.code == FaultCode::ControlCExit)
-    {
-        return FilterResult::ContinueSearch;
-    }
-    const std::uint64_t now = g_clock.load()();
-    const bool isRepetition = record.code != FaultCode::CxxException && pointers == state->lastPointers &&
-                              record.thirdInformationWord == 0 && record.address == state->lastAddress;
-    if (!isRepetition)
-    {
-        state->repetitions = 0;
-    }
-    else if (state->lastTime && now - *state->lastTime >= LoopPause)
-    {
-        state->repetitions = 1;
-    }
-    else
-    {
-        if (state->repetitions >= SuspiciousRepetitions)
-        {
-            ReportUnderLock(pointers, "A suspicious loop of exceptions has been detected. Orbex must be ended. \r\n");
-            KillCurrentProcess();
-        }
-        ++state->repetitions;
-    }
-    state->lastPointers = pointers;
-    state->lastAddress = record.address;
-    state->lastTime = now;
-    return FilterResult::ContinueSearch;
-}
-
-long Handler::RegisterLastExceptionOnThread(EXCEPTION_POINTERS* pointers)
-{
-    Platform::RememberThrow(pointers);
-    return FilterResult::ContinueSearch;
-}
-
-long Handler::HandleUncaughtExceptions(EXCEPTION_POINTERS* pointers)
-{
-    const CrashLock lock;
-    if (g_alreadyCrashed)
-    {
-        return FilterResult::ExecuteHandler;
-    }
-    switch (Platform::ReadFaultRecord(pointers).code)
-    {
-    case FaultCode::Breakpoint:
-    case FaultCode::SingleStep:
-    case FaultCode::DebugPrint:
-        return FilterResult::ContinueSearch;
-    case FaultCode::ControlCExit:
-        return FilterResult::ExecuteHandler;
-    default:
-        break;
-    }
-    g_alreadyCrashed = true;
-    if (lock.IsNested())
-    {
-        CreateReports(pointers);
-    }
-    else if (!IsReportedHeapCorruption(pointers))
-    {
-        ReportAndDump(pointers, "An uncaught exceptions has been detected. Orbex must be ended. \r\n", {});
-    }
-    KillCurrentProcess();
-    const Platform::FaultFilter previous = g_previousUnhandledFilter;
-    return previous != nullptr ? previous(pointers) : FilterResult::ExecuteHandler;
-}
-
-void Handler::TerminateHandler()
-{
-    // No allocation: it may be what has failed.
-    char text[80] = "A thread (id: ";
-    char* end = std::to_chars(text + std::string_view(text).size(), text + sizeof(text), FaultDispatch::ThreadId()).ptr;
-    constexpr std::string_view Rest = ") is being abnormally terminated\n";
-    end = std::copy(Rest.begin(), Rest.end(), end);
-    Platform::WriteStandardError({text, static_cast<std::size_t>(end - text)});
-    if (const std::terminate_handler previous = g_previousTerminateHandler)
-    {
-        previous();
-    }
-    std::abort();
-}
-
-// Fatal handling ----------------------------------------------------------------------------------------------------
-
-void Handler::HandleException(EXCEPTION_POINTERS* pointers)
-{
-    HandleException(pointers, {});
-}
-
-void Handler::HandleException(EXCEPTION_POINTERS* pointers, const Notify& notify)
-{
-    const CrashLock lock;
-    if (lock.IsNested())
-    {
-        CreateReports(pointers);
-        return;
-    }
-    try
-    {
-        const FaultHandler* const handler = g_defaultExceptionHandler;
-        handler != nullptr ? (*handler)(pointers, notify) : DefaultExceptionHandler(pointers, notify);
-    }
-    catch (...)
-    {
-        CreateReports(pointers);
-    }
-}
-
-void Handler::DefaultExceptionHandler(EXCEPTION_POINTERS* pointers, const Notify& notify)
-{
-    if (IsReportedHeapCorruption(pointers))
-    {
-        return;
-    }
-    try
-    {
-        ReportAndDump(pointers, "A unfiltered exception has been caught. Orbex must be ended. \n", notify);
-    }
-    catch (...)
-    {
-        CreateReports(pointers);
-    }
-}
-
-bool Handler::IsReportedHeapCorruption(const EXCEPTION_POINTERS* pointers)
-{
-    const ThreadState* const state = ThreadState::Get();
-    return Platform::ReadFaultRecord(pointers).code == FaultCode::HeapCorruption && state != nullptr &&
-           state->heapCorruptionReported;
-}
-
-void Handler::ReportUnderLock(EXCEPTION_POINTERS* pointers, const std::string& message)
-{
-    const CrashLock lock;
-    lock.IsNested() ? CreateReports(pointers) : ReportAndDump(pointers, message, {});
-}
-
-void Handler::ReportAndDump(EXCEPTION_POINTERS* pointers, const std::string& message, const Notify& notify) noexcept
-{
-    MinidumpActions answer;
-    try
-    {
-        const std::string report = GetReport(pointers);
-        answer = AskUserForMinidump(ConvertToExceptionPtr(message, report), notify);
-        if (ThreadState* const state = ThreadState::Get())
-        {
-            state->lastMinidumpActions = answer;
-        }
-    }
-    catch (...)
-    {
-        CreateReports(pointers);
-        return;
-    }
-    if (answer.decision != 0)
-    {
-        CreateReports(pointers);
-    }
-    try
-    {
-        if (answer.function)
-        {
-            answer.function();
-        }
-    }
-    catch (...)
-    {
-        // The presenter's affair; the fault is dealt with.
-    }
-}
-
-std::exception_ptr Handler::ConvertToExceptionPtr(const std::string& message, const std::string& report)
-{
-    Platform::WriteStandardError(message + '\n');
-    Error error(message);
-    error << ReportInfo(report);
-    return std::make_exception_ptr(error);
-}
-
-MinidumpActions Handler::AskUserForMinidump(const std::exception_ptr& exception, const Notify& notify)
-{
-    if (g_handlerFlags <= GreatestFlagsThatAskNobody && !notify)
-    {
-        return {};
-    }
-    try
-    {
-        auto notification = std::make_shared<Notification>();
-        notification->exception = exception;
-        std::future<MinidumpActions> answer = notification->reply.get_future();
-        if (notify)
-        {
-            // No reference is kept: a notification that the presenter drops must not leave us waiting for ourselves.
-            notify(std::move(notification));
-        }
-        else
-        {
-            const Waiting waiting(g_peopleAsked);
-            const FaultDispatch::PersonIsAsked pause;
-            NotifyException(notification);
-            notification.reset();
-        }
-        if (FaultDispatch::FirstThreadIsAtFault())
-        {
-            // Nothing that was posted to the thread at fault will ever be looked at; others may still answer.
-            return answer.wait_for(AnswerOfFaultedThread) == std::future_status::ready ? answer.get()
-                                                                                       : MinidumpActions();
-        }
-        const Waiting waiting(g_peopleAsked);
-        const FaultDispatch::PersonIsAsked pause;
-        while (answer.wait_for(Glance) != std::future_status::ready)
-        {
-            if (FaultDispatch::PersonIsAsked::NobodyCanAnswer())
-            {
-                return {};
-            }
-        }
-        return answer.get();
-    }
-    catch (...)
-    {
-        return {}; // a presenter that fails, or that drops the question
-    }
-}
-
-std::string Handler::GetReport(EXCEPTION_POINTERS* pointers)
-{
-    GetAndPrintExceptionInfo(pointers);
-    return CrashReport::GetReport(pointers);
-}
-
-std::string Handler::GetAndPrintExceptionInfo(EXCEPTION_POINTERS* pointers)
-{
-    return CrashReport::GetAndPrintExceptionInfo(pointers);
-}
-
-void Handler::CreateReports(EXCEPTION_POINTERS* pointers) noexcept
-{
-    CrashReport::CreateReports(pointers);
-}
-
-void Handler::KillCurrentProcess()
-{
-    if ((g_handlerFlags & EndProcess) != 0)
-    {
-        Platform::WriteStandardError("Terminating Orbex.\n");
-        Platform::EndProcess(0);
-    }
-}
-
-std::uint64_t Handler::SystemClock() noexcept
-{
-    using Ticks = std::chrono::duration<std::uint64_t, std::ratio<1, 10'000'000>>;
-    // Steady: a clock that is set must not make a loop of two faults, nor hide one.
-    return std::chrono::duration_cast<Ticks>(std::chrono::steady_clock::now().time_since_epoch()).count();
 }
 
 } // namespace Ardo::Kiln::Exception

@@ -11,6 +11,7 @@
 #include <memory>
 #include <mutex>
 #include <string>
+#include <string_view>
 
 namespace Ardo::Kiln::Exception
 {
@@ -84,8 +85,8 @@ public:
 
     /// Calls \p work, and returns when it has ended, in whatever way:
     ///
-    /// - A fault is dealt with. On Linux, and on Windows for faults that are no C++ exceptions, the destructors of what
-    ///   the work had on its stack do not run; what it had locked stays locked.
+    /// - A fault is dealt with. The destructors of what the work had on its stack do not run, and what it had locked
+    ///   stays locked. After a corrupted heap or stack the system ends the process nevertheless.
     /// - A Warning that leaves the work is logged, and that is all.
     /// - Any other exception that leaves it is dealt with as a fault, whether the flags are set or not.
     ///
@@ -150,8 +151,8 @@ private:
     /// The console block about the fault, which is also written to the standard error stream.
     static std::string GetAndPrintExceptionInfo(EXCEPTION_POINTERS* pointers);
 
-    /// Writes the call stack of the fault to the standard error stream.
-    static void PrintStack(EXCEPTION_POINTERS* pointers);
+    /// Writes the call stack in a report's text to the standard error stream.
+    static void PrintStack(std::string_view report);
 
     /// Calls \p work, and logs a Warning that leaves it. \throws whatever else leaves it.
     static void FilterWarnings(const std::function<void()>& work);

@@ -1,0 +1,56 @@
+#pragma once
+
+#include "Ardo/Kiln/Exception/Handler.h"
+#include "Ardo/Kiln/Platform/FaultDispatch.h"
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+
+namespace Ardo::Kiln::Exception
+{
+
+/// What the handler knows about one thread. Filters reach it through FaultDispatch::ThreadWord, because on Linux they
+/// run on another thread; the thread itself owns it.
+struct Handler::ThreadState
+{
+    std::unique_ptr<Handler> handler;         ///< Made by Initialize.
+    unsigned long long registeredFilters = 0; ///< The flags whose filters are in the thread's chain.
+    const Notify* notify = nullptr;           ///< Of the innermost Execute; null outside.
+    MinidumpActions lastMinidumpActions;
+
+    // The loop detector's memory.
+    unsigned repetitions = 0;
+    const EXCEPTION_POINTERS* lastPointers = nullptr;
+    std::uint64_t lastAddress = 0;
+    std::optional<std::uint64_t> lastTime;
+
+    bool heapCorruptionReported = false;
+
+    /// Of the thread on whose behalf the caller runs; null when there is none.
+    static ThreadState* Get() noexcept { return static_cast<ThreadState*>(Platform::FaultDispatch::ThreadWord()); }
+};
+
+/// Holds g_alreadyCrashedLock, unless the faulted thread holds it already: its handling has faulted then.
+class Handler::CrashLock
+{
+public:
+    CrashLock();
+    ~CrashLock();
+    CrashLock(const CrashLock&) = delete;
+    CrashLock& operator=(const CrashLock&) = delete;
+
+    /// Whether the thread held the lock before.
+    bool IsNested() const { return m_isNested; }
+
+    /// Whether it is held for the thread on whose behalf the caller runs.
+    static bool IsHeld() noexcept;
+
+    /// Gives back a lock of the calling thread that nobody else will give back. Held.
+    static void Unlock() noexcept;
+
+private:
+    bool m_isNested;
+};
+
+} // namespace Ardo::Kiln::Exception

@@ -1,0 +1,427 @@
+#include "Ardo/Kiln/Exception/Handler.h"
+
+#include "Ardo/Kiln/Exception/ErrorInfo.h"
+#include "Ardo/Kiln/Exception/MiniDumpGenerator.h"
+#include "Ardo/Kiln/Exception/Notification.h"
+#include "Ardo/Kiln/Exception/Warning.h"
+#include "Ardo/Kiln/Platform/FaultCode.h"
+#include "Ardo/Kiln/Platform/FaultDispatch.h"
+#include "Ardo/Kiln/Platform/LastThrow.h"
+#include "tests/Support/LogCollector.h"
+#include "tests/Support/ScopedTempDir.h"
+
+#include <boost/exception/get_error_info.hpp>
+#include <gmock/gmock.h>
+
+#include <cstdlib>
+#include <pthread.h>
+#include <thread>
+
+namespace Ardo::Kiln::Exception
+{
+
+using ::testing::ContainsRegex;
+using ::testing::ElementsAre;
+using ::testing::HasSubstr;
+using ::testing::Not;
+
+namespace FaultCode = Platform::FaultCode;
+
+/// The private operations, and the state that a test leaves as it found it.
+struct HandlerTestAccess
+{
+    static constexpr auto HeapCorruption = &Handler::HandleHeapCorruption;
+    static constexpr auto Loop = &Handler::HandleSuspiciousExceptionLoop;
+    static constexpr auto Uncaught = &Handler::HandleUncaughtExceptions;
+    static constexpr auto Report = &Handler::ReportAndDump;
+    static constexpr auto Kill = &Handler::KillCurrentProcess;
+
+    static int Instances() { return Handler::g_instances; }
+    static void SetClock(std::uint64_t (*clock)()) { Handler::g_clock = clock; }
+    static void Forget()
+    {
+        Handler::SetFlags(0);
+        Handler::g_alreadyCrashed = false;
+        Handler::g_clock = &Handler::SystemClock;
+    }
+};
+
+namespace
+{
+
+using Access = HandlerTestAccess;
+
+std::uint64_t g_now = 0; // ticks of 100 ns
+
+/// A fault that somebody else would have made.
+struct Fault
+{
+    explicit Fault(std::uint32_t code = FaultCode::AccessViolation, std::uint64_t address = 0x1000)
+    {
+        record.ExceptionCode = code;
+        record.ExceptionAddress = reinterpret_cast<void*>(address);
+    }
+
+    EXCEPTION_RECORD record{};
+    CONTEXT context{};
+    EXCEPTION_POINTERS pointers{&record, &context};
+};
+
+void ReadBadAddress()
+{
+    int* volatile pointer = reinterpret_cast<int*>(0x10000);
+    [[maybe_unused]] const volatile int value = *pointer;
+}
+
+std::size_t Count(const std::string& text, const std::string& part)
+{
+    std::size_t count = 0;
+    for (std::size_t at = text.find(part); at != std::string::npos; at = text.find(part, at + part.size()))
+    {
+        ++count;
+    }
+    return count;
+}
+
+/// Reports go to a folder of the test's own, without dumps.
+class HandlerTest : public ::testing::Test
+{
+protected:
+    HandlerTest()
+    {
+        ::setenv("XDG_DATA_HOME", m_folder.Path().c_str(), 1);
+        MiniDumpGenerator::SetFakeWriteDump(true);
+        Said([] { MiniDumpGenerator::CreateDumpDirectory(); });
+        Access::Forget();
+        Access::SetClock([] { return g_now; });
+    }
+
+    ~HandlerTest() override { Access::Forget(); }
+
+    /// What \p action writes to the standard error stream.
+    template <typename Action>
+    static std::string Said(const Action& action)
+    {
+        ::testing::internal::CaptureStderr();
+        action();
+        return ::testing::internal::GetCapturedStderr();
+    }
+
+    std::size_t Reports() const
+    {
+        std::size_t count = 0;
+        for (const auto& entry : std::filesystem::recursive_directory_iterator(m_folder.Path()))
+        {
+            count += entry.path().extension() == ".txt" ? 1U : 0U;
+        }
+        return count;
+    }
+
+private:
+    Support::ScopedTempDir m_folder;
+};
+
+TEST_F(HandlerTest, FlagsBelongToTheFirstThread)
+{
+    const std::string refusal = "Handler::SetFlags should be set before instantiation of secondary threads";
+    Handler::Initialize();
+    EXPECT_EQ(Access::Instances(), 0); // flags 0
+
+    std::thread(
+        []
+        {
+            Handler::SetFlags(Handler::DetectLoops);
+            Handler::Initialize();
+            Handler::Initialize();
+            EXPECT_EQ(Access::Instances(), 1);
+            Handler::SetFlags(Handler::RememberThrows); // its own object does not count
+
+            std::thread(
+                [refusal]
+                {
+                    const auto set = [] { Handler::SetFlags(Handler::EndProcess); };
+                    EXPECT_EQ(Said([&] { EXPECT_THROW(set(), std::runtime_error); }), refusal + "\n");
+                    Handler::Initialize();
+                    EXPECT_EQ(Access::Instances(), 2);
+                    EXPECT_EQ(Said([&] { EXPECT_THROW(set(), std::runtime_error); }), refusal + "\n");
+                })
+                .join();
+            EXPECT_EQ(Access::Instances(), 1);
+            Handler::SetFlags(Handler::EndProcess);
+        })
+        .join();
+    EXPECT_EQ(Access::Instances(), 0);
+
+    EXPECT_EXIT(
+        {
+            const Handler first;
+            const Handler second;
+            Handler::SetFlags(0);
+        },
+        ::testing::ExitedWithCode(0), refusal + "\nTerminating Orbex\\.\n");
+    Handler::SetFlags(0);
+    EXPECT_EQ(Said([] { Access::Kill(); }), "");
+}
+
+TEST_F(HandlerTest, LoopsAreCountedAsTheyHappen)
+{
+    constexpr std::uint64_t Soon = 1'009'999;
+    constexpr std::uint64_t Late = 1'010'000;
+    enum class Different
+    {
+        Nothing,
+        Code,
+        Pointers,
+        Address,
+        ThirdWord
+    };
+    struct Step
+    {
+        std::uint64_t pause;
+        std::size_t reports; ///< So far.
+        Different what = Different::Nothing;
+    };
+    const std::pair<const char*, std::vector<Step>> rows[] = {
+        {"each one after the third repetition is reported", {{0, 0}, {Soon, 0}, {0, 0}, {Soon, 0}, {0, 1}, {0, 2}}},
+        {"a pause is the first of a new loop", {{0, 0}, {0, 0}, {0, 0}, {0, 0}, {Late, 0}, {0, 0}, {0, 0}, {0, 1}}},
+        {"another block",
+         {{0, 0}, {0, 0}, {0, 0}, {0, 0}, {0, 0, Different::Pointers}, {0, 0}, {0, 0}, {0, 0}, {0, 0}}},
+        {"another place", {{0, 0}, {0, 0}, {0, 0}, {0, 0}, {0, 0, Different::Address}, {0, 0}, {0, 0}, {0, 0}, {0, 0}}},
+        {"a third word",
+         {{0, 0}, {0, 0}, {0, 0}, {0, 0}, {0, 0, Different::ThirdWord}, {0, 0}, {0, 0}, {0, 0}, {0, 1}}},
+        {"C++ exceptions are no loop",
+         {{0, 0}, {0, 0}, {0, 0}, {0, 0}, {0, 0, Different::Code}, {0, 0}, {0, 0}, {0, 0}}}};
+    for (const auto& [name, steps] : rows)
+    {
+        SCOPED_TRACE(name);
+        Handler::SetFlags(Handler::DetectLoops);
+        std::thread(
+            [&steps = steps]
+            {
+                Handler::Initialize();
+                Fault fault;
+                Fault other;
+                std::size_t reports = 0;
+                for (const Step& step : steps)
+                {
+                    g_now += step.pause;
+                    const Fault ignored(FaultCode::Breakpoint);
+                    Access::Loop(const_cast<EXCEPTION_POINTERS*>(&ignored.pointers));
+                    const bool differs = step.what != Different::Nothing;
+                    fault.record.ExceptionCode =
+                        step.what == Different::Code ? FaultCode::CxxException : FaultCode::AccessViolation;
+                    fault.record.ExceptionAddress = step.what == Different::Address ? &other : nullptr;
+                    fault.record.ExceptionInformation[2] = step.what == Different::ThirdWord ? 1 : 0;
+                    Fault& used = differs && step.what == Different::Pointers ? other : fault;
+                    reports += Count(Said([&] { EXPECT_EQ(Access::Loop(&used.pointers), 0); }),
+                                     "A suspicious loop of exceptions has been detected. Orbex must be ended. \r\n\n");
+                    EXPECT_EQ(reports, step.reports) << "step " << &step - steps.data();
+                }
+            })
+            .join();
+    }
+}
+
+TEST_F(HandlerTest, ACorruptedHeapIsReportedOnceAThread)
+{
+    Handler::SetFlags(Handler::CatchUncaught | Handler::RememberThrows | 0x400);
+    std::string said;
+    const auto corrupt = [&]
+    {
+        Handler::Initialize();
+        Fault corruption(FaultCode::HeapCorruption);
+        Fault other;
+        said += Said(
+            [&]
+            {
+                EXPECT_EQ(Access::HeapCorruption(&other.pointers), 0);
+                EXPECT_EQ(Access::HeapCorruption(&corruption.pointers), 0);
+                EXPECT_EQ(Access::HeapCorruption(&corruption.pointers), 0);
+                EXPECT_EQ(Access::Uncaught(&corruption.pointers), 1); // the same fault, on its way on
+            });
+    };
+    std::thread(corrupt).join();
+    std::thread(corrupt).join();
+    EXPECT_EQ(Count(said, "Heap corruption detected\n"), 2U) << said;
+    EXPECT_EQ(Reports(), 2U);
+}
+
+TEST_F(HandlerTest, TheFirstUncaughtFaultIsReportedAndHandedOn)
+{
+    static const EXCEPTION_POINTERS* seen = nullptr;
+    const auto before = Platform::FaultDispatch::SetUnhandledFilter(
+        [](EXCEPTION_POINTERS* pointers)
+        {
+            seen = pointers;
+            return -1L;
+        });
+    Handler::SetFlags(Handler::CatchUncaught);
+    const std::pair<std::uint32_t, long> ignored[] = {{FaultCode::Breakpoint, 0},
+                                                      {FaultCode::SingleStep, 0},
+                                                      {FaultCode::DebugPrint, 0},
+                                                      {FaultCode::ControlCExit, 1}};
+    for (const auto& [code, answer] : ignored)
+    {
+        Fault fault(code);
+        EXPECT_EQ(Said([&] { EXPECT_EQ(Access::Uncaught(&fault.pointers), answer); }), "");
+    }
+    EXPECT_EQ(seen, nullptr);
+    Fault fault;
+    EXPECT_THAT(Said([&] { EXPECT_EQ(Access::Uncaught(&fault.pointers), -1); }),
+                HasSubstr("An uncaught exceptions has been detected. Orbex must be ended. \r\n\n"));
+    EXPECT_EQ(seen, &fault.pointers);
+    EXPECT_EQ(Said([&] { EXPECT_EQ(Access::Uncaught(&fault.pointers), 1); }), "");
+    EXPECT_EQ(Reports(), 1U);
+    Handler::SetFlags(0);
+    EXPECT_EQ(Platform::FaultDispatch::SetUnhandledFilter(before)(&fault.pointers), -1); // put back
+}
+
+TEST_F(HandlerTest, TheAnswerDecides)
+{
+    struct Row
+    {
+        const char* name;
+        Handler::Notify notify;
+        std::size_t reports;
+        const char* said = "";
+    };
+    const auto answer = [](const MinidumpActions& actions)
+    {
+        return [actions](const std::shared_ptr<Notification>& notification)
+        { std::thread([notification, actions] { notification->Answer(actions); }).detach(); };
+    };
+    const Row rows[] = {{"nobody asked", {}, 1},
+                        {"yes", answer({1, [] { std::cerr << "called\n"; }}), 1, "\ncalled\n"},
+                        {"no", answer({0, [] { std::cerr << "called\n"; }}), 0, "\ncalled\n"},
+                        {"a function that fails", answer({2, [] { throw 1; }}), 1},
+                        {"dropped", [](const std::shared_ptr<Notification>&) {}, 1},
+                        {"a presenter that fails", [](const std::shared_ptr<Notification>&) { throw 1; }, 1},
+                        {"what is presented",
+                         [](const std::shared_ptr<Notification>& notification)
+                         {
+                             try
+                             {
+                                 std::rethrow_exception(notification->exception);
+                             }
+                             catch (const HandledException& error)
+                             {
+                                 EXPECT_STREQ(error.what(), "message");
+                                 EXPECT_THAT(*boost::get_error_info<ReportInfo>(error),
+                                             HasSubstr("ACCESS_VIOLATION\r\n"));
+                             }
+                         },
+                         1}};
+    for (const Row& row : rows)
+    {
+        SCOPED_TRACE(row.name);
+        const std::size_t before = Reports();
+        Fault fault;
+        const std::string said = Said([&] { Access::Report(&fault.pointers, "message", row.notify); });
+        EXPECT_THAT(said, HasSubstr("\nmessage\n"));
+        EXPECT_THAT(said, HasSubstr(row.said));
+        EXPECT_EQ(Reports() - before, row.reports);
+    }
+    for (const unsigned long long flags : {127, 128})
+    {
+        Handler::SetFlags(flags & ~std::uint64_t(Handler::EndProcess));
+        Fault fault;
+        EXPECT_EQ(Count(Said([&] { Access::Report(&fault.pointers, "message", {}); }), "(EEE) ------- Error"),
+                  flags > 127 ? 1U : 0U);
+    }
+}
+
+TEST_F(HandlerTest, WhatLeavesTheWorkEndsThere)
+{
+    std::vector<std::string> handled;
+    Handler::SetHandler(
+        [&](EXCEPTION_POINTERS* pointers, const Handler::Notify& notify)
+        {
+            const Platform::LastThrow& last = Platform::LastThrowOfThread();
+            const bool isCxx = pointers->ExceptionRecord->ExceptionCode == FaultCode::CxxException;
+            handled.push_back((isCxx ? std::string(last.type) + last.message : "fault") + (notify ? " asks" : ""));
+            EXPECT_TRUE(!isCxx || last.frameCount > 0 || handled.size() == 3U); // where it was thrown
+        });
+    Support::LogCollector log;
+    std::vector<std::string> presented;
+    const auto present = [&](const std::shared_ptr<Notification>& notification)
+    {
+        try
+        {
+            std::rethrow_exception(notification->exception);
+        }
+        catch (const Warning& warning)
+        {
+            presented.emplace_back(warning.what());
+            throw std::runtime_error("not now");
+        }
+    };
+    bool reached = false;
+    Handler::Execute([&] { reached = true; });
+    EXPECT_TRUE(reached);
+    Handler::Execute([] { throw std::runtime_error("stuck"); });
+    Handler::ExecuteOrNotify([] { throw 1; }, present);
+    Handler::Execute({});
+    Handler::Execute(&ReadBadAddress);
+    Handler::Execute(
+        [&]
+        {
+            Handler::ExecuteOrNotify(&ReadBadAddress, present);
+            handled.emplace_back("went on");
+        });
+    Handler::Execute([] { throw Warning("logged"); });
+    Handler::ExecuteOrNotify([] { throw Warning("presented"); }, present);
+    EXPECT_THAT(handled, ElementsAre("St13runtime_errorstuck", "i asks", "St17bad_function_callbad_function_call",
+                                     "fault", "fault asks", "went on"));
+    EXPECT_THAT(presented, ElementsAre("presented"));
+    EXPECT_THAT(log.Messages(), ElementsAre("logged", "presented"));
+}
+
+TEST_F(HandlerTest, AFaultOfTheHandlingIsReportedToo)
+{
+    for (int count = 0; count < 2; ++count) // the lock is free again
+    {
+        EXPECT_THAT(Said([] { Handler::ExecuteOrNotify([] { throw 1; }, [](const auto&) { ReadBadAddress(); }); }),
+                    Not(HasSubstr("\nA unfiltered exception has been caught. Orbex must be ended. \n\nA unf")));
+    }
+    EXPECT_EQ(Reports(), 2U);
+    Handler::SetHandler([](EXCEPTION_POINTERS*, const Handler::Notify&) { throw std::runtime_error("broken"); });
+    Said([] { Handler::Execute([] { throw 1; }); });
+    EXPECT_EQ(Reports(), 3U);
+    Handler::SetHandler({});
+    EXPECT_THAT(Said([] { Handler::Execute([] { throw 1; }); }), HasSubstr("A unfiltered exception"));
+}
+
+TEST_F(HandlerTest, AThreadMayEndInsideTheWork)
+{
+    std::string said = Said(
+        []
+        {
+            pthread_t thread{};
+            ASSERT_EQ(::pthread_create(
+                          &thread, nullptr,
+                          [](void*) -> void*
+                          {
+                              Handler::Execute([] { ::pthread_exit(nullptr); });
+                              ADD_FAILURE() << "the thread goes on";
+                              return nullptr;
+                          },
+                          nullptr),
+                      0);
+            ::pthread_join(thread, nullptr);
+        });
+    EXPECT_EQ(said, "");
+}
+
+TEST_F(HandlerTest, ATerminatedThreadIsAnnounced)
+{
+    EXPECT_DEATH(
+        {
+            Handler::SetFlags(Handler::RememberThrows);
+            std::terminate();
+        },
+        "^A thread \\(id: [0-9]+\\) is being abnormally terminated\nterminate called without an active exception\n");
+}
+
+} // namespace
+
+} // namespace Ardo::Kiln::Exception
