@@ -9,7 +9,7 @@ namespace Ardo::Kiln::Exception
 /// answer when nobody was asked.
 struct MinidumpActions
 {
-    int decision = 1;               ///< Not 0: the crash report and the minidump are to be written.
+    int decision = 1; ///< Not 0: the crash report and the minidump are to be written.
     /// What the presenter wants done; may be empty. Called once, after the reports, or at once if there are none to
     /// write, and before the process ends: on the thread that deals with the fault, within its time limit.
     std::function<void()> function;

@@ -128,7 +128,7 @@ TEST_F(HandlerTest, FlagsBelongToTheFirstThread)
     EXPECT_EQ(Access::Instances(), 0); // flags 0
 
     std::thread(
-        []
+        [&refusal]
         {
             Handler::SetFlags(Handler::DetectLoops);
             Handler::Initialize();
@@ -137,7 +137,7 @@ TEST_F(HandlerTest, FlagsBelongToTheFirstThread)
             Handler::SetFlags(Handler::RememberThrows); // its own object does not count
 
             std::thread(
-                [refusal]
+                [&refusal]
                 {
                     const auto set = [] { Handler::SetFlags(Handler::EndProcess); };
                     EXPECT_EQ(Said([&] { EXPECT_THROW(set(), std::runtime_error); }), refusal + "\n");
@@ -242,7 +242,7 @@ TEST_F(HandlerTest, ACorruptedHeapIsReportedOnceAThread)
     };
     std::thread(corrupt).join();
     std::thread(corrupt).join();
-    EXPECT_EQ(Count(said, "Heap corruption detected\n"), 2U) << said;
+    EXPECT_EQ(Count(said, "\nHeap corruption detected\n(EEE)"), 2U) << said;
     EXPECT_EQ(Reports(), 2U);
 }
 
@@ -321,7 +321,7 @@ TEST_F(HandlerTest, TheAnswerDecides)
         EXPECT_THAT(said, HasSubstr(row.said));
         EXPECT_EQ(Reports() - before, row.reports);
     }
-    for (const unsigned long long flags : {127, 128})
+    for (const unsigned long long flags : {127ULL, 128ULL})
     {
         Handler::SetFlags(flags & ~std::uint64_t(Handler::EndProcess));
         Fault fault;
