@@ -1,11 +1,11 @@
 #include "Ardo/Kiln/Exception/ErrorDialog.h"
 
+#include "Ardo/Kiln/Exception/ErrorDialogQueue_p.h"
 #include "Ardo/Kiln/Exception/Notification.h"
 #include "Ardo/Kiln/Exception/Warning.h"
+#include "Ardo/Kiln/Platform/FaultDispatch.h"
 
-#include <boost/exception/diagnostic_information.hpp>
-
-#include <iostream>
+#include <utility>
 
 namespace Ardo::Kiln::Exception
 {
@@ -13,36 +13,47 @@ namespace Ardo::Kiln::Exception
 namespace
 {
 
-void Print(const std::string& text)
+/// \p content is a function, so that the notification is answered also when the texts cannot be made.
+template <class MakeContent>
+void Present(std::shared_ptr<Notification> notification, const MakeContent& content)
 {
-    std::cerr << text + '\n' << std::flush; // as one piece: other threads write there too
-}
-
-void PrintError(const std::string& text, const std::shared_ptr<Notification>& notification)
-{
-    Print("(EEE) ------- Error ------- (EEE)\n" + text);
-    notification->Answer();
+    try
+    {
+        const auto question = std::make_shared<ErrorDialogQuestion>(content(), notification);
+        if (Platform::FaultDispatch::FirstThreadIsAtFault())
+        {
+            question->AnswerOnConsole(); // it cannot show anything any more
+            return;
+        }
+        ErrorDialogQueue::Present(question);
+    }
+    catch (...)
+    {
+        if (notification != nullptr)
+        {
+            notification->Answer();
+        }
+        throw;
+    }
 }
 
 } // namespace
 
 void ErrorDialog::ShowWarningDialog(const Warning& warning)
 {
-    Print("(WWW) ------- Warning ------- (WWW)\n" + boost::diagnostic_information(warning));
+    Present(nullptr, [&] { return ErrorDialogContent::Of(warning); });
 }
 
-// Both forms take a reference of their own, because a dialog may outlive the caller's.
-// NOLINTBEGIN(performance-unnecessary-value-param)
+// Both forms take a reference of their own, because the dialog outlives the caller's.
 void ErrorDialog::ShowErrorDialog(std::shared_ptr<Notification> notification, const std::exception& exception)
 {
-    PrintError(boost::diagnostic_information(exception), notification);
+    Present(std::move(notification), [&] { return ErrorDialogContent::Of(exception); });
 }
 
 void ErrorDialog::ShowErrorDialog(std::shared_ptr<Notification> notification, const std::string& message,
-                                  bool /*offerMinidump*/)
+                                  bool offerMinidump)
 {
-    PrintError(message, notification);
+    Present(std::move(notification), [&] { return ErrorDialogContent::Of(message, offerMinidump); });
 }
-// NOLINTEND(performance-unnecessary-value-param)
 
 } // namespace Ardo::Kiln::Exception

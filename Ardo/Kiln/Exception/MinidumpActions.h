@@ -6,7 +6,7 @@ namespace Ardo::Kiln::Exception
 {
 
 /// The answer to a Notification: whether crash reports are written, and what else is to be done. The default is the
-/// answer when nobody was asked.
+/// answer when nobody was asked or nobody decided.
 struct MinidumpActions
 {
     int decision = 1; ///< Not 0: the crash report and the minidump are to be written.

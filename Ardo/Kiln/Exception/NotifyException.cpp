@@ -23,6 +23,7 @@ void Present(const std::shared_ptr<Notification>& notification)
     catch (const Warning& warning)
     {
         ErrorDialog::ShowWarningDialog(warning);
+        notification->Answer(); // a warning asks nothing, but somebody may wait
     }
     catch (const std::exception& exception)
     {
@@ -47,7 +48,6 @@ void NotifyException(const std::shared_ptr<Notification>& notification)
         notification->Answer();
         throw;
     }
-    notification->Answer(); // warnings ask nothing, but somebody may wait
 }
 
 } // namespace Ardo::Kiln::Exception

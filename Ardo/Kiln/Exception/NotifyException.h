@@ -12,8 +12,9 @@ struct Notification;
 /// Presents the exception of a notification with the ErrorDialog: a Warning as a warning, any other exception as an
 /// error, and what is no `std::exception` as the error "Unknown exception".
 ///
-/// The notification's promise is fulfilled when it returns or throws: with the user's answer, otherwise the default
-/// one. \param notification not null. \throws std::bad_alloc only.
+/// The notification's promise is fulfilled in any case: with the user's answer, which may come after the call has
+/// returned when it is not made on the user-interface thread (see ErrorDialog), or with the default answer, for a
+/// warning and when the call throws. \param notification not null. \throws std::bad_alloc only.
 KILN_EXPORT void NotifyException(const std::shared_ptr<Notification>& notification);
 
 } // namespace Ardo::Kiln::Exception

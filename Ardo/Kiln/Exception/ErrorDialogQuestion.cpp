@@ -1,0 +1,88 @@
+#include "Ardo/Kiln/Exception/ErrorDialogQuestion_p.h"
+
+#include "Ardo/Kiln/Exception/Notification.h"
+
+#include <iostream>
+#include <utility>
+
+namespace Ardo::Kiln::Exception
+{
+
+ErrorDialogQuestion::ErrorDialogQuestion(ErrorDialogContent content, std::shared_ptr<Notification> notification)
+    : m_content(std::move(content)), m_notification(std::move(notification))
+{
+}
+
+ErrorDialogQuestion::~ErrorDialogQuestion()
+{
+    try
+    {
+        AnswerOnConsole();
+        Answer({});
+    }
+    catch (...)
+    {
+        // Out of memory. The notification goes with its last owner, which counts as the default answer.
+    }
+}
+
+void ErrorDialogQuestion::WaitUntilTaken(std::chrono::milliseconds limit)
+{
+    {
+        std::unique_lock lock(m_mutex);
+        if (m_changed.wait_for(lock, limit, [this] { return m_state != State::Queued; }))
+        {
+            return;
+        }
+        m_state = State::Settled; // from here on it cannot be taken any more
+    }
+    PrintAndAnswer();
+}
+
+bool ErrorDialogQuestion::Take()
+{
+    const std::lock_guard lock(m_mutex);
+    if (m_state != State::Queued)
+    {
+        return false;
+    }
+    m_state = State::Taken;
+    m_changed.notify_all();
+    return true;
+}
+
+void ErrorDialogQuestion::MarkShown()
+{
+    const std::lock_guard lock(m_mutex);
+    m_state = State::Settled;
+}
+
+void ErrorDialogQuestion::Answer(const MinidumpActions& actions)
+{
+    if (m_notification != nullptr)
+    {
+        m_notification->Answer(actions);
+    }
+}
+
+void ErrorDialogQuestion::AnswerOnConsole()
+{
+    {
+        const std::lock_guard lock(m_mutex);
+        if (m_state == State::Settled)
+        {
+            return;
+        }
+        m_state = State::Settled;
+        m_changed.notify_all();
+    }
+    PrintAndAnswer();
+}
+
+void ErrorDialogQuestion::PrintAndAnswer()
+{
+    std::cerr << m_content.console + '\n' << std::flush; // as one piece: other threads write there too
+    Answer({});
+}
+
+} // namespace Ardo::Kiln::Exception

@@ -1,0 +1,234 @@
+#include "Ardo/Kiln/Exception/ErrorDialogQueue_p.h"
+
+#include "Ardo/Kiln/Exception/ErrorDialogWindow_p.h"
+
+#include <QApplication>
+#include <QEventLoop>
+#include <QThread>
+
+#include <algorithm>
+#include <atomic>
+#include <mutex>
+#include <utility>
+
+namespace Ardo::Kiln::Exception
+{
+
+namespace
+{
+
+/// Further ones are not shown: nobody would want to close them all, and their number has no bounds.
+constexpr std::size_t MostWarnings = 16;
+
+std::unique_ptr<ErrorDialogQueue> g_queue; // touched by the user-interface thread only
+std::atomic<std::chrono::milliseconds> g_takeUpLimit{std::chrono::seconds(30)};
+
+// Other threads post to the application object while they hold this, so that it does not end in between. A thread that
+// faults in between never gives it back, hence the time limit.
+std::timed_mutex g_applicationMutex;
+bool g_applicationRuns = false; // guarded by g_applicationMutex
+
+void ApplicationEnds()
+{
+    {
+        const std::lock_guard lock(g_applicationMutex);
+        g_applicationRuns = false;
+    }
+    g_queue.reset();
+}
+
+void ApplicationBegins()
+{
+    const std::lock_guard lock(g_applicationMutex);
+    g_applicationRuns = true;
+    qAddPostRoutine(ApplicationEnds); // Qt forgets it when it has called it
+}
+
+/// A question inside an event. If the event is destroyed undelivered, the application object is gone.
+class Delivery
+{
+public:
+    explicit Delivery(std::shared_ptr<ErrorDialogQuestion> question) : m_question(std::move(question)) {}
+    ~Delivery()
+    {
+        if (m_question != nullptr)
+        {
+            m_question->AnswerOnConsole();
+        }
+    }
+    Delivery(const Delivery&) = delete;
+    Delivery& operator=(const Delivery&) = delete;
+
+    std::shared_ptr<ErrorDialogQuestion> Take() { return std::exchange(m_question, nullptr); }
+
+private:
+    std::shared_ptr<ErrorDialogQuestion> m_question;
+};
+
+} // namespace
+
+Q_COREAPP_STARTUP_FUNCTION(ApplicationBegins)
+
+ErrorDialogQueue::ErrorDialogQueue()
+{
+    // The main thread may wait for other threads from now on, and they for an answer.
+    QObject::connect(QCoreApplication::instance(), &QCoreApplication::aboutToQuit, &m_context, [this] { RemoveAll(); });
+}
+
+ErrorDialogQueue::~ErrorDialogQueue()
+{
+    RemoveAll();
+    delete m_closedWindow.data();
+}
+
+ErrorDialogQueue& ErrorDialogQueue::OfApplication()
+{
+    if (g_queue == nullptr)
+    {
+        g_queue = std::make_unique<ErrorDialogQueue>();
+    }
+    return *g_queue;
+}
+
+void ErrorDialogQueue::SetTakeUpLimit(std::chrono::milliseconds limit) noexcept
+{
+    g_takeUpLimit = limit;
+}
+
+void ErrorDialogQueue::Present(const std::shared_ptr<ErrorDialogQuestion>& question)
+{
+    switch (Post(question))
+    {
+    case Place::NoWindows:
+        question->AnswerOnConsole();
+        break;
+    case Place::UiThread:
+        ShowAndWait(question);
+        break;
+    case Place::OtherThread:
+        if (!question->Content().isWarning) // nobody waits for an answer to a warning
+        {
+            question->WaitUntilTaken(g_takeUpLimit);
+        }
+        break;
+    }
+}
+
+ErrorDialogQueue::Place ErrorDialogQueue::Post(const std::shared_ptr<ErrorDialogQuestion>& question)
+{
+    const std::unique_lock lock(g_applicationMutex, g_takeUpLimit.load());
+    QCoreApplication* const application =
+        lock.owns_lock() && g_applicationRuns ? QCoreApplication::instance() : nullptr;
+    if (qobject_cast<QApplication*>(application) == nullptr)
+    {
+        return Place::NoWindows;
+    }
+    if (application->thread() == QThread::currentThread())
+    {
+        return Place::UiThread;
+    }
+    QMetaObject::invokeMethod(
+        application,
+        [delivery = std::make_shared<Delivery>(question)]
+        {
+            if (const auto delivered = delivery->Take(); delivered->Take())
+            {
+                OfApplication().Add({delivered, nullptr});
+            }
+        },
+        Qt::QueuedConnection);
+    return Place::OtherThread;
+}
+
+void ErrorDialogQueue::ShowAndWait(const std::shared_ptr<ErrorDialogQuestion>& question)
+{
+    QEventLoop loop;
+    question->Take();
+    OfApplication().Add({question, &loop});
+    loop.exec(QEventLoop::DialogExec);
+    if (g_queue != nullptr)
+    {
+        g_queue->Remove(question); // still there when the loop ended because the application quits
+    }
+}
+
+void ErrorDialogQueue::Add(const Entry& entry)
+{
+    const ErrorDialogContent& content = entry.question->Content();
+    const auto saysTheSame = [&content](const Entry& other)
+    { return other.question->Content().isWarning && other.question->Content().message == content.message; };
+    if (content.isWarning && entry.loop == nullptr &&
+        (m_entries.size() >= MostWarnings || std::any_of(m_entries.begin(), m_entries.end(), saysTheSame)))
+    {
+        entry.question->AnswerOnConsole();
+        return;
+    }
+    m_entries.push_back(entry);
+    if (m_window == nullptr)
+    {
+        ShowFirst();
+    }
+}
+
+void ErrorDialogQueue::Remove(const std::shared_ptr<ErrorDialogQuestion>& question)
+{
+    const auto isIt = [&question](const Entry& entry) { return entry.question == question; };
+    const bool wasShown = m_window != nullptr && isIt(m_entries.front());
+    std::erase_if(m_entries, isIt);
+    if (wasShown)
+    {
+        m_window.reset();
+        ShowFirst();
+    }
+}
+
+void ErrorDialogQueue::RemoveAll()
+{
+    m_window.reset();
+    for (const Entry& entry : std::exchange(m_entries, {}))
+    {
+        if (entry.loop != nullptr)
+        {
+            entry.loop->quit();
+        }
+    }
+}
+
+void ErrorDialogQueue::ShowFirst()
+{
+    if (m_entries.empty())
+    {
+        return;
+    }
+    const std::shared_ptr<ErrorDialogQuestion> question = m_entries.front().question;
+    m_window = std::make_unique<ErrorDialogWindow>(question->Content());
+    QObject::connect(m_window.get(), &QDialog::finished, &m_context, [this](int decision) { Finish(decision); });
+    question->MarkShown();
+    m_window->show();
+    m_window->raise();
+    m_window->activateWindow();
+}
+
+void ErrorDialogQueue::Finish(int decision)
+{
+    // The window is still at work on its signal.
+    delete m_closedWindow.data();
+    m_closedWindow = m_window.release();
+    m_closedWindow->deleteLater();
+
+    const Entry entry = m_entries.front();
+    m_entries.pop_front();
+    MinidumpActions actions;
+    if (decision != ErrorDialogWindow::Undecided)
+    {
+        actions.decision = decision == ErrorDialogWindow::Write ? 1 : 0;
+    }
+    entry.question->Answer(actions);
+    if (entry.loop != nullptr)
+    {
+        entry.loop->quit();
+    }
+    ShowFirst();
+}
+
+} // namespace Ardo::Kiln::Exception

@@ -1,0 +1,147 @@
+#include "Ardo/Kiln/Exception/ErrorDialogWindow_p.h"
+
+#include <QApplication>
+#include <QClipboard>
+#include <QDialogButtonBox>
+#include <QFontDatabase>
+#include <QGridLayout>
+#include <QLabel>
+#include <QPlainTextEdit>
+#include <QPushButton>
+#include <QScrollBar>
+#include <QStyle>
+#include <QTextDocument>
+#include <QTextEdit>
+
+namespace Ardo::Kiln::Exception
+{
+
+namespace
+{
+
+constexpr int MessageColumns = 64; ///< The message's width in average characters.
+constexpr int MessageLines = 12;   ///< Longer messages scroll.
+constexpr int DetailsLines = 14;   ///< The same for the details.
+
+} // namespace
+
+ErrorDialogWindow::ErrorDialogWindow(const ErrorDialogContent& content)
+{
+    const QString title = content.isWarning ? QStringLiteral("Warning") : QStringLiteral("Error");
+    const QString message = QString::fromStdString(content.message);
+    const QString details = QString::fromStdString(content.details);
+    m_text = title + QStringLiteral(": ") + message + QStringLiteral("\n\n") + details;
+
+    setWindowTitle(title);
+    setWindowFlag(Qt::WindowContextHelpButtonHint, false);
+    setWindowModality(Qt::ApplicationModal);
+    // An error before the main window is there must not end the application when it is closed.
+    setAttribute(Qt::WA_QuitOnClose, false);
+
+    auto* const icon = new QLabel;
+    const auto standardIcon = content.isWarning ? QStyle::SP_MessageBoxWarning : QStyle::SP_MessageBoxCritical;
+    const int iconSize = style()->pixelMetric(QStyle::PM_MessageBoxIconSize);
+    icon->setPixmap(style()->standardIcon(standardIcon).pixmap(iconSize, iconSize));
+
+    m_details = new QPlainTextEdit(details);
+    m_details->setReadOnly(true);
+    m_details->setTabChangesFocus(true);
+    m_details->setAccessibleName(QStringLiteral("Details"));
+    m_details->setFont(QFontDatabase::systemFont(QFontDatabase::FixedFont));
+    m_details->setMinimumHeight(DetailsLines * m_details->fontMetrics().lineSpacing());
+    m_details->hide();
+
+    auto* const layout = new QGridLayout(this);
+    layout->setHorizontalSpacing(2 * layout->horizontalSpacing());
+    layout->addWidget(icon, 0, 0, Qt::AlignTop);
+    layout->addWidget(MakeMessage(message), 0, 1);
+    if (content.offerMinidump)
+    {
+        auto* const question =
+            new QLabel(QStringLiteral("Shall a crash report and a minidump be written? They describe the state of the "
+                                      "program at this moment and help to find the cause. Without an answer they are "
+                                      "written."));
+        question->setWordWrap(true);
+        layout->addWidget(question, 1, 1);
+    }
+    layout->addWidget(m_details, 2, 0, 1, 2);
+    layout->setRowStretch(2, 1);
+    layout->addWidget(MakeButtons(content.offerMinidump), 3, 0, 1, 2);
+    m_detailsButton->setVisible(!details.isEmpty());
+    setTabOrder(m_detailsButton, m_copyButton);
+    setTabOrder(m_copyButton, m_details);
+    setTabOrder(m_details, m_message);
+}
+
+QWidget* ErrorDialogWindow::MakeMessage(const QString& message)
+{
+    // A label would neither break a long path nor scroll.
+    m_message = new QTextEdit;
+    m_message->setPlainText(message);
+    m_message->setTextInteractionFlags(Qt::TextSelectableByMouse | Qt::TextSelectableByKeyboard);
+    m_message->setTabChangesFocus(true);
+    m_message->setAccessibleName(QStringLiteral("Message"));
+    m_message->setFrameShape(QFrame::NoFrame);
+    m_message->viewport()->setAutoFillBackground(false);
+    m_message->setWordWrapMode(QTextOption::WrapAtWordBoundaryOrAnywhere);
+    m_message->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+    m_message->document()->setDocumentMargin(0);
+
+    const int width = MessageColumns * m_message->fontMetrics().averageCharWidth();
+    const int longest = MessageLines * m_message->fontMetrics().lineSpacing();
+    const int scrollBar = m_message->verticalScrollBar()->sizeHint().width();
+    m_message->document()->setTextWidth(width);
+    const int height = qRound(m_message->document()->size().height() + 1);
+    m_message->setMinimumWidth(width + scrollBar);
+    m_message->setFixedHeight(qMin(height, longest));
+    return m_message;
+}
+
+QWidget* ErrorDialogWindow::MakeButtons(bool offerMinidump)
+{
+    auto* const box = new QDialogButtonBox;
+    const auto addDecision = [&](const QString& text, QDialogButtonBox::ButtonRole role, Decision decision)
+    {
+        QPushButton* const button = box->addButton(text, role);
+        connect(button, &QPushButton::clicked, this, [this, decision] { done(decision); });
+        return button;
+    };
+    QPushButton* marked = nullptr;
+    QPushButton* last = nullptr;
+    if (offerMinidump)
+    {
+        marked = addDecision(QStringLiteral("&Write Reports"), QDialogButtonBox::AcceptRole, Write);
+        last = addDecision(QStringLiteral("Do &Not Write"), QDialogButtonBox::RejectRole, DoNotWrite);
+        setTabOrder(marked, last);
+    }
+    else
+    {
+        marked = last = addDecision(QStringLiteral("C&lose"), QDialogButtonBox::AcceptRole, Undecided);
+    }
+    marked->setDefault(true);
+    marked->setFocus();
+
+    m_detailsButton = box->addButton(QString(), QDialogButtonBox::ActionRole);
+    m_detailsButton->setCheckable(true);
+    m_copyButton = box->addButton(QStringLiteral("&Copy"), QDialogButtonBox::ActionRole);
+    setTabOrder(last, m_detailsButton);
+    connect(m_detailsButton, &QPushButton::toggled, this, [this](bool shown) { ShowDetails(shown); });
+    connect(m_copyButton, &QPushButton::clicked, this, [this] { Copy(); });
+    m_detailsButton->setText(QStringLiteral("Show &Details"));
+    return box;
+}
+
+void ErrorDialogWindow::ShowDetails(bool shown)
+{
+    m_detailsButton->setText(shown ? QStringLiteral("Hide &Details") : QStringLiteral("Show &Details"));
+    m_details->setVisible(shown);
+    adjustSize();
+}
+
+void ErrorDialogWindow::Copy()
+{
+    QApplication::clipboard()->setText(m_text);
+    m_copyButton->setText(QStringLiteral("&Copied"));
+}
+
+} // namespace Ardo::Kiln::Exception

@@ -1,0 +1,44 @@
+#pragma once
+
+#include "Ardo/Kiln/Exception/ErrorDialogContent_p.h"
+
+#include <QDialog>
+
+class QPlainTextEdit;
+class QPushButton;
+class QTextEdit;
+
+namespace Ardo::Kiln::Exception
+{
+
+/// The window that shows a warning or an error. Its result() after finished() says what the person decided.
+///
+/// By keyboard: Return presses the button that is marked, Alt and the underlined letter any of them, Tab goes from one
+/// to the next, Escape closes the window.
+class ErrorDialogWindow : public QDialog
+{
+public:
+    /// What the person decided. The window's close button and Escape decide nothing.
+    enum Decision
+    {
+        Undecided = QDialog::Rejected,
+        Write = QDialog::Accepted,
+        DoNotWrite
+    };
+
+    explicit ErrorDialogWindow(const ErrorDialogContent& content);
+
+private:
+    QWidget* MakeMessage(const QString& message);
+    QWidget* MakeButtons(bool offerMinidump);
+    void ShowDetails(bool shown);
+    void Copy();
+
+    QString m_text; ///< What is copied.
+    QTextEdit* m_message = nullptr;
+    QPlainTextEdit* m_details = nullptr;
+    QPushButton* m_detailsButton = nullptr;
+    QPushButton* m_copyButton = nullptr;
+};
+
+} // namespace Ardo::Kiln::Exception
