@@ -1,6 +1,7 @@
 #include "Ardo/Kiln/Exception/ErrorDialogQuestion_p.h"
 
 #include "Ardo/Kiln/Exception/Notification.h"
+#include "Ardo/Kiln/Platform/FaultDispatch.h"
 
 #include <iostream>
 #include <utility>
@@ -28,15 +29,19 @@ ErrorDialogQuestion::~ErrorDialogQuestion()
 
 void ErrorDialogQuestion::WaitUntilTaken(std::chrono::milliseconds limit)
 {
+    using Platform::FaultDispatch;
+    const auto end = std::chrono::steady_clock::now() + limit;
+    std::unique_lock lock(m_mutex);
+    while (!m_changed.wait_for(lock, std::chrono::milliseconds(100), [this] { return m_state != State::Queued; }))
     {
-        std::unique_lock lock(m_mutex);
-        if (m_changed.wait_for(lock, limit, [this] { return m_state != State::Queued; }))
+        if (std::chrono::steady_clock::now() >= end || FaultDispatch::PersonIsAsked::NobodyCanAnswer())
         {
+            m_state = State::Settled; // from here on it cannot be taken any more
+            lock.unlock();
+            PrintAndAnswer();
             return;
         }
-        m_state = State::Settled; // from here on it cannot be taken any more
     }
-    PrintAndAnswer();
 }
 
 bool ErrorDialogQuestion::Take()

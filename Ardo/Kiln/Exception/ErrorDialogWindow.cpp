@@ -19,18 +19,24 @@ namespace Ardo::Kiln::Exception
 namespace
 {
 
-constexpr int MessageColumns = 64; ///< The message's width in average characters.
-constexpr int MessageLines = 12;   ///< Longer messages scroll.
-constexpr int DetailsLines = 14;   ///< The same for the details.
+constexpr int MessageColumns = 64;      ///< The message's width in average characters.
+constexpr int MessageLines = 12;        ///< Longer messages scroll.
+constexpr int MessageCharacters = 4000; ///< The rest of a still longer one stands in the details.
+constexpr int DetailsLines = 14;        ///< The height of the details.
 
 } // namespace
 
 ErrorDialogWindow::ErrorDialogWindow(const ErrorDialogContent& content)
 {
     const QString title = content.isWarning ? QStringLiteral("Warning") : QStringLiteral("Error");
-    const QString message = QString::fromStdString(content.message);
-    const QString details = QString::fromStdString(content.details);
+    QString message = QString::fromStdString(content.message);
+    QString details = QString::fromStdString(content.details);
     m_text = title + QStringLiteral(": ") + message + QStringLiteral("\n\n") + details;
+    if (message.size() > MessageCharacters)
+    {
+        details.prepend(message + QStringLiteral("\n\n"));
+        message = message.left(MessageCharacters) + QStringLiteral(" \u2026");
+    }
 
     setWindowTitle(title);
     setWindowFlag(Qt::WindowContextHelpButtonHint, false);
@@ -71,6 +77,7 @@ ErrorDialogWindow::ErrorDialogWindow(const ErrorDialogContent& content)
     setTabOrder(m_detailsButton, m_copyButton);
     setTabOrder(m_copyButton, m_details);
     setTabOrder(m_details, m_message);
+    m_marked->setFocus();
 }
 
 QWidget* ErrorDialogWindow::MakeMessage(const QString& message)
@@ -106,20 +113,18 @@ QWidget* ErrorDialogWindow::MakeButtons(bool offerMinidump)
         connect(button, &QPushButton::clicked, this, [this, decision] { done(decision); });
         return button;
     };
-    QPushButton* marked = nullptr;
     QPushButton* last = nullptr;
     if (offerMinidump)
     {
-        marked = addDecision(QStringLiteral("&Write Reports"), QDialogButtonBox::AcceptRole, Write);
+        m_marked = addDecision(QStringLiteral("&Write Reports"), QDialogButtonBox::AcceptRole, Write);
         last = addDecision(QStringLiteral("Do &Not Write"), QDialogButtonBox::RejectRole, DoNotWrite);
-        setTabOrder(marked, last);
+        setTabOrder(m_marked, last);
     }
     else
     {
-        marked = last = addDecision(QStringLiteral("C&lose"), QDialogButtonBox::AcceptRole, Undecided);
+        m_marked = last = addDecision(QStringLiteral("C&lose"), QDialogButtonBox::AcceptRole, Undecided);
     }
-    marked->setDefault(true);
-    marked->setFocus();
+    m_marked->setDefault(true);
 
     m_detailsButton = box->addButton(QString(), QDialogButtonBox::ActionRole);
     m_detailsButton->setCheckable(true);

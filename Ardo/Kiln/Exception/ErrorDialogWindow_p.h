@@ -37,6 +37,7 @@ private:
     QString m_text; ///< What is copied.
     QTextEdit* m_message = nullptr;
     QPlainTextEdit* m_details = nullptr;
+    QPushButton* m_marked = nullptr; ///< What Return presses.
     QPushButton* m_detailsButton = nullptr;
     QPushButton* m_copyButton = nullptr;
 };

@@ -1,5 +1,7 @@
 #include "Ardo/Kiln/Threading/ToMainThread.h"
 
+#include "Ardo/Kiln/Threading/BackgroundWorker.h"
+#include "Ardo/Kiln/Threading/ThreadChecks.h"
 #include "Ardo/Kiln/Threading/ToMainThreadInitialization.h"
 #include "tests/Support/LogCollector.h"
 
@@ -276,8 +278,53 @@ TEST_F(MainThreadDispatchTest, GuardsAreDeletedWhileThreadsDispatch)
     EXPECT_EQ(gone, Threads * Rounds / 10);
 }
 
+TEST_F(MainThreadDispatchTest, AThreadCheckThatFailsIsLoggedAsAWarning)
+{
+    const Support::LogCollector log;
+    const auto number = [](const auto& value) // as the classic locale writes it
+    {
+        std::ostringstream text;
+        text.imbue(std::locale::classic());
+        text << value;
+        return text.str();
+    };
+    const BackgroundWorker worker;
+    const std::thread::id mainThread = std::this_thread::get_id();
+    AssertMainThread();
+    EXPECT_TRUE(IsOnThread(mainThread));
+    EXPECT_TRUE(IsNotOnThread(std::thread::id()));
+    EXPECT_TRUE(IsNotOnThread(worker));
+    EXPECT_THAT(log.Messages(), IsEmpty());
+
+    std::vector<std::string> expected = {"Called from thread " + number(mainThread) + " - expected another thread",
+                                         "Not called from expected thread"};
+    EXPECT_FALSE(IsNotOnThread(mainThread));
+    EXPECT_FALSE(IsOnThread(worker));
+    BackgroundWorker other;
+    other.Call(
+        [&]
+        {
+            expected.push_back("Expected main thread, got thread " +
+                               number(reinterpret_cast<quintptr>(QThread::currentThreadId())) + " instead");
+            expected.push_back("Called from wrong thread: expected: " + number(mainThread) +
+                               " - actual: " + number(std::this_thread::get_id()));
+            expected.emplace_back("Unexpectedly called from background thread");
+            AssertMainThread();
+            EXPECT_FALSE(IsOnThread(mainThread));
+            EXPECT_FALSE(IsNotOnThread(other));
+            EXPECT_TRUE(IsOnThread(other));
+            EXPECT_TRUE(IsNotOnThread(mainThread));
+        });
+    EXPECT_EQ(log.Messages(), expected);
+    for (const auto& record : log.Records())
+    {
+        EXPECT_EQ(record.severity, Logger::warning);
+    }
+}
+
 TEST(ToMainThreadInitializationTest, WithoutAnApplicationTheProgramEnds)
 {
+    AssertMainThread(); // there is none
     EXPECT_EQ(ToMainThreadInitialization::GetDispatcherOrNull(), nullptr);
     EXPECT_DEATH(ToMainThreadInitialization(), "Ensure the QApplication instance is created before initializing "
                                                "ToMainThread functionality");
