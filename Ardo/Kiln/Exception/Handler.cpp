@@ -364,17 +364,8 @@ void Handler::FilterWarnings(const std::function<void()>& work, const Notify& no
 
 void Handler::HandleExceptionOfWork(GuardedCall& call)
 {
-    try
-    {
-        Platform::CaughtException fault;
-        HandleException(fault.Pointers(), call.notify);
-    }
-    catch (const std::exception& error)
-    {
-        // Not even the few bytes for the record are left.
-        Platform::WriteStandardError(error.what());
-        Platform::WriteStandardError("\n");
-    }
+    Platform::CaughtException fault;
+    HandleException(fault.Pointers(), call.notify);
     KillCurrentProcess();
 }
 

@@ -3,7 +3,7 @@
 #include "Ardo/Kiln/Platform/StructuredException.h"
 #include "Ardo/KilnExport.h"
 
-#include <memory>
+#include <cstddef>
 
 namespace Ardo::Kiln::Platform
 {
@@ -15,8 +15,8 @@ namespace Ardo::Kiln::Platform
 class KILN_EXPORT_FOR_TESTS CaughtException
 {
 public:
-    /// Inside a `catch` block only. \throws std::bad_alloc only.
-    CaughtException();
+    /// Inside a `catch` block only. Allocates nothing: that may be what has failed.
+    CaughtException() noexcept;
     ~CaughtException();
     CaughtException(const CaughtException&) = delete;
     CaughtException& operator=(const CaughtException&) = delete;
@@ -26,7 +26,8 @@ public:
 
 private:
     struct Block;
-    std::unique_ptr<Block> m_block;
+    alignas(16) std::byte m_memory[1424]; // of the block: only one system lets everybody see its members
+    Block* m_block;
 };
 
 } // namespace Ardo::Kiln::Platform

@@ -369,6 +369,19 @@ bool EndsProcess(std::uint32_t code) noexcept
     return code == FaultCode::HeapCorruption || code == FaultCode::StackBufferOverrun;
 }
 
+/// Whether filters leave it to a debugger. If one were there, the signal would not have come this far.
+bool IsForDebuggers(std::uint32_t code) noexcept
+{
+    return code == FaultCode::Breakpoint || code == FaultCode::SingleStep;
+}
+
+/// Whether nobody handled \p signal before.
+bool EndsByDefault(int signal) noexcept
+{
+    const struct sigaction& previous = g_previous[IndexOf(signal)];
+    return (previous.sa_flags & SA_SIGINFO) == 0 && previous.sa_handler == SIG_DFL;
+}
+
 void HandleFault(FaultThread& thread, int signal, siginfo_t* info, void* context) noexcept
 {
     const pid_t process = getpid();
@@ -401,6 +414,10 @@ void HandleFault(FaultThread& thread, int signal, siginfo_t* info, void* context
         HandOn(thread, signal, info, context, true);
         return;
     case Verdict::Previous:
+        if (IsForDebuggers(thread.record.ExceptionCode) && EndsByDefault(signal))
+        {
+            WriteReports(thread);
+        }
         HandOn(thread, signal, info, context, false);
         return;
     case Verdict::Failed:

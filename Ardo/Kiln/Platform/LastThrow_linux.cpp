@@ -13,6 +13,8 @@
 #include <algorithm>
 #include <cstring>
 #include <exception>
+#include <new>
+#include <type_traits>
 #include <typeinfo>
 
 namespace Ardo::Kiln::Platform
@@ -166,8 +168,10 @@ struct CaughtException::Block
     EXCEPTION_POINTERS pointers = {&record, &context};
 };
 
-CaughtException::CaughtException() : m_block(std::make_unique<Block>())
+CaughtException::CaughtException() noexcept : m_block(new (m_memory) Block)
 {
+    static_assert(sizeof(Block) <= sizeof m_memory && alignof(Block) <= 16);
+    static_assert(std::is_trivially_destructible_v<Block>);
     FaultDispatch::MonitorThread();
     FaultThread* const thread = OwnFaultThread();
     const bool known = thread != nullptr && RememberCurrentException(*thread);

@@ -9,6 +9,8 @@
 #include <cstring>
 #include <exception>
 #include <iterator>
+#include <new>
+#include <type_traits>
 
 namespace Ardo::Kiln::Platform
 {
@@ -74,8 +76,10 @@ struct CaughtException::Block
     EXCEPTION_POINTERS pointers = {&record, &context};
 };
 
-CaughtException::CaughtException() : m_block(std::make_unique<Block>())
+CaughtException::CaughtException() noexcept : m_block(new (m_memory) Block)
 {
+    static_assert(sizeof(Block) <= sizeof m_memory && alignof(Block) <= 16);
+    static_assert(std::is_trivially_destructible_v<Block>);
     DescribeCurrent(t_last);
     if (t_last.code != FaultCode::CxxException)
     {
