@@ -1,0 +1,181 @@
+// What a debugger that knows nothing of this library finds in our dumps.
+
+#include "tests/Support/Process.h"
+#include "tests/Support/ScopedTempDir.h"
+
+#include <gmock/gmock.h>
+
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <string>
+#include <vector>
+
+namespace
+{
+
+using namespace Ardo::Kiln::Support;
+using ::testing::AllOf;
+using ::testing::HasSubstr;
+
+struct Dump
+{
+    std::string told;  ///< By the process.
+    std::string bytes; ///< Of the file.
+};
+
+Dump MakeDump(const ScopedTempDir& folder, const std::string& how, const std::string& type, int threads)
+{
+    const ProcessResult result = RunShell(
+        "timeout 60 " KILN_VICTIM " " + how + " " + type + " " + std::to_string(threads) + " x.dmp", folder.Path());
+    EXPECT_EQ(result.status, 0) << result.error;
+    return {result.output, ReadFile(folder / "x.dmp")};
+}
+
+/// What the debugger answers. Under a time limit, because some faults of a dump make it wait for ever.
+std::string Debug(const ScopedTempDir& folder, const std::string& commands)
+{
+    WriteFile(folder / "commands", "settings set target.process.thread.max-backtrace-depth 50\n"
+                                   "target create --core x.dmp\nthread list\nbt all\n" +
+                                       commands);
+    return RunShell("timeout 120 lldb-14 -b -s commands 2>&1", folder.Path()).output;
+}
+
+/// "MinidumpVictim.cpp:17", where the victim's source says "LINE name".
+std::string Line(const std::string& name)
+{
+    std::ifstream source(KILN_VICTIM_SOURCE);
+    std::string line;
+    for (int number = 1; std::getline(source, line); ++number)
+    {
+        if (line.find("// LINE " + name) != std::string::npos)
+        {
+            return "MinidumpVictim.cpp:" + std::to_string(number);
+        }
+    }
+    return "no line " + name;
+}
+
+std::size_t Count(const std::string& text, const std::string& part)
+{
+    std::size_t count = 0;
+    for (std::size_t at = text.find(part); at != std::string::npos; at = text.find(part, at + part.size()))
+    {
+        ++count;
+    }
+    return count;
+}
+
+const std::string NothingSeen = "error 0 signals 0 children 0\n";
+constexpr const char* Small = "1160";
+constexpr const char* Full = "973";
+
+struct Case
+{
+    const char* how;
+    const char* type;
+    const char* stop;     ///< What the debugger says about the stop; empty: nothing, because nothing has happened.
+    const char* function; ///< On the stack of the thread that asked or faulted,
+    const char* line;     ///< with this line.
+    int threads = 3;      ///< That the process has.
+};
+
+class MinidumpOf : public ::testing::TestWithParam<Case>
+{
+};
+
+TEST_P(MinidumpOf, ShowsEveryThreadWithFunctionsAndLines)
+{
+    const Case& expected = GetParam();
+    const ScopedTempDir folder;
+    const Dump dump = MakeDump(folder, expected.how, expected.type, 2);
+    EXPECT_EQ(dump.told, NothingSeen);
+
+    const std::string answer = Debug(folder, "");
+    EXPECT_THAT(answer, AllOf(HasSubstr(expected.function), HasSubstr(Line(expected.line)), HasSubstr("`main(")));
+    EXPECT_EQ(Count(answer, " tid = "), expected.threads) << answer;
+    EXPECT_EQ(Count(answer, Line("waiting")), expected.threads - 1) << answer;
+    const bool hasFault = *expected.stop != '\0';
+    EXPECT_EQ(answer.find("stop reason") != std::string::npos, hasFault);
+    EXPECT_THAT(answer, HasSubstr(expected.stop));
+
+    // The structure, to the letter of the format; the type; names of threads in UTF-16.
+    const ProcessResult structure = RunShell("obj2yaml-14 x.dmp", folder.Path());
+    EXPECT_EQ(structure.status, 0) << structure.error;
+    EXPECT_EQ(Count(structure.output, "Type:            Exception"), hasFault ? 1 : 0);
+    std::uint64_t flags = 0;
+    std::memcpy(&flags, dump.bytes.data() + 24, sizeof flags);
+    EXPECT_EQ(flags, std::stoul(expected.type, nullptr, 16));
+    EXPECT_EQ(Count(dump.bytes, std::string("s\0t\0a\0g\0e\0\0", 11)), expected.threads - 1);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Minidump, MinidumpOf,
+    ::testing::Values(Case{"ask", Small, "", "AskForDump", "asking"}, Case{"ask", "0", "", "AskForDump", "asking"},
+                      Case{"fault", Small, "stop reason = signal SIGSEGV", "WriteToNowhere", "faulting"},
+                      Case{"fault", Full, "stop reason = signal SIGSEGV", "WriteToNowhere", "faulting"},
+                      Case{"own", Small, "", "WriteInOwnProcess", "writing"},
+                      Case{"forked", Small, "", "AskInForkedChild", "asking", 1}),
+    [](const auto& param) { return param.param.how + std::string("_") + param.param.type; });
+
+TEST(Minidump, OfAnOverflowIsSmallAndShowsTheRecursion)
+{
+    const ScopedTempDir folder;
+    const Dump dump = MakeDump(folder, "overflow", Small, 2);
+    EXPECT_EQ(dump.told, NothingSeen);
+    EXPECT_LT(dump.bytes.size(), 600'000);
+    const std::string answer = Debug(folder, "");
+    EXPECT_THAT(answer, HasSubstr("stop reason = signal SIGSEGV"));
+    EXPECT_GT(Count(answer, Line("recursing")), 40) << answer;
+}
+
+TEST(Minidump, WithFullMemoryHoldsVariablesAndHeap)
+{
+    const ScopedTempDir folder;
+    EXPECT_EQ(MakeDump(folder, "ask", Full, 2).told, NothingSeen);
+    EXPECT_THAT(Debug(folder, "target variable g_magnification\ntarget variable *g_specimen\n"),
+                AllOf(HasSubstr("g_magnification = 4711"), HasSubstr("tilt = -70"), HasSubstr("\"graphene")));
+}
+
+TEST(Minidump, IsSmall)
+{
+    for (const auto& [threads, size] : {std::pair{2, 300'000}, {199, 20'000'000}})
+    {
+        const ScopedTempDir folder;
+        const Dump dump = MakeDump(folder, "fault", Small, threads);
+        EXPECT_EQ(dump.told, NothingSeen);
+        EXPECT_LT(dump.bytes.size(), size);
+        EXPECT_EQ(Count(Debug(folder, ""), Line("waiting")), threads);
+    }
+}
+
+TEST(Minidump, IsWrittenWhateverTheProcessHasRunOutOf)
+{
+    for (const char* how : {"descriptors", "ignored", "together"})
+    {
+        const ScopedTempDir folder;
+        EXPECT_THAT(MakeDump(folder, how, Small, 1).told, ::testing::StartsWith(NothingSeen)) << how;
+        EXPECT_EQ(RunShell("for f in x.dmp*; do obj2yaml-14 $f >/dev/null || exit 1; done", folder.Path()).status, 0);
+    }
+}
+
+TEST(Minidump, IsNoMinidumpWhenTheDiskIsFull)
+{
+    const ScopedTempDir folder;
+    const Dump dump = MakeDump(folder, "limited", Small, 1);
+    EXPECT_EQ(dump.told, "error 27 signals 0 children 0\nerror 27 signals 0 children 0\n"); // EFBIG
+    EXPECT_EQ(dump.bytes, "");
+}
+
+TEST(CrashWriter, SaysWhatItIs)
+{
+    const ScopedTempDir folder;
+    const auto run = [&folder](const std::string& arguments)
+    { return RunShell(KILN_CRASH_WRITER " " + arguments, folder.Path()); };
+    EXPECT_EQ(run("--help").status, 0);
+    EXPECT_EQ(run("").status, 2);
+    EXPECT_THAT(run("1 x").error, HasSubstr("It is of no use to start it by hand."));
+    EXPECT_NE(run("1 1").status, 0); // there is no request
+}
+
+} // namespace
