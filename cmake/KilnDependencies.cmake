@@ -7,9 +7,13 @@ find_package(spdlog 1.10 REQUIRED) # brings fmt
 if(NOT WIN32)
     # Names, files and lines of a stack. It comes without a package file of CMake's.
     find_library(KILN_DW_LIBRARY dw REQUIRED)
+    find_library(KILN_ELF_LIBRARY elf REQUIRED)
     find_path(KILN_DW_INCLUDE_DIR elfutils/libdwfl.h REQUIRED)
-    mark_as_advanced(KILN_DW_LIBRARY KILN_DW_INCLUDE_DIR)
+    mark_as_advanced(KILN_DW_LIBRARY KILN_ELF_LIBRARY KILN_DW_INCLUDE_DIR)
     add_library(Dw::Dw UNKNOWN IMPORTED)
-    set_target_properties(Dw::Dw PROPERTIES IMPORTED_LOCATION ${KILN_DW_LIBRARY} INTERFACE_INCLUDE_DIRECTORIES
-                                                                                 ${KILN_DW_INCLUDE_DIR})
+    set_target_properties(
+        Dw::Dw
+        PROPERTIES IMPORTED_LOCATION ${KILN_DW_LIBRARY}
+                   INTERFACE_INCLUDE_DIRECTORIES ${KILN_DW_INCLUDE_DIR}
+                   INTERFACE_LINK_LIBRARIES ${KILN_ELF_LIBRARY})
 endif()

@@ -1,20 +1,25 @@
 // Reports about a process from outside it. The library starts it, with the number of the process and the address of a
 // CrashRequest in it; see Ardo/Kiln/Platform/CrashWriterProcess.h.
 
+#include "apps/crash_writer/Reports.h"
+
 #include "Ardo/Kiln/Platform/CrashRequest.h"
 #include "Ardo/Kiln/Platform/CrashRequestCopy_linux.h"
 #include "Ardo/Kiln/Platform/MinidumpWriter_linux.h"
+#include "Ardo/Kiln/Platform/StandardError.h"
 
 #include <charconv>
-#include <cstdio>
+#include <cstdlib>
 #include <cstring>
+#include <exception>
 
 namespace
 {
 
-using Ardo::Kiln::Platform::CrashRequest;
+using namespace Ardo::Kiln;
+using Platform::CrashRequest;
 
-constexpr int DumpDescriptor = 3;
+constexpr int DumpDescriptor = 3; // where the library puts the file of CrashRequest::WriteDump
 
 template <typename T>
 bool Parse(const char* text, T& number)
@@ -24,20 +29,30 @@ bool Parse(const char* text, T& number)
     return error == std::errc() && last == end && number > 0;
 }
 
-void CarryOut(CrashRequest& request)
+/// Does one task if it was asked for; \p work answers the system's error number.
+template <class Work>
+void Do(CrashRequest& request, CrashRequest::Task task, Work work)
 {
-    using namespace Ardo::Kiln;
-    request.done = 0;
-    request.systemError = 0;
-    request.textLength = 0;
-    if ((request.tasks & CrashRequest::WriteDump) != 0)
+    if ((request.tasks & task) == 0)
     {
-        const int error = Platform::WriteMinidumpFile(DumpDescriptor, request);
+        return;
+    }
+    int error = 0;
+    try
+    {
+        error = work();
+    }
+    catch (const std::exception&)
+    {
+        error = static_cast<int>(std::errc::not_enough_memory); // nothing else is thrown
+    }
+    if (error == 0)
+    {
+        request.done |= task;
+    }
+    else
+    {
         request.systemError = error;
-        if (error == 0)
-        {
-            request.done |= CrashRequest::WriteDump;
-        }
     }
 }
 
@@ -45,17 +60,16 @@ void CarryOut(CrashRequest& request)
 
 int main(int argc, char* argv[])
 {
-    using namespace Ardo::Kiln;
     std::int32_t process = 0;
     std::uint64_t address = 0;
     if (argc != 3 || !Parse(argv[1], process) || !Parse(argv[2], address))
     {
-        std::fputs("kiln-crash-writer " KILN_VERSION "\n"
-                   "Writes the crash report and the minidump of a process that has faulted, on this machine only.\n"
-                   "The library Common starts it by itself with\n"
-                   "    kiln-crash-writer PROCESS ADDRESS\n"
-                   "where a request lies at ADDRESS of PROCESS. It is of no use to start it by hand.\n",
-                   stderr);
+        Platform::WriteStandardError(
+            "kiln-crash-writer " KILN_VERSION "\n"
+            "Writes the crash report and the minidump of a process that has faulted. Nothing leaves this machine.\n"
+            "The library Common starts it by itself with\n"
+            "    kiln-crash-writer PROCESS ADDRESS\n"
+            "where a request lies at ADDRESS of PROCESS. It is of no use to start it by hand.\n");
         return argc == 2 && std::strcmp(argv[1], "--help") == 0 ? 0 : 2;
     }
     static CrashRequest g_request;
@@ -63,6 +77,13 @@ int main(int argc, char* argv[])
     {
         return error;
     }
-    CarryOut(g_request);
-    return Platform::AnswerCrashRequest(process, address, g_request);
+    g_request.done = 0;
+    g_request.systemError = 0;
+    g_request.textLength = 0;
+    // The dump first: it shows more than the text, and nothing that takes long stands between the fault and it.
+    Do(g_request, CrashRequest::WriteDump, [] { return Platform::WriteMinidumpFile(DumpDescriptor, g_request); });
+    Do(g_request, CrashRequest::CreateFiles, [] { return CrashWriter::CreateFiles(g_request); });
+    Do(g_request, CrashRequest::MakeText, [] { return CrashWriter::MakeText(g_request); });
+    const int error = Platform::AnswerCrashRequest(process, address, g_request);
+    std::_Exit(error); // a symboliser that takes too long may still run
 }

@@ -514,8 +514,11 @@ bool Writer::GoesWhole(const Mapping& mapping) const noexcept
     {
         return true;
     }
-    const bool isData = mapping.writable && mapping.isPrivate;
-    return isData && (Has(MiniDumpWithPrivateReadWriteMemory) || (Has(MiniDumpWithDataSegs) && mapping.inode != 0));
+    // The variables of a module lie in its file's pages and in nameless ones behind.
+    const auto holds = [&mapping](const Module& module) { return mapping.start - module.base < module.size; };
+    return mapping.writable && mapping.isPrivate &&
+           (Has(MiniDumpWithPrivateReadWriteMemory) ||
+            (Has(MiniDumpWithDataSegs) && std::any_of(m_image.Modules().begin(), m_image.Modules().end(), holds)));
 }
 
 // Last, because only its bytes may lie beyond 4 GiB.

@@ -1,11 +1,13 @@
 #include "Ardo/Kiln/Platform/Minidump.h"
 
-#include "Ardo/Kiln/Platform/CrashRequest.h"
 #include "Ardo/Kiln/Platform/CrashRequestBlock_linux.h"
 #include "Ardo/Kiln/Platform/CrashWriterProcess.h"
 #include "Ardo/Kiln/Platform/MinidumpWriter_linux.h"
 
 #include <cerrno>
+#include <new>
+
+#include <sys/mman.h>
 
 namespace Ardo::Kiln::Platform
 {
@@ -16,6 +18,33 @@ namespace
 // A full dump of a large process on a slow disk takes its time, and there is always the user who can end the process.
 constexpr int SmallDumpMilliseconds = 30'000;
 constexpr int FullDumpMilliseconds = 600'000;
+
+// For when all blocks are taken.
+class MappedRequest
+{
+public:
+    MappedRequest() noexcept
+        : m_memory(::mmap(nullptr, sizeof(CrashRequest), PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0)),
+          m_request(m_memory == MAP_FAILED ? nullptr : new (m_memory) CrashRequest)
+    {
+    }
+    ~MappedRequest()
+    {
+        if (m_request != nullptr)
+        {
+            ::munmap(m_memory, sizeof(CrashRequest));
+        }
+    }
+    MappedRequest(const MappedRequest&) = delete;
+    MappedRequest& operator=(const MappedRequest&) = delete;
+
+    explicit operator bool() const noexcept { return m_request != nullptr; }
+    CrashRequest& operator*() const noexcept { return *m_request; }
+
+private:
+    void* m_memory;
+    CrashRequest* m_request;
+};
 
 std::uint32_t Write(int descriptor, CrashRequest& request, const EXCEPTION_POINTERS* pointers,
                     MINIDUMP_TYPE type) noexcept
@@ -38,9 +67,16 @@ std::uint32_t Write(int descriptor, CrashRequest& request, const EXCEPTION_POINT
 std::uint32_t WriteMinidump(void* file, EXCEPTION_POINTERS* pointers, MINIDUMP_TYPE type) noexcept
 {
     const int savedErrno = errno;
-    const CrashRequestBlock request;
-    const int descriptor = static_cast<int>(reinterpret_cast<std::intptr_t>(file));
-    const std::uint32_t error = request ? Write(descriptor, *request, pointers, type) : EBUSY;
+    const auto descriptor = static_cast<int>(reinterpret_cast<std::intptr_t>(file));
+    std::uint32_t error = ENOMEM;
+    if (const CrashRequestBlock block; block)
+    {
+        error = Write(descriptor, *block, pointers, type);
+    }
+    else if (const MappedRequest mapped; mapped)
+    {
+        error = Write(descriptor, *mapped, pointers, type);
+    }
     errno = savedErrno;
     return error;
 }

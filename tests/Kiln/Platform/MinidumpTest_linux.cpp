@@ -5,6 +5,7 @@
 
 #include <gmock/gmock.h>
 
+#include <algorithm>
 #include <cstring>
 #include <filesystem>
 #include <fstream>
@@ -24,10 +25,16 @@ struct Dump
     std::string bytes; ///< Of the file.
 };
 
+ProcessResult RunVictim(const ScopedTempDir& folder, const std::string& how, const std::string& type, int threads,
+                        const std::string& file)
+{
+    return RunShell("timeout 60 " KILN_VICTIM " " + how + " " + type + " " + std::to_string(threads) + " " + file,
+                    folder.Path());
+}
+
 Dump MakeDump(const ScopedTempDir& folder, const std::string& how, const std::string& type, int threads)
 {
-    const ProcessResult result = RunShell(
-        "timeout 60 " KILN_VICTIM " " + how + " " + type + " " + std::to_string(threads) + " x.dmp", folder.Path());
+    const ProcessResult result = RunVictim(folder, how, type, threads, "x.dmp");
     EXPECT_EQ(result.status, 0) << result.error;
     return {result.output, ReadFile(folder / "x.dmp")};
 }
@@ -165,6 +172,43 @@ TEST(Minidump, IsNoMinidumpWhenTheDiskIsFull)
     const Dump dump = MakeDump(folder, "limited", Small, 1);
     EXPECT_EQ(dump.told, "error 27 signals 0 children 0\nerror 27 signals 0 children 0\n"); // EFBIG
     EXPECT_EQ(dump.bytes, "");
+}
+
+TEST(CrashWriter, CreatesReportAndDump)
+{
+    const ScopedTempDir folder;
+    const ProcessResult result = RunVictim(folder, "fault", Small, 1, "new/dumps");
+    EXPECT_EQ(result.status, 0);
+    EXPECT_EQ(result.error, "Writing report file ...\nReport file created.\n");
+    EXPECT_THAT(result.output, ::testing::StartsWith(NothingSeen));
+
+    std::vector<std::filesystem::path> files;
+    for (const auto& entry : std::filesystem::directory_iterator(folder / "new/dumps"))
+    {
+        files.push_back(entry.path());
+    }
+    std::ranges::sort(files);
+    ASSERT_EQ(files.size(), 2);
+    EXPECT_THAT(files[0].filename().string(),
+                ::testing::MatchesRegex("App_V_\\[[0-9]+-[0-9]+_[0-9]+-[0-9]+-[0-9]+\\]\\.dmp"));
+    EXPECT_EQ(files[1].string(), std::filesystem::path(files[0]).replace_extension(".txt").string());
+    EXPECT_EQ(ReadFile(files[1]), result.output.substr(NothingSeen.size()));
+    EXPECT_THAT(ReadFile(files[1]), AllOf(HasSubstr("Exception code: C0000005 ACCESS_VIOLATION\r\n"),
+                                          HasSubstr("Faulting module: minidump_victim"), HasSubstr("WriteToNowhere")));
+    std::filesystem::copy_file(files[0], folder / "x.dmp");
+    EXPECT_THAT(Debug(folder, ""), AllOf(HasSubstr("stop reason = signal SIGSEGV"), HasSubstr(Line("faulting"))));
+}
+
+TEST(CrashWriter, LeavesNoHalfDumpWhenTheDiskIsFull)
+{
+    const ScopedTempDir folder;
+    const ProcessResult result = RunVictim(folder, "limitedfault", Small, 1, "dumps");
+    EXPECT_THAT(result.error, ::testing::StartsWith("MiniDumpWriteDump failed. Error: 27 \n"));
+    EXPECT_THAT(result.output, ::testing::StartsWith("error 27 signals 0 children 0\n"));
+    for (const auto& entry : std::filesystem::directory_iterator(folder / "dumps"))
+    {
+        EXPECT_EQ(entry.path().extension(), ".txt"); // which is small
+    }
 }
 
 TEST(CrashWriter, SaysWhatItIs)

@@ -82,7 +82,19 @@ void OnFault(int signal, siginfo_t* info, void* context)
     record.ExceptionInformation[0] = FaultAccess::Write;
     record.ExceptionInformation[1] = reinterpret_cast<std::uint64_t>(info->si_addr);
     EXCEPTION_POINTERS pointers{&record, &threadContext};
-    Tell(DumpInto(OpenFile(), &pointers));
+    if (g_file.ends_with(".dmp"))
+    {
+        Tell(DumpInto(OpenFile(), &pointers));
+        ::_exit(0);
+    }
+    // A folder: as it is done when nothing of this process can run any more.
+    static CrashRequest g_request;
+    SetReportPlace(g_file.c_str(), "App", "V", g_type);
+    DescribeFault(&pointers, g_request);
+    g_request.tasks = CrashRequest::CreateFiles | CrashRequest::MakeText;
+    CrashWriterProcess::Run(g_request, -1, 30'000);
+    Tell(static_cast<std::uint32_t>(g_request.systemError));
+    static_cast<void>(::write(STDOUT_FILENO, g_request.text, g_request.textLength));
     ::_exit(0);
 }
 
@@ -156,6 +168,12 @@ void LimitFiles(int resource, rlim_t limit)
 const std::pair<const char*, void (*)()> Ways[] = {
     {"ask", AskForDump},
     {"fault", [] { WriteToNowhere(reinterpret_cast<volatile int*>(0x18)); }},
+    {"limitedfault",
+     []
+     {
+         LimitFiles(RLIMIT_FSIZE, 16384);
+         WriteToNowhere(nullptr);
+     }},
     {"overflow",
      []
      {
