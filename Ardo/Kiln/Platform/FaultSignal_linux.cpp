@@ -335,6 +335,10 @@ void ClassifySignal(FaultThread& thread, int signal, const siginfo_t& info, cons
     {
         --address; // the processor stands behind the instruction
     }
+    else if (fault.code == FaultCode::CxxException && thread.lastThrow.address != 0)
+    {
+        address = thread.lastThrow.address; // says more than where the runtime gave up
+    }
     thread.record = {};
     thread.record.ExceptionCode = fault.code;
     thread.record.ExceptionFlags = signal == SIGABRT ? FaultFlag::Noncontinuable : 0;
