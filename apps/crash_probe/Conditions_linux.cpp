@@ -4,6 +4,8 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <fstream>
+
 #include <fcntl.h>
 #include <sys/resource.h>
 #include <sys/wait.h>
@@ -40,11 +42,14 @@ void NoDescriptors()
     }
 }
 
+/// Nothing more can be mapped than there is now, and all of that is in use.
 void NoAddressSpace()
 {
-    constexpr rlim_t Smallest = 1 << 20;
-    Limit(RLIMIT_AS, Smallest); // less than there is already: nothing more can be mapped
-    for (std::size_t size = Smallest; size >= 16;)
+    std::size_t pages = 0;
+    std::ifstream("/proc/self/statm") >> pages;
+    Limit(RLIMIT_AS, pages * static_cast<std::size_t>(::sysconf(_SC_PAGESIZE)));
+    constexpr std::size_t Largest = 1 << 20;
+    for (std::size_t size = Largest; size >= 16;)
     {
         if (std::malloc(size) == nullptr)
         {

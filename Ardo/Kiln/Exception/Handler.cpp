@@ -191,6 +191,7 @@ void Handler::InitializeThread()
     if (flags != 0)
     {
         FaultDispatch::MonitorThread();
+        Prepare();
     }
     // Each as the first of the chain: at a fault they are asked in the reverse order.
     if ((flags & RememberThrows) != 0)
@@ -270,6 +271,8 @@ void Handler::Execute(const std::function<void()>& work)
 void Handler::ExecuteOrNotify(const std::function<void()>& work, const Notify& notify)
 {
     FaultDispatch::MonitorThread();
+    static std::once_flag prepared;
+    std::call_once(prepared, &Prepare);
     ThreadState& state = StateOfCallingThread();
 
     /// What holds during the call. In this frame, to which faults come back.

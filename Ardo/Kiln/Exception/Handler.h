@@ -120,6 +120,9 @@ private:
     static void RemoveGlobal();
     static void RemoveThread();
 
+    /// Makes ready what must not be asked for only after a fault.
+    static void Prepare() noexcept;
+
     /// The object of the thread on whose behalf the caller runs, or null.
     static Handler* GetThreadLocalHandler() noexcept;
 
@@ -135,12 +138,12 @@ private:
     static bool IsReportedHeapCorruption(const EXCEPTION_POINTERS* pointers);
 
     /// ReportAndDump for the filters that are asked before HandleException is.
-    static void ReportUnderLock(EXCEPTION_POINTERS* pointers, const std::string& message);
+    static void ReportUnderLock(EXCEPTION_POINTERS* pointers, std::string_view message);
 
     /// Reports the fault, after asking whether that is wanted, and then does what the answer asks for. Never throws.
-    static void ReportAndDump(EXCEPTION_POINTERS* pointers, const std::string& message, const Notify& notify) noexcept;
+    static void ReportAndDump(EXCEPTION_POINTERS* pointers, std::string_view message, const Notify& notify) noexcept;
     static MinidumpActions AskUserForMinidump(const std::exception_ptr& exception, const Notify& notify);
-    static std::exception_ptr ConvertToExceptionPtr(const std::string& message, const std::string& report);
+    static std::exception_ptr ConvertToExceptionPtr(std::string_view message, const std::string& report);
 
     /// Writes the report file and the minidump. Never throws.
     static void CreateReports(EXCEPTION_POINTERS* pointers) noexcept;

@@ -12,7 +12,9 @@
 #include "Ardo/Kiln/Platform/StandardError.h"
 
 #include <algorithm>
+#include <atomic>
 #include <chrono>
+#include <cstdlib>
 #include <future>
 #include <thread>
 
@@ -36,6 +38,32 @@ constexpr std::chrono::milliseconds Glance{20};
 /// The thread that loaded the library: the one that talks to the person, as a rule.
 const std::uint32_t g_firstThread = FaultDispatch::ThreadId();
 
+constexpr std::size_t ReserveSize = 2 << 20; // for two reports; so large that it comes from the system, and goes back
+
+std::atomic<void*> g_reserve = nullptr; ///< Memory for the day when there is none.
+
+void KeepReserve() noexcept
+{
+    if (g_reserve == nullptr)
+    {
+        std::free(g_reserve.exchange(std::malloc(ReserveSize)));
+    }
+}
+
+/// Gives up the reserve, if there is no other memory, as long as it lives.
+class Reserve
+{
+public:
+    Reserve()
+    {
+        void* const volatile probe = std::malloc(ReserveSize); // volatile: a compiler may leave out what is just freed
+        std::free(probe != nullptr ? probe : g_reserve.exchange(nullptr));
+    }
+    ~Reserve() { KeepReserve(); }
+    Reserve(const Reserve&) = delete;
+    Reserve& operator=(const Reserve&) = delete;
+};
+
 /// Counts those who wait for a person, as long as it lives.
 class Waiting
 {
@@ -50,6 +78,12 @@ private:
 };
 
 } // namespace
+
+void Handler::Prepare() noexcept
+{
+    PrepareReports();
+    KeepReserve();
+}
 
 Handler::CrashLock::CrashLock() : m_isNested(IsHeld())
 {
@@ -140,14 +174,15 @@ bool Handler::IsReportedHeapCorruption(const EXCEPTION_POINTERS* pointers)
            state->heapCorruptionReported;
 }
 
-void Handler::ReportUnderLock(EXCEPTION_POINTERS* pointers, const std::string& message)
+void Handler::ReportUnderLock(EXCEPTION_POINTERS* pointers, std::string_view message)
 {
     const CrashLock lock;
     lock.IsNested() ? CreateReports(pointers) : ReportAndDump(pointers, message, {});
 }
 
-void Handler::ReportAndDump(EXCEPTION_POINTERS* pointers, const std::string& message, const Notify& notify) noexcept
+void Handler::ReportAndDump(EXCEPTION_POINTERS* pointers, std::string_view message, const Notify& notify) noexcept
 {
+    const Reserve reserve;
     MinidumpActions answer;
     try
     {
@@ -180,10 +215,11 @@ void Handler::ReportAndDump(EXCEPTION_POINTERS* pointers, const std::string& mes
     }
 }
 
-std::exception_ptr Handler::ConvertToExceptionPtr(const std::string& message, const std::string& report)
+std::exception_ptr Handler::ConvertToExceptionPtr(std::string_view message, const std::string& report)
 {
-    Platform::WriteStandardError(message + '\n');
-    Error error(message);
+    const std::string text(message);
+    Platform::WriteStandardError(text + '\n');
+    Error error(text);
     error << ReportInfo(report);
     return std::make_exception_ptr(error);
 }
