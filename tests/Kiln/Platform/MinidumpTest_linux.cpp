@@ -180,7 +180,6 @@ TEST(CrashWriter, CreatesReportAndDump)
     const ProcessResult result = RunVictim(folder, "fault", Small, 1, "new/dumps");
     EXPECT_EQ(result.status, 0);
     EXPECT_EQ(result.error, "Writing report file ...\nReport file created.\n");
-    EXPECT_THAT(result.output, ::testing::StartsWith(NothingSeen));
 
     std::vector<std::filesystem::path> files;
     for (const auto& entry : std::filesystem::directory_iterator(folder / "new/dumps"))
@@ -192,9 +191,11 @@ TEST(CrashWriter, CreatesReportAndDump)
     EXPECT_THAT(files[0].filename().string(),
                 ::testing::MatchesRegex("App_V_\\[[0-9]+-[0-9]+_[0-9]+-[0-9]+-[0-9]+\\]\\.dmp"));
     EXPECT_EQ(files[1].string(), std::filesystem::path(files[0]).replace_extension(".txt").string());
-    EXPECT_EQ(ReadFile(files[1]), result.output.substr(NothingSeen.size()));
-    EXPECT_THAT(ReadFile(files[1]), AllOf(HasSubstr("Exception code: C0000005 ACCESS_VIOLATION\r\n"),
-                                          HasSubstr("Faulting module: minidump_victim"), HasSubstr("WriteToNowhere")));
+    const std::string report = ReadFile(files[1]);
+    const std::string samePart = report.substr(0, report.find("Physical Memory")); // which changes all the time
+    EXPECT_THAT(result.output, ::testing::StartsWith(NothingSeen + samePart));
+    EXPECT_THAT(report, AllOf(HasSubstr("Exception code: C0000005 ACCESS_VIOLATION\r\n"),
+                              HasSubstr("Faulting module: minidump_victim"), HasSubstr("WriteToNowhere")));
     std::filesystem::copy_file(files[0], folder / "x.dmp");
     EXPECT_THAT(Debug(folder, ""), AllOf(HasSubstr("stop reason = signal SIGSEGV"), HasSubstr(Line("faulting"))));
 }
