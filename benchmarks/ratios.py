@@ -38,8 +38,8 @@ def main(path):
             continue
         subject, role, name, options = match.groups()
         label = role if name is None else f"{role}:{name}"
-        # Files are the kernel's work: its time belongs to the figure, so those benchmarks ask for elapsed time.
-        which = "real_time" if options and "real_time" in options else "cpu_time"
+        # Files are the kernel's work, and a call of a thread is waiting: those benchmarks ask for elapsed time.
+        which = "real_time" if options and re.search("real_time|manual_time", options) else "cpu_time"
         times[subject][label].append(run[which] * UNIT[run["time_unit"]])
         for key, value in run.items():
             if key.endswith("_MiB"):
