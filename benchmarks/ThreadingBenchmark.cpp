@@ -159,7 +159,7 @@ public:
         sched_getaffinity(0, sizeof(m_before), &m_before);
         cpu_set_t chosen;
         CPU_ZERO(&chosen);
-        for (int cpu = 0; cpu < CPU_SETSIZE && CPU_COUNT(&chosen) < count; ++cpu)
+        for (std::size_t cpu = 0; cpu < CPU_SETSIZE && CPU_COUNT(&chosen) < count; ++cpu)
         {
             if (CPU_ISSET(cpu, &m_before))
             {

@@ -11,8 +11,6 @@
 #include "Ardo/Kiln/Threading/Spin_p.h"
 #include "Ardo/Kiln/Threading/Work.h"
 
-#include <boost/asio/post.hpp>
-
 #include <atomic>
 #include <condition_variable>
 #include <exception>
@@ -214,7 +212,7 @@ void BackgroundWorker::InternalPost(const std::function<void()>& function)
     {
         throw BackgroundWorkerException(NotRunning);
     }
-    boost::asio::post(m_context->Get(), function);
+    m_context->Post(function, false);
 }
 
 void BackgroundWorker::InternalCall(const std::function<void()>& function)
@@ -227,7 +225,7 @@ void BackgroundWorker::InternalCall(const std::function<void()>& function)
     }
     CheckBackgroundWorkerThread();
     const auto call = std::make_shared<PendingCall>(function);
-    boost::asio::post(m_context->Get(), [call] { call->Run(); });
+    m_context->Post([call] { call->Run(); }, true);
     const auto isOver = [this, &call] { return call->IsDone() || m_context->IsStopped(); };
     if (!SpinUntil(isOver))
     {

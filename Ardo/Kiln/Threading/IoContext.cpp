@@ -2,18 +2,97 @@
 
 #include "Ardo/Kiln/Threading/Spin_p.h"
 
+#include <boost/asio/post.hpp>
+
+#include <utility>
+
 namespace Ardo::Kiln::Threading
 {
 
+namespace
+{
+
+/// Functions that a worker keeps room for; a burst of more gives its memory back.
+constexpr std::size_t KeptCapacity = 4096;
+
+/// How long a thread that is awake leaves functions for which nobody waits to those who bring them: taking them one by
+/// one costs both sides several times what the functions themselves do.
+constexpr std::chrono::microseconds GatherTime(1);
+
+} // namespace
+
 BackgroundWorker::IoContext::IoContext(bool hasThread) : m_hasThread(hasThread), m_guard(m_context.get_executor()) {}
+
+void BackgroundWorker::IoContext::Post(const std::function<void()>& function, bool isWaitedFor)
+{
+    const std::lock_guard lock(m_queueMutex);
+    m_queue.push_back(function);
+    if (isWaitedFor)
+    {
+        m_isWaitedFor = true;
+    }
+    if (!m_isDrainPosted)
+    {
+        try
+        {
+            PostDrain();
+        }
+        catch (...)
+        {
+            m_queue.pop_back();
+            throw;
+        }
+        m_isDrainPosted = true;
+    }
+}
+
+void BackgroundWorker::IoContext::PostDrain()
+{
+    boost::asio::post(m_context, [this] { Drain(); });
+}
+
+void BackgroundWorker::IoContext::Drain()
+{
+    if (m_next == m_batch.size())
+    {
+        m_batch.clear();
+        if (m_batch.capacity() > KeptCapacity)
+        {
+            m_batch.shrink_to_fit();
+        }
+        m_next = 0;
+        const std::lock_guard lock(m_queueMutex);
+        m_batch.swap(m_queue);
+        m_isDrainPosted = false;
+        m_isWaitedFor = false;
+    }
+    while (m_next < m_batch.size() && !IsStopped())
+    {
+        // What a function holds goes right after its run.
+        const std::function<void()> function = std::move(m_batch[m_next++]);
+        function();
+    }
+}
 
 void BackgroundWorker::IoContext::Run()
 {
+    if (m_next < m_batch.size())
+    {
+        PostDrain(); // an exception has interrupted the one that took the batch
+    }
     // What run() does, but for a moment of looking around before the thread goes to sleep: waking it up takes longer
-    // than most functions run. run_one() sleeps.
+    // than most functions run. A timer that is due meanwhile waits no longer than that.
     while (!IsStopped())
     {
-        if (!SpinUntil([this] { return m_context.poll() != 0 || IsStopped(); }))
+        if (SpinUntil([this] { return m_isDrainPosted || IsStopped(); }))
+        {
+            if (!m_isWaitedFor)
+            {
+                PauseFor(GatherTime);
+            }
+            m_context.poll();
+        }
+        else
         {
             m_context.run_one();
         }

@@ -6,12 +6,20 @@
 #include <boost/asio/io_context.hpp>
 
 #include <atomic>
+#include <cstddef>
+#include <functional>
+#include <mutex>
 #include <optional>
+#include <vector>
 
 namespace Ardo::Kiln::Threading
 {
 
 /// What a worker's functions wait in: the I/O context, and the guard that keeps it running while it is empty.
+///
+/// What is posted to a context costs memory from one thread that is given back by another, a lock and, while a timer is
+/// armed, system calls. So functions that come in quick succession go as one: the first brings a handler that runs all
+/// that have come by the time of its turn. Hand-over order is kept, and timers get their turn between two such batches.
 class BackgroundWorker::IoContext
 {
 public:
@@ -23,8 +31,12 @@ public:
     /// Whether the context is stopped, for good. Does not take the context's own lock.
     bool IsStopped() const { return m_isStopped.load(std::memory_order_acquire); }
 
+    /// Queues a copy of \p function, also when stopped. Any thread. If it throws, nothing is queued.
+    /// \param isWaitedFor whether the caller is going to wait for it.
+    void Post(const std::function<void()>& function, bool isWaitedFor);
+
     /// Runs what the context holds until it is stopped. \throws whatever a function throws,
-    /// boost::system::system_error.
+    /// boost::system::system_error; the next call goes on with the function after that.
     void Run();
 
     /// Releases the guard if it is still held, and stops the context. Any thread, any number of times.
@@ -33,11 +45,21 @@ public:
     boost::asio::io_context& Get() { return m_context; }
 
 private:
+    void PostDrain();
+    void Drain();
+
     const bool m_hasThread;
     std::atomic<bool> m_isStopped = false; ///< Nothing but Stop() stops the context: the guard keeps it running.
+    std::atomic<bool> m_holdsGuard = true;
     boost::asio::io_context m_context;
     std::optional<boost::asio::executor_work_guard<boost::asio::io_context::executor_type>> m_guard;
-    std::atomic<bool> m_holdsGuard = true;
+
+    std::mutex m_queueMutex;
+    std::vector<std::function<void()>> m_queue; ///< Guarded by m_queueMutex.
+    std::atomic<bool> m_isDrainPosted = false;  ///< Whether m_queue will be taken. Written under m_queueMutex.
+    std::atomic<bool> m_isWaitedFor = false;    ///< Whether any of m_queue is. Written under m_queueMutex.
+    std::vector<std::function<void()>> m_batch; ///< Taken from m_queue. The running thread's alone.
+    std::size_t m_next = 0;                     ///< The first of m_batch that has not begun.
 };
 
 } // namespace Ardo::Kiln::Threading

@@ -7,31 +7,32 @@
 namespace Ardo::Kiln::Threading
 {
 
-/// Asks for \p condition again and again for some 20 microseconds, at first without, then with leaving the processor to
-/// others. Waking a thread that sleeps takes about as long, so what happens within that time is worth waiting for so;
-/// the other side may need the only processor, hence the second half.
+/// Asks for \p condition again and again for some 20 microseconds, leaving the processor to others in between. Waking a
+/// thread that sleeps takes about as long, so what happens within that time is worth waiting for so.
 /// \returns whether the condition came true.
 template <typename Condition>
 bool SpinUntil(const Condition& condition)
 {
-    for (int i = 0; i < 30; ++i)
-    {
-        if (condition())
-        {
-            return true;
-        }
-        _mm_pause();
-    }
     const auto end = std::chrono::steady_clock::now() + std::chrono::microseconds(20);
     do
     {
+        std::this_thread::yield();
         if (condition())
         {
             return true;
         }
-        std::this_thread::yield();
     } while (std::chrono::steady_clock::now() < end);
-    return condition();
+    return false;
+}
+
+/// Does nothing for \p time, without leaving the processor.
+inline void PauseFor(std::chrono::nanoseconds time)
+{
+    const auto end = std::chrono::steady_clock::now() + time;
+    do
+    {
+        _mm_pause();
+    } while (std::chrono::steady_clock::now() < end);
 }
 
 } // namespace Ardo::Kiln::Threading
