@@ -6,6 +6,7 @@
 #include <charconv>
 #include <chrono>
 #include <concepts>
+#include <type_traits>
 
 namespace Ardo::Kiln::Exception
 {
@@ -67,6 +68,15 @@ std::string_view FileName(std::string_view path) noexcept
     return path.substr(path.find_last_of("/\\") + 1);
 }
 
+/// Whether a unit of text cannot be in a file name: on Windows, or because it is no character.
+bool IsRefused(std::uint32_t unit) noexcept
+{
+    constexpr std::string_view Refused = "<>:\"/\\|?*";
+    constexpr bool UnitIsCodePoint = sizeof(wchar_t) == sizeof unit;
+    return unit < 32 || (unit < 128 && Refused.find(static_cast<char>(unit)) != std::string_view::npos) ||
+           (UnitIsCodePoint && unit >= 0xD800 && unit < 0xE000);
+}
+
 template <class Character>
 std::basic_string<Character> MakeTaggedName(std::basic_string_view<Character> applicationName,
                                             std::basic_string_view<Character> fullVersion, const ReportTime& time)
@@ -76,11 +86,7 @@ std::basic_string<Character> MakeTaggedName(std::basic_string_view<Character> ap
     name += fullVersion;
     for (auto& character : name)
     {
-        constexpr std::string_view Refused = "<>:\"/\\|?*";
-        const bool refused =
-            character >= Character(0) && character < Character(128) &&
-            (character < Character(32) || Refused.find(static_cast<char>(character)) != std::string_view::npos);
-        character = refused ? Character('_') : character;
+        character = IsRefused(static_cast<std::make_unsigned_t<Character>>(character)) ? Character('_') : character;
     }
     const auto tag = (Text() << "_[" << time.day << "-" << time.month << "_" << time.hour << "-" << time.minute << "-"
                              << time.second << "]")

@@ -1,0 +1,317 @@
+#include "Ardo/Kiln/Exception/MiniDumpGenerator.h"
+
+#include "Ardo/Kiln/Exception/CrashReport_p.h"
+#include "Ardo/Kiln/Platform/FaultCode.h"
+#include "Ardo/Kiln/Platform/ReportFile.h"
+#include "Ardo/Kiln/Platform/SystemInformation.h"
+
+#include "tests/Kiln/Exception/StackSample.h"
+#include "tests/Support/Process.h"
+#include "tests/Support/ScopedTempDir.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstdlib>
+#include <ctime>
+#include <fcntl.h>
+#include <memory>
+#include <optional>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace Ardo::Kiln::Exception
+{
+
+namespace
+{
+
+namespace Folders = std::filesystem;
+
+/// Sets or takes away a variable of the environment until it is destroyed.
+class ScopedVariable
+{
+public:
+    ScopedVariable(const char* name, const std::optional<std::string>& value) : m_name(name)
+    {
+        if (const char* const former = std::getenv(name))
+        {
+            m_former = former;
+        }
+        Set(value);
+    }
+    ~ScopedVariable() { Set(m_former); }
+    ScopedVariable(const ScopedVariable&) = delete;
+    ScopedVariable& operator=(const ScopedVariable&) = delete;
+
+private:
+    void Set(const std::optional<std::string>& value)
+    {
+        value ? ::setenv(m_name, value->c_str(), 1) : ::unsetenv(m_name);
+    }
+
+    const char* m_name;
+    std::optional<std::string> m_former;
+};
+
+/// What \p work writes to the standard error stream.
+template <class Work>
+std::string ErrorTextOf(Work work)
+{
+    testing::internal::CaptureStderr();
+    work();
+    return testing::internal::GetCapturedStderr();
+}
+
+std::vector<std::string> NamesIn(const Folders::path& folder)
+{
+    std::vector<std::string> names;
+    for (const auto& entry : Folders::directory_iterator(folder))
+    {
+        names.push_back(entry.path().filename().string());
+    }
+    std::sort(names.begin(), names.end());
+    return names;
+}
+
+/// Each test writes below a folder of its own.
+class MiniDumpGeneratorTest : public testing::Test
+{
+protected:
+    void SetUp() override
+    {
+        m_announcement = ErrorTextOf([] { MiniDumpGenerator::CreateDumpDirectory(); });
+        m_folder = MiniDumpGenerator::GetDumpDirectory();
+    }
+    void TearDown() override
+    {
+        MiniDumpGenerator::SetFakeWriteDump(false);
+        MiniDumpGenerator::SetDefaultMinidumpType(static_cast<MINIDUMP_TYPE>(0x1961));
+    }
+
+    const Support::ScopedTempDir m_data;
+    const ScopedVariable m_variable{"XDG_DATA_HOME", (m_data / "d\xC3\xA4ta").string()};
+    std::string m_announcement;
+    Folders::path m_folder;
+};
+
+/// A fault of the calling thread at \p point, as a filter would see it.
+struct Fault
+{
+    explicit Fault(Sample::Point& point) : pointers{&record, &point.request.context}
+    {
+        record.ExceptionCode = Platform::FaultCode::IntOverflow;
+        record.ExceptionAddress = reinterpret_cast<void*>(point.request.context.Rip);
+    }
+
+    EXCEPTION_RECORD record = {};
+    EXCEPTION_POINTERS pointers;
+};
+
+} // namespace
+
+TEST_F(MiniDumpGeneratorTest, FolderIsChosenAmongTheProductsAndCreated)
+{
+    EXPECT_EQ(m_folder, m_data / "d\xC3\xA4ta/Orbex/CrashDumps");
+    EXPECT_TRUE(Folders::is_directory(m_folder));
+    EXPECT_EQ(m_announcement, "Selected dump directory: " + m_folder.string() + "\n");
+
+    // One that a product already has comes first, unless nothing can be created there.
+    const auto former = m_folder.parent_path().parent_path() / "Pellan Orbex";
+    Folders::create_directory(former);
+    Folders::remove_all(m_folder.parent_path());
+    ErrorTextOf([] { MiniDumpGenerator::CreateDumpDirectory(); });
+    EXPECT_EQ(Folders::path(MiniDumpGenerator::GetDumpDirectory()), former / "CrashDumps");
+    Folders::remove_all(former);
+    Support::WriteFile(former, "");
+    const ScopedVariable temporary("TMPDIR", (m_data / "tmp").string());
+    Support::WriteFile(former.parent_path() / "Orbex", "");
+    ErrorTextOf([] { MiniDumpGenerator::CreateDumpDirectory(); });
+    EXPECT_EQ(Folders::path(MiniDumpGenerator::GetDumpDirectory()), m_data / "tmp/Orbex/CrashDumps");
+    Folders::remove_all(m_data / "tmp");
+    Support::WriteFile(m_data / "tmp", "");
+    EXPECT_EQ(ErrorTextOf([] { MiniDumpGenerator::CreateDumpDirectory(); }),
+              "CreateDirectory failed. Error: " + std::to_string(ENOTDIR) +
+                  " \nSelected dump directory: " + (former.parent_path() / "Orbex/CrashDumps").string() + "\n");
+}
+
+TEST_F(MiniDumpGeneratorTest, TypesAndNamesAreTheDocumentedOnes)
+{
+    EXPECT_EQ(MiniDumpGenerator::GetLargeSizeMinidumpType(), 0x973);
+    EXPECT_EQ(MiniDumpGenerator::GetSmallSizeMinidumpType(), 0x1160);
+    EXPECT_EQ(MiniDumpGenerator::GetDefaultMinidumpType(), 0x1961);
+    MiniDumpGenerator::SetDefaultMinidumpType(MiniDumpNormal);
+    EXPECT_EQ(MiniDumpGenerator::GetDefaultMinidumpType(), MiniDumpNormal);
+
+    EXPECT_EQ(MiniDumpGenerator::GetApplicationName(), L"ExceptionTests");
+    EXPECT_TRUE(Folders::equivalent(MiniDumpGenerator::GetApplicationPath(), "/proc/self/exe"));
+    EXPECT_EQ(MiniDumpGenerator::GetFullVersion(), L"0.0.0.0");
+    const auto now = []
+    {
+        const std::time_t seconds = std::time(nullptr);
+        std::tm local = {};
+        ::localtime_r(&seconds, &local);
+        return "ExceptionTests_0.0.0.0_[" + std::to_string(local.tm_mday) + "-" + std::to_string(local.tm_mon + 1) +
+               "_" + std::to_string(local.tm_hour) + "-" + std::to_string(local.tm_min) + "-" +
+               std::to_string(local.tm_sec) + "]";
+    };
+    std::string before, name;
+    do // until the second does not change meanwhile
+    {
+        before = now();
+        name = Folders::path(MiniDumpGenerator::GetTaggedDumpFileName()).string();
+    } while (before != now());
+    EXPECT_EQ(name, before);
+}
+
+TEST_F(MiniDumpGeneratorTest, DumpOnRequestIsWholeNeverReplacesAndLeavesNothingPartial)
+{
+    EXPECT_EQ(ErrorTextOf(
+                  []
+                  {
+                      MiniDumpGenerator::CreateMiniDump();
+                      MiniDumpGenerator::CreateMiniDump();
+                      MiniDumpGenerator::CreateMiniDump(nullptr, MiniDumpGenerator::GetSmallSizeMinidumpType());
+                  }),
+              "");
+    const auto names = NamesIn(m_folder);
+    ASSERT_EQ(names.size(), 3U);
+    for (const auto& name : names)
+    {
+        EXPECT_TRUE(name.starts_with("ExceptionTests_0.0.0.0_[") && name.ends_with(".dmp")) << name;
+        const auto dump = Support::ReadFile(m_folder / name);
+        EXPECT_EQ(dump.substr(0, 4), "MDMP");
+        struct stat status = {};
+        EXPECT_EQ(::stat((m_folder / name).c_str(), &status), 0);
+        EXPECT_EQ(status.st_mode & 0777U, 0600U);
+    }
+    // The folder may go while the process runs.
+    Folders::remove_all(m_folder);
+    EXPECT_EQ(ErrorTextOf([] { MiniDumpGenerator::CreateMiniDump(); }), "");
+    EXPECT_EQ(NamesIn(m_folder).size(), 1U);
+}
+
+TEST_F(MiniDumpGeneratorTest, FailuresAreToldWithTheSystemsNumberAndLeaveNoFile)
+{
+    MiniDumpGenerator::SetFakeWriteDump(true);
+    EXPECT_EQ(ErrorTextOf([] { MiniDumpGenerator::CreateMiniDump(); }), "Minidump faked.\n");
+    EXPECT_EQ(ErrorTextOf([] { MiniDumpGenerator::WriteMinidump(nullptr, nullptr, MiniDumpNormal); }),
+              "Minidump faked.\n");
+    EXPECT_TRUE(NamesIn(m_folder).empty());
+    MiniDumpGenerator::SetFakeWriteDump(false);
+
+    const int readOnly = ::open("/dev/null", O_RDONLY);
+    EXPECT_EQ(ErrorTextOf(
+                  [&]
+                  {
+                      MiniDumpGenerator::WriteMinidump(reinterpret_cast<void*>(std::intptr_t{readOnly}), nullptr,
+                                                       MiniDumpGenerator::GetSmallSizeMinidumpType());
+                  }),
+              "MiniDumpWriteDump failed. Error: " + std::to_string(EBADF) + " \n");
+    ::close(readOnly);
+
+    Folders::remove(m_folder);
+    Support::WriteFile(m_folder, ""); // not even root can create a file in a file
+    EXPECT_EQ(ErrorTextOf([] { MiniDumpGenerator::CreateMiniDump(); }),
+              "CreateFile failed. Error: " + std::to_string(ENOTDIR) + " \n");
+    const auto point = std::make_unique<Sample::Point>();
+    Sample::Outer(*point,
+                  [&]
+                  {
+                      Fault fault(*point);
+                      EXPECT_EQ(ErrorTextOf([&] { CreateReports(&fault.pointers); }),
+                                "CreateFile failed. Error: " + std::to_string(ENOTDIR) +
+                                    " \nWriting report file ...\nError writing the crash log : Not a directory\r\n");
+                  });
+}
+
+TEST_F(MiniDumpGeneratorTest, ReportsAreAPairAndTheFileHasTheTextOfTheNotification)
+{
+    const auto point = std::make_unique<Sample::Point>();
+    std::string report;
+    Sample::Outer(
+        *point,
+        [&]
+        {
+            PrepareReports();
+            Fault fault(*point);
+            EXPECT_EQ(GetReport(nullptr), "");
+            report = GetReport(&fault.pointers);
+            const std::string progress = "Writing report file ...\nReport file created.\n";
+            EXPECT_EQ(ErrorTextOf([&] { CreateReports(&fault.pointers); }), progress);
+            MiniDumpGenerator::SetFakeWriteDump(true);
+            EXPECT_EQ(ErrorTextOf([&] { CreateReports(&fault.pointers); }), "Minidump faked.\n" + progress);
+            EXPECT_EQ(ErrorTextOf([] { CreateReports(nullptr); }), "Minidump faked.\n");
+            std::string block;
+            const auto printed = ErrorTextOf([&] { block = GetAndPrintExceptionInfo(&fault.pointers); });
+            EXPECT_EQ(printed, block);
+            EXPECT_NE(block.find("ERROR ------------ (EEE)\nError code (C0000095) : INT_OVERFLOW\n"), std::string::npos)
+                << block;
+            EXPECT_NE(block.find("/ExceptionTests loaded at base address 0x"), std::string::npos) << block;
+        });
+    const auto names = NamesIn(m_folder);
+    ASSERT_EQ(names.size(), 3U) << testing::PrintToString(names);
+    EXPECT_EQ(Folders::path(names[0]).replace_extension(".txt"), names[1]);
+    EXPECT_EQ(Support::ReadFile(m_folder / names[1]), report);
+    EXPECT_NE(report.find("Revision: 0.0.0.0 \r\n"), std::string::npos) << report;
+    EXPECT_NE(report.find("Faulting module: ExceptionTests\r\n  [inlined] Place at "), std::string::npos) << report;
+    EXPECT_NE(report.find("StackSample.cpp line " + std::to_string(point->outerLine) + "\r\n"), std::string::npos)
+        << report;
+    const auto system = Platform::ReadSystemInformation(static_cast<std::uint32_t>(::getpid()));
+    for (const auto& fact : {"Processor: " + system.processor + "\r\n",
+                             "Number Of Processors: " + std::to_string(::sysconf(_SC_NPROCESSORS_ONLN)) + "\r\n",
+                             "\r\n" + system.systemName + " " + system.systemVersion + "\r\n"})
+    {
+        EXPECT_GT(fact.size(), 20U);
+        EXPECT_NE(report.find(fact), std::string::npos) << fact << report;
+    }
+    EXPECT_GT(system.physicalMemory, system.processMemory);
+    EXPECT_GE(system.peakProcessMemory, system.processMemory);
+    EXPECT_GT(system.processMemory, 1U << 20U);
+}
+
+TEST_F(MiniDumpGeneratorTest, ReportFileIsNamedWhenItIsWhole)
+{
+    {
+        Platform::ReportFile abandoned;
+        ASSERT_EQ(abandoned.Create(m_folder, "a.1", ".txt"), 0U);
+        EXPECT_EQ(abandoned.Write("half"), 0U);
+        EXPECT_EQ(NamesIn(m_folder), std::vector<std::string>{"a.1.txt.part"});
+        EXPECT_EQ(Platform::FreeReportStem(m_folder, "a.1"), "a.1_2");
+
+        Platform::ReportFile whole;
+        ASSERT_EQ(whole.Create(m_folder, "a.1", ".txt"), 0U); // the other one's name is not known to stay free
+        EXPECT_EQ(whole.Write("whole"), 0U);
+        Support::WriteFile(m_folder / "a.1_2.txt", "somebody else's");
+        EXPECT_EQ(whole.Publish(), 0U);
+        EXPECT_EQ(Support::ReadFile(whole.Path()), "whole");
+    }
+    const auto names = NamesIn(m_folder);
+    EXPECT_EQ(names.size(), 2U) << testing::PrintToString(names);
+    EXPECT_EQ(Support::ReadFile(m_folder / "a.1_2.txt"), "somebody else's");
+
+    // All descriptors are used up: the one kept back is given.
+    Platform::ReportFile::ReserveDescriptor();
+    rlimit former = {};
+    ASSERT_EQ(::getrlimit(RLIMIT_NOFILE, &former), 0);
+    const rlimit few = {64, former.rlim_max};
+    ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &few), 0);
+    std::vector<int> all;
+    for (int descriptor = ::dup(0); descriptor != -1; descriptor = ::dup(0))
+    {
+        all.push_back(descriptor);
+    }
+    Platform::ReportFile last, none;
+    EXPECT_EQ(last.Create(m_folder, "last", ".txt"), 0U);
+    EXPECT_EQ(none.Create(m_folder, "none", ".txt"), static_cast<std::uint32_t>(EMFILE));
+    EXPECT_EQ(last.Publish(), 0U);
+    for (const int descriptor : all)
+    {
+        ::close(descriptor);
+    }
+    ::setrlimit(RLIMIT_NOFILE, &former);
+    EXPECT_TRUE(Folders::exists(m_folder / "last.txt"));
+}
+
+} // namespace Ardo::Kiln::Exception
