@@ -1,9 +1,7 @@
 #include "Ardo/Kiln/Exception/CrashReport_p.h"
 
 #include "Ardo/Kiln/Exception/CrashReportText_p.h"
-#include "Ardo/Kiln/Exception/MiniDumpGenerator.h"
 #include "Ardo/Kiln/Exception/ReportPlace_p.h"
-#include "Ardo/Kiln/Exception/WideText_p.h"
 #include "Ardo/Kiln/Platform/OutsideReport.h"
 #include "Ardo/Kiln/Platform/ReportFile.h"
 #include "Ardo/Kiln/Platform/StandardError.h"
@@ -60,7 +58,7 @@ std::string MakeReport(const EXCEPTION_POINTERS* pointers, Platform::FaultFacts 
     {
         return *std::move(text);
     }
-    facts.applicationVersion = ToUtf8(std::filesystem::path(MiniDumpGenerator::GetFullVersion()));
+    facts.applicationVersion = ReportVersion();
     return ReportText(GatherCrashDetails(facts));
 }
 

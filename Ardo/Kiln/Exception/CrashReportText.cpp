@@ -6,7 +6,6 @@
 #include <charconv>
 #include <chrono>
 #include <concepts>
-#include <type_traits>
 
 namespace Ardo::Kiln::Exception
 {
@@ -68,30 +67,11 @@ std::string_view FileName(std::string_view path) noexcept
     return path.substr(path.find_last_of("/\\") + 1);
 }
 
-/// Whether a unit of text cannot be in a file name: on Windows, or because it is no character.
-bool IsRefused(std::uint32_t unit) noexcept
+/// Whether Windows refuses the unit in the name of a file. Linux refuses less, but files travel.
+bool IsRefused(char unit) noexcept
 {
     constexpr std::string_view Refused = "<>:\"/\\|?*";
-    constexpr bool UnitIsCodePoint = sizeof(wchar_t) == sizeof unit;
-    return unit < 32 || (unit < 128 && Refused.find(static_cast<char>(unit)) != std::string_view::npos) ||
-           (UnitIsCodePoint && unit >= 0xD800 && unit < 0xE000);
-}
-
-template <class Character>
-std::basic_string<Character> MakeTaggedName(std::basic_string_view<Character> applicationName,
-                                            std::basic_string_view<Character> fullVersion, const ReportTime& time)
-{
-    std::basic_string<Character> name(applicationName);
-    name += Character('_');
-    name += fullVersion;
-    for (auto& character : name)
-    {
-        character = IsRefused(static_cast<std::make_unsigned_t<Character>>(character)) ? Character('_') : character;
-    }
-    const auto tag = (Text() << "_[" << time.day << "-" << time.month << "_" << time.hour << "-" << time.minute << "-"
-                             << time.second << "]")
-                         .Take();
-    return name.append(tag.begin(), tag.end());
+    return (unit >= 0 && unit < 32) || Refused.find(unit) != std::string_view::npos;
 }
 
 /// What an access violation or an in-page error tells in its information words.
@@ -188,12 +168,11 @@ ReportTime ReportTimeOf(std::int64_t secondsSinceEpoch, std::int32_t utcOffset)
 
 std::string TaggedName(std::string_view applicationName, std::string_view fullVersion, const ReportTime& time)
 {
-    return MakeTaggedName(applicationName, fullVersion, time);
-}
-
-std::wstring TaggedName(std::wstring_view applicationName, std::wstring_view fullVersion, const ReportTime& time)
-{
-    return MakeTaggedName(applicationName, fullVersion, time);
+    auto name = (Text() << applicationName << "_" << fullVersion).Take();
+    std::replace_if(name.begin(), name.end(), IsRefused, '_');
+    return (Text() << name << "_[" << time.day << "-" << time.month << "_" << time.hour << "-" << time.minute << "-"
+                   << time.second << "]")
+        .Take();
 }
 
 std::string ExceptionName(std::uint32_t code)

@@ -28,11 +28,9 @@ struct ReportTime
 KILN_EXPORT_FOR_TESTS ReportTime ReportTimeOf(std::int64_t secondsSinceEpoch, std::int32_t utcOffset);
 
 /// The base name of a dump: application, version, and day, month, hour, minute and second of \p time, unpadded:
-/// "App_V_[5-3_9-7-3]". Characters that a file name cannot hold become "_".
+/// "App_V_[5-3_9-7-3]". UTF-8. Characters that a file name cannot hold become "_".
 KILN_EXPORT_FOR_TESTS std::string TaggedName(std::string_view applicationName, std::string_view fullVersion,
                                              const ReportTime& time);
-KILN_EXPORT_FOR_TESTS std::wstring TaggedName(std::wstring_view applicationName, std::wstring_view fullVersion,
-                                              const ReportTime& time);
 
 /// The name of an exception code, as the status is named without "EXCEPTION_"; "Unknown exception" for others.
 KILN_EXPORT_FOR_TESTS std::string ExceptionName(std::uint32_t code);

@@ -39,10 +39,11 @@ constexpr auto LargeType = static_cast<MINIDUMP_TYPE>(
     MiniDumpWithIndirectlyReferencedMemory | MiniDumpWithProcessThreadData | MiniDumpWithFullMemoryInfo);
 static_assert(SmallType == 0x1160 && MediumType == 0x1961 && LargeType == 0x973);
 
+// Texts are UTF-8.
 constinit Published<std::filesystem::path> g_dumpDirectory;
-constinit Published<std::wstring> g_applicationName;
+constinit Published<std::string> g_applicationName;
 constinit Published<std::filesystem::path> g_applicationPath;
-constinit Published<std::wstring> g_fullVersion;
+constinit Published<std::string> g_fullVersion;
 std::atomic<MINIDUMP_TYPE> g_defaultMinidumpType = MediumType;
 std::atomic<bool> g_fakeWriteDump = false;
 
@@ -102,7 +103,7 @@ std::filesystem::path ApplicationPath()
     return g_applicationPath.Set(Platform::ExecutablePath());
 }
 
-std::wstring ApplicationName()
+std::string ApplicationName()
 {
     if (const auto* name = g_applicationName.Get())
     {
@@ -113,10 +114,10 @@ std::wstring ApplicationName()
     {
         file.replace_extension();
     }
-    return g_applicationName.Set(file.empty() ? L"Application" : ToWide(ToUtf8(file)));
+    return g_applicationName.Set(file.empty() ? "Application" : ToUtf8(file));
 }
 
-std::wstring FullVersion()
+std::string FullVersion()
 {
     if (const auto* version = g_fullVersion.Get())
     {
@@ -124,21 +125,21 @@ std::wstring FullVersion()
     }
     if (const auto version = Platform::ReadFileVersion(ApplicationPath()))
     {
-        std::wstring text;
+        std::string text;
         for (const auto part : *version)
         {
-            text += (text.empty() ? L"" : L".") + std::to_wstring(part);
+            text += (text.empty() ? "" : ".") + std::to_string(part);
         }
         return g_fullVersion.Set(text);
     }
     if (const auto version = QCoreApplication::applicationVersion(); !version.isEmpty())
     {
-        return g_fullVersion.Set(ToWide(version.toUtf8().toStdString()));
+        return g_fullVersion.Set(version.toUtf8().toStdString());
     }
-    return L"0.0.0.0"; // not kept: the application may still tell Qt
+    return "0.0.0.0"; // not kept: the application may still tell Qt
 }
 
-std::wstring TaggedNameOfNow()
+std::string TaggedNameOfNow()
 {
     using namespace std::chrono;
     const auto now = duration_cast<seconds>(system_clock::now().time_since_epoch()).count();
@@ -187,7 +188,12 @@ std::filesystem::path ReportFolder()
 
 std::filesystem::path NewReportStem()
 {
-    return Platform::FreeReportStem(ReportFolder(), TaggedNameOfNow());
+    return Platform::FreeReportStem(ReportFolder(), ToPath(TaggedNameOfNow()));
+}
+
+std::string ReportVersion()
+{
+    return FullVersion();
 }
 
 std::uint32_t CreateReportFile(Platform::ReportFile& file, const std::filesystem::path& stem,
@@ -216,8 +222,7 @@ void PublishPlace() noexcept
     try
     {
         Platform::RefreshLocalOffset();
-        Platform::PublishReportPlace(ToUtf8(ReportFolder()), ToUtf8(std::filesystem::path(ApplicationName())),
-                                     ToUtf8(std::filesystem::path(FullVersion())), g_defaultMinidumpType);
+        Platform::PublishReportPlace(ToUtf8(ReportFolder()), ApplicationName(), FullVersion(), g_defaultMinidumpType);
     }
     catch (const std::exception&)
     {
@@ -228,7 +233,7 @@ void PublishPlace() noexcept
 std::wstring MiniDumpGenerator::GetTaggedDumpFileName()
 {
     Platform::RefreshLocalOffset();
-    return TaggedNameOfNow();
+    return ToWide(TaggedNameOfNow());
 }
 
 void MiniDumpGenerator::CreateMiniDump(EXCEPTION_POINTERS* pointers, MINIDUMP_TYPE type)
@@ -287,7 +292,7 @@ std::wstring MiniDumpGenerator::GetDumpDirectory()
 
 std::wstring MiniDumpGenerator::GetApplicationName()
 {
-    return ApplicationName();
+    return ToWide(ApplicationName());
 }
 
 std::wstring MiniDumpGenerator::GetApplicationPath()
@@ -297,7 +302,7 @@ std::wstring MiniDumpGenerator::GetApplicationPath()
 
 std::wstring MiniDumpGenerator::GetFullVersion()
 {
-    return FullVersion();
+    return ToWide(FullVersion());
 }
 
 MINIDUMP_TYPE MiniDumpGenerator::GetLargeSizeMinidumpType()

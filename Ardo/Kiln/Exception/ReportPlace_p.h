@@ -5,6 +5,7 @@
 
 #include <cstdint>
 #include <filesystem>
+#include <string>
 #include <string_view>
 
 namespace Ardo::Kiln::Exception
@@ -18,6 +19,9 @@ std::filesystem::path ReportFolder();
 /// The name, without extension, for a pair of files that begins now; free at this moment. Asks nothing that a fault may
 /// have locked.
 std::filesystem::path NewReportStem();
+
+/// The version of the program, UTF-8.
+std::string ReportVersion();
 
 /// Creates \p file in the folder of the reports, and the folder if it has gone. \return the system's error; 0 for none.
 std::uint32_t CreateReportFile(Platform::ReportFile& file, const std::filesystem::path& stem,

@@ -1,5 +1,6 @@
 #include "Ardo/Kiln/Exception/MiniDumpGenerator.h"
 
+#include "Ardo/Kiln/Conversion/String.h"
 #include "Ardo/Kiln/Exception/CrashReport_p.h"
 #include "Ardo/Kiln/Platform/FaultCode.h"
 #include "Ardo/Kiln/Platform/ReportFile.h"
@@ -82,8 +83,9 @@ protected:
     void SetUp() override
     {
         m_announcement = ErrorTextOf([] { MiniDumpGenerator::CreateDumpDirectory(); });
-        m_folder = MiniDumpGenerator::GetDumpDirectory();
+        m_folder = Folder();
     }
+    static Folders::path Folder() { return Conversion::String::ToUtf8(MiniDumpGenerator::GetDumpDirectory()); }
     void TearDown() override
     {
         MiniDumpGenerator::SetFakeWriteDump(false);
@@ -122,13 +124,13 @@ TEST_F(MiniDumpGeneratorTest, FolderIsChosenAmongTheProductsAndCreated)
     Folders::create_directory(former);
     Folders::remove_all(m_folder.parent_path());
     ErrorTextOf([] { MiniDumpGenerator::CreateDumpDirectory(); });
-    EXPECT_EQ(Folders::path(MiniDumpGenerator::GetDumpDirectory()), former / "CrashDumps");
+    EXPECT_EQ(Folder(), former / "CrashDumps");
     Folders::remove_all(former);
     Support::WriteFile(former, "");
     const ScopedVariable temporary("TMPDIR", (m_data / "tmp").string());
     Support::WriteFile(former.parent_path() / "Orbex", "");
     ErrorTextOf([] { MiniDumpGenerator::CreateDumpDirectory(); });
-    EXPECT_EQ(Folders::path(MiniDumpGenerator::GetDumpDirectory()), m_data / "tmp/Orbex/CrashDumps");
+    EXPECT_EQ(Folder(), m_data / "tmp/Orbex/CrashDumps");
     Folders::remove_all(m_data / "tmp");
     Support::WriteFile(m_data / "tmp", "");
     EXPECT_EQ(ErrorTextOf([] { MiniDumpGenerator::CreateDumpDirectory(); }),
@@ -145,7 +147,8 @@ TEST_F(MiniDumpGeneratorTest, TypesAndNamesAreTheDocumentedOnes)
     EXPECT_EQ(MiniDumpGenerator::GetDefaultMinidumpType(), MiniDumpNormal);
 
     EXPECT_EQ(MiniDumpGenerator::GetApplicationName(), L"ExceptionTests");
-    EXPECT_TRUE(Folders::equivalent(MiniDumpGenerator::GetApplicationPath(), "/proc/self/exe"));
+    EXPECT_EQ(Conversion::String::ToUtf8(MiniDumpGenerator::GetApplicationPath()),
+              Folders::read_symlink("/proc/self/exe").string());
     EXPECT_EQ(MiniDumpGenerator::GetFullVersion(), L"0.0.0.0");
     const auto now = []
     {
@@ -160,7 +163,7 @@ TEST_F(MiniDumpGeneratorTest, TypesAndNamesAreTheDocumentedOnes)
     do // until the second does not change meanwhile
     {
         before = now();
-        name = Folders::path(MiniDumpGenerator::GetTaggedDumpFileName()).string();
+        name = Conversion::String::ToUtf8(MiniDumpGenerator::GetTaggedDumpFileName());
     } while (before != now());
     EXPECT_EQ(name, before);
 }
@@ -201,15 +204,15 @@ TEST_F(MiniDumpGeneratorTest, FailuresAreToldWithTheSystemsNumberAndLeaveNoFile)
     EXPECT_TRUE(NamesIn(m_folder).empty());
     MiniDumpGenerator::SetFakeWriteDump(false);
 
-    const int readOnly = ::open("/dev/null", O_RDONLY);
+    const int closed = ::open("/dev/null", O_RDONLY);
+    ::close(closed);
     EXPECT_EQ(ErrorTextOf(
                   [&]
                   {
-                      MiniDumpGenerator::WriteMinidump(reinterpret_cast<void*>(std::intptr_t{readOnly}), nullptr,
+                      MiniDumpGenerator::WriteMinidump(reinterpret_cast<void*>(std::intptr_t{closed}), nullptr,
                                                        MiniDumpGenerator::GetSmallSizeMinidumpType());
                   }),
               "MiniDumpWriteDump failed. Error: " + std::to_string(EBADF) + " \n");
-    ::close(readOnly);
 
     Folders::remove(m_folder);
     Support::WriteFile(m_folder, ""); // not even root can create a file in a file

@@ -7,18 +7,22 @@ namespace Ardo::Kiln::Exception::Sample
 namespace
 {
 
+[[gnu::noinline]] int Call(const std::function<void()>& look)
+{
+    look();
+    return 1;
+}
+
 [[gnu::always_inline]] inline int Place(Point& point, const std::function<void()>& look)
 {
-    // One line: the registers are those after the call.
-    point.inlinedLine = __LINE__, Platform::DescribeFault(nullptr, point.request), look();
-    return static_cast<int>(point.inlinedLine);
+    point.inlinedLine = __LINE__ + 1; // one line, because the registers are those after the first call
+    return Platform::DescribeFault(nullptr, point.request), Call(look);
 }
 
 [[gnu::noinline]] int Middle(Point& point, const std::function<void()>& look)
 {
-    const int line = Place(point, look);
-    point.middleLine = __LINE__ - 1;
-    return line + 1;
+    point.middleLine = __LINE__ + 1;
+    return Place(point, look) + 1;
 }
 
 } // namespace
