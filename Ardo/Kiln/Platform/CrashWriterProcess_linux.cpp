@@ -212,7 +212,10 @@ void LeaveOnlyStandardStreams(int keep) noexcept
     }
     else if (keep >= 0)
     {
-        SystemCall(SYS_dup2, keep, WriterDescriptor);
+        if (SystemCall(SYS_dup2, keep, WriterDescriptor) < 0)
+        {
+            SystemCall(SYS_close, WriterDescriptor); // some other file of the application, not to be written over
+        }
     }
     const long first = keep >= 0 ? WriterDescriptor + 1 : WriterDescriptor;
     if (SystemCall(SYS_close_range, first, ~0U, 0) < 0)
