@@ -156,10 +156,11 @@ bool ProcessImage::DescribeModule(std::size_t first, Module& module) const noexc
     }
     // Its parts follow each other, with nameless memory between and behind. A file without a part that can be executed
     // is only looked at.
+    constexpr std::size_t maximumParts = 64;
+    const std::size_t last = std::min(first + maximumParts, m_mappings.Size());
     bool executable = false;
     std::uint64_t end = mapping.end;
-    for (std::size_t i = first; i < m_mappings.Size() && (m_mappings[i].inode == 0 || NameOf(m_mappings[i]) == name);
-         ++i)
+    for (std::size_t i = first; i < last && (m_mappings[i].inode == 0 || NameOf(m_mappings[i]) == name); ++i)
     {
         if (m_mappings[i].inode == mapping.inode && m_mappings[i].device == mapping.device &&
             NameOf(m_mappings[i]) == name)

@@ -122,6 +122,7 @@ INSTANTIATE_TEST_SUITE_P(
                       Case{"fault", Small, "stop reason = signal SIGSEGV", "WriteToNowhere", "faulting"},
                       Case{"fault", Full, "stop reason = signal SIGSEGV", "WriteToNowhere", "faulting"},
                       Case{"own", Small, "", "WriteInOwnProcess", "writing"},
+                      Case{"sandboxed", Small, "", "AskForDump", "asking"},
                       Case{"forked", Small, "", "AskInForkedChild", "asking", 1}),
     [](const auto& param) { return param.param.how + std::string("_") + param.param.type; });
 
@@ -210,6 +211,13 @@ TEST(CrashWriter, LeavesNoHalfDumpWhenTheDiskIsFull)
     {
         EXPECT_EQ(entry.path().extension(), ".txt"); // which is small
     }
+}
+
+TEST(CrashWriter, IsEndedWhenItTakesTooLong)
+{
+    const ScopedTempDir folder;
+    EXPECT_EQ(MakeDump(folder, "hurried", Small, 1).told,
+              "error 110 signals 0 children 0\n" + NothingSeen); // ETIMEDOUT
 }
 
 TEST(CrashWriter, SaysWhatItIs)

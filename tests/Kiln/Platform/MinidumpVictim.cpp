@@ -9,9 +9,11 @@
 
 #include <atomic>
 #include <cerrno>
+#include <cstddef>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <iterator>
 #include <latch>
 #include <string>
 #include <thread>
@@ -19,10 +21,14 @@
 #include <vector>
 
 #include <fcntl.h>
+#include <linux/filter.h>
+#include <linux/seccomp.h>
 #include <pthread.h>
 #include <signal.h>
 #include <sys/mman.h>
+#include <sys/prctl.h>
 #include <sys/resource.h>
+#include <sys/syscall.h>
 #include <sys/wait.h>
 #include <ucontext.h>
 #include <unistd.h>
@@ -165,6 +171,22 @@ void LimitFiles(int resource, rlim_t limit)
     ::setrlimit(resource, &both);
 }
 
+// As some containers do: no process may look into another.
+void ForbidLooking()
+{
+    constexpr auto equals = [](unsigned call) { return sock_filter{BPF_JMP | BPF_JEQ | BPF_K, 0, 1, call}; };
+    constexpr sock_filter deny{BPF_RET | BPF_K, 0, 0, SECCOMP_RET_ERRNO | EPERM};
+    sock_filter rules[] = {{BPF_LD | BPF_W | BPF_ABS, 0, 0, offsetof(seccomp_data, nr)},
+                           equals(SYS_ptrace),
+                           deny,
+                           equals(SYS_process_vm_readv),
+                           deny,
+                           {BPF_RET | BPF_K, 0, 0, SECCOMP_RET_ALLOW}};
+    const sock_fprog program{std::size(rules), rules};
+    ::prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0);
+    ::prctl(PR_SET_SECCOMP, SECCOMP_MODE_FILTER, &program);
+}
+
 const std::pair<const char*, void (*)()> Ways[] = {
     {"ask", AskForDump},
     {"fault", [] { WriteToNowhere(reinterpret_cast<volatile int*>(0x18)); }},
@@ -197,6 +219,22 @@ const std::pair<const char*, void (*)()> Ways[] = {
          while (::dup(g_spare) != -1)
          {
          }
+         AskForDump();
+     }},
+    {"sandboxed",
+     []
+     {
+         ForbidLooking();
+         AskForDump();
+     }},
+    {"hurried",
+     []
+     {
+         static CrashRequest g_request;
+         DescribeFault(nullptr, g_request);
+         g_request.tasks = CrashRequest::WriteDump;
+         CrashWriterProcess::Run(g_request, OpenFile(), 0);
+         Tell(static_cast<std::uint32_t>(g_request.systemError));
          AskForDump();
      }},
     {"ignored",
