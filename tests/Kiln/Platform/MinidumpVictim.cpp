@@ -194,7 +194,7 @@ const std::pair<const char*, void (*)()> Ways[] = {
      []
      {
          LimitFiles(RLIMIT_FSIZE, 16384);
-         WriteToNowhere(nullptr);
+         WriteToNowhere(reinterpret_cast<volatile int*>(0x18));
      }},
     {"overflow",
      []
