@@ -34,6 +34,17 @@ void AddEntry(std::ostringstream& lines, const char* name, const std::exception&
     }
 }
 
+/// The type's name, without what BOOST_THROW_EXCEPTION wraps around it.
+std::string TypeName(const std::exception& exception)
+{
+    const std::string name = boost::core::demangle(typeid(exception).name());
+    const std::string wrapper = "boost::wrapexcept<";
+    const std::size_t begin = name.find(wrapper);
+    return begin == std::string::npos || !name.ends_with('>')
+               ? name
+               : name.substr(begin + wrapper.size(), name.size() - begin - wrapper.size() - 1);
+}
+
 std::string Details(const std::exception& exception)
 {
     std::ostringstream lines;
@@ -46,7 +57,7 @@ std::string Details(const std::exception& exception)
     {
         lines << "Origin: " << origin << '\n';
     }
-    lines << "Type: " << boost::core::demangle(typeid(exception).name()) << '\n';
+    lines << "Type: " << TypeName(exception) << '\n';
     if (const std::string* const report = boost::get_error_info<ReportInfo>(exception))
     {
         lines << '\n' << Trimmed(*report) << '\n';

@@ -2,9 +2,9 @@
 
 #include <QApplication>
 #include <QClipboard>
-#include <QDialogButtonBox>
 #include <QFontDatabase>
 #include <QGridLayout>
+#include <QHBoxLayout>
 #include <QLabel>
 #include <QPlainTextEdit>
 #include <QPushButton>
@@ -12,6 +12,8 @@
 #include <QStyle>
 #include <QTextDocument>
 #include <QTextEdit>
+
+#include <memory>
 
 namespace Ardo::Kiln::Exception
 {
@@ -22,6 +24,7 @@ namespace
 constexpr int MessageColumns = 64;      ///< The message's width in average characters.
 constexpr int MessageLines = 12;        ///< Longer messages scroll.
 constexpr int MessageCharacters = 4000; ///< The rest of a still longer one stands in the details.
+constexpr int Spacing = 6;              ///< Between buttons, in pixels; twice that between the parts.
 constexpr int DetailsLines = 14;        ///< The height of the details.
 
 } // namespace
@@ -58,7 +61,8 @@ ErrorDialogWindow::ErrorDialogWindow(const ErrorDialogContent& content)
     m_details->hide();
 
     auto* const layout = new QGridLayout(this);
-    layout->setHorizontalSpacing(2 * layout->horizontalSpacing());
+    layout->setHorizontalSpacing(2 * Spacing);
+    layout->setVerticalSpacing(2 * Spacing);
     layout->addWidget(icon, 0, 0, Qt::AlignTop);
     layout->addWidget(MakeMessage(message), 0, 1);
     if (content.offerMinidump)
@@ -72,8 +76,10 @@ ErrorDialogWindow::ErrorDialogWindow(const ErrorDialogContent& content)
     }
     layout->addWidget(m_details, 2, 0, 1, 2);
     layout->setRowStretch(2, 1);
-    layout->addWidget(MakeButtons(content.offerMinidump), 3, 0, 1, 2);
+    layout->addLayout(MakeButtons(content.offerMinidump), 3, 0, 1, 2);
     m_detailsButton->setVisible(!details.isEmpty());
+    setTabOrder(m_marked, m_other);
+    setTabOrder(m_other, m_detailsButton);
     setTabOrder(m_detailsButton, m_copyButton);
     setTabOrder(m_copyButton, m_details);
     setTabOrder(m_details, m_message);
@@ -97,50 +103,57 @@ QWidget* ErrorDialogWindow::MakeMessage(const QString& message)
     const int width = MessageColumns * m_message->fontMetrics().averageCharWidth();
     const int longest = MessageLines * m_message->fontMetrics().lineSpacing();
     const int scrollBar = m_message->verticalScrollBar()->sizeHint().width();
-    m_message->document()->setTextWidth(width);
-    const int height = qRound(m_message->document()->size().height() + 1);
+    const std::unique_ptr<QTextDocument> measured(m_message->document()->clone());
+    measured->setTextWidth(width);
+    const int height = qRound(measured->size().height() + 1);
     m_message->setMinimumWidth(width + scrollBar);
     m_message->setFixedHeight(qMin(height, longest));
     return m_message;
 }
 
-QWidget* ErrorDialogWindow::MakeButtons(bool offerMinidump)
+QLayout* ErrorDialogWindow::MakeButtons(bool offerMinidump)
 {
-    auto* const box = new QDialogButtonBox;
-    const auto addDecision = [&](const QString& text, QDialogButtonBox::ButtonRole role, Decision decision)
+    auto* const buttons = new QHBoxLayout;
+    buttons->setSpacing(Spacing);
+    const auto add = [&](const QString& text)
     {
-        QPushButton* const button = box->addButton(text, role);
+        auto* const button = new QPushButton(text);
+        buttons->addWidget(button);
+        return button;
+    };
+    const auto addDecision = [&](const QString& text, Decision decision)
+    {
+        QPushButton* const button = add(text);
         connect(button, &QPushButton::clicked, this, [this, decision] { done(decision); });
         return button;
     };
-    QPushButton* last = nullptr;
+    m_detailsButton = add(QStringLiteral("Show &Details"));
+    m_detailsButton->setCheckable(true);
+    connect(m_detailsButton, &QPushButton::toggled, this, [this](bool shown) { ShowDetails(shown); });
+    m_copyButton = add(QStringLiteral("&Copy"));
+    connect(m_copyButton, &QPushButton::clicked, this, [this] { Copy(); });
+    buttons->addStretch();
+
     if (offerMinidump)
     {
-        m_marked = addDecision(QStringLiteral("&Write Reports"), QDialogButtonBox::AcceptRole, Write);
-        last = addDecision(QStringLiteral("Do &Not Write"), QDialogButtonBox::RejectRole, DoNotWrite);
-        setTabOrder(m_marked, last);
+        m_marked = addDecision(QStringLiteral("&Write Reports"), Write);
+        m_other = addDecision(QStringLiteral("Do &Not Write"), DoNotWrite);
     }
     else
     {
-        m_marked = last = addDecision(QStringLiteral("C&lose"), QDialogButtonBox::AcceptRole, Undecided);
+        m_marked = m_other = addDecision(QStringLiteral("C&lose"), Undecided);
     }
     m_marked->setDefault(true);
-
-    m_detailsButton = box->addButton(QString(), QDialogButtonBox::ActionRole);
-    m_detailsButton->setCheckable(true);
-    m_copyButton = box->addButton(QStringLiteral("&Copy"), QDialogButtonBox::ActionRole);
-    setTabOrder(last, m_detailsButton);
-    connect(m_detailsButton, &QPushButton::toggled, this, [this](bool shown) { ShowDetails(shown); });
-    connect(m_copyButton, &QPushButton::clicked, this, [this] { Copy(); });
-    m_detailsButton->setText(QStringLiteral("Show &Details"));
-    return box;
+    return buttons;
 }
 
 void ErrorDialogWindow::ShowDetails(bool shown)
 {
     m_detailsButton->setText(shown ? QStringLiteral("Hide &Details") : QStringLiteral("Show &Details"));
     m_details->setVisible(shown);
-    adjustSize();
+    // Now, not with the next event; and adjustSize() would keep below two thirds of a small screen.
+    layout()->activate();
+    resize(width(), qMax(sizeHint().height(), layout()->totalHeightForWidth(width())));
 }
 
 void ErrorDialogWindow::Copy()

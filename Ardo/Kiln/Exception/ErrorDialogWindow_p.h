@@ -30,7 +30,7 @@ public:
 
 private:
     QWidget* MakeMessage(const QString& message);
-    QWidget* MakeButtons(bool offerMinidump);
+    QLayout* MakeButtons(bool offerMinidump);
     void ShowDetails(bool shown);
     void Copy();
 
@@ -38,6 +38,7 @@ private:
     QTextEdit* m_message = nullptr;
     QPlainTextEdit* m_details = nullptr;
     QPushButton* m_marked = nullptr; ///< What Return presses.
+    QPushButton* m_other = nullptr;  ///< The other decision; the same where there is one only.
     QPushButton* m_detailsButton = nullptr;
     QPushButton* m_copyButton = nullptr;
 };

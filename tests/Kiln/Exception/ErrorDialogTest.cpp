@@ -208,7 +208,8 @@ TEST_F(ErrorDialogTest, ShowsTheMessageAndFoldsTheDetailsAway)
             EXPECT_GT(window->height(), folded);
             EXPECT_THAT(details->toPlainText().toStdString(),
                         AllOf(StartsWith("Severity: Fatal\nCategory: Gun\nCode: 5\nOrigin: "),
-                              HasSubstr("ErrorDialogTest.cpp ("), HasSubstr("\n\nthe report\nits end\n")));
+                              HasSubstr("ErrorDialogTest.cpp ("),
+                              HasSubstr("\nType: Ardo::Kiln::Exception::ErrorWithCode\n\nthe report\nits end\n")));
             QTest::keyClick(window, Qt::Key_C, Qt::AltModifier);
             EXPECT_TRUE(QTest::qWaitFor([&] { return !QApplication::clipboard()->text().isEmpty(); }));
             EXPECT_EQ(QApplication::clipboard()->text(),
