@@ -194,14 +194,20 @@ pid_t ThreadIdOnBehalf() noexcept
 
 int CreatePlainThread(pthread_t* thread, void* (*body)(void*), void* argument) noexcept
 {
+#ifdef __SANITIZE_THREAD__
+    return ::pthread_create(thread, nullptr, body, argument); // that sanitizer has to know every thread
+#else
     const CreateThread create = SystemCreateThread();
     return create != nullptr ? create(thread, nullptr, body, argument) : ENOSYS;
+#endif
 }
 
 void AdoptNewThreads() noexcept
 {
     MemoryKey();
+#ifndef __SANITIZE_THREAD__ // whose own start of a thread has to come before all that is instrumented
     g_adoptNewThreads = true;
+#endif
 }
 
 } // namespace Ardo::Kiln::Platform

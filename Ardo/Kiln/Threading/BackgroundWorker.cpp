@@ -253,6 +253,7 @@ void BackgroundWorker::ExecuteWork()
     const Stop stop{*m_context};
     Exception::Handler::Initialize();
     Exception::Handler::Execute([this] { RunIOContext(); });
+    Work::FailInterrupted(); // a fault runs no destructors, and others may be waiting for the item
 }
 
 void BackgroundWorker::RunIOContext()

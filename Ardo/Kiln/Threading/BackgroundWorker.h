@@ -102,8 +102,9 @@ public:
     std::thread::id GetThreadId();
 
 protected:
-    /// \param spawnThread false for a worker without a thread: its functions run on their callers' threads. Such a
-    /// class overrides Wait() or InternalCall(), which call each other here.
+    /// \param spawnThread true: the thread calls ExecuteWork() as soon as this part of the object is there, so a
+    /// derived class cannot rely on its own being called. False: functions run on their callers' threads; such a class
+    /// overrides Wait() or InternalCall(), which call each other here.
     BackgroundWorker(bool spawnThread, const std::string& threadName,
                      const std::function<void(const Exception::Warning&)>& warningHandler,
                      ComInitializationType comInitialization);

@@ -5,6 +5,14 @@
 namespace Ardo::Kiln::Threading
 {
 
+namespace
+{
+
+/// The item whose function the thread runs; null when there is none.
+thread_local Work* g_running = nullptr;
+
+} // namespace
+
 Work::Work(std::function<void()>&& function) : WorkBase(std::move(function)) {}
 
 Work::~Work() = default;
@@ -42,23 +50,38 @@ void Work::operator()()
     struct Completion
     {
         Work& work;
+        Work* const outer = std::exchange(g_running, &work);
         bool hasReturned = false;
 
         ~Completion()
         {
-            try
-            {
-                hasReturned ? work.Succeed() : work.Fail();
-            }
-            catch (...)
-            {
-                // The function's own exception, if any, is the one to tell of.
-            }
+            g_running = outer;
+            work.End(hasReturned);
         }
     };
     Completion completion{*this};
     m_function();
     completion.hasReturned = true;
+}
+
+void Work::End(bool hasReturned) noexcept
+{
+    try
+    {
+        hasReturned ? Succeed() : Fail();
+    }
+    catch (...)
+    {
+        // The function's own exception, if any, is the one to tell of.
+    }
+}
+
+void Work::FailInterrupted() noexcept
+{
+    if (Work* const work = std::exchange(g_running, nullptr))
+    {
+        work->End(false);
+    }
 }
 
 void Work::Succeed()

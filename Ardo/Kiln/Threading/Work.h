@@ -31,8 +31,15 @@ public:
     void operator()() override;
 
 private:
+    friend class BackgroundWorker; // ends what a fault has interrupted
+
+    /// Fails the item whose function runs on the calling thread, as far as it knows: after a fault nobody comes back to
+    /// operator().
+    static void FailInterrupted() noexcept;
+
     void Succeed() override;
     void Fail() override;
+    void End(bool hasReturned) noexcept;
     void Finish(WorkState state);
 };
 

@@ -22,12 +22,16 @@ using Clock = std::chrono::steady_clock;
 namespace
 {
 
-/// A worker with the finer period.
-struct Worker : BackgroundWorker
+/// Every() with the finer period. No derived class, whose constructor would race with the thread.
+ScopedScheduledWork InternalEvery(BackgroundWorker& worker, std::chrono::microseconds period,
+                                  std::function<void()>&& function)
 {
-    using BackgroundWorker::BackgroundWorker;
-    using BackgroundWorker::InternalEvery;
-};
+    struct Access : BackgroundWorker
+    {
+        using BackgroundWorker::InternalEvery;
+    };
+    return (worker.*&Access::InternalEvery)(period, std::move(function));
+}
 
 /// A function that counts its runs, and those who wait for one of them.
 struct Counter
@@ -58,14 +62,14 @@ TEST(PeriodicWorkTest, RunsFirstAfterOnePeriodAndThenPeriodByPeriodUntilItsOwner
 {
     Counter counter;
     std::vector<Clock::time_point> times{Clock::now()};
-    Worker worker;
+    BackgroundWorker worker;
     {
-        const ScopedScheduledWork series = worker.InternalEvery(5ms,
-                                                                [&, count = counter.Function()]
-                                                                {
-                                                                    times.push_back(Clock::now());
-                                                                    count();
-                                                                });
+        const ScopedScheduledWork series = InternalEvery(worker, 5ms,
+                                                         [&, count = counter.Function()]
+                                                         {
+                                                             times.push_back(Clock::now());
+                                                             count();
+                                                         });
         counter.WaitFor(3);
     }
     const int runs = counter.runs;
@@ -74,7 +78,7 @@ TEST(PeriodicWorkTest, RunsFirstAfterOnePeriodAndThenPeriodByPeriodUntilItsOwner
         EXPECT_GE(times[i] - times[0], i * 5ms) << i;
     }
     Counter later; // its first run comes after the time of the ended series' next
-    const ScopedScheduledWork other = worker.InternalEvery(6ms, later.Function());
+    const ScopedScheduledWork other = InternalEvery(worker, 6ms, later.Function());
     later.WaitFor(1);
     EXPECT_EQ(counter.runs, runs);
 }
@@ -92,34 +96,34 @@ TEST(PeriodicWorkTest, EveryCountsSeconds)
 TEST(PeriodicWorkTest, APeriodCountsItsLow32BitsOnly)
 {
     Counter counter;
-    Worker worker;
+    BackgroundWorker worker;
     // Negative, and so over at once, again and again; but each time after what is queued.
-    ScopedScheduledWork wrapped = worker.InternalEvery(2'147'483'648us, counter.Function());
+    ScopedScheduledWork wrapped = InternalEvery(worker, 2'147'483'648us, counter.Function());
     counter.WaitFor(3);
     wrapped = worker.Every(std::chrono::seconds::max(), counter.Function()); // no integer of microseconds at all
     counter.WaitFor(10);
-    wrapped = worker.InternalEvery(4'294'967'296us + 1ms, counter.Function()); // a millisecond
+    wrapped = InternalEvery(worker, 4'294'967'296us + 1ms, counter.Function()); // a millisecond
     counter.WaitFor(counter.runs + 2);
 }
 
 TEST(PeriodicWorkTest, CancelEndsTheSeriesAfterTheRunInProgress)
 {
-    Worker worker;
+    BackgroundWorker worker;
     Gate gate;
     std::atomic<int> runs = 0;
-    ScopedScheduledWork series = worker.InternalEvery(1ms,
-                                                      [&]
-                                                      {
-                                                          ++runs;
-                                                          gate.Pass(); // a second run would throw
-                                                      });
+    ScopedScheduledWork series = InternalEvery(worker, 1ms,
+                                               [&]
+                                               {
+                                                   ++runs;
+                                                   gate.Pass(); // a second run would throw
+                                               });
     gate.entered.get_future().wait();
     EXPECT_FALSE(series.Cancel());
     gate.Open();
     series.Wait();
     EXPECT_TRUE(series.Cancel());
 
-    series = worker.InternalEvery(1h, [] {});
+    series = InternalEvery(worker, 1h, [] {});
     EXPECT_TRUE(series.Cancel()); // between two runs: at once
     series.Wait();
     EXPECT_EQ(runs, 1);
@@ -130,18 +134,18 @@ TEST(PeriodicWorkTest, ARunThatTakesLongerThanThePeriodIsFollowedByTheNextAndNev
 {
     std::atomic<int> inside = 0;
     Counter counter;
-    Worker worker;
-    const ScopedScheduledWork series = worker.InternalEvery(100us,
-                                                            [&, count = counter.Function()]
-                                                            {
-                                                                EXPECT_EQ(++inside, 1);
-                                                                const auto end = Clock::now() + 1ms;
-                                                                while (Clock::now() < end)
-                                                                {
-                                                                }
-                                                                --inside;
-                                                                count();
-                                                            });
+    BackgroundWorker worker;
+    const ScopedScheduledWork series = InternalEvery(worker, 100us,
+                                                     [&, count = counter.Function()]
+                                                     {
+                                                         EXPECT_EQ(++inside, 1);
+                                                         const auto end = Clock::now() + 1ms;
+                                                         while (Clock::now() < end)
+                                                         {
+                                                         }
+                                                         --inside;
+                                                         count();
+                                                     });
     for (int i = 0; i < 5; ++i)
     {
         worker.Wait(); // other work gets its turn between the runs
@@ -153,13 +157,13 @@ TEST(PeriodicWorkTest, HandledWarningsDoNotEndASeriesOtherExceptionsDo)
 {
     std::atomic<int> warnings = 0;
     Counter counter;
-    Worker worker("", [&](const Exception::Warning&) { ++warnings; });
-    const ScopedScheduledWork series = worker.InternalEvery(1ms,
-                                                            [count = counter.Function()]
-                                                            {
-                                                                count();
-                                                                throw Exception::Warning("low");
-                                                            });
+    BackgroundWorker worker("", [&](const Exception::Warning&) { ++warnings; });
+    const ScopedScheduledWork series = InternalEvery(worker, 1ms,
+                                                     [count = counter.Function()]
+                                                     {
+                                                         count();
+                                                         throw Exception::Warning("low");
+                                                     });
     counter.WaitFor(3);
     EXPECT_GE(warnings, 2);
 

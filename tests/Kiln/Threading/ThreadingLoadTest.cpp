@@ -1,0 +1,198 @@
+#include "Ardo/Kiln/Exception/Handler.h"
+#include "Ardo/Kiln/Threading/Asynchronizer.h"
+#include "Ardo/Kiln/Threading/BackgroundWorker.h"
+#include "Ardo/Kiln/Threading/Work.h"
+#include "tests/Kiln/Threading/Gate.h"
+
+#include <gmock/gmock.h>
+
+#include <array>
+#include <atomic>
+#include <barrier>
+#include <thread>
+
+namespace Ardo::Kiln::Threading
+{
+
+using ::testing::AnyOf;
+using namespace std::chrono_literals;
+
+namespace
+{
+
+#if defined(__SANITIZE_THREAD__) || defined(__SANITIZE_ADDRESS__)
+constexpr int Scale = 1;
+#else
+constexpr int Scale = 10;
+#endif
+
+/// Runs \p body in \p count threads, numbered from 0, and waits for all of them.
+void InThreads(int count, const std::function<void(int)>& body)
+{
+    std::barrier begin(count);
+    std::vector<std::thread> threads;
+    for (int index = 0; index < count; ++index)
+    {
+        threads.emplace_back(
+            [&, index]
+            {
+                begin.arrive_and_wait();
+                body(index);
+            });
+    }
+    for (std::thread& thread : threads)
+    {
+        thread.join();
+    }
+}
+
+} // namespace
+
+TEST(ThreadingLoadTest, EveryItemOfEightThreadsRunsOnceInTheOrderOfItsThread)
+{
+    constexpr int Threads = 8;
+    constexpr int Items = 12'500 * Scale; // a thread: a million in all
+    struct Lane
+    {
+        std::vector<int> ran;
+        int cancelled = 0;
+    };
+    std::array<Lane, Threads> lanes;
+    BackgroundWorker worker;
+    InThreads(Threads,
+              [&](int index)
+              {
+                  Lane& lane = lanes[static_cast<std::size_t>(index)];
+                  std::vector<std::pair<int, std::unique_ptr<ScheduledWork>>> scheduled;
+                  for (int item = 0; item < Items; ++item)
+                  {
+                      const auto run = [&lane, item] { lane.ran.push_back(item); };
+                      switch ((item + index) % 16)
+                      {
+                      case 0:
+                          worker.Call(run);
+                          break;
+                      case 1:
+                      case 2:
+                          scheduled.emplace_back(item, worker.Schedule(run));
+                          break;
+                      case 3:
+                          lane.cancelled += worker.Schedule(run)->Cancel() ? 1 : 0;
+                          break;
+                      default:
+                          worker.Post(run);
+                      }
+                  }
+                  for (const auto& [item, work] : scheduled)
+                  {
+                      EXPECT_TRUE(work->Wait()) << item;
+                  }
+              });
+    worker.Wait();
+    for (const Lane& lane : lanes)
+    {
+        EXPECT_EQ(lane.ran.size() + static_cast<std::size_t>(lane.cancelled), static_cast<std::size_t>(Items));
+        EXPECT_TRUE(std::ranges::is_sorted(lane.ran, std::less_equal<>())) << "once, and in order";
+    }
+}
+
+TEST(ThreadingLoadTest, AnEscapingExceptionStopsTheWorkerAndNobodyHangs)
+{
+    std::atomic<int> faults = 0;
+    Exception::Handler::SetHandler([&](EXCEPTION_POINTERS*, const Exception::Handler::Notify&) { ++faults; });
+    for (int round = 0; round < 30 * Scale; ++round)
+    {
+        BackgroundWorker worker;
+        std::unique_ptr<ScheduledWork> failing;
+        InThreads(5,
+                  [&](int index)
+                  {
+                      if (index == 4)
+                      {
+                          failing = worker.Schedule([] { throw std::runtime_error("failed"); });
+                          return;
+                      }
+                      std::string refusal = "none";
+                      for (int runs = 0; refusal == "none"; ++runs)
+                      {
+                          bool ran = false;
+                          refusal = Refusal([&] { worker.Call([&] { ran = true; }); });
+                          EXPECT_TRUE(refusal == NotRunning || ran);
+                      }
+                      EXPECT_EQ(refusal, NotRunning);
+                  });
+        EXPECT_FALSE(failing->Wait());
+        EXPECT_FALSE(worker.IsRunning());
+        worker.Wait();
+        EXPECT_EQ(Refusal([&] { worker.Post([] {}); }), NotRunning);
+        EXPECT_EQ(Refusal([&] { worker.Schedule([] {}); }), NotRunning);
+        EXPECT_EQ(Refusal([&] { worker.Call([] {}); }), NotRunning);
+    }
+    EXPECT_EQ(faults, 30 * Scale);
+    Exception::Handler::ResetHandler();
+}
+
+#if !defined(__SANITIZE_THREAD__) && !defined(__SANITIZE_ADDRESS__) // whose own handlers take the fault
+TEST(ThreadingLoadTest, AFaultStopsTheWorkerAndEndsItsItem)
+{
+    Exception::Handler::SetHandler([](EXCEPTION_POINTERS*, const Exception::Handler::Notify&) {});
+    BackgroundWorker worker;
+    int* volatile nowhere = nullptr;
+    const auto faulting = worker.Schedule([&] { *nowhere = 1; });
+    EXPECT_FALSE(faulting->Wait());
+    EXPECT_FALSE(faulting->Cancel());
+    EXPECT_EQ(Refusal([&] { worker.Call([] {}); }), NotRunning);
+    Exception::Handler::ResetHandler();
+}
+#endif
+
+TEST(ThreadingLoadTest, AnItemsOwnersMayGoAtEveryMomentOfItsLife)
+{
+    const auto held = std::make_shared<int>();
+    std::atomic<int> wrong = 0;
+    {
+        BackgroundWorker worker;
+        ScopedScheduledWork current;
+        Asynchronizer latest(worker);
+        InThreads(4,
+                  [&](int index)
+                  {
+                      for (int round = 0; round < 2'000 * Scale; ++round)
+                      {
+                          bool mayRun = true;
+                          const auto use = [&wrong, &mayRun, held] { wrong += mayRun ? 0 : 1; };
+                          if (index == 0)
+                          {
+                              const ScopedScheduledWork scoped = worker.Schedule(use);
+                          }
+                          else if (index == 1)
+                          {
+                              const auto work = worker.Schedule(use);
+                              work->Cancel() || work->Wait();
+                          }
+                          else if (index == 2)
+                          {
+                              current = worker.Schedule([held] {});
+                              latest.Post([held] {});
+                          }
+                          else
+                          {
+                              current = std::make_unique<ScheduledWork>(std::make_shared<Work>([held] {}));
+                              current.Cancel();
+                              ScopedScheduledWork series = worker.Every(0s, use);
+                              (round % 2 == 0) || series.Cancel();
+                              ScopedScheduledWork survivor;
+                              BackgroundWorker shortLived;
+                              shortLived.Post([held] {});
+                              survivor = shortLived.Every(0s, [held] {});
+                              survivor = shortLived.Schedule([held] {});
+                          }
+                          mayRun = false;
+                      }
+                  });
+    }
+    EXPECT_EQ(wrong, 0);
+    EXPECT_EQ(held.use_count(), 1);
+}
+
+} // namespace Ardo::Kiln::Threading
