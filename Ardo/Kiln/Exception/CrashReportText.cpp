@@ -14,6 +14,7 @@ namespace
 {
 
 constexpr std::size_t MostFrames = 32;
+constexpr std::size_t MostOutermost = 16; ///< Beyond those, of a deeper stack.
 
 /// A number that is written with eight or sixteen upper-case hexadecimal digits, or with as many as it needs.
 struct Hexadecimal
@@ -267,7 +268,7 @@ CrashDetails GatherCrashDetails(const Platform::FaultFacts& facts)
     Platform::ProcessSymbols symbols(facts.processId);
     if (facts.context != nullptr)
     {
-        details.callStack = symbols.Walk(facts.threadId, *facts.context, MostFrames);
+        details.callStack = symbols.Walk(facts.threadId, *facts.context, MostFrames, MostOutermost);
     }
     const std::span throwFrames(facts.throwFrames);
     details.throwStack = symbols.Describe(throwFrames.first(std::min(throwFrames.size(), MostFrames)));
@@ -293,7 +294,12 @@ std::string ReportText(const CrashDetails& details)
     }
     text << "Faulting module: " << (details.module ? FileName(details.module->file) : std::string_view("unknown"))
          << "\r\n"
-         << StackText(details.callStack);
+         << StackText(details.callStack.innermost);
+    if (!details.callStack.outermost.empty())
+    {
+        text << "\r\n Outermost calls, after " << details.callStack.omitted << " others \r\n"
+             << StackText(details.callStack.outermost);
+    }
     if (!details.throwStack.empty())
     {
         text << "\r\n Thrown at \r\n" << StackText(details.throwStack);

@@ -51,13 +51,14 @@ struct CrashDetails
 {
     Platform::FaultFacts facts;
     std::optional<Platform::LoadedModule> module; ///< That holds the address of the fault.
-    std::vector<Platform::StackFrame> callStack;
+    Platform::StackEnds callStack;
     std::vector<Platform::StackFrame> throwStack; ///< Where the C++ exception was thrown.
     Platform::SystemInformation system;
 };
 
-/// Reads from the process of \p facts what its report shows besides them: symbolises the stacks with at most 32 frames
-/// each, asks the system. What cannot be found out stays empty.
+/// Reads from the process of \p facts what its report shows besides them: symbolises the call stack (the innermost 32
+/// frames, and the outermost 16 of a deeper one) and where an exception was thrown (32), asks the system. What cannot
+/// be found out stays empty.
 KILN_EXPORT_FOR_TESTS CrashDetails GatherCrashDetails(const Platform::FaultFacts& facts);
 
 /// The text of the report file, UTF-8.

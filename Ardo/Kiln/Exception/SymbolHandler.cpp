@@ -17,7 +17,7 @@ std::wstring SymbolHandler::GetModuleName(const void* address)
 std::string SymbolHandler::GetStackDetails(const CONTEXT* context, std::size_t limit)
 {
     Platform::ProcessSymbols symbols(Platform::OwnProcessId());
-    return StackText(symbols.Walk(Platform::OwnThreadId(), *context, limit));
+    return StackText(symbols.Walk(Platform::OwnThreadId(), *context, limit).innermost);
 }
 
 } // namespace Ardo::Kiln::Exception

@@ -26,6 +26,14 @@ struct StackFrame
     bool inlined = false; ///< The compiler put it into the next frame, which has the same address. Never on Windows.
 };
 
+/// A stack that may be too deep to be shown whole.
+struct StackEnds
+{
+    std::vector<StackFrame> innermost; ///< The innermost function first.
+    std::size_t omitted = 0;           ///< How many calls lie between the two; inlined ones do not count.
+    std::vector<StackFrame> outermost; ///< The calls with which the stack began, also from the inside to the outside.
+};
+
 /// A program or library in memory.
 struct LoadedModule
 {
@@ -52,13 +60,15 @@ public:
     ProcessSymbols(const ProcessSymbols&) = delete;
     ProcessSymbols& operator=(const ProcessSymbols&) = delete;
 
-    /// The stack of a thread that stands still, the innermost function first.
+    /// The stack of a thread that stands still.
     ///
-    /// A thread that jumped to where no code is gets that address as its first frame and then its caller.
+    /// A thread that jumped to where no code is gets that address as its first frame and then its caller. The walk ends
+    /// where it would go round in circles, and where the stack cannot be read.
     /// \param threadId the system's number of the thread. \param context its registers.
-    /// \param limit how many frames at most; inlined ones do not count. The walk also ends where it would go round in
-    /// circles, and where the stack cannot be read.
-    std::vector<StackFrame> Walk(std::uint32_t threadId, const CONTEXT& context, std::size_t limit);
+    /// \param innermost how many frames at most; inlined ones do not count. \param outermost how many of the others at
+    /// most. With endless recursion only these tell how it began. A stack whose end is not found within a second, or
+    /// 200000 calls, has none.
+    StackEnds Walk(std::uint32_t threadId, const CONTEXT& context, std::size_t innermost, std::size_t outermost = 0);
 
     /// The calls that return to \p returnAddresses, in the same order, with the inlined ones between them.
     std::vector<StackFrame> Describe(std::span<const std::uint64_t> returnAddresses);

@@ -3,6 +3,7 @@
 #include "Ardo/Kiln/Platform/StackWalk.h"
 
 #include <algorithm>
+#include <chrono>
 #include <cstdlib>
 #include <cstring>
 #include <cxxabi.h>
@@ -12,7 +13,6 @@
 #include <elfutils/libdwfl.h>
 #include <fcntl.h>
 #include <sys/uio.h>
-#include <sys/wait.h>
 #include <utility>
 
 namespace Ardo::Kiln::Platform
@@ -133,12 +133,16 @@ struct ProcessSymbols::Implementation
                                                      &g_threadCallbacks, this);
     }
 
-    std::vector<StackFrame> Walk(std::uint32_t threadId, const CONTEXT& context, std::size_t limit)
+    StackEnds Walk(std::uint32_t threadId, const CONTEXT& context, std::size_t innermost, std::size_t outermost)
     {
-        m_frames.clear();
-        m_limit = limit;
+        m_calls.clear();
+        m_ring.clear();
+        m_innermost = innermost;
+        m_outermost = outermost;
         m_count = 0;
-        m_outOfMemory = false;
+        m_failed = false;
+        m_cut = false;
+        m_deadline = std::chrono::steady_clock::now() + std::chrono::seconds(1);
         m_pageAddress = NoPage;
         m_threadId = static_cast<pid_t>(threadId);
         m_start = &context;
@@ -146,17 +150,13 @@ struct ProcessSymbols::Implementation
         m_sp = context.Rsp;
         m_startReturns = false;
         const auto* code = RangeOf(m_map, m_pc);
-        if (limit > 0 && (code == nullptr || !code->executable))
+        if (code == nullptr || !code->executable)
         {
             // It jumped to nowhere: only the return address that the call left behind tells from where.
-            AddFrame(m_pc, false);
-            if (!ReadWord(m_sp, m_pc))
-            {
-                return std::move(m_frames);
-            }
-            m_sp += sizeof(std::uint64_t);
+            AddCall({m_pc, false});
             m_startReturns = true;
-            code = RangeOf(m_map, m_pc);
+            code = ReadWord(m_sp, m_pc) ? RangeOf(m_map, m_pc) : nullptr;
+            m_sp += sizeof(std::uint64_t);
         }
         if (code != nullptr && code->executable)
         {
@@ -164,35 +164,82 @@ struct ProcessSymbols::Implementation
             {
                 ::dwfl_getthread_frames(m_session.get(), m_threadId, OnFrame, this);
             }
-            else if (m_count < m_limit)
+            else
             {
-                AddFrame(m_pc, m_startReturns);
+                AddCall({m_pc, m_startReturns});
             }
         }
-        if (m_outOfMemory)
+        if (m_failed)
         {
             throw std::bad_alloc();
         }
-        return std::move(m_frames);
+        return Name();
     }
 
     std::vector<StackFrame> Describe(std::span<const std::uint64_t> returnAddresses)
     {
-        m_frames.clear();
+        std::vector<StackFrame> frames;
         for (const auto address : returnAddresses)
         {
-            AddFrame(address, true);
+            AddFrame({address, true}, frames);
         }
-        return std::move(m_frames);
+        return frames;
     }
 
 private:
-    /// Adds the frame of \p address and those that are inlined in it.
-    /// \param returns whether it is where a call returns to, so that the call stands before it: a call that never
-    /// returns may be the last thing in its function.
-    void AddFrame(std::uint64_t address, bool returns)
+    /// One call of a walk.
+    struct Call
     {
+        std::uint64_t address = 0;
+        bool returns = false; ///< It is where a call returns to, so that the call stands before it: a call that never
+                              ///< returns may be the last thing in its function.
+    };
+
+    /// \return whether more are wanted.
+    bool AddCall(const Call& call)
+    {
+        constexpr std::size_t Deepest = 200'000;
+        if (m_count < m_innermost)
+        {
+            m_calls.push_back(call);
+        }
+        else if (m_ring.size() < m_outermost)
+        {
+            m_ring.push_back(call);
+        }
+        else if (m_outermost > 0)
+        {
+            m_ring[(m_count - m_innermost) % m_outermost] = call;
+        }
         ++m_count;
+        m_cut = m_count >= Deepest || (m_count % 1024 == 0 && std::chrono::steady_clock::now() > m_deadline);
+        return !m_cut && (m_outermost > 0 || m_count < m_innermost);
+    }
+
+    /// The calls of the walk with their names.
+    StackEnds Name()
+    {
+        StackEnds ends;
+        for (const auto& call : m_calls)
+        {
+            AddFrame(call, ends.innermost);
+        }
+        if (!m_cut && !m_ring.empty())
+        {
+            const auto beyond = m_count - m_innermost;
+            ends.omitted = beyond - m_ring.size();
+            for (std::size_t index = beyond - m_ring.size(); index < beyond; ++index)
+            {
+                AddFrame(m_ring[index % m_outermost], ends.outermost);
+            }
+        }
+        return ends;
+    }
+
+    /// Adds the frame of \p call and those that are inlined in it.
+    void AddFrame(const Call& call, std::vector<StackFrame>& frames)
+    {
+        const auto address = call.address;
         StackFrame frame;
         frame.address = address;
         if (const auto* const range = RangeOf(m_map, address); range != nullptr && IsModule(*range))
@@ -200,11 +247,11 @@ private:
             frame.module = range->file;
             frame.moduleBase = range->fileBase;
         }
-        const auto pc = returns && address != 0 ? address - 1 : address;
+        const auto pc = call.returns && address != 0 ? address - 1 : address;
         auto* const module = m_session ? ::dwfl_addrmodule(m_session.get(), pc) : nullptr;
         if (module == nullptr)
         {
-            m_frames.push_back(std::move(frame));
+            frames.push_back(std::move(frame));
             return;
         }
 
@@ -219,7 +266,7 @@ private:
         }
         if (unit != nullptr)
         {
-            AddInlined(unit, pc - bias, frame);
+            AddInlined(unit, pc - bias, frame, frames);
         }
 
         GElf_Off offset = 0;
@@ -231,12 +278,12 @@ private:
         {
             frame.function = Demangled(name);
         }
-        m_frames.push_back(std::move(frame));
+        frames.push_back(std::move(frame));
     }
 
     /// Adds a frame for each call that is inlined at \p pc of \p unit, and puts the name and the line of the function
     /// that holds them into \p frame, which comes with the line of \p pc.
-    void AddInlined(Dwarf_Die* unit, Dwarf_Addr pc, StackFrame& frame)
+    static void AddInlined(Dwarf_Die* unit, Dwarf_Addr pc, StackFrame& frame, std::vector<StackFrame>& frames)
     {
         Dwarf_Die* found = nullptr;
         if (::dwarf_getscopes(unit, pc, &found) <= 0)
@@ -267,7 +314,7 @@ private:
                 auto inlined = frame;
                 inlined.function = FunctionName(scope);
                 inlined.inlined = true;
-                m_frames.push_back(std::move(inlined));
+                frames.push_back(std::move(inlined));
                 frame.line = NumberOf(scope, DW_AT_call_line);
                 const char* const file =
                     files != nullptr ? ::dwarf_filesrc(files, NumberOf(scope, DW_AT_call_file), nullptr, nullptr)
@@ -350,7 +397,7 @@ private:
         Dwarf_Addr pc = 0;
         Dwarf_Word sp = 0;
         bool interrupted = false;
-        if (walk.m_count >= walk.m_limit || !::dwfl_frame_pc(state, &pc, &interrupted))
+        if (!::dwfl_frame_pc(state, &pc, &interrupted))
         {
             return DWARF_CB_ABORT;
         }
@@ -363,18 +410,17 @@ private:
         {
             return DWARF_CB_ABORT;
         }
+        walk.m_pc = pc;
+        walk.m_sp = sp;
         try
         {
-            walk.AddFrame(pc, first ? walk.m_startReturns : !interrupted);
+            return walk.AddCall({pc, first ? walk.m_startReturns : !interrupted}) ? DWARF_CB_OK : DWARF_CB_ABORT;
         }
         catch (...)
         {
-            walk.m_outOfMemory = true;
+            walk.m_failed = true;
             return DWARF_CB_ABORT;
         }
-        walk.m_pc = pc;
-        walk.m_sp = sp;
-        return DWARF_CB_OK;
     }
 
     static constexpr Dwfl_Callbacks g_callbacks = {&dwfl_linux_proc_find_elf, &FindDebugInformation, nullptr, nullptr};
@@ -388,10 +434,14 @@ private:
     bool m_canWalk = false;
 
     // Of the walk that is going on.
-    std::vector<StackFrame> m_frames;
-    std::size_t m_limit = 0;
-    std::size_t m_count = 0; ///< Frames so far, those of inlined calls left out.
-    bool m_outOfMemory = false;
+    std::vector<Call> m_calls; ///< The innermost.
+    std::vector<Call> m_ring;  ///< The last of the others.
+    std::size_t m_innermost = 0;
+    std::size_t m_outermost = 0;
+    std::size_t m_count = 0; ///< Calls so far.
+    bool m_failed = false;   ///< For want of memory.
+    bool m_cut = false;      ///< It was given up before the end.
+    std::chrono::steady_clock::time_point m_deadline;
     pid_t m_threadId = 0;
     const CONTEXT* m_start = nullptr;
     std::uint64_t m_pc = 0; ///< Of the last frame; before the first that of the start.
@@ -407,9 +457,10 @@ ProcessSymbols::ProcessSymbols(std::uint32_t processId) : m_implementation(std::
 
 ProcessSymbols::~ProcessSymbols() = default;
 
-std::vector<StackFrame> ProcessSymbols::Walk(std::uint32_t threadId, const CONTEXT& context, std::size_t limit)
+StackEnds ProcessSymbols::Walk(std::uint32_t threadId, const CONTEXT& context, std::size_t innermost,
+                               std::size_t outermost)
 {
-    return m_implementation->Walk(threadId, context, limit);
+    return m_implementation->Walk(threadId, context, innermost, outermost);
 }
 
 std::vector<StackFrame> ProcessSymbols::Describe(std::span<const std::uint64_t> returnAddresses)

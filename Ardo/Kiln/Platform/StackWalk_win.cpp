@@ -1,6 +1,7 @@
 #include "Ardo/Kiln/Platform/ScopedHandle_win.h"
 #include "Ardo/Kiln/Platform/StackWalk.h"
 
+#include <algorithm>
 #include <array>
 #include <mutex>
 // After windows.h, which they need.
@@ -92,9 +93,10 @@ struct ProcessSymbols::Implementation
     Implementation(const Implementation&) = delete;
     Implementation& operator=(const Implementation&) = delete;
 
-    std::vector<StackFrame> Walk(std::uint32_t threadId, CONTEXT context, std::size_t limit) const
+    StackEnds Walk(std::uint32_t threadId, CONTEXT context, std::size_t innermost, std::size_t outermost) const
     {
-        std::vector<StackFrame> frames;
+        StackEnds ends;
+        auto& frames = ends.innermost;
         bool returns = false;
         MEMORY_BASIC_INFORMATION range = {};
         constexpr DWORD Executable = PAGE_EXECUTE | PAGE_EXECUTE_READ | PAGE_EXECUTE_READWRITE | PAGE_EXECUTE_WRITECOPY;
@@ -103,7 +105,7 @@ struct ProcessSymbols::Implementation
             range.State != MEM_COMMIT || (range.Protect & Executable) == 0)
         {
             // It jumped to nowhere: only the return address that the call left behind tells from where.
-            if (frames.size() < limit)
+            if (innermost > 0)
             {
                 frames.push_back(FrameAt(context.Rip, false));
             }
@@ -111,7 +113,7 @@ struct ProcessSymbols::Implementation
             if (!::ReadProcessMemory(m_process.Get(), reinterpret_cast<const void*>(context.Rsp), &context.Rip,
                                      sizeof context.Rip, nullptr))
             {
-                return frames;
+                return ends;
             }
             context.Rsp += sizeof context.Rip;
             returns = true;
@@ -124,21 +126,38 @@ struct ProcessSymbols::Implementation
         frame.AddrFrame = {context.Rbp, 0, AddrModeFlat};
         DWORD64 lastCode = 0;
         DWORD64 lastStack = 0;
-        while (frames.size() < limit)
+        constexpr std::size_t Deepest = 200'000;
+        const auto deadline = ::GetTickCount64() + 1000;
+        std::vector<DWORD64> ring; // the last of the others
+        std::size_t others = 0;
+        while (frames.size() < innermost || (outermost > 0 && others < Deepest && ::GetTickCount64() < deadline))
         {
             const std::lock_guard lock(g_debuggingLibrary);
             if (!::StackWalk64(IMAGE_FILE_MACHINE_AMD64, m_process.Get(), thread.Get(), &frame, &context, nullptr,
                                ::SymFunctionTableAccess64, ::SymGetModuleBase64, nullptr) ||
                 frame.AddrPC.Offset == 0 || (frame.AddrPC.Offset == lastCode && frame.AddrStack.Offset == lastStack))
             {
+                ends.omitted = others - ring.size();
+                for (std::size_t index = others - ring.size(); index < others; ++index)
+                {
+                    ends.outermost.push_back(Named(ring[index % outermost], true));
+                }
                 break;
             }
-            frames.push_back(Named(frame.AddrPC.Offset, returns));
             lastCode = frame.AddrPC.Offset;
             lastStack = frame.AddrStack.Offset;
+            if (frames.size() < innermost)
+            {
+                frames.push_back(Named(lastCode, returns));
+            }
+            else
+            {
+                ring.resize(std::min(others + 1, outermost));
+                ring[others++ % outermost] = lastCode;
+            }
             returns = true;
         }
-        return frames;
+        return ends;
     }
 
     StackFrame FrameAt(std::uint64_t address, bool returns) const
@@ -189,9 +208,10 @@ ProcessSymbols::ProcessSymbols(std::uint32_t processId) : m_implementation(std::
 
 ProcessSymbols::~ProcessSymbols() = default;
 
-std::vector<StackFrame> ProcessSymbols::Walk(std::uint32_t threadId, const CONTEXT& context, std::size_t limit)
+StackEnds ProcessSymbols::Walk(std::uint32_t threadId, const CONTEXT& context, std::size_t innermost,
+                               std::size_t outermost)
 {
-    return m_implementation->Walk(threadId, context, limit);
+    return m_implementation->Walk(threadId, context, innermost, outermost);
 }
 
 std::vector<StackFrame> ProcessSymbols::Describe(std::span<const std::uint64_t> returnAddresses)

@@ -33,7 +33,7 @@ CrashDetails SomeFault()
     facts.information = {Platform::FaultAccess::Write, 0x10};
     facts.applicationVersion = "2.5.0.1";
     details.module = Platform::LoadedModule{"/opt/orbex/lib/libScan.so.1", 0x7F0000120000};
-    details.callStack = {
+    details.callStack.innermost = {
         {0x7F00001234AB, "/opt/orbex/lib/libScan.so.1", 0x7F0000120000, "Scan::Pixel(int)", "/src/Pixel.h", 12, true},
         {0x7F00001234AB, "/opt/orbex/lib/libScan.so.1", 0x7F0000120000, "Scan::Row(int)", "/src/Scan.cpp", 1234567,
          false},
@@ -91,10 +91,13 @@ TEST(CrashReportTextTest, ReportHasEveryLineInItsOrderWithItsEnd)
     details.facts.code = CxxException;
     details.facts.exceptionType = "std::runtime_error";
     details.facts.exceptionMessage = "no beam";
+    details.callStack.omitted = 15840;
+    details.callStack.outermost = {{0x7F0000300010, "/bin/orbex", 0x7F0000300000, "main", "", 0, false}};
     details.throwStack = {
         {0x7F0000124000, "/opt/orbex/lib/libScan.so.1", 0x7F0000120000, "Scan::Start()", "/src/Scan.cpp", 7, false}};
     EXPECT_EQ(ReportText(details),
               head + "Exception code: E06D7363 CXX_EXCEPTION\r\nException message: no beam \r" + stack +
+                  "\r\n Outermost calls, after 15840 others \r\n  main in orbex + 0x10\r\n"
                   "\r\n Thrown at \r\n  Scan::Start() at /src/Scan.cpp line 7\r\n" +
                   "\r\n Fault \r\nProcess: 4711, thread: 4712\r\nError code (E06D7363) : CXX_EXCEPTION\r\n" + place +
                   "Exception thrown is of type std::runtime_error\r\nException message: no beam\r\n" + system);

@@ -5,6 +5,8 @@
 #include "Ardo/Kiln/Platform/ProcessId.h"
 
 #include "tests/Kiln/Exception/StackSample.h"
+#include "tests/Support/Process.h"
+#include "tests/Support/ScopedTempDir.h"
 
 #include <gtest/gtest.h>
 
@@ -12,6 +14,7 @@
 #include <csignal>
 #include <memory>
 #include <sys/mman.h>
+#include <sys/uio.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -66,26 +69,31 @@ TEST(StackWalkTest, OwnFunctionsHaveNamesFilesAndLinesInlinedOnesIncluded)
 {
     const auto point = std::make_unique<Sample::Point>();
     CONTEXT& context = point->request.context;
-    std::vector<StackFrame> frames, shortened, fromNowhere;
+    std::vector<StackFrame> frames, fromNowhere;
+    Platform::StackEnds shortened;
     std::string details;
     Sample::Outer(*point,
                   [&]
                   {
                       Platform::ProcessSymbols symbols(Platform::OwnProcessId());
-                      frames = symbols.Walk(Platform::OwnThreadId(), context, 64);
-                      shortened = symbols.Walk(Platform::OwnThreadId(), context, 2);
+                      frames = symbols.Walk(Platform::OwnThreadId(), context, 64).innermost;
+                      shortened = symbols.Walk(Platform::OwnThreadId(), context, 2, 3);
                       details = SymbolHandler::GetStackDetails(&context, 32);
                       // As after a call through a null pointer: the return address is on top of the stack.
                       auto nowhere = context;
                       std::uint64_t top[64] = {context.Rip};
-                      const auto* const stack = reinterpret_cast<const std::uint64_t*>(context.Rsp);
-                      std::copy_n(stack, 60, top + 1);
+                      const iovec here{top + 1, sizeof top - sizeof *top};
+                      const iovec stack{reinterpret_cast<void*>(context.Rsp), here.iov_len};
+                      ASSERT_GT(::process_vm_readv(::getpid(), &here, 1, &stack, 1, 0), 0);
                       nowhere.Rip = 0;
                       nowhere.Rsp = reinterpret_cast<std::uint64_t>(top);
-                      fromNowhere = symbols.Walk(Platform::OwnThreadId(), nowhere, 64);
+                      fromNowhere = symbols.Walk(Platform::OwnThreadId(), nowhere, 64).innermost;
                   });
     ExpectSample(frames, *point);
-    EXPECT_EQ(shortened.size(), 3U) << Describe(shortened); // the inlined one does not count
+    EXPECT_EQ(shortened.innermost.size(), 3U) << Describe(shortened.innermost); // the inlined one does not count
+    ASSERT_EQ(shortened.outermost.size(), 3U) << Describe(shortened.outermost);
+    EXPECT_EQ(shortened.outermost.back().address, frames.back().address);
+    EXPECT_EQ(shortened.omitted, frames.size() - 3 - 3);
     ASSERT_GE(fromNowhere.size(), 3U) << Describe(fromNowhere);
     EXPECT_EQ(fromNowhere[0].address, 0U);
     EXPECT_EQ(fromNowhere[0].module, "");
@@ -104,10 +112,10 @@ TEST(StackWalkTest, OwnFunctionsHaveNamesFilesAndLinesInlinedOnesIncluded)
     // A stack that cannot be read ends at once, and one that goes round in circles ends.
     auto broken = context;
     broken.Rsp = broken.Rbp = 8;
-    EXPECT_LE(symbols.Walk(Platform::OwnThreadId(), broken, 64).size(), 3U);
+    EXPECT_LE(symbols.Walk(Platform::OwnThreadId(), broken, 64).innermost.size(), 3U);
     broken.Rip = broken.Rsp;
-    EXPECT_EQ(symbols.Walk(Platform::OwnThreadId(), broken, 64).size(), 1U);
-    EXPECT_TRUE(symbols.Walk(Platform::OwnThreadId(), context, 0).empty());
+    EXPECT_EQ(symbols.Walk(Platform::OwnThreadId(), broken, 64, 9).innermost.size(), 1U);
+    EXPECT_TRUE(symbols.Walk(Platform::OwnThreadId(), context, 0).innermost.empty());
 }
 
 TEST(StackWalkTest, AnotherProcessIsWalkedFromOutside)
@@ -135,18 +143,33 @@ TEST(StackWalkTest, AnotherProcessIsWalkedFromOutside)
     char byte = 0;
     ASSERT_EQ(::read(ready[0], &byte, 1), 1);
     Platform::ProcessSymbols symbols(static_cast<std::uint32_t>(child));
-    const auto frames = symbols.Walk(static_cast<std::uint32_t>(child), point.request.context, 64);
+    const auto frames = symbols.Walk(static_cast<std::uint32_t>(child), point.request.context, 64).innermost;
     ExpectSample(frames, point);
     const auto module = Platform::ModuleOf(static_cast<std::uint32_t>(child), point.request.context.Rip);
     EXPECT_TRUE(module && module->file == Platform::ExecutablePath());
 
     ::kill(child, SIGKILL);
     EXPECT_EQ(::waitpid(child, nullptr, 0), child);
-    EXPECT_TRUE(Platform::ProcessSymbols(static_cast<std::uint32_t>(child)).Walk(1, point.request.context, 8).size() <
-                2);
+    EXPECT_TRUE(
+        Platform::ProcessSymbols(static_cast<std::uint32_t>(child)).Walk(1, point.request.context, 8).innermost.size() <
+        2);
     EXPECT_FALSE(Platform::ModuleOf(static_cast<std::uint32_t>(child), point.request.context.Rip));
     ::munmap(memory, sizeof(Sample::Point));
     ::close(ready[0]);
+}
+
+TEST(StackWalkTest, SeparateDebugInformationIsFoundBesideTheProgram)
+{
+    // A copy of this very program, stripped as for users, is what walks its stack.
+    const Support::ScopedTempDir folder;
+    std::filesystem::copy_file("/proc/self/exe", folder / "stripped");
+    const auto run = [&](const std::string& prepare)
+    { return Support::RunShell(prepare + " && ./stripped --gtest_filter=StackWalkTest.OwnFunctions*", folder.Path()); };
+    const auto stripped =
+        run("objcopy --only-keep-debug stripped names && objcopy --strip-all --add-gnu-debuglink=names stripped");
+    EXPECT_EQ(stripped.status, 0) << stripped.output << stripped.error;
+    EXPECT_EQ(run("mkdir .debug && mv names .debug").status, 0);
+    EXPECT_EQ(run("mv .debug/names elsewhere").status, 1); // so it was the file that had the names
 }
 
 TEST(StackWalkTest, ModulesAreFoundByAddress)
