@@ -103,16 +103,11 @@ void Misaligned()
 {
     alignas(8) static std::array<unsigned char, 16> data{};
     g_pointer = reinterpret_cast<int*>(data.data() + 1);
-    int* const pointer = g_pointer;
-    int value = 0;
-    asm volatile("pushfq\n orq $0x40000, (%%rsp)\n popfq\n movl (%1), %0"
-                 : "=r"(value)
-                 : "r"(pointer)
-                 : "cc", "memory"); // <- misaligned
-    g_number = value;
+    asm volatile("pushfq\n orq $0x40000, (%rsp)\n popfq"); // the flag of the alignment check
+    g_number = *g_pointer;                                 // <- misaligned
 }
 
-int Recurse(int depth) // <- stack-overflow
+int Recurse(int depth)
 {
     std::array<volatile char, 1000> room{};
     room[0] = static_cast<char>(depth);
@@ -163,7 +158,7 @@ void Privileged()
 
 void Breakpoint()
 {
-    asm volatile("int3"); // <- breakpoint
+    asm volatile("int3\n nop"); // <- breakpoint
 }
 
 // What the C library ends a program for ---------------------------------------------------------------------------
