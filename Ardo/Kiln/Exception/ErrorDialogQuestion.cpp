@@ -2,8 +2,8 @@
 
 #include "Ardo/Kiln/Exception/Notification.h"
 #include "Ardo/Kiln/Platform/FaultDispatch.h"
+#include "Ardo/Kiln/Platform/StandardError.h"
 
-#include <iostream>
 #include <utility>
 
 namespace Ardo::Kiln::Exception
@@ -86,7 +86,8 @@ void ErrorDialogQuestion::AnswerOnConsole()
 
 void ErrorDialogQuestion::PrintAndAnswer()
 {
-    std::cerr << m_content.console + '\n' << std::flush; // as one piece: other threads write there too
+    // As one piece: other threads write there too. Not through a stream, whose lock a faulted thread may hold.
+    Platform::WriteStandardError(m_content.console + '\n');
     Answer({});
 }
 

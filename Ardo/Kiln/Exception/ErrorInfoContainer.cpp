@@ -4,7 +4,9 @@
 
 #include <atomic>
 #include <map>
+#include <mutex>
 #include <string>
+#include <thread>
 
 namespace Ardo::Kiln::Exception
 {
@@ -26,7 +28,7 @@ public:
     {
         // Asked for without a header, this is to repeat the text made just before: the thread's, not the container's,
         // so that copies can be printed on two threads at once.
-        static thread_local std::string text;
+        std::string& text = TextOfThread();
         if (header != nullptr)
         {
             std::string listing = header;
@@ -76,6 +78,16 @@ public:
 
 private:
     ~ErrorInfoContainer() noexcept = default;
+
+    /// Not thread-local: the first use of such an object on a thread takes a lock of the loader, and a fault in a
+    /// plug-in's static object is presented while that is held. Threads that have ended leave theirs to later ones.
+    static std::string& TextOfThread()
+    {
+        static auto& mutex = *new std::mutex;
+        static auto& texts = *new std::map<std::thread::id, std::string>;
+        const std::lock_guard lock(mutex);
+        return texts[std::this_thread::get_id()];
+    }
 
     std::map<detail::type_info_, boost::shared_ptr<detail::error_info_base>> m_entries;
     mutable std::atomic<int> m_count = 0;

@@ -163,6 +163,10 @@ void Handler::InitializeGlobal()
     {
         MiniDumpGenerator::CreateDumpDirectory();
     }
+    if ((flags & RememberThrows) != 0)
+    {
+        FaultDispatch::SetThrowFilter(&RegisterLastExceptionOnThread);
+    }
     if ((flags & CatchUncaught) != 0)
     {
         FaultDispatch::Start();
@@ -177,6 +181,7 @@ void Handler::RemoveGlobal()
     {
         FaultDispatch::SetUnhandledFilter(g_previousUnhandledFilter.exchange(nullptr));
     }
+    FaultDispatch::SetThrowFilter(nullptr);
     if (std::get_terminate() == &TerminateHandler)
     {
         std::set_terminate(g_previousTerminateHandler);

@@ -49,10 +49,11 @@ public:
     /// What is monitored and what is done; bits of SetFlags.
     enum Flag : unsigned long long
     {
-        CreateDumpFolder = 0x1,      ///< Create the folder of the reports at once, not with the first report.
-        CatchUncaught = 0x2,         ///< Report the faults of the process that nobody else deals with.
-        DetectLoops = 0x4,           ///< Report a thread that faults again and again at one place.
-        RememberThrows = 0x8,        ///< Remember each throw, for the reports; announce threads that are terminated.
+        CreateDumpFolder = 0x1, ///< Create the folder of the reports at once, not with the first report.
+        CatchUncaught = 0x2,    ///< Report the faults of the process that nobody else deals with.
+        DetectLoops = 0x4,      ///< Report a thread that faults again and again at one place.
+        RememberThrows =
+            0x8, ///< Remember each throw, of all threads, for the reports; announce threads that are terminated.
         EndProcess = 0x10,           ///< End the process, with exit code 0, after a fault was dealt with.
         AlwaysAsk = 0x80,            ///< Ask the person even without a notify callback; so does any greater number.
         DetectHeapCorruption = 0x400 ///< Report a corrupted heap, once a thread.

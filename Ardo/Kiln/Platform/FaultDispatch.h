@@ -46,6 +46,9 @@ public:
     /// Takes \p filter from the calling thread's vectored filters; nothing happens if it is not there.
     static void RemoveVectoredFilter(FaultFilter filter) noexcept;
 
+    /// Sets the filter that is shown the C++ exceptions of threads without vectored filters; null for none.
+    static void SetThrowFilter(FaultFilter filter) noexcept;
+
     /// Sets the process's filter for faults that nothing else dealt with; null for none.
     /// \return the one before. On Windows the system's filter, which others may have set.
     static FaultFilter SetUnhandledFilter(FaultFilter filter) noexcept;

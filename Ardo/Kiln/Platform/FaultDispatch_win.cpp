@@ -27,10 +27,18 @@ struct ThreadFilters
 
 thread_local ThreadFilters t_thread;
 std::atomic<DWORD> g_firstThread = 0;
+std::atomic<FaultFilter> g_throwFilter = nullptr;
+
+constexpr DWORD CxxException = 0xE06D7363;
 
 /// The system's vectored handlers are the process's; each thread has its own here.
 LONG CALLBACK AskVectoredFilters(EXCEPTION_POINTERS* pointers)
 {
+    const FaultFilter throwFilter = g_throwFilter;
+    if (t_thread.count == 0 && throwFilter != nullptr && pointers->ExceptionRecord->ExceptionCode == CxxException)
+    {
+        throwFilter(pointers);
+    }
     for (std::size_t at = t_thread.count; at > 0; --at)
     {
         if (t_thread.filters[at - 1](pointers) < FilterResult::ContinueSearch)
@@ -51,7 +59,7 @@ bool CallWithHandler(void (*work)(void*), void* argument, FaultFilter filter)
         return true;
     }
     // C++ exceptions pass: a catch block outside deals with them.
-    __except (GetExceptionCode() == 0xE06D7363 ? EXCEPTION_CONTINUE_SEARCH : filter(GetExceptionInformation()))
+    __except (GetExceptionCode() == CxxException ? EXCEPTION_CONTINUE_SEARCH : filter(GetExceptionInformation()))
     {
         return false;
     }
@@ -118,6 +126,11 @@ void FaultDispatch::RemoveVectoredFilter(FaultFilter filter) noexcept
         std::copy(found + 1, end, found);
         --t_thread.count;
     }
+}
+
+void FaultDispatch::SetThrowFilter(FaultFilter filter) noexcept
+{
+    g_throwFilter = filter;
 }
 
 FaultFilter FaultDispatch::SetUnhandledFilter(FaultFilter filter) noexcept

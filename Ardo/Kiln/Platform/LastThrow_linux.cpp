@@ -11,6 +11,7 @@
 #include <unwind.h>
 
 #include <algorithm>
+#include <atomic>
 #include <cstring>
 #include <exception>
 #include <new>
@@ -78,6 +79,8 @@ void* CurrentObject() noexcept
 }
 
 LastThrow g_nothing;
+
+std::atomic<FaultFilter> g_throwFilter = nullptr;
 
 } // namespace
 
@@ -198,7 +201,8 @@ EXCEPTION_POINTERS* CaughtException::Pointers() noexcept
 void ShowThrow(void* object, const std::type_info* type, void* address) noexcept
 {
     FaultThread* const thread = OwnFaultThread();
-    if (thread == nullptr || thread->filterCount == 0)
+    const FaultFilter other = g_throwFilter;
+    if (thread == nullptr || (thread->filterCount == 0 && other == nullptr))
     {
         return;
     }
@@ -218,6 +222,15 @@ void ShowThrow(void* object, const std::type_info* type, void* address) noexcept
     {
         thread->filters[at - 1](&pointers);
     }
+    if (thread->filterCount == 0)
+    {
+        other(&pointers);
+    }
+}
+
+void FaultDispatch::SetThrowFilter(FaultFilter filter) noexcept
+{
+    g_throwFilter = filter;
 }
 
 } // namespace Ardo::Kiln::Platform
