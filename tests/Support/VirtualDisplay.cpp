@@ -36,10 +36,11 @@ bool VirtualDisplay::Press(const std::string& title, const std::string& keys)
 {
     // There is no window manager that would give the window the keyboard. The keys go to whatever has it, as a person's
     // do: the window may be gone with the first of them.
-    const ProcessResult result =
-        RunShell("timeout 30 xdotool search --sync --onlyvisible --name " + Quoted("^" + title + "$") +
-                     " windowfocus --sync key --window 0 --delay 30 " + keys,
-                 "/");
+    const std::string search =
+        "xdotool search --onlyvisible --name " + Quoted("^" + title + "$") + " windowfocus --sync";
+    const ProcessResult result = RunShell("timeout 60 sh -c " + Quoted("until " + search + "; do :; done 2>/dev/null") +
+                                              " && xdotool key --delay 30 " + keys,
+                                          "/");
     EXPECT_EQ(result.status, 0) << result.error;
     return result.status == 0;
 }

@@ -47,7 +47,10 @@ TEST(ErrorDialogKeyboardTest, EveryFormIsDoneByKeyboard)
         {"Tab space Escape", false, 1, "Error: no beam\n\n"},
     };
     const auto person = [](const char* title, const char* keys)
-    { return std::jthread([=] { EXPECT_TRUE(Support::VirtualDisplay::Press(title, keys)) << keys; }); };
+    {
+        QGuiApplication::sync(); // the window before is gone
+        return std::jthread([=] { EXPECT_TRUE(Support::VirtualDisplay::Press(title, keys)) << keys; });
+    };
     for (const Row& row : rows)
     {
         QApplication::clipboard()->clear();
