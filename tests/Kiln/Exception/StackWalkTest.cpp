@@ -93,7 +93,8 @@ TEST(StackWalkTest, OwnFunctionsHaveNamesFilesAndLinesInlinedOnesIncluded)
     EXPECT_EQ(shortened.innermost.size(), 3U) << Describe(shortened.innermost); // the inlined one does not count
     ASSERT_EQ(shortened.outermost.size(), 3U) << Describe(shortened.outermost);
     EXPECT_EQ(shortened.outermost.back().address, frames.back().address);
-    EXPECT_EQ(shortened.omitted, frames.size() - 3 - 3);
+    const auto calls = std::count_if(frames.begin(), frames.end(), [](const StackFrame& one) { return !one.inlined; });
+    EXPECT_EQ(shortened.omitted, static_cast<std::size_t>(calls) - 2 - 3);
     ASSERT_GE(fromNowhere.size(), 3U) << Describe(fromNowhere);
     EXPECT_EQ(fromNowhere[0].address, 0U);
     EXPECT_EQ(fromNowhere[0].module, "");
@@ -178,7 +179,7 @@ TEST(StackWalkTest, ModulesAreFoundByAddress)
     EXPECT_NE(SymbolHandler::GetModuleName(reinterpret_cast<const void*>(&SymbolHandler::GetModuleName))
                   .find(L"libCommon.so"),
               std::wstring::npos);
-    EXPECT_NE(SymbolHandler::GetModuleName(reinterpret_cast<const void*>(&std::strtol)).find(L"libc.so.6"),
+    EXPECT_NE(SymbolHandler::GetModuleName(reinterpret_cast<const void*>(&::getppid)).find(L"libc.so.6"),
               std::wstring::npos);
     EXPECT_EQ(SymbolHandler::GetModuleName(&local), L""); // the stack
     EXPECT_EQ(SymbolHandler::GetModuleName(nullptr), L"");
