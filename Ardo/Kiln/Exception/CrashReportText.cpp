@@ -135,7 +135,7 @@ void AddFault(Text& text, const CrashDetails& details, std::string_view end)
 
 void AddSystem(Text& text, const Platform::SystemInformation& system)
 {
-    constexpr std::uint64_t MiB = 1024 * 1024;
+    constexpr std::uint64_t MiB = 1U << 20U;
     const auto known = [](const std::string& name) { return name.empty() ? std::string_view("unknown") : name; };
     text << "\r\n Hardware \r\n"
          << "Processor: " << known(system.processor) << "\r\n"

@@ -347,8 +347,8 @@ private:
     bool Read(std::uint64_t address, void* bytes, std::size_t size) const noexcept
     {
         const iovec local{bytes, size};
-        const iovec remote{reinterpret_cast<void*>(address),
-                           size}; // NOLINT(performance-no-int-to-ptr): not followed here
+        // NOLINTNEXTLINE(performance-no-int-to-ptr): an address of the other process
+        const iovec remote{reinterpret_cast<void*>(address), size};
         return ::process_vm_readv(static_cast<pid_t>(m_process), &local, 1, &remote, 1, 0) ==
                static_cast<ssize_t>(size);
     }
