@@ -15,6 +15,7 @@
 #include <QClipboard>
 #include <QDialog>
 #include <QPlainTextEdit>
+#include <QPointer>
 #include <QPushButton>
 #include <QTest>
 #include <QTextEdit>
@@ -80,7 +81,7 @@ protected:
     static QDialog* Window() { return qobject_cast<QDialog*>(QApplication::activeModalWidget()); }
 
     /// Does \p action when the event loop runs and a window other than \p before is shown and active.
-    static void WhenShown(const Action& action, const QDialog* before = nullptr)
+    static void WhenShown(const Action& action, const QPointer<QDialog>& before = nullptr)
     {
         QTimer::singleShot(0,
                            [action, before]
@@ -261,8 +262,12 @@ TEST_F(ErrorDialogTest, SeveralWaitTheirTurnAlsoInsideOneAnother)
         });
     ErrorDialog::ShowErrorDialog(outer.notification, "outer", true);
     EXPECT_EQ(inner.Decision(), 1);
-    RunWith([&] { EXPECT_EQ(other.Decision(), 1); });
-    worker.join();
+    RunWith(
+        [&]
+        {
+            worker.join();
+            EXPECT_EQ(other.Decision(), 1);
+        });
     EXPECT_THAT(shown, ElementsAre("outer", "inner", "other"));
 }
 
