@@ -13,9 +13,10 @@ struct ImportOptions
     std::string output;    ///< The TIFF to write; "-" for standard output.
     std::string pixelSize; ///< A length such as "107 nm", or metres as a plain number; empty when not given.
     std::string metadata;  ///< A record to embed (XML, JSON or TIFF); empty when not given.
+    bool progress = false; ///< Show the progress also when nobody seems to look.
 };
 
-/// Writes an image and its record as a TIFF file.
+/// Writes an image and its record as a TIFF file. \throws Interrupted when Ctrl-C has prevented it.
 void Import(const ImportOptions& options);
 
 /// Prints what a TIFF file holds, for a person. Pixels or a record that cannot be read are said so, the rest is

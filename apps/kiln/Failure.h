@@ -19,4 +19,11 @@ public:
     using std::runtime_error::runtime_error;
 };
 
+/// A person has pressed Ctrl-C: exit status 130.
+class Interrupted : public std::runtime_error
+{
+public:
+    Interrupted() : std::runtime_error("interrupted") {}
+};
+
 } // namespace Ardo::Kiln::Tool

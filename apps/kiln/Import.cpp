@@ -1,4 +1,5 @@
 #include "apps/kiln/Commands.h"
+#include "apps/kiln/Export.h"
 #include "apps/kiln/Failure.h"
 #include "apps/kiln/Image.h"
 #include "apps/kiln/Record.h"
@@ -15,6 +16,7 @@
 #include <chrono>
 #include <cmath>
 #include <cstring>
+#include <functional>
 #include <limits>
 #include <memory>
 #include <optional>
@@ -251,13 +253,19 @@ void Import(const ImportOptions& options)
     DescribeImage(metadata, *image, options);
     LogDebug("record from " + (options.metadata.empty() ? std::string("the image alone") : options.metadata));
 
+    const auto write = [&](const FileSystem::ReplacementFile& file, const std::function<void()>& commit)
+    {
+        RunExport({options.output == StandardStream ? "standard output" : options.output, file.Path(),
+                   image->RowSize() * image->Size().height, [&] { Write(file.Path(), *image, metadata); }, commit},
+                  options.progress);
+    };
     if (options.output == StandardStream)
     {
         // A TIFF is not written from front to back, so it goes through a file.
         const std::filesystem::path spool =
             std::filesystem::temp_directory_path() / ("kiln-" + Types::Guid::Generate().ToString() + ".tif");
         FileSystem::ReplacementFile file(spool); // never committed: the destructor removes it
-        Write(file.Path(), *image, metadata);
+        write(file, [] {});
         PrintFile(file.Path());
         LogInfo("wrote " + options.image + ", " + Describe(*image) + ", to standard output");
         return;
@@ -265,9 +273,12 @@ void Import(const ImportOptions& options)
     try
     {
         FileSystem::ReplacementFile file(ToPath(options.output));
-        Write(file.Path(), *image, metadata);
-        file.Commit();
+        write(file, [&] { file.Commit(); });
         LogInfo("wrote " + options.image + ", " + Describe(*image) + ", to " + options.output);
+    }
+    catch (const Interrupted&)
+    {
+        throw;
     }
     catch (const std::exception& error)
     {

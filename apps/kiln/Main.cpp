@@ -15,12 +15,13 @@ namespace
 constexpr int Done = 0;
 constexpr int Failed = 1;
 constexpr int WrongUsage = 2;
+constexpr int WasInterrupted = 130; // what a shell says of a program that Ctrl-C has ended
 
 constexpr const char* Version = "kiln " KILN_VERSION;
 
 constexpr const char* Footer =
     R"(A file name of "-" is standard input or standard output. Results go to standard output, messages to standard
-error. Exit status: 0 done, 1 failed (or not valid, or different), 2 wrong usage.)";
+error. Exit status: 0 done, 1 failed (or not valid, or different), 2 wrong usage, 130 interrupted by Ctrl-C.)";
 
 /// Does what a command asks for, with its log around it.
 template <typename Action>
@@ -73,6 +74,7 @@ int Run(int argc, char** argv)
     command->add_option("--pixel-size", import.pixelSize,
                         "Width and height of a pixel: \"107 nm\", or a plain number of metres");
     command->add_option("--metadata", import.metadata, "The record to embed: an XML, JSON or TIFF file");
+    command->add_flag("--progress", import.progress, "Show the progress on standard error also when it is no console");
     on(command, [&] { Import(import); });
 
     std::string file;
@@ -135,6 +137,11 @@ int Run(int argc, char** argv)
     {
         std::cerr << "kiln: " << error.what() << "\nRun with --help for more information.\n";
         return WrongUsage;
+    }
+    catch (const Interrupted& interrupted)
+    {
+        std::cerr << "kiln: " << interrupted.what() << '\n';
+        return WasInterrupted;
     }
     return status;
 }

@@ -1,3 +1,4 @@
+#include "Ardo/Kiln/ImageIO/TiffExporter.h"
 #include "tests/Support/Process.h"
 #include "tests/Support/ScopedTempDir.h"
 
@@ -17,6 +18,7 @@ using Support::Quoted;
 using Support::ReadFile;
 using Support::ScopedTempDir;
 using Support::WriteFile;
+using testing::EndsWith;
 using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::StartsWith;
@@ -82,6 +84,33 @@ TEST_F(ToolTest, HelpAndVersionAreResultsAndWrongUsageIsStatusTwo)
         EXPECT_NE(result.error, "") << arguments;
     }
     EXPECT_EQ(Entries(), 0U);
+}
+
+TEST_F(ToolTest, CtrlCDuringAnExportLeavesTheOldFileAndNothingElse)
+{
+    constexpr std::uint32_t Width = 4096;
+    constexpr std::uint32_t Height = 8192;
+    const std::vector<Imaging::rgb_type<unsigned char>> pixels(std::size_t{Width} * Height);
+    ImageIO::TiffExporter().WriteRgbImage((m_folder / "large.tif").wstring(), pixels.data(), Width, Height, 0, nullptr);
+    WriteFile(m_folder / "out.tif", "old");
+    // Stopped while the file is being written, so that the interrupt meets the export and not its end.
+    const ProcessResult result =
+        Run("for try in 1 2 3 4 5 6 7 8 9 10; do\n"
+            "    env --default-signal=INT " +
+            Kiln +
+            " import --progress large.tif out.tif & pid=$!\n"
+            "    until [ -n \"$(find . -name '*.part' -size +0)\" ] || ! kill -0 $pid; do :; done\n"
+            "    kill -STOP $pid\n"
+            "    [ -n \"$(find . -name '*.part' -size -90000k)\" ] && break\n"
+            "    kill -CONT $pid; wait $pid; printf old >out.tif\n"
+            "done\n"
+            "kill -INT $pid; kill -CONT $pid; wait $pid");
+    EXPECT_EQ(result.status, 130);
+    EXPECT_THAT(result.error, StartsWith("\rwriting out.tif: "));
+    EXPECT_THAT(result.error, EndsWith(" %\nkiln: interrupted\n"));
+    EXPECT_EQ(ReadFile(m_folder / "out.tif"), "old");
+    EXPECT_EQ(Entries(), 2U);
+    EXPECT_THAT(Run("kiln import --progress large.tif out.tif").error, EndsWith("\rwriting out.tif: 100 %\n"));
 }
 
 TEST_F(ToolTest, AMicrographComesBackWithEveryPixelAndEveryField)
