@@ -124,7 +124,7 @@ void CreateReports(EXCEPTION_POINTERS* pointers) noexcept
             {
                 if (pointers != nullptr)
                 {
-                    WriteReportFile(*stem, text ? *text : GetReport(pointers));
+                    WriteReportFile(*stem, text ? *text : MakeReport(pointers, Platform::FactsOf(pointers)));
                 }
             },
             "Error writing the crash log\r\n");

@@ -76,6 +76,7 @@ public:
     /// list of memory regions, 0x1961, so that globals can be looked at.
     static MINIDUMP_TYPE GetDefaultMinidumpType();
 
+    /// Sets it, also for what writes when nothing else of the library can run any more.
     static void SetDefaultMinidumpType(MINIDUMP_TYPE type);
 
     /// With \p fake, dumps are only pretended: for tests and for machines whose memory must not be written down. Off at

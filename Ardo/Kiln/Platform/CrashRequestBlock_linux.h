@@ -37,8 +37,11 @@ public:
     CrashRequestBlock(const CrashRequestBlock&) = delete;
     CrashRequestBlock& operator=(const CrashRequestBlock&) = delete;
 
+    /// Whether there was one to be had.
     explicit operator bool() const noexcept { return m_request != nullptr; }
+    /// The request; only if there is one.
     CrashRequest& operator*() const noexcept { return *m_request; }
+    /// The same.
     CrashRequest* operator->() const noexcept { return m_request; }
 
 private:

@@ -16,10 +16,10 @@ struct CrashRequest;
 /// What is known about a fault besides what is read from the process. One form for both systems.
 struct FaultFacts
 {
-    std::uint32_t processId = 0;
-    std::uint32_t threadId = 0; ///< The system's number of the thread at fault.
-    std::int64_t time = 0;      ///< When it happened, in seconds since 1970-01-01 UTC.
-    std::int32_t utcOffset = 0; ///< Seconds that the local time of the process is ahead of UTC.
+    std::uint32_t processId = 0; ///< The system's number of the faulted process.
+    std::uint32_t threadId = 0;  ///< The system's number of the thread at fault.
+    std::int64_t time = 0;       ///< When it happened, in seconds since 1970-01-01 UTC.
+    std::int32_t utcOffset = 0;  ///< Seconds that the local time of the process is ahead of UTC.
 
     std::uint32_t code = 0;                 ///< See FaultCode.
     std::uint32_t flags = 0;                ///< See FaultFlag.

@@ -12,9 +12,9 @@ namespace Ardo::Kiln::Platform
 /// One mapping of a process's address space.
 struct MappedRange
 {
-    std::uint64_t begin = 0;
-    std::uint64_t end = 0; ///< One past the last byte.
-    bool executable = false;
+    std::uint64_t begin = 0;    ///< Its first byte.
+    std::uint64_t end = 0;      ///< One past the last byte.
+    bool executable = false;    ///< Whether code in it can run.
     std::string file;           ///< Without the kernel's " (deleted)"; empty for memory without a file.
     std::uint64_t fileBase = 0; ///< Where the mapping of the file begins of which this is a part.
 };

@@ -55,6 +55,7 @@ KILN_EXPORT_FOR_TESTS std::optional<LoadedModule> ModuleOf(std::uint32_t process
 class KILN_EXPORT_FOR_TESTS ProcessSymbols
 {
 public:
+    /// \param processId the system's number of the process. One that cannot be read has stacks without frames.
     explicit ProcessSymbols(std::uint32_t processId);
     ~ProcessSymbols();
     ProcessSymbols(const ProcessSymbols&) = delete;

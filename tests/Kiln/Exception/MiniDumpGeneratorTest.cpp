@@ -13,6 +13,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <csignal>
 #include <cstdlib>
 #include <ctime>
 #include <fcntl.h>
@@ -216,15 +217,35 @@ TEST_F(MiniDumpGeneratorTest, FailuresAreToldWithTheSystemsNumberAndLeaveNoFile)
     Support::WriteFile(m_folder, ""); // not even root can create a file in a file
     EXPECT_EQ(ErrorTextOf([] { MiniDumpGenerator::CreateMiniDump(); }),
               "CreateFile failed. Error: " + std::to_string(ENOTDIR) + " \n");
-    const auto point = std::make_unique<Sample::Point>();
-    Sample::Outer(*point,
-                  [&]
-                  {
-                      Fault fault(*point);
-                      EXPECT_EQ(ErrorTextOf([&] { CreateReports(&fault.pointers); }),
-                                "CreateFile failed. Error: " + std::to_string(ENOTDIR) +
-                                    " \nWriting report file ...\nError writing the crash log : Not a directory\r\n");
-                  });
+    const auto reports = []
+    {
+        const auto point = std::make_unique<Sample::Point>();
+        std::string text;
+        Sample::Outer(*point,
+                      [&]
+                      {
+                          Fault fault(*point);
+                          text = ErrorTextOf([&] { CreateReports(&fault.pointers); });
+                      });
+        return text;
+    };
+    EXPECT_EQ(reports(), "CreateFile failed. Error: " + std::to_string(ENOTDIR) +
+                             " \nWriting report file ...\nError writing the crash log : Not a directory\r\n");
+
+    // As on a full disk: no file can become as large as the report.
+    Folders::remove(m_folder);
+    Folders::create_directory(m_folder);
+    rlimit former = {};
+    ASSERT_EQ(::getrlimit(RLIMIT_FSIZE, &former), 0);
+    const rlimit small = {512, former.rlim_max};
+    const auto handler = std::signal(SIGXFSZ, SIG_IGN);
+    ASSERT_EQ(::setrlimit(RLIMIT_FSIZE, &small), 0);
+    const auto text = reports();
+    ::setrlimit(RLIMIT_FSIZE, &former);
+    std::signal(SIGXFSZ, handler);
+    EXPECT_EQ(text, "MiniDumpWriteDump failed. Error: " + std::to_string(EFBIG) +
+                        " \nWriting report file ...\nError writing the crash log : File too large\r\n");
+    EXPECT_TRUE(NamesIn(m_folder).empty()) << testing::PrintToString(NamesIn(m_folder));
 }
 
 TEST_F(MiniDumpGeneratorTest, ReportsAreAPairAndTheFileHasTheTextOfTheNotification)
