@@ -116,7 +116,8 @@ void ErrorDialogQueue::Present(const std::shared_ptr<ErrorDialogQuestion>& quest
 
 ErrorDialogQueue::Place ErrorDialogQueue::Post(const std::shared_ptr<ErrorDialogQuestion>& question)
 {
-    const std::unique_lock lock(g_applicationMutex, g_takeUpLimit.load());
+    // The wall clock, because ThreadSanitizer does not know the lock that follows the steady one.
+    const std::unique_lock lock(g_applicationMutex, std::chrono::system_clock::now() + g_takeUpLimit.load());
     QCoreApplication* const application =
         lock.owns_lock() && g_applicationRuns ? QCoreApplication::instance() : nullptr;
     if (qobject_cast<QApplication*>(application) == nullptr)

@@ -66,7 +66,11 @@ MainThreadDispatcher::MainThreadDispatcher()
 
 MainThreadDispatcher::MainThreadDispatcher(QObject* parent) : QObject(parent) {}
 
-MainThreadDispatcher::~MainThreadDispatcher() = default;
+MainThreadDispatcher::~MainThreadDispatcher()
+{
+    // A thread whose job is queued already may still be about to give the mutex back.
+    const std::lock_guard lock(m_mutex);
+}
 
 void MainThreadDispatcher::Queue(const GuardedQObjectPointer& guard, std::unique_ptr<MainThreadJob> job)
 {
