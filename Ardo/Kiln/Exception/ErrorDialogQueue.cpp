@@ -23,28 +23,54 @@ constexpr std::size_t MostWarnings = 16;
 std::unique_ptr<ErrorDialogQueue> g_queue; // touched by the user-interface thread only
 std::atomic<std::chrono::milliseconds> g_takeUpLimit{std::chrono::seconds(30)};
 
-// Other threads post to the application object while they hold this, so that it does not end in between. A thread that
-// faults in between never gives it back, hence the time limit.
+// Other threads post while they hold this, so that the application object does not end in between. A thread that faults
+// in between never gives it back, hence the time limit.
 std::timed_mutex g_applicationMutex;
-bool g_applicationRuns = false; // guarded by g_applicationMutex
+
+/// Receives the questions of other threads; lives as long as the application object does. Guarded by
+/// g_applicationMutex.
+std::unique_ptr<QObject> g_receiver;
+
+/// The event loop has ended, and none has run since. Guarded by g_applicationMutex.
+bool g_eventLoopEnded = false;
+
+void SetEventLoopEnded(bool ended)
+{
+    const std::lock_guard lock(g_applicationMutex);
+    g_eventLoopEnded = ended;
+}
+
+void EventLoopEnds()
+{
+    // From now on this thread may wait for other threads, and they for an answer.
+    SetEventLoopEnded(true);
+    QCoreApplication::removePostedEvents(g_receiver.get(), QEvent::MetaCall);
+    g_queue.reset();
+    QMetaObject::invokeMethod( // comes to pass if another event loop runs
+        g_receiver.get(), [] { SetEventLoopEnded(false); }, Qt::QueuedConnection);
+}
 
 void ApplicationEnds()
 {
+    std::unique_ptr<QObject> receiver;
     {
         const std::lock_guard lock(g_applicationMutex);
-        g_applicationRuns = false;
+        receiver = std::move(g_receiver);
+        g_eventLoopEnded = false;
     }
     g_queue.reset();
 }
 
 void ApplicationBegins()
 {
+    auto receiver = std::make_unique<QObject>();
+    QObject::connect(QCoreApplication::instance(), &QCoreApplication::aboutToQuit, receiver.get(), EventLoopEnds);
     const std::lock_guard lock(g_applicationMutex);
-    g_applicationRuns = true;
+    g_receiver = std::move(receiver);
     qAddPostRoutine(ApplicationEnds); // Qt forgets it when it has called it
 }
 
-/// A question inside an event. If the event is destroyed undelivered, the application object is gone.
+/// A question inside an event. If the event is destroyed undelivered, the event loop or the application has ended.
 class Delivery
 {
 public:
@@ -69,16 +95,19 @@ private:
 
 Q_COREAPP_STARTUP_FUNCTION(ApplicationBegins)
 
-ErrorDialogQueue::ErrorDialogQueue()
-{
-    // The main thread may wait for other threads from now on, and they for an answer.
-    QObject::connect(QCoreApplication::instance(), &QCoreApplication::aboutToQuit, &m_context, [this] { RemoveAll(); });
-}
+ErrorDialogQueue::ErrorDialogQueue() = default;
 
 ErrorDialogQueue::~ErrorDialogQueue()
 {
-    RemoveAll();
+    m_window.reset();
     delete m_closedWindow.data();
+    for (const Entry& entry : m_entries)
+    {
+        if (entry.loop != nullptr)
+        {
+            entry.loop->quit();
+        }
+    }
 }
 
 ErrorDialogQueue& ErrorDialogQueue::OfApplication()
@@ -118,18 +147,21 @@ ErrorDialogQueue::Place ErrorDialogQueue::Post(const std::shared_ptr<ErrorDialog
 {
     // The wall clock, because ThreadSanitizer does not know the lock that follows the steady one.
     const std::unique_lock lock(g_applicationMutex, std::chrono::system_clock::now() + g_takeUpLimit.load());
-    QCoreApplication* const application =
-        lock.owns_lock() && g_applicationRuns ? QCoreApplication::instance() : nullptr;
-    if (qobject_cast<QApplication*>(application) == nullptr)
+    if (!lock.owns_lock() || g_receiver == nullptr ||
+        qobject_cast<QApplication*>(QCoreApplication::instance()) == nullptr)
     {
         return Place::NoWindows;
     }
-    if (application->thread() == QThread::currentThread())
+    if (g_receiver->thread() == QThread::currentThread())
     {
         return Place::UiThread;
     }
+    if (g_eventLoopEnded)
+    {
+        return Place::NoWindows;
+    }
     QMetaObject::invokeMethod(
-        application,
+        g_receiver.get(),
         [delivery = std::make_shared<Delivery>(question)]
         {
             if (const auto delivered = delivery->Take(); delivered->Take())
@@ -183,18 +215,6 @@ void ErrorDialogQueue::Remove(const std::shared_ptr<ErrorDialogQuestion>& questi
     }
 }
 
-void ErrorDialogQueue::RemoveAll()
-{
-    m_window.reset();
-    for (const Entry& entry : std::exchange(m_entries, {}))
-    {
-        if (entry.loop != nullptr)
-        {
-            entry.loop->quit();
-        }
-    }
-}
-
 void ErrorDialogQueue::ShowFirst()
 {
     if (m_entries.empty())
@@ -203,7 +223,7 @@ void ErrorDialogQueue::ShowFirst()
     }
     const std::shared_ptr<ErrorDialogQuestion> question = m_entries.front().question;
     m_window = std::make_unique<ErrorDialogWindow>(question->Content());
-    QObject::connect(m_window.get(), &QDialog::finished, &m_context, [this](int decision) { Finish(decision); });
+    QObject::connect(m_window.get(), &QDialog::finished, m_window.get(), [this](int decision) { Finish(decision); });
     question->MarkShown();
     m_window->show();
     m_window->raise();

@@ -3,7 +3,6 @@
 #include "Ardo/Kiln/Exception/ErrorDialogQuestion_p.h"
 #include "Ardo/KilnExport.h"
 
-#include <QObject>
 #include <QPointer>
 
 #include <chrono>
@@ -18,7 +17,7 @@ namespace Ardo::Kiln::Exception
 class ErrorDialogWindow;
 
 /// The questions that wait on the user-interface thread, the thread of the Qt application object, and the window of the
-/// first of them. It exists from the first question to the end of the application object.
+/// first of them. It exists from the first question to the end of the event loop or of the application object.
 class ErrorDialogQueue
 {
 public:
@@ -55,14 +54,12 @@ private:
 
     void Add(const Entry& entry);
     void Remove(const std::shared_ptr<ErrorDialogQuestion>& question);
-    void RemoveAll();
     void ShowFirst();
     void Finish(int decision);
 
     std::deque<Entry> m_entries;                 ///< The first one is shown.
     std::unique_ptr<ErrorDialogWindow> m_window; ///< That of the first question.
     QPointer<ErrorDialogWindow> m_closedWindow;  ///< To be deleted when Qt is done with it.
-    QObject m_context;                           ///< Ends the connections.
 };
 
 } // namespace Ardo::Kiln::Exception

@@ -319,6 +319,11 @@ TEST_F(ErrorDialogTest, AnEventLoopThatDoesNotRunDoesNotKeepAnybodyWaiting)
             ErrorDialog::ShowErrorDialog(waiting.notification, "waiting", true);
         });
     EXPECT_EQ(shown.Decision() + waiting.Decision(), 2);
+    Question tooLate;
+    worker = std::thread([&] { ErrorDialog::ShowErrorDialog(tooLate.notification, "too late", true); });
+    worker.join();
+    EXPECT_EQ(tooLate.Decision(), 1);
+    QCoreApplication::processEvents(); // another event loop
 
     // The end of the application object while a thread asks.
     Question last;
@@ -337,7 +342,7 @@ TEST_F(ErrorDialogTest, AnEventLoopThatDoesNotRunDoesNotKeepAnybodyWaiting)
     worker.join();
     EXPECT_EQ(last.Decision(), 1);
     const std::string console = Console();
-    for (const char* text : {"(EEE)\nbusy\n", "(EEE)\nwaiting\n", "(EEE)\nlast\n"})
+    for (const char* text : {"(EEE)\nbusy\n", "(EEE)\nwaiting\n", "(EEE)\ntoo late\n", "(EEE)\nlast\n"})
     {
         EXPECT_THAT(console, HasSubstr(text));
     }
