@@ -369,6 +369,11 @@ void Writer::WriteException() noexcept
     {
         record.parameters[0] = fault.ExceptionInformation[0];
         record.parameters[1] = fault.ExceptionInformation[1];
+        // Readers of Linux dumps show as the address of a crash what the kernel calls so: where the access went.
+        if (fault.ExceptionInformation[1] != UINT64_MAX)
+        {
+            record.address = fault.ExceptionInformation[1];
+        }
     }
     // Kind of access, address, and the code that the fault has for the rest of this library.
     record.parameters[2] = fault.ExceptionCode;

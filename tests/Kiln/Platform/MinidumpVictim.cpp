@@ -7,6 +7,7 @@
 #include "Ardo/Kiln/Platform/Minidump.h"
 #include "Ardo/Kiln/Platform/MinidumpWriter_linux.h"
 
+#include <algorithm>
 #include <atomic>
 #include <cerrno>
 #include <cstddef>
@@ -16,6 +17,7 @@
 #include <iterator>
 #include <latch>
 #include <string>
+#include <string_view>
 #include <thread>
 #include <utility>
 #include <vector>
@@ -43,6 +45,7 @@ struct Specimen
 
 int g_magnification = 4711;
 Specimen* g_specimen = nullptr;
+Specimen* g_distant = nullptr;
 
 namespace
 {
@@ -70,7 +73,17 @@ int OpenFile()
 
 std::uint32_t DumpInto(int descriptor, EXCEPTION_POINTERS* pointers)
 {
-    return WriteMinidump(reinterpret_cast<void*>(static_cast<std::intptr_t>(descriptor)), pointers, g_type);
+    constexpr std::uint32_t changedTheCaller = 9999;
+    sigset_t before;
+    sigset_t after;
+    ::pthread_sigmask(SIG_SETMASK, nullptr, &before);
+    errno = E2BIG;
+    const std::uint32_t error =
+        WriteMinidump(reinterpret_cast<void*>(static_cast<std::intptr_t>(descriptor)), pointers, g_type);
+    const bool sameError = errno == E2BIG;
+    ::pthread_sigmask(SIG_SETMASK, nullptr, &after);
+    const bool sameSignals = std::memcmp(&before, &after, sizeof(long)) == 0;
+    return sameError && sameSignals && ::fcntl(descriptor, F_GETFD) != -1 ? error : changedTheCaller;
 }
 
 void OnFault(int signal, siginfo_t* info, void* context)
@@ -187,6 +200,37 @@ void ForbidLooking()
     ::prctl(PR_SET_SECCOMP, SECCOMP_MODE_FILTER, &program);
 }
 
+void* MapPages(std::size_t size, int flags, int descriptor = -1)
+{
+    return ::mmap(nullptr, size, PROT_READ | PROT_WRITE, flags, descriptor, 0);
+}
+
+// Letter by letter, so that the text is nowhere else in the process.
+void PutReversed(void* page, std::string_view text)
+{
+    std::reverse_copy(text.begin(), text.end(), static_cast<volatile char*>(page));
+}
+
+void AskWithStrangeMemory()
+{
+    constexpr std::size_t page = 4096;
+    constexpr int own = MAP_PRIVATE | MAP_ANONYMOUS;
+    g_distant = static_cast<Specimen*>(MapPages(page, own));
+    g_distant->tilt = 42;
+    PutReversed(g_distant + 1, "NI-NEKAT");
+    // More than 4 GiB that nobody has touched, below the page above.
+    MapPages(std::size_t{5} << 30, own | MAP_NORESERVE);
+    void* const secret = MapPages(page, own);
+    ::madvise(secret, page, MADV_DONTDUMP);
+    PutReversed(secret, "TUO-TFEL");
+    // The second page of the mapping is no longer in the file.
+    const int file = ::open((g_file + ".cut").c_str(), O_RDWR | O_CREAT, 0600);
+    static_cast<void>(::ftruncate(file, 2 * page));
+    MapPages(2 * page, MAP_SHARED, file);
+    static_cast<void>(::ftruncate(file, page));
+    AskForDump();
+}
+
 const std::pair<const char*, void (*)()> Ways[] = {
     {"ask", AskForDump},
     {"fault", [] { WriteToNowhere(reinterpret_cast<volatile int*>(0x18)); }},
@@ -221,6 +265,7 @@ const std::pair<const char*, void (*)()> Ways[] = {
          }
          AskForDump();
      }},
+    {"strange", AskWithStrangeMemory},
     {"sandboxed",
      []
      {
