@@ -115,15 +115,16 @@ const bool Registered = []
     };
     const auto ours = [](MINIDUMP_TYPE type) { return [type](const std::string& file) { Ours(file, type); }; };
     const auto command = [](const char* line) { return [line](const std::string& file) { ByCommand(line, file); }; };
-    for (const int threads : {3, 200})
-    {
-        const std::string name = "Minidump/Small/" + std::to_string(threads) + " threads";
-        add(name + "/ours", threads, ours(MiniDumpGenerator::GetSmallSizeMinidumpType()));
-        add(name + "/peer:lldb", threads,
-            command("lldb-14 -p PID --batch -o 'process save-core --plugin-name=minidump FILE'"));
-    }
+    const auto small = ours(MiniDumpGenerator::GetSmallSizeMinidumpType());
+    const auto gdb = command("gdb -batch -nx -p PID -ex 'generate-core-file FILE'");
+    add("Minidump/Small/3 threads/ours", 3, small);
+    add("Minidump/Small/3 threads/peer:lldb", 3,
+        command("lldb-14 -p PID --batch -o 'process save-core --plugin-name=minidump --style=stack FILE'"));
+    // The other debugger's dump, which holds whole stacks, would have 2 GiB here.
+    add("Minidump/Small/200 threads/ours", 200, small);
+    add("Minidump/Small/200 threads/peer:gdb", 200, gdb);
     add("Minidump/Full/3 threads/ours", 3, ours(MiniDumpGenerator::GetLargeSizeMinidumpType()));
-    add("Minidump/Full/3 threads/peer:gdb", 3, command("gdb -batch -nx -p PID -ex 'generate-core-file FILE'"));
+    add("Minidump/Full/3 threads/peer:gdb", 3, gdb);
     return true;
 }();
 
