@@ -84,10 +84,12 @@ bool DumpMemory::AddStack(const ProcessImage& image, const ThreadImage& thread) 
         return m_stacks.Add({});
     }
     const std::uint64_t start = std::max(mapping->start, (pointer - RedZone) / 16 * 16);
-    const std::uint64_t end = std::min(mapping->end, start + maximumInner);
-    const std::uint64_t outer = std::max(end, mapping->end - std::min(maximumOuter, mapping->end));
+    const bool hasEnvironment = image.IsEnvironment(start, mapping->end) && start < image.EnvironmentStart();
+    const std::uint64_t top = hasEnvironment ? image.EnvironmentStart() : mapping->end;
+    const std::uint64_t end = std::min(top, start + maximumInner);
+    const std::uint64_t outer = std::max(end, top - std::min(maximumOuter, top));
     return m_stacks.Add({start, end, 0}) && m_ranges.Add({start, end, 0}) &&
-           (outer == mapping->end || m_ranges.Add({outer, mapping->end, 0}));
+           (outer == top || m_ranges.Add({outer, top, 0}));
 }
 
 bool DumpMemory::FollowThread(const ProcessImage& image, std::size_t thread) noexcept
@@ -143,7 +145,8 @@ bool DumpMemory::FollowPointer(const ProcessImage& image, std::uint64_t pointer)
         {
             place = (place + 1) % SeenSize;
         }
-        if (m_seen[place] == block || block < mapping->start || block >= mapping->end)
+        if (m_seen[place] == block || block < mapping->start || block >= mapping->end ||
+            image.IsEnvironment(block, block + Block))
         {
             continue;
         }

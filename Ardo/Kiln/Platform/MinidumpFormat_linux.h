@@ -53,7 +53,6 @@ inline constexpr std::uint32_t LinuxCpuInfo = 0x47670003;
 inline constexpr std::uint32_t LinuxProcStatus = 0x47670004;
 inline constexpr std::uint32_t LinuxLsbRelease = 0x47670005;
 inline constexpr std::uint32_t LinuxCommandLine = 0x47670006;
-inline constexpr std::uint32_t LinuxEnvironment = 0x47670007;
 inline constexpr std::uint32_t LinuxAuxiliaryVector = 0x47670008;
 inline constexpr std::uint32_t LinuxMaps = 0x47670009;
 } // namespace StreamType

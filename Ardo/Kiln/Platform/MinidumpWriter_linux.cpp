@@ -500,10 +500,6 @@ void Writer::WriteKernelFiles() noexcept
     WriteKernelFile(Format::StreamType::LinuxLsbRelease, "/etc/os-release", 4096);
     WriteKernelFile(Format::StreamType::LinuxCommandLine, ofProcess("cmdline").Text(), noLimit);
     WriteKernelFile(Format::StreamType::LinuxAuxiliaryVector, ofProcess("auxv").Text(), noLimit);
-    if (Has(MiniDumpWithFullMemory)) // which holds it anyway; in others it might give away secrets
-    {
-        WriteKernelFile(Format::StreamType::LinuxEnvironment, ofProcess("environ").Text(), noLimit);
-    }
     const std::uint32_t start = Here();
     m_file.Append(m_image.MapsText().data(), m_image.MapsText().size());
     EndStream(Format::StreamType::LinuxMaps, start);

@@ -73,6 +73,7 @@ int ProcessImage::Read(bool withExclusions) noexcept
     {
         MarkExcluded();
     }
+    FindEnvironment();
     return FindModules();
 }
 
@@ -262,6 +263,21 @@ void ProcessImage::PutProgramFirst() noexcept
             return;
         }
     }
+}
+
+void ProcessImage::FindEnvironment() noexcept
+{
+    char buffer[1024];
+    std::string_view stat = ReadSmallFile(ProcPath(m_process, 0, "stat").Text(), buffer, sizeof buffer);
+    // Numbered as in the manual of the file. The second is a name that may hold anything.
+    stat.remove_prefix(std::min(stat.rfind(')'), stat.size()));
+    constexpr int start = 50;
+    for (int field = 2; field < start; ++field)
+    {
+        TakeUntil(stat, ' ');
+    }
+    m_environmentStart = TakeNumber(stat, 10);
+    m_environmentEnd = TakeNumber(stat, 10);
 }
 
 const Mapping* ProcessImage::FindAtOrAbove(std::uint64_t address) const noexcept

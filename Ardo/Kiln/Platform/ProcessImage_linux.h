@@ -75,6 +75,14 @@ public:
     /// The mapping that holds \p address, or null.
     const Mapping* Find(std::uint64_t address) const noexcept;
 
+    /// Whether the range has something of the environment that the process was given, which may hold secrets. It lies
+    /// above everything else on the stack of the first thread.
+    bool IsEnvironment(std::uint64_t start, std::uint64_t end) const noexcept
+    {
+        return start < m_environmentEnd && m_environmentStart < end;
+    }
+    std::uint64_t EnvironmentStart() const noexcept { return m_environmentStart; } ///< 0: not known.
+
     /// Copies memory of the process. \returns how much could be read before the first gap.
     std::size_t ReadMemory(std::uint64_t address, void* target, std::size_t size) const noexcept;
 
@@ -88,8 +96,11 @@ private:
     bool DescribeModule(std::size_t first, Module& module) const noexcept;
     void ReadBuildId(std::uint64_t address, std::uint64_t size, Module& module) const noexcept;
     void PutProgramFirst() noexcept;
+    void FindEnvironment() noexcept;
 
     std::int32_t m_process;
+    std::uint64_t m_environmentStart = 0;
+    std::uint64_t m_environmentEnd = 0;
     ScopedDescriptor m_memory;
     StoppedThreads m_stopped;
     MappedArray<ThreadImage> m_threads;
