@@ -107,12 +107,10 @@ void Misaligned()
     g_number = *g_pointer;                                 // <- misaligned
 }
 
-int Recurse(int depth)
-{
-    std::array<volatile char, 1000> room{};
-    room[0] = static_cast<char>(depth);
-    return depth < 0 ? 0 : Recurse(depth + 1) + room[0];
-}
+// One line: where exactly the stack ends is a matter of chance.
+// clang-format off
+int Recurse(int depth) { volatile char room[1000] = {}; return depth < 0 ? 0 : Recurse(depth + 1) + room[depth % 7]; } // <- stack-overflow
+// clang-format on
 
 // Arithmetic and instructions -------------------------------------------------------------------------------------
 

@@ -113,29 +113,35 @@ Handler* Handler::GetThreadLocalHandler() noexcept
 
 Handler::ThreadState& Handler::StateOfCallingThread()
 {
-    struct Owner
+    /// Dies with the thread.
+    struct Farewell
     {
-        std::unique_ptr<ThreadState> state;
-
-        ~Owner()
+        ~Farewell()
         {
-            // The handler finds the state while it says farewell to the thread.
-            if (state)
+            std::unique_ptr<ThreadState> state(ThreadState::Get());
+            if (state != nullptr && state->notify != nullptr)
             {
-                state->handler.reset();
+                // The process ends from inside Execute. A fault on its further way comes back there.
+                static std::atomic<const ThreadState*> g_left; // what is left is no leak
+                g_left = state.release();
+            }
+            else if (state != nullptr)
+            {
+                state->handler.reset(); // finds the state while it says farewell to the thread
                 RemoveThread();
                 FaultDispatch::ThreadWord() = nullptr;
             }
         }
     };
-    static thread_local Owner owner;
-    if (ThreadState::Get() == nullptr)
+    ThreadState* state = ThreadState::Get();
+    if (state == nullptr)
     {
-        // Execute may run once more in a destructor of the thread, after this one's: the state is made anew then.
-        owner.state = std::make_unique<ThreadState>();
-        FaultDispatch::ThreadWord() = owner.state.get();
+        state = new ThreadState;
+        FaultDispatch::ThreadWord() = state;
+        static thread_local const Farewell farewell;
+        static_cast<void>(farewell); // a thread that comes here after it, in another farewell, leaves its state behind
     }
-    return *owner.state;
+    return *state;
 }
 
 void Handler::SetFlags(unsigned long long flags)
