@@ -319,7 +319,8 @@ TEST(CrashProbeTest, ReportsAreMadeWhateverTheStateOfTheProcess)
         {"--thread worker --notify drops read-null", 0, 1, "ReadNull() at ", "asked\nreturned\n"},
         {"--thread worker --notify throws throw-int", 0, 1, "ThrowNumber() at ", "asked\nreturned\n"},
         {"--thread worker --notify faults read-null", Ended + SIGSEGV, 1},
-        {"--thread worker --notify faults throw-int", 0, 1, "Misbehave(", "asked\nreturned\n"},
+        {"--thread worker --notify faults --times 2 throw-int", 0, 2, "Misbehave(", "asked\nreturned\nasked\nreturned\n"},
+        {"--thread worker throw-std", Ended + SIGABRT, 1, "ThrowStandard() at ", ") is being abnormally terminated\nterminate called"},
         {"--thread worker --notify hangs read-null", Ended + SIGSEGV, 1}, // watchdog
     };
     // clang-format on
