@@ -1,3 +1,4 @@
+#include "Ardo/Kiln/Exception/Handler.h"
 #include "Ardo/Kiln/Exception/MiniDumpGenerator.h"
 
 #include <benchmark/benchmark.h>
@@ -7,6 +8,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <functional>
+#include <iterator>
 #include <mutex>
 #include <string>
 #include <thread>
@@ -96,6 +98,31 @@ void Ours(const std::string& file, MINIDUMP_TYPE type)
     ::close(descriptor);
 }
 
+int* volatile g_nowhere = nullptr;
+
+/// From the instruction at fault until report and dump stand on the disk and the work's caller goes on.
+void MeasureFault(benchmark::State& state, int threads)
+{
+    const std::filesystem::path folder = std::filesystem::temp_directory_path() / "kiln-benchmark-reports";
+    ::setenv("XDG_DATA_HOME", folder.c_str(), 1);
+    const auto type = MiniDumpGenerator::GetDefaultMinidumpType();
+    MiniDumpGenerator::SetDefaultMinidumpType(MiniDumpGenerator::GetSmallSizeMinidumpType());
+    MiniDumpGenerator::CreateDumpDirectory();
+    const WaitingThreads waiting(threads - 1);
+    for (auto _ : state)
+    {
+        Exception::Handler::Execute([] { *g_nowhere = 1; });
+    }
+    const auto files = std::distance(std::filesystem::directory_iterator(MiniDumpGenerator::GetDumpDirectory()),
+                                     std::filesystem::directory_iterator());
+    if (static_cast<benchmark::IterationCount>(files) < 2 * state.iterations())
+    {
+        state.SkipWithError("reports are missing");
+    }
+    std::filesystem::remove_all(folder);
+    MiniDumpGenerator::SetDefaultMinidumpType(type);
+}
+
 /// A line of the shell in which "PID" and "FILE" stand for the process and the file.
 void ByCommand(std::string line, const std::string& file)
 {
@@ -117,9 +144,14 @@ const bool Registered = []
     const auto command = [](const char* line) { return [line](const std::string& file) { ByCommand(line, file); }; };
     const auto small = ours(MiniDumpGenerator::GetSmallSizeMinidumpType());
     const auto gdb = command("gdb -batch -nx -p PID -ex 'generate-core-file FILE'");
+    const char* const stackDump =
+        "lldb-14 -p PID --batch -o 'process save-core --plugin-name=minidump --style=stack FILE'";
     add("Minidump/Small/3 threads/ours", 3, small);
-    add("Minidump/Small/3 threads/peer:lldb", 3,
-        command("lldb-14 -p PID --batch -o 'process save-core --plugin-name=minidump --style=stack FILE'"));
+    add("Minidump/Small/3 threads/peer:lldb", 3, command(stackDump));
+    benchmark::RegisterBenchmark("Fault/ReportAndSmallDump/ours",
+                                 [](benchmark::State& state) { MeasureFault(state, 3); })
+        ->UseRealTime();
+    add("Fault/ReportAndSmallDump/peer:lldb's dump alone", 3, command(stackDump));
     // The other debugger's dump, which holds whole stacks, would have 2 GiB here.
     add("Minidump/Small/200 threads/ours", 200, small);
     add("Minidump/Small/200 threads/peer:gdb", 200, gdb);
