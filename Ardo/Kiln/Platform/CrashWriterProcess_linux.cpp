@@ -183,7 +183,7 @@ bool Lock(int timeoutMilliseconds) noexcept
 }
 
 // In the process that becomes the writer.
-int BecomeWriter(void* /*unused*/)
+int BecomeWriter()
 {
     SystemCall(SYS_prctl, PR_SET_PDEATHSIG, SIGKILL);
     // The limit that the application ran into is not the writer's.
@@ -228,7 +228,7 @@ void LeaveOnlyStandardStreams(int keep) noexcept
 }
 
 // In the process between. All signals are blocked in it.
-int Keep(void* /*unused*/)
+int Keep()
 {
     // A table of its own. With SIGCHLD ignored the kernel would not tell how the writer ended.
     struct
@@ -241,8 +241,7 @@ int Keep(void* /*unused*/)
         SystemCall(SYS_rt_sigaction, signal, Word(&byDefault), 0, SignalSetSize);
     }
     LeaveOnlyStandardStreams(g_launch.descriptor);
-    const int writer =
-        ::clone(BecomeWriter, g_launch.stacks + 2 * StackSize, CLONE_VM | CLONE_VFORK | SIGCHLD, nullptr);
+    const long writer = StartProcess(CLONE_VM | CLONE_VFORK | SIGCHLD, g_launch.stacks + 2 * StackSize, BecomeWriter);
     if (writer < 0)
     {
         return EAGAIN;
@@ -275,8 +274,8 @@ int RunWriter() noexcept
     }
     SystemCall(SYS_prctl, PR_SET_PTRACER, static_cast<long>(PR_SET_PTRACER_ANY));
 
-    const int keeper = ::clone(Keep, g_launch.stacks + StackSize, CLONE_VM, nullptr);
-    int error = keeper < 0 ? errno : 0;
+    const long keeper = StartProcess(CLONE_VM, g_launch.stacks + StackSize, Keep);
+    int error = keeper < 0 ? static_cast<int>(-keeper) : 0;
     if (keeper > 0)
     {
         int status = 0;
