@@ -136,7 +136,7 @@ Handler::ThreadState& Handler::StateOfCallingThread()
     ThreadState* state = ThreadState::Get();
     if (state == nullptr)
     {
-        state = new ThreadState;
+        state = std::make_unique<ThreadState>().release(); // owned by the farewell
         FaultDispatch::ThreadWord() = state;
         static thread_local const Farewell farewell;
         static_cast<void>(farewell); // a thread that comes here after it, in another farewell, leaves its state behind

@@ -16,7 +16,7 @@ using CONTEXT = _CONTEXT;
 #include <cstdint>
 
 /// What happened and where. Layout of Windows x64.
-struct EXCEPTION_RECORD
+struct EXCEPTION_RECORD // NOLINT(readability-identifier-naming): the system's name
 {
     std::uint32_t ExceptionCode;            ///< One of Platform::FaultCode, or a code of the raiser.
     std::uint32_t ExceptionFlags;           ///< Bits; see Platform::FaultFlag.
@@ -45,7 +45,7 @@ struct alignas(16) CONTEXT
 };
 
 /// What a fault filter receives.
-struct EXCEPTION_POINTERS
+struct EXCEPTION_POINTERS // NOLINT(readability-identifier-naming): the system's name
 {
     EXCEPTION_RECORD* ExceptionRecord; ///< Never null.
     CONTEXT* ContextRecord;            ///< Never null.
