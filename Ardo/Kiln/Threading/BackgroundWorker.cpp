@@ -2,9 +2,9 @@
 
 #include "Ardo/Kiln/Exception/ErrorWithCode.h"
 #include "Ardo/Kiln/Exception/Handler.h"
-#include "Ardo/Kiln/Exception/Warning.h"
 #include "Ardo/Kiln/Platform/ComApartment.h"
 #include "Ardo/Kiln/Platform/ThreadName.h"
+#include "Ardo/Kiln/Threading/HandleWarnings_p.h"
 #include "Ardo/Kiln/Threading/IoContext_p.h"
 #include "Ardo/Kiln/Threading/PeriodicScheduledWork.h"
 #include "Ardo/Kiln/Threading/PeriodicWork.h"
@@ -61,6 +61,16 @@ private:
 
 } // namespace
 
+/// A function with the warning handler around it.
+struct BackgroundWorker::HandlingWarnings
+{
+    void operator()() const { CallHandlingWarnings(function, handler); }
+
+    const BackgroundWorker* worker; ///< Whose handler it is. Only to be compared.
+    std::function<void(const Exception::Warning&)> handler;
+    std::function<void()> function;
+};
+
 /// A function on its way to the worker, and its outcome on the way back. Shared by both sides, because the caller may
 /// leave before the function is through.
 struct BackgroundWorker::PendingCall
@@ -114,7 +124,7 @@ BackgroundWorker::BackgroundWorker(bool spawnThread, const std::string& threadNa
                                    const std::function<void(const Exception::Warning&)>& warningHandler,
                                    ComInitializationType comInitialization)
     : m_warningHandler(warningHandler),
-      m_context(std::make_unique<IoContext>(spawnThread)),
+      m_context(std::make_unique<IoContext>(spawnThread, m_warningHandler)),
       m_threadId(std::this_thread::get_id()),
       m_comInitialization(comInitialization)
 {
@@ -212,7 +222,16 @@ void BackgroundWorker::InternalPost(const std::function<void()>& function)
     {
         throw BackgroundWorkerException(NotRunning);
     }
-    m_context->Post(function, false);
+    if (const auto* const handling = function.target<HandlingWarnings>();
+        handling != nullptr && handling->worker == this)
+    {
+        // Goes alone and meets the handler when it runs: memory that one thread takes and another gives back is dear.
+        m_context->Post(handling->function, IoContext::HandOver::PostHandlingWarnings);
+    }
+    else
+    {
+        m_context->Post(function, IoContext::HandOver::Post);
+    }
 }
 
 void BackgroundWorker::InternalCall(const std::function<void()>& function)
@@ -225,7 +244,7 @@ void BackgroundWorker::InternalCall(const std::function<void()>& function)
     }
     CheckBackgroundWorkerThread();
     const auto call = std::make_shared<PendingCall>(function);
-    m_context->Post([call] { call->Run(); }, true);
+    m_context->Post([call] { call->Run(); }, IoContext::HandOver::Call);
     const auto isOver = [this, &call] { return call->IsDone() || m_context->IsStopped(); };
     if (!SpinUntil(isOver))
     {
@@ -308,17 +327,7 @@ std::function<void()> BackgroundWorker::HandleWarningsOf(std::function<void()> f
     {
         return function;
     }
-    return [handler = m_warningHandler, function = std::move(function)]
-    {
-        try
-        {
-            function();
-        }
-        catch (const Exception::Warning& warning)
-        {
-            handler(warning);
-        }
-    };
+    return HandlingWarnings{this, m_warningHandler, std::move(function)};
 }
 
 } // namespace Ardo::Kiln::Threading

@@ -134,6 +134,7 @@ private:
     friend class Polling::Poller; // polls in milliseconds, by InternalEvery()
 
     class IoContext;
+    struct HandlingWarnings;
     struct PendingCall;
 
     void CheckBackgroundWorkerThread() const;

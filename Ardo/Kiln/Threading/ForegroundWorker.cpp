@@ -1,7 +1,7 @@
 #include "Ardo/Kiln/Threading/ForegroundWorker.h"
 
-#include "Ardo/Kiln/Exception/Warning.h"
 #include "Ardo/Kiln/Logger/ComponentLog_p.h"
+#include "Ardo/Kiln/Threading/HandleWarnings_p.h"
 
 #include <exception>
 #include <string>
@@ -73,18 +73,13 @@ void ForegroundWorker::ExecuteWork()
     }
     for (const auto& function : batch)
     {
-        if (!WarningHandler())
+        if (WarningHandler())
+        {
+            CallHandlingWarnings(function, WarningHandler());
+        }
+        else
         {
             function();
-            continue;
-        }
-        try
-        {
-            function();
-        }
-        catch (const Exception::Warning& warning)
-        {
-            WarningHandler()(warning);
         }
     }
 }

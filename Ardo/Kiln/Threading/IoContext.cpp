@@ -1,5 +1,6 @@
 #include "Ardo/Kiln/Threading/IoContext_p.h"
 
+#include "Ardo/Kiln/Threading/HandleWarnings_p.h"
 #include "Ardo/Kiln/Threading/Spin_p.h"
 
 #include <boost/asio/post.hpp>
@@ -21,13 +22,17 @@ constexpr std::chrono::microseconds GatherTime(1);
 
 } // namespace
 
-BackgroundWorker::IoContext::IoContext(bool hasThread) : m_hasThread(hasThread), m_guard(m_context.get_executor()) {}
+BackgroundWorker::IoContext::IoContext(bool hasThread,
+                                       const std::function<void(const Exception::Warning&)>& warningHandler)
+    : m_hasThread(hasThread), m_warningHandler(warningHandler), m_guard(m_context.get_executor())
+{
+}
 
-void BackgroundWorker::IoContext::Post(const std::function<void()>& function, bool isWaitedFor)
+void BackgroundWorker::IoContext::Post(const std::function<void()>& function, HandOver handOver)
 {
     const std::lock_guard lock(m_queueMutex);
-    m_queue.push_back(function);
-    if (isWaitedFor)
+    m_queue.push_back({function, handOver == HandOver::PostHandlingWarnings});
+    if (handOver == HandOver::Call)
     {
         m_isWaitedFor = true;
     }
@@ -66,11 +71,19 @@ void BackgroundWorker::IoContext::Drain()
         m_isDrainPosted = false;
         m_isWaitedFor = false;
     }
+    m_hasDrained = true;
     while (m_next < m_batch.size() && !IsStopped())
     {
         // What a function holds goes right after its run.
-        const std::function<void()> function = std::move(m_batch[m_next++]);
-        function();
+        const Job job = std::move(m_batch[m_next++]);
+        if (job.handlesWarnings)
+        {
+            CallHandlingWarnings(job.function, m_warningHandler);
+        }
+        else
+        {
+            job.function();
+        }
     }
 }
 
@@ -84,7 +97,7 @@ void BackgroundWorker::IoContext::Run()
     // than most functions run. A timer that is due meanwhile waits no longer than that.
     while (!IsStopped())
     {
-        if (SpinUntil([this] { return m_isDrainPosted || IsStopped(); }))
+        if (std::exchange(m_hasDrained, false) && SpinUntil([this] { return m_isDrainPosted || IsStopped(); }))
         {
             if (!m_isWaitedFor)
             {

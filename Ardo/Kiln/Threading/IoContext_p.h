@@ -23,8 +23,17 @@ namespace Ardo::Kiln::Threading
 class BackgroundWorker::IoContext
 {
 public:
+    /// How a function comes here.
+    enum class HandOver
+    {
+        Post,                 ///< Nobody waits for it.
+        PostHandlingWarnings, ///< The same; its warnings go to the handler.
+        Call,                 ///< Somebody waits for it.
+    };
+
     /// \param hasThread whether a thread of the worker will call Run().
-    explicit IoContext(bool hasThread);
+    /// \param warningHandler the worker's, which must outlive this.
+    IoContext(bool hasThread, const std::function<void(const Exception::Warning&)>& warningHandler);
 
     bool HasThread() const { return m_hasThread; }
 
@@ -32,8 +41,7 @@ public:
     bool IsStopped() const { return m_isStopped.load(std::memory_order_acquire); }
 
     /// Queues a copy of \p function, also when stopped. Any thread. If it throws, nothing is queued.
-    /// \param isWaitedFor whether the caller is going to wait for it.
-    void Post(const std::function<void()>& function, bool isWaitedFor);
+    void Post(const std::function<void()>& function, HandOver handOver);
 
     /// Runs what the context holds until it is stopped. \throws whatever a function throws,
     /// boost::system::system_error; the next call goes on with the function after that.
@@ -45,21 +53,32 @@ public:
     boost::asio::io_context& Get() { return m_context; }
 
 private:
+    struct Job
+    {
+        std::function<void()> function;
+        bool handlesWarnings;
+    };
+
     void PostDrain();
     void Drain();
 
     const bool m_hasThread;
+    const std::function<void(const Exception::Warning&)>& m_warningHandler;
     std::atomic<bool> m_isStopped = false; ///< Nothing but Stop() stops the context: the guard keeps it running.
     std::atomic<bool> m_holdsGuard = true;
     boost::asio::io_context m_context;
     std::optional<boost::asio::executor_work_guard<boost::asio::io_context::executor_type>> m_guard;
 
-    std::mutex m_queueMutex;
-    std::vector<std::function<void()>> m_queue; ///< Guarded by m_queueMutex.
-    std::atomic<bool> m_isDrainPosted = false;  ///< Whether m_queue will be taken. Written under m_queueMutex.
-    std::atomic<bool> m_isWaitedFor = false;    ///< Whether any of m_queue is. Written under m_queueMutex.
-    std::vector<std::function<void()>> m_batch; ///< Taken from m_queue. The running thread's alone.
-    std::size_t m_next = 0;                     ///< The first of m_batch that has not begun.
+    /// What the two sides write all the time stands apart, each on cache lines of its own.
+    static constexpr std::size_t CacheLine = 64;
+
+    alignas(CacheLine) std::mutex m_queueMutex;
+    std::vector<Job> m_queue;                    ///< Guarded by m_queueMutex.
+    std::atomic<bool> m_isDrainPosted = false;   ///< Whether m_queue will be taken. Written under m_queueMutex.
+    std::atomic<bool> m_isWaitedFor = false;     ///< Whether any of m_queue is. Written under m_queueMutex.
+    alignas(CacheLine) std::vector<Job> m_batch; ///< Taken from m_queue. The running thread's alone.
+    std::size_t m_next = 0;                      ///< The first of m_batch that has not begun.
+    bool m_hasDrained = false;                   ///< Whether more may follow soon. The running thread's alone.
 };
 
 } // namespace Ardo::Kiln::Threading

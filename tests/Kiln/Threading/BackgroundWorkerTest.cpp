@@ -104,8 +104,18 @@ TEST(BackgroundWorkerTest, WarningsGoToTheHandlerOnTheWorkersThread)
     const auto scheduled = worker.Schedule(Warn);
     EXPECT_FALSE(scheduled->Wait());
     EXPECT_FALSE(scheduled->Cancel());
+    struct Forwarder : BackgroundWorker
+    {
+        Forwarder(BackgroundWorker& theTarget, const std::function<void(const Exception::Warning&)>& warningHandler)
+            : BackgroundWorker(false, "", warningHandler, NO_COM_INITIALIZATION), target(theTarget)
+        {
+        }
+        void InternalPost(const std::function<void()>& function) override { target.Post(function); }
+        BackgroundWorker& target;
+    } forwarder(worker, [&](const Exception::Warning&) { warnings.emplace_back("forwarder's"); });
+    forwarder.Post(Warn); // meets the handler of the worker that it was given to
     worker.Call([] {});
-    EXPECT_THAT(warnings, ElementsAre("low", "low"));
+    EXPECT_THAT(warnings, ElementsAre("low", "low", "forwarder's"));
 }
 
 TEST(BackgroundWorkerTest, AnItemIsCancelledOnlyBeforeItBegins)
