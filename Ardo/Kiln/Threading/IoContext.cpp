@@ -18,7 +18,7 @@ constexpr std::size_t KeptCapacity = 4096;
 
 /// How long a thread that is awake leaves functions for which nobody waits to those who bring them: taking them one by
 /// one costs both sides several times what the functions themselves do.
-constexpr std::chrono::microseconds GatherTime(1);
+constexpr std::chrono::microseconds GatherTime(3);
 
 } // namespace
 
@@ -69,7 +69,10 @@ void BackgroundWorker::IoContext::Drain()
         const std::lock_guard lock(m_queueMutex);
         m_batch.swap(m_queue);
         m_isDrainPosted = false;
-        m_isWaitedFor = false;
+        if (m_isWaitedFor)
+        {
+            m_isWaitedFor = false;
+        }
     }
     m_hasDrained = true;
     while (m_next < m_batch.size() && !IsStopped())
@@ -99,10 +102,7 @@ void BackgroundWorker::IoContext::Run()
     {
         if (std::exchange(m_hasDrained, false) && SpinUntil([this] { return m_isDrainPosted || IsStopped(); }))
         {
-            if (!m_isWaitedFor)
-            {
-                PauseFor(GatherTime);
-            }
+            PauseUntil([this] { return m_isWaitedFor.load(std::memory_order_relaxed); }, GatherTime);
             m_context.poll();
         }
         else

@@ -73,9 +73,10 @@ private:
     static constexpr std::size_t CacheLine = 64;
 
     alignas(CacheLine) std::mutex m_queueMutex;
-    std::vector<Job> m_queue;                    ///< Guarded by m_queueMutex.
-    std::atomic<bool> m_isDrainPosted = false;   ///< Whether m_queue will be taken. Written under m_queueMutex.
-    std::atomic<bool> m_isWaitedFor = false;     ///< Whether any of m_queue is. Written under m_queueMutex.
+    std::vector<Job> m_queue;                  ///< Guarded by m_queueMutex.
+    std::atomic<bool> m_isDrainPosted = false; ///< Whether m_queue will be taken. Written under m_queueMutex.
+    /// Whether any of m_queue is. Written under m_queueMutex, seldom; read all the time.
+    alignas(CacheLine) std::atomic<bool> m_isWaitedFor = false;
     alignas(CacheLine) std::vector<Job> m_batch; ///< Taken from m_queue. The running thread's alone.
     std::size_t m_next = 0;                      ///< The first of m_batch that has not begun.
     bool m_hasDrained = false;                   ///< Whether more may follow soon. The running thread's alone.

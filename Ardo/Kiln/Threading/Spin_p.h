@@ -25,14 +25,15 @@ bool SpinUntil(const Condition& condition)
     return false;
 }
 
-/// Does nothing for \p time, without leaving the processor.
-inline void PauseFor(std::chrono::nanoseconds time)
+/// Does nothing for \p time or until \p condition, without leaving the processor.
+template <typename Condition>
+void PauseUntil(const Condition& condition, std::chrono::nanoseconds time)
 {
     const auto end = std::chrono::steady_clock::now() + time;
-    do
+    while (!condition() && std::chrono::steady_clock::now() < end)
     {
         _mm_pause();
-    } while (std::chrono::steady_clock::now() < end);
+    }
 }
 
 } // namespace Ardo::Kiln::Threading
