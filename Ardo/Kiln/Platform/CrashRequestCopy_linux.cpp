@@ -14,6 +14,7 @@ namespace Ardo::Kiln::Platform
 int FetchCrashRequest(std::int32_t process, std::uint64_t address, CrashRequest& request) noexcept
 {
     const iovec local{&request, sizeof request};
+    // NOLINTNEXTLINE(performance-no-int-to-ptr): an address of another process
     const iovec remote{reinterpret_cast<void*>(address), sizeof request};
     const ssize_t got = ::process_vm_readv(process, &local, 1, &remote, 1, 0);
     if (got == -1)
@@ -40,6 +41,7 @@ int AnswerCrashRequest(std::int32_t process, std::uint64_t address, const CrashR
     const auto copy = [&](std::size_t first, std::size_t last)
     {
         const iovec local{const_cast<char*>(reinterpret_cast<const char*>(&request)) + first, last - first};
+        // NOLINTNEXTLINE(performance-no-int-to-ptr): an address of another process
         const iovec remote{reinterpret_cast<void*>(address + first), last - first};
         return ::process_vm_writev(process, &local, 1, &remote, 1, 0) == static_cast<ssize_t>(last - first);
     };

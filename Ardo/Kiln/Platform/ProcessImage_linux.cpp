@@ -232,7 +232,8 @@ void ProcessImage::ReadBuildId(std::uint64_t address, std::uint64_t size, Module
         {
             return;
         }
-        if (note.n_type == NT_GNU_BUILD_ID && rest.substr(sizeof note, note.n_namesz) == std::string_view("GNU", 4))
+        if (note.n_type == NT_GNU_BUILD_ID &&
+            rest.substr(sizeof note, note.n_namesz) == std::string_view(ELF_NOTE_GNU, sizeof ELF_NOTE_GNU))
         {
             module.buildIdLength =
                 static_cast<std::uint32_t>(std::min<std::size_t>(note.n_descsz, Module::MaximumBuildId));
@@ -297,7 +298,7 @@ const Mapping* ProcessImage::Find(std::uint64_t address) const noexcept
 std::size_t ProcessImage::ReadMemory(std::uint64_t address, void* target, std::size_t size) const noexcept
 {
     const iovec local{target, size};
-    const iovec remote{reinterpret_cast<void*>(address), size};
+    const iovec remote{reinterpret_cast<void*>(address), size}; // NOLINT(performance-no-int-to-ptr): of another process
     ssize_t got = ::process_vm_readv(m_process, &local, 1, &remote, 1, 0);
     if (got == -1 && (errno == ENOSYS || errno == EPERM) && m_memory)
     {
