@@ -33,16 +33,16 @@ using Imaging::PixelKind;
 template <class Sample>
 void Stretch(const const_raw_image& image, QImage& picture)
 {
-    const auto [width, height] = image.Size();
+    const Imaging::size_2d size = image.Size();
     double smallest = std::numeric_limits<double>::infinity();
     double largest = -smallest;
     const auto forEach = [&](const auto& function)
     {
-        for (std::uint32_t y = 0; y < height; ++y)
+        for (std::uint32_t y = 0; y < size.height; ++y)
         {
             const auto* const row = static_cast<const Sample*>(image.Row(y));
             uchar* const line = picture.scanLine(static_cast<int>(y));
-            for (std::uint32_t x = 0; x < width; ++x)
+            for (std::uint32_t x = 0; x < size.width; ++x)
             {
                 const double value = row[x];
                 function(std::isfinite(value), value, line[x]);

@@ -3,6 +3,7 @@
 #include "Ardo/Kiln/Exception/ErrorDialogQueue_p.h"
 #include "Ardo/Kiln/Exception/ErrorInfo.h"
 #include "Ardo/Kiln/Exception/ErrorWithCode.h"
+#include "Ardo/Kiln/Exception/Handler.h"
 #include "Ardo/Kiln/Exception/Notification.h"
 #include "Ardo/Kiln/Exception/NotifyException.h"
 #include "Ardo/Kiln/Exception/Warning.h"
@@ -67,7 +68,7 @@ protected:
         ErrorDialogQueue::SetTakeUpLimit(std::chrono::seconds(30));
         if (!m_consoleTaken)
         {
-            EXPECT_THAT(Console(), Not(HasSubstr("-------")));
+            EXPECT_THAT(Console(), Not(::testing::ContainsRegex("------- (Error|Warning)")));
         }
     }
 
@@ -347,6 +348,28 @@ TEST_F(ErrorDialogTest, AnEventLoopThatDoesNotRunDoesNotKeepAnybodyWaiting)
         EXPECT_THAT(console, HasSubstr(text));
     }
     EXPECT_THAT(console, Not(HasSubstr("shown")));
+}
+
+TEST_F(ErrorDialogTest, AFaultOfAnotherThreadIsAskedAboutOnTheUserInterfaceThread)
+{
+    Handler::SetFlags(Handler::CatchUncaught | Handler::AlwaysAsk);
+    WhenShown(
+        [](QDialog* window)
+        {
+            EXPECT_EQ(Message(window), "A unfiltered exception has been caught. Orbex must be ended.");
+            EXPECT_GT(window->findChild<QPlainTextEdit*>()->toPlainText().count('\n'), 20) << "the crash report";
+            QTest::keyClick(window->focusWidget(), Qt::Key_N, Qt::AltModifier);
+        });
+    bool wentOn = false;
+    RunWith(
+        [&]
+        {
+            Handler::Initialize();
+            Handler::Execute([] { __builtin_trap(); });
+            wentOn = true;
+        });
+    EXPECT_TRUE(wentOn);
+    Handler::SetFlags(0);
 }
 
 TEST_F(ErrorDialogTest, AFaultOfTheUserInterfaceThreadIsAnsweredWithoutItsEventLoop)
