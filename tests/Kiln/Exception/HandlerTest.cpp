@@ -153,6 +153,7 @@ TEST_F(HandlerTest, FlagsBelongToTheFirstThread)
         .join();
     EXPECT_EQ(Access::Instances(), 0);
 
+    GTEST_FLAG_SET(death_test_style, "threadsafe"); // there are threads by now
     EXPECT_EXIT(
         {
             const Handler first;
