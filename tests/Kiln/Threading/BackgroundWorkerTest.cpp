@@ -8,7 +8,6 @@
 
 #include <gmock/gmock.h>
 
-#include <latch>
 #include <thread>
 
 namespace Ardo::Kiln::Threading
@@ -16,6 +15,7 @@ namespace Ardo::Kiln::Threading
 
 using Platform::ComApartment;
 using ::testing::ElementsAre;
+using ::testing::ThrowsMessage;
 
 namespace
 {
@@ -25,50 +25,28 @@ const auto Warn = [] { throw Exception::Warning("low"); };
 
 } // namespace
 
-TEST(BackgroundWorkerTest, RunsWhatEachHandOverBringsInOneOrderOnItsOwnThread)
+TEST(BackgroundWorkerTest, RunsWhatEachHandOverBringsInOneOrderOnItsOwnThreadAndRefusesToWaitForItself)
 {
-    std::vector<int> order;
+    std::string order;
     BackgroundWorker worker;
-    EXPECT_TRUE(worker.IsRunning());
     EXPECT_FALSE(worker.IsOnBackgroundThread());
     Gate gate;
     gate.Occupy(worker);
-    worker.Post(
-        [&]
-        {
-            order.push_back(1);
-            worker.Post([&] { order.push_back(4); }); // from the worker's thread: after what is queued already
-        });
-    const auto scheduled = worker.Schedule([&] { order.push_back(2); });
+    worker.Post([&] { worker.Post([&] { order += "d"; }), order += "a"; }); // after what is queued already
+    const auto scheduled = worker.Schedule([&] { order += "b"; });
     std::thread opener([&] { gate.Open(); });
     worker.Call(
         [&]
         {
-            order.push_back(3);
             EXPECT_TRUE(worker.IsOnBackgroundThread());
             EXPECT_EQ(std::this_thread::get_id(), worker.GetThreadId());
+            EXPECT_EQ(Refusal([&] { worker.Call([&] { order += "x"; }); }), Deadlock);
+            EXPECT_EQ(Refusal([&] { worker.Wait(); }), Deadlock);
+            order += "c";
         });
     worker.Wait();
     opener.join();
-    EXPECT_THAT(order, ElementsAre(1, 2, 3, 4));
-}
-
-TEST(BackgroundWorkerTest, RefusesToWaitForItself)
-{
-    bool ran = false;
-    std::string call;
-    std::string wait;
-    BackgroundWorker worker;
-    worker.Call(
-        [&]
-        {
-            call = Refusal([&] { worker.Call([&] { ran = true; }); });
-            wait = Refusal([&] { worker.Wait(); });
-        });
-    worker.Wait();
-    EXPECT_EQ(call, Deadlock);
-    EXPECT_EQ(wait, Deadlock);
-    EXPECT_FALSE(ran);
+    EXPECT_EQ(order, "abcd");
 }
 
 TEST(BackgroundWorkerTest, CallBringsExceptionsBackAndReleasesWhatTheFunctionHolds)
@@ -78,15 +56,7 @@ TEST(BackgroundWorkerTest, CallBringsExceptionsBackAndReleasesWhatTheFunctionHol
     BackgroundWorker worker("", [&](const Exception::Warning& warning) { warnings.emplace_back(warning.what()); });
     EXPECT_THROW(worker.Call(std::function<void()>()), std::bad_function_call);
     EXPECT_THROW(worker.Call(Warn), Exception::Warning); // the handler is for those who do not wait
-    try
-    {
-        worker.Call([held] { Fail(); });
-        ADD_FAILURE();
-    }
-    catch (const std::runtime_error& error)
-    {
-        EXPECT_STREQ(error.what(), "failed");
-    }
+    EXPECT_THAT([&] { worker.Call([held] { Fail(); }); }, ThrowsMessage<std::runtime_error>("failed"));
     EXPECT_EQ(held.use_count(), 1);
     EXPECT_TRUE(worker.IsRunning());
     EXPECT_TRUE(warnings.empty());
@@ -142,11 +112,9 @@ TEST(BackgroundWorkerTest, AnItemIsCancelledOnlyBeforeItBegins)
     ScheduledWork none;
     EXPECT_TRUE(none.Cancel());
     EXPECT_TRUE(none.Wait());
-    ScheduledWork moved(std::move(*running));
-    EXPECT_FALSE(moved.Cancel());
-    EXPECT_TRUE(running->Cancel()); // holds nothing any more
-    none = std::move(moved);
+    none = std::move(*running);
     EXPECT_FALSE(none.Cancel());
+    EXPECT_TRUE(running->Cancel()); // holds nothing any more
 }
 
 TEST(BackgroundWorkerTest, TheDestructorFinishesWhatRunsAndDestroysWhatWaits)

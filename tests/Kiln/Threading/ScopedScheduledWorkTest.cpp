@@ -7,8 +7,6 @@
 
 #include <gmock/gmock.h>
 
-#include <thread>
-
 namespace Ardo::Kiln::Threading
 {
 
@@ -18,37 +16,25 @@ using ::testing::IsEmpty;
 namespace
 {
 
-using Events = std::vector<std::string>;
-
-/// An item that tells what is done to it. Never runs.
-class Item : public WorkBase
+/// An item that tells what is done to it, a letter and its name each. Never runs.
+struct Item : WorkBase
 {
-public:
-    Item(std::string name, Events& events, bool isRunning)
-        : WorkBase({}), m_name(std::move(name)), m_events(events), m_isRunning(isRunning)
+    Item(char theName, std::string& theEvents, bool running)
+        : WorkBase({}), name(theName), events(theEvents), isRunning(running)
     {
     }
-    ~Item() override { m_events.push_back("drop " + m_name); }
+    ~Item() override { Tell("~"); }
 
-    bool Cancel() override
-    {
-        m_events.push_back("cancel " + m_name);
-        return !m_isRunning;
-    }
-    bool Wait() override
-    {
-        m_events.push_back("wait " + m_name);
-        return true;
-    }
+    bool Cancel() override { return Tell("c") && !isRunning; }
+    bool Wait() override { return Tell("w"); }
     void operator()() override {}
-
-private:
     void Succeed() override {}
     void Fail() override {}
+    bool Tell(const char* what) const { return !(events += what + std::string(1, name) + " ").empty(); }
 
-    const std::string m_name;
-    Events& m_events;
-    const bool m_isRunning;
+    const char name;
+    std::string& events;
+    const bool isRunning;
 };
 
 constexpr bool Running = true;
@@ -59,80 +45,70 @@ constexpr bool Waiting = false;
 class ScopedScheduledWorkTest : public ::testing::Test
 {
 protected:
-    std::unique_ptr<ScheduledWork> Make(const std::string& name, bool isRunning)
+    std::unique_ptr<ScheduledWork> Make(char name, bool isRunning)
     {
         return std::make_unique<ScheduledWork>(std::make_shared<Item>(name, m_events, isRunning));
     }
 
-    Events Take() { return std::exchange(m_events, {}); }
+    /// Owns \p previous, which runs, and \p current.
+    ScopedScheduledWork Make(char previous, char current, bool isRunning)
+    {
+        ScopedScheduledWork work(Make(previous, Running));
+        work = Make(current, isRunning);
+        m_events.clear();
+        return work;
+    }
+
+    std::string Take() { return std::exchange(m_events, {}); }
 
 private:
-    Events m_events;
+    std::string m_events;
 };
 
 TEST_F(ScopedScheduledWorkTest, ItsEndCancelsOrWaitsForBoth)
 {
     {
-        ScopedScheduledWork none;
-        EXPECT_TRUE(none.Cancel());
-        none.Wait();
-    }
-    {
-        ScopedScheduledWork work(Make("a", Running));
-        work = Make("b", Waiting);
-        EXPECT_THAT(Take(), ElementsAre("cancel a"));
+        ScopedScheduledWork work = Make('a', 'b', Waiting);
         EXPECT_TRUE(work.Cancel());
         work.Wait();
-        EXPECT_THAT(Take(), ElementsAre("cancel b", "wait b"));
         const ScopedScheduledWork moved(std::move(work));
-        EXPECT_TRUE(work.Cancel());
-        EXPECT_THAT(Take(), IsEmpty());
+        EXPECT_TRUE(work.Cancel()); // owns nothing any more
+        EXPECT_EQ(Take(), "cb wb ");
     }
-    EXPECT_THAT(Take(), ElementsAre("cancel b", "cancel a", "wait a", "drop a", "drop b"));
+    EXPECT_EQ(Take(), "cb ca wa ~a ~b ");
 }
 
 TEST_F(ScopedScheduledWorkTest, AssigningAHandleRemembersOneRunningPredecessor)
 {
-    ScopedScheduledWork work(Make("a", Waiting));
-    work = Make("b", Running);
-    EXPECT_THAT(Take(), ElementsAre("cancel a", "drop a"));
-    work = Make("c", Running);
-    work = Make("d", Waiting);
-    EXPECT_THAT(Take(), ElementsAre("cancel b", "cancel c", "drop b")); // b is let go unwaited
+    ScopedScheduledWork work(Make('a', Waiting));
+    work = Make('b', Running);
+    EXPECT_EQ(Take(), "ca ~a ");
+    work = Make('c', Running);
+    work = Make('d', Waiting);
+    EXPECT_EQ(Take(), "cb cc ~b "); // b is let go unwaited
     work = nullptr;
-    EXPECT_THAT(Take(), ElementsAre("cancel d", "drop d"));
+    EXPECT_EQ(Take(), "cd ~d ");
 }
 
 TEST_F(ScopedScheduledWorkTest, MovingTreatsTheOthersPredecessorByWhetherItsOwnItemRuns)
 {
-    const auto make = [this](const std::string& name, bool isRunning)
     {
-        ScopedScheduledWork work(Make(name + "1", Running));
-        work = Make(name + "2", isRunning);
-        return work;
-    };
-    {
-        ScopedScheduledWork target = make("a", Waiting);
-        ScopedScheduledWork source = make("b", Waiting);
-        Take();
+        ScopedScheduledWork target = Make('a', 'b', Waiting);
+        ScopedScheduledWork source = Make('x', 'y', Waiting);
         target = std::move(source);
-        EXPECT_THAT(Take(), ElementsAre("cancel a2", "drop a1", "drop a2")); // takes b1 over, unasked
+        EXPECT_EQ(Take(), "cb ~a ~b "); // takes x over, unasked
     }
-    EXPECT_THAT(Take(), ElementsAre("cancel b2", "cancel b1", "wait b1", "drop b1", "drop b2"));
+    EXPECT_EQ(Take(), "cy cx wx ~x ~y ");
     {
-        ScopedScheduledWork target = make("a", Running);
-        ScopedScheduledWork source = make("b", Waiting);
-        Take();
+        ScopedScheduledWork target = Make('a', 'b', Running);
+        ScopedScheduledWork source = Make('x', 'y', Waiting);
         target = std::move(source);
-        EXPECT_THAT(Take(), ElementsAre("cancel a2", "drop a1", "cancel b1", "wait b1"));
-        source = nullptr;
-        EXPECT_THAT(Take(), IsEmpty()) << "b1 has stayed with the source";
+        EXPECT_EQ(Take(), "cb ~a cx wx ");
         ScopedScheduledWork& same = target;
         target = std::move(same);
-        EXPECT_THAT(Take(), IsEmpty());
+        EXPECT_EQ(Take(), "");
     }
-    EXPECT_THAT(Take(), ElementsAre("cancel b1", "wait b1", "drop b1", "cancel b2", "cancel a2", "wait a2", "drop a2",
-                                    "drop b2"));
+    EXPECT_EQ(Take(), "cx wx ~x cy cb wb ~b ~y ") << "x has stayed with the source";
 }
 
 TEST(AsynchronizerTest, OnlyTheLatestOfWhatWaitsRuns)
@@ -141,12 +117,7 @@ TEST(AsynchronizerTest, OnlyTheLatestOfWhatWaitsRuns)
     Gate gate;
     {
         Asynchronizer latest({}, "Preview");
-        latest.Post(
-            [&]
-            {
-                gate.Pass();
-                ran.push_back(1);
-            });
+        latest.Post([&] { gate.Pass(), ran.push_back(1); });
         gate.entered.get_future().wait();
         latest.Post([&] { ran.push_back(2); });
         latest.Post([&] { ran.push_back(3); });
@@ -156,20 +127,18 @@ TEST(AsynchronizerTest, OnlyTheLatestOfWhatWaitsRuns)
     }
     BackgroundWorker worker;
     Gate other;
-    std::thread opener;
     {
         Asynchronizer latest(worker);
-        latest.Post(
-            [&]
+        const auto postOn = [&]
+        {
+            other.Pass();
+            for (int i = 0; i < 1000; ++i) // until the destructor has begun, and into it
             {
-                other.Pass();
-                // Posts until the destructor has begun, and into it.
-                for (int i = 0; i < 1000; ++i)
-                {
-                    latest.Post([&] { ran.push_back(5); });
-                }
-                ran.push_back(4);
-            });
+                latest.Post([&] { ran.push_back(5); });
+            }
+            ran.push_back(4);
+        };
+        latest.Post(postOn);
         other.entered.get_future().wait();
         other.Open();
     }
