@@ -22,6 +22,7 @@ template <class Job>
 class PostedJob final : public MainThreadJob
 {
 public:
+    /// Takes or copies the job.
     template <class Argument>
     explicit PostedJob(std::in_place_t /*tag*/, Argument&& job) : m_job(std::forward<Argument>(job))
     {
@@ -45,6 +46,7 @@ template <class Job, class Result>
 class WaitedJob final : public MainThreadJob
 {
 public:
+    /// Takes or copies the job.
     template <class Argument>
     explicit WaitedJob(std::in_place_t /*tag*/, Argument&& job) : m_job(std::forward<Argument>(job))
     {
@@ -83,6 +85,7 @@ public:
         }
     }
 
+    /// What the job returns or throws, or NeverRun. To be called once, before the job is queued.
     std::future<Result> Answer() { return m_answer.get_future(); }
 
 private:
