@@ -30,8 +30,9 @@ BackgroundWorker::IoContext::IoContext(bool hasThread,
 
 void BackgroundWorker::IoContext::Post(const std::function<void()>& function, HandOver handOver)
 {
+    Job job{function, handOver == HandOver::PostHandlingWarnings}; // its copy may run code that comes here, too
     const std::lock_guard lock(m_queueMutex);
-    m_queue.push_back({function, handOver == HandOver::PostHandlingWarnings});
+    m_queue.push_back(std::move(job));
     if (handOver == HandOver::Call)
     {
         m_isWaitedFor = true;
@@ -44,6 +45,7 @@ void BackgroundWorker::IoContext::Post(const std::function<void()>& function, Ha
         }
         catch (...)
         {
+            job = std::move(m_queue.back()); // destroyed after the lock is released
             m_queue.pop_back();
             throw;
         }
