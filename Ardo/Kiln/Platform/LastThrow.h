@@ -11,7 +11,7 @@ namespace Ardo::Kiln::Platform
 /// What a thread last threw, as far as it was remembered.
 struct LastThrow
 {
-    static constexpr std::uint32_t MaximumFrames = 48;
+    static constexpr std::uint32_t MaximumFrames = 48; ///< How much of the call stack is kept.
 
     std::uint32_t code = 0;                   ///< 0: nothing yet.
     std::uint64_t address = 0;                ///< The instruction that threw.

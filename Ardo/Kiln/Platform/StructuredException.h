@@ -29,8 +29,9 @@ struct EXCEPTION_RECORD // NOLINT(readability-identifier-naming): the system's n
 /// The registers of a thread. Layout of Windows x64, which is also the one of minidump files.
 struct alignas(16) CONTEXT
 {
+    /// \cond Registers are called as in the processor's manual.
     std::uint64_t P1Home, P2Home, P3Home, P4Home, P5Home, P6Home;
-    std::uint32_t ContextFlags; ///< Which groups of registers are set; see Platform::ContextFlag.
+    std::uint32_t ContextFlags; // which groups of registers are set; see Platform::ContextFlag
     std::uint32_t MxCsr;
     std::uint16_t SegCs, SegDs, SegEs, SegFs, SegGs, SegSs;
     std::uint32_t EFlags;
@@ -38,10 +39,11 @@ struct alignas(16) CONTEXT
     std::uint64_t Rax, Rcx, Rdx, Rbx, Rsp, Rbp, Rsi, Rdi;
     std::uint64_t R8, R9, R10, R11, R12, R13, R14, R15;
     std::uint64_t Rip;
-    std::uint8_t FltSave[512]; ///< The FXSAVE area.
+    std::uint8_t FltSave[512]; // the FXSAVE area
     std::uint8_t VectorRegister[26][16];
     std::uint64_t VectorControl, DebugControl;
     std::uint64_t LastBranchToRip, LastBranchFromRip, LastExceptionToRip, LastExceptionFromRip;
+    /// \endcond
 };
 
 /// What a fault filter receives.

@@ -24,7 +24,7 @@ class KILN_EXPORT ScheduledWork
 public:
     /// A handle on nothing: Cancel() and Wait() answer true.
     ScheduledWork();
-    explicit ScheduledWork(std::shared_ptr<WorkBase> work);
+    explicit ScheduledWork(std::shared_ptr<WorkBase> work); ///< A handle on \p work, or on nothing if that is null.
     virtual ~ScheduledWork();
     ScheduledWork(ScheduledWork&& other) noexcept;            ///< \p other is left with nothing.
     ScheduledWork& operator=(ScheduledWork&& other) noexcept; ///< \p other is left with nothing.

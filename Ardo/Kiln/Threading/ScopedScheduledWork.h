@@ -24,8 +24,8 @@ class ScheduledWork;
 class KILN_EXPORT ScopedScheduledWork
 {
 public:
-    ScopedScheduledWork(); ///< Owns nothing.
-    ScopedScheduledWork(std::unique_ptr<ScheduledWork> work);
+    ScopedScheduledWork();                                    ///< Owns nothing.
+    ScopedScheduledWork(std::unique_ptr<ScheduledWork> work); ///< Owns \p work, which may be null.
     ~ScopedScheduledWork();
 
     /// Takes over all that \p other owns, which must not be in use by another thread.

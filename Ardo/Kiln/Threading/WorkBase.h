@@ -45,7 +45,7 @@ protected:
     /// Sets the state and tells those who wait. m_mutex must be held.
     void SetState(WorkState state);
 
-    mutable std::mutex m_mutex;
+    mutable std::mutex m_mutex;               ///< Guards the state.
     WorkState m_state = WorkState::Scheduled; ///< Guarded by m_mutex.
     std::condition_variable m_changed;        ///< Notified at each change of m_state.
     /// Guarded by m_mutex while the item is Scheduled; the running thread's alone while it runs.

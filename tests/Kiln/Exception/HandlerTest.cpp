@@ -329,15 +329,24 @@ TEST_F(HandlerTest, WhatLeavesTheWorkEndsThere)
 
 TEST_F(HandlerTest, AThreadMayEndInsideTheWork)
 {
-    bool goesOn = false;
-    std::thread(
-        [&]
-        {
-            Handler::Execute([] { ::pthread_exit(nullptr); });
-            goesOn = true;
-        })
-        .join();
-    EXPECT_FALSE(goesOn);
+    const auto cancelled = []
+    {
+        ::pthread_cancel(::pthread_self());
+        ::pthread_testcancel();
+    };
+    for (const std::function<void()>& end :
+         {std::function<void()>([] { ::pthread_exit(nullptr); }), std::function<void()>(cancelled)})
+    {
+        bool goesOn = false;
+        std::thread(
+            [&]
+            {
+                Handler::Execute(end);
+                goesOn = true;
+            })
+            .join();
+        EXPECT_FALSE(goesOn);
+    }
 }
 
 } // namespace
