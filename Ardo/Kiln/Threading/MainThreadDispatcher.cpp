@@ -66,9 +66,10 @@ MainThreadDispatcher::MainThreadDispatcher()
 
 MainThreadDispatcher::MainThreadDispatcher(QObject* parent) : QObject(parent) {}
 
-MainThreadDispatcher::~MainThreadDispatcher()
+MainThreadDispatcher::~MainThreadDispatcher() = default;
+
+void MainThreadDispatcher::LetGo()
 {
-    // A thread whose job is queued already may still be about to give the mutex back.
     const std::lock_guard lock(m_mutex);
 }
 

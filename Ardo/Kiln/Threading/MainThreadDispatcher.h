@@ -55,6 +55,10 @@ public:
     /// Destroys the jobs that are still queued, unrun.
     ~MainThreadDispatcher() override;
 
+    /// Returns when the threads whose waited job is queued use this object no more. To be called before it is
+    /// destroyed.
+    void LetGo();
+
     /// Queues \p job; it runs unless the guard's object is gone by then. From any thread.
     /// \throws std::bad_alloc only.
     void Queue(const GuardedQObjectPointer& guard, std::unique_ptr<MainThreadJob> job);

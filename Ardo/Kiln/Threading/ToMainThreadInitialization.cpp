@@ -5,6 +5,7 @@
 #include <QCoreApplication>
 
 #include <stdexcept>
+#include <utility>
 
 namespace Ardo::Kiln::Threading
 {
@@ -17,12 +18,21 @@ ToMainThreadInitialization::ToMainThreadInitialization()
     {
         qFatal("Ensure the QApplication instance is created before initializing ToMainThread functionality");
     }
-    s_pDispatcher = std::make_unique<Private::MainThreadDispatcher>();
+    Replace(std::make_unique<Private::MainThreadDispatcher>());
 }
 
 ToMainThreadInitialization::~ToMainThreadInitialization()
 {
-    s_pDispatcher.reset();
+    Replace(nullptr);
+}
+
+void ToMainThreadInitialization::Replace(std::unique_ptr<Private::MainThreadDispatcher> dispatcher)
+{
+    if (s_pDispatcher != nullptr)
+    {
+        s_pDispatcher->LetGo();
+    }
+    s_pDispatcher = std::move(dispatcher);
 }
 
 Private::MainThreadDispatcher* ToMainThreadInitialization::GetDispatcher()

@@ -40,6 +40,8 @@ public:
     static Private::MainThreadDispatcher* GetDispatcherOrNull() noexcept;
 
 private:
+    static void Replace(std::unique_ptr<Private::MainThreadDispatcher> dispatcher);
+
     static std::unique_ptr<Private::MainThreadDispatcher> s_pDispatcher;
 };
 
