@@ -25,7 +25,7 @@ struct ThreadFilters
     void* word = nullptr;
 };
 
-thread_local ThreadFilters t_thread;
+thread_local ThreadFilters g_thread;
 std::atomic<DWORD> g_firstThread = 0;
 std::atomic<FaultFilter> g_throwFilter = nullptr;
 
@@ -35,13 +35,13 @@ constexpr DWORD CxxException = 0xE06D7363;
 LONG CALLBACK AskVectoredFilters(EXCEPTION_POINTERS* pointers)
 {
     const FaultFilter throwFilter = g_throwFilter;
-    if (t_thread.count == 0 && throwFilter != nullptr && pointers->ExceptionRecord->ExceptionCode == CxxException)
+    if (g_thread.count == 0 && throwFilter != nullptr && pointers->ExceptionRecord->ExceptionCode == CxxException)
     {
         throwFilter(pointers);
     }
-    for (std::size_t at = t_thread.count; at > 0; --at)
+    for (std::size_t at = g_thread.count; at > 0; --at)
     {
-        if (t_thread.filters[at - 1](pointers) < FilterResult::ContinueSearch)
+        if (g_thread.filters[at - 1](pointers) < FilterResult::ContinueSearch)
         {
             return EXCEPTION_CONTINUE_EXECUTION;
         }
@@ -72,7 +72,7 @@ constexpr DWORD GccException = 0x20474343;
 long FilterFaults(EXCEPTION_POINTERS* pointers)
 {
     const DWORD code = pointers->ExceptionRecord->ExceptionCode;
-    return code == GccException || t_thread.guard == nullptr ? EXCEPTION_CONTINUE_SEARCH : t_thread.guard(pointers);
+    return code == GccException || g_thread.guard == nullptr ? EXCEPTION_CONTINUE_SEARCH : g_thread.guard(pointers);
 }
 
 // One such function a file, without destructors: the macros of <excpt.h> put labels around the call.
@@ -110,21 +110,21 @@ void FaultDispatch::MonitorThread() noexcept
 
 void FaultDispatch::AddVectoredFilter(FaultFilter filter) noexcept
 {
-    if (t_thread.count < t_thread.filters.size())
+    if (g_thread.count < g_thread.filters.size())
     {
-        t_thread.filters[t_thread.count++] = filter;
+        g_thread.filters[g_thread.count++] = filter;
     }
 }
 
 void FaultDispatch::RemoveVectoredFilter(FaultFilter filter) noexcept
 {
-    FaultFilter* const begin = t_thread.filters.data();
-    FaultFilter* const end = begin + t_thread.count;
+    FaultFilter* const begin = g_thread.filters.data();
+    FaultFilter* const end = begin + g_thread.count;
     FaultFilter* const found = std::find(begin, end, filter);
     if (found != end)
     {
         std::copy(found + 1, end, found);
-        --t_thread.count;
+        --g_thread.count;
     }
 }
 
@@ -143,8 +143,8 @@ bool FaultDispatch::CallGuarded(void (*work)(void*), void* argument, FaultFilter
     Start();
     struct Guard
     {
-        explicit Guard(FaultFilter inner) : outer(t_thread.guard) { t_thread.guard = inner; }
-        ~Guard() { t_thread.guard = outer; }
+        explicit Guard(FaultFilter inner) : outer(g_thread.guard) { g_thread.guard = inner; }
+        ~Guard() { g_thread.guard = outer; }
         Guard(const Guard&) = delete;
         Guard& operator=(const Guard&) = delete;
         FaultFilter outer;
@@ -155,7 +155,7 @@ bool FaultDispatch::CallGuarded(void (*work)(void*), void* argument, FaultFilter
 
 void*& FaultDispatch::ThreadWord() noexcept
 {
-    return t_thread.word;
+    return g_thread.word;
 }
 
 std::uint32_t FaultDispatch::ThreadId() noexcept

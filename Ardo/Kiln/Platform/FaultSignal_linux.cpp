@@ -184,7 +184,7 @@ std::optional<std::uint64_t> Divisor(const ucontext_t& context) noexcept
 /// the stack pointer has left the stack. Memory just below a stack pointer that is inside is always there.
 bool IsStackOverflow(const FaultThread& thread, std::uintptr_t address, std::uintptr_t stackPointer) noexcept
 {
-    constexpr std::uintptr_t reach = 64 * 1024;
+    constexpr std::uintptr_t reach = 0x10000;
     if (thread.stackLow != 0 && address < thread.stackLow + Page && address + reach >= thread.stackLow)
     {
         return true;

@@ -19,7 +19,7 @@ namespace
 using CreateThread = int (*)(pthread_t*, const pthread_attr_t*, void* (*)(void*), void*);
 
 // A handler needs up to 14 KiB for the processor's registers alone on today's machines.
-constexpr std::size_t AlternateStackSize = 64 * 1024;
+constexpr std::size_t AlternateStackSize = 0x10000;
 constexpr std::size_t GuardSize = 4096;
 
 /// The memory of one thread: a page that faults when the alternate stack overflows, that stack, and the record.
@@ -31,9 +31,9 @@ struct ThreadMemory
 };
 
 // Initial-exec, because a signal handler must not cause the allocation that other models may need at first use.
-[[gnu::tls_model("initial-exec")]] thread_local FaultThread* t_thread = nullptr;
-[[gnu::tls_model("initial-exec")]] thread_local FaultThread* t_onBehalf = nullptr;
-[[gnu::tls_model("initial-exec")]] thread_local pid_t t_onBehalfId = 0;
+[[gnu::tls_model("initial-exec")]] thread_local FaultThread* g_thread = nullptr;
+[[gnu::tls_model("initial-exec")]] thread_local FaultThread* g_onBehalf = nullptr;
+[[gnu::tls_model("initial-exec")]] thread_local pid_t g_onBehalfId = 0;
 
 // For threads that fault and were never adopted. Static, because a fault may find no memory.
 std::array<FaultThread, 4> g_reserve;
@@ -63,7 +63,7 @@ void Release(void* memory)
         none.ss_flags = SS_DISABLE;
         sigaltstack(&none, nullptr);
     }
-    t_thread = nullptr;
+    g_thread = nullptr;
     own->thread.~FaultThread();
     munmap(own, sizeof(ThreadMemory));
 }
@@ -113,12 +113,12 @@ void* RunAdopted(void* start)
 
 FaultThread* OwnFaultThread() noexcept
 {
-    return t_thread;
+    return g_thread;
 }
 
 void AdoptThread() noexcept
 {
-    if (t_thread != nullptr)
+    if (g_thread != nullptr)
     {
         return;
     }
@@ -145,21 +145,21 @@ void AdoptThread() noexcept
         stack.ss_size = AlternateStackSize;
         sigaltstack(&stack, nullptr); // fails only for arguments that these are not
     }
-    t_thread = &own->thread;
+    g_thread = &own->thread;
 }
 
 FaultThread* BorrowFaultThread() noexcept
 {
-    if (t_thread != nullptr)
+    if (g_thread != nullptr)
     {
-        return t_thread;
+        return g_thread;
     }
     for (FaultThread& reserved : g_reserve)
     {
         pid_t nobody = 0;
         if (reserved.lender.compare_exchange_strong(nobody, gettid()))
         {
-            t_thread = &reserved;
+            g_thread = &reserved;
             return &reserved;
         }
     }
@@ -171,25 +171,25 @@ void ReturnFaultThread(FaultThread* thread) noexcept
     if (thread->lender != 0)
     {
         thread->depth = 0;
-        t_thread = nullptr;
+        g_thread = nullptr;
         thread->lender = 0;
     }
 }
 
 FaultThread* FaultThreadOnBehalf() noexcept
 {
-    return t_onBehalf != nullptr ? t_onBehalf : t_thread;
+    return g_onBehalf != nullptr ? g_onBehalf : g_thread;
 }
 
 void ActOnBehalf(FaultThread* thread, pid_t threadId) noexcept
 {
-    t_onBehalf = thread;
-    t_onBehalfId = threadId;
+    g_onBehalf = thread;
+    g_onBehalfId = threadId;
 }
 
 pid_t ThreadIdOnBehalf() noexcept
 {
-    return t_onBehalf != nullptr ? t_onBehalfId : gettid();
+    return g_onBehalf != nullptr ? g_onBehalfId : gettid();
 }
 
 int CreatePlainThread(pthread_t* thread, void* (*body)(void*), void* argument) noexcept

@@ -74,7 +74,7 @@ void* CurrentObject() noexcept
     const std::exception_ptr current = std::current_exception();
     void* object = nullptr;
     static_assert(sizeof current == sizeof object); // it is that pointer
-    std::memcpy(&object, &current, sizeof object);
+    std::memcpy(&object, static_cast<const void*>(&current), sizeof object);
     return object;
 }
 
@@ -190,8 +190,6 @@ CaughtException::CaughtException() noexcept : m_block(new (m_memory) Block)
         known && thread->lastThrow.address != 0 ? thread->lastThrow.address : m_block->context.Rip;
     record.ExceptionAddress = reinterpret_cast<void*>(address); // NOLINT(performance-no-int-to-ptr)
 }
-
-CaughtException::~CaughtException() = default;
 
 EXCEPTION_POINTERS* CaughtException::Pointers() noexcept
 {

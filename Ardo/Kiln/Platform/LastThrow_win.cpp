@@ -18,7 +18,7 @@ namespace Ardo::Kiln::Platform
 namespace
 {
 
-thread_local LastThrow t_last;
+thread_local LastThrow g_last;
 
 /// Type and message of the exception that a catch block is dealing with.
 void DescribeCurrent(LastThrow& last)
@@ -48,25 +48,25 @@ void DescribeCurrent(LastThrow& last)
 void RememberThrow(const EXCEPTION_POINTERS* pointers) noexcept
 {
     const EXCEPTION_RECORD& record = *pointers->ExceptionRecord;
-    t_last.code = record.ExceptionCode;
-    t_last.address = reinterpret_cast<ULONG_PTR>(record.ExceptionAddress);
-    t_last.object = nullptr;
-    t_last.type[0] = '\0'; // what is thrown tells them when it is caught
-    t_last.message[0] = '\0';
-    t_last.frameCount = 0;
+    g_last.code = record.ExceptionCode;
+    g_last.address = reinterpret_cast<ULONG_PTR>(record.ExceptionAddress);
+    g_last.object = nullptr;
+    g_last.type[0] = '\0'; // what is thrown tells them when it is caught
+    g_last.message[0] = '\0';
+    g_last.frameCount = 0;
     if (record.ExceptionCode == FaultCode::CxxException && record.NumberParameters > 1)
     {
-        t_last.object = reinterpret_cast<const void*>(record.ExceptionInformation[1]);
+        g_last.object = reinterpret_cast<const void*>(record.ExceptionInformation[1]);
         void* frames[LastThrow::MaximumFrames];
-        t_last.frameCount = CaptureStackBackTrace(0, LastThrow::MaximumFrames, frames, nullptr);
-        std::transform(frames, frames + t_last.frameCount, t_last.frames,
+        g_last.frameCount = CaptureStackBackTrace(0, LastThrow::MaximumFrames, frames, nullptr);
+        std::transform(frames, frames + g_last.frameCount, g_last.frames,
                        [](void* frame) { return reinterpret_cast<ULONG_PTR>(frame); });
     }
 }
 
 const LastThrow& LastThrowOfThread() noexcept
 {
-    return t_last;
+    return g_last;
 }
 
 struct CaughtException::Block
@@ -80,21 +80,19 @@ CaughtException::CaughtException() noexcept : m_block(new (m_memory) Block)
 {
     static_assert(sizeof(Block) <= sizeof m_memory && alignof(Block) <= 16);
     static_assert(std::is_trivially_destructible_v<Block>);
-    DescribeCurrent(t_last);
-    if (t_last.code != FaultCode::CxxException)
+    DescribeCurrent(g_last);
+    if (g_last.code != FaultCode::CxxException)
     {
-        t_last.code = FaultCode::CxxException;
-        t_last.address = 0;
-        t_last.frameCount = 0;
+        g_last.code = FaultCode::CxxException;
+        g_last.address = 0;
+        g_last.frameCount = 0;
     }
     RtlCaptureContext(&m_block->context);
     m_block->record.ExceptionCode = FaultCode::CxxException;
     m_block->record.ExceptionFlags = FaultFlag::Noncontinuable;
-    const auto address = t_last.address != 0 ? static_cast<ULONG_PTR>(t_last.address) : m_block->context.Rip;
+    const auto address = g_last.address != 0 ? static_cast<ULONG_PTR>(g_last.address) : m_block->context.Rip;
     m_block->record.ExceptionAddress = reinterpret_cast<void*>(address);
 }
-
-CaughtException::~CaughtException() = default;
 
 EXCEPTION_POINTERS* CaughtException::Pointers() noexcept
 {

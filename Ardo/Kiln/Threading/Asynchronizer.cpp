@@ -7,6 +7,8 @@ namespace Ardo::Kiln::Threading
 
 Asynchronizer::Asynchronizer(BackgroundWorker& worker) : m_worker(&worker) {}
 
+// By value, as callers know it.
+// NOLINTNEXTLINE(performance-unnecessary-value-param)
 Asynchronizer::Asynchronizer(std::function<void(const Exception::Warning&)> warningHandler,
                              const std::string& threadName)
     : m_ownedWorker(std::make_unique<BackgroundWorker>(threadName, warningHandler)), m_worker(m_ownedWorker.get())

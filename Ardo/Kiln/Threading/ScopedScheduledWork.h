@@ -36,6 +36,7 @@ public:
     /// An item of this object that runs is remembered, as below, and a running predecessor that \p other remembers is
     /// waited for here and stays with \p other. If none of this object's runs, the predecessor of \p other takes the
     /// place of this object's. Assigning to itself does nothing.
+    // NOLINTNEXTLINE(performance-noexcept-move-constructor): it locks and waits
     ScopedScheduledWork& operator=(ScopedScheduledWork&& other);
 
     /// Replaces the item: one that has not begun is cancelled, one that runs is remembered, so that the destructor can
