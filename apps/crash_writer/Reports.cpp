@@ -26,8 +26,8 @@ namespace
 
 using Platform::CrashRequest;
 
-/// How long naming the functions may take. The library waits a second longer for a text.
-constexpr std::chrono::seconds SymbolTimeLimit(3);
+/// How long naming the functions may take. The library waits two seconds longer for a text.
+constexpr std::chrono::seconds SymbolTimeLimit(6);
 
 std::string TextOf(const Platform::FaultFacts& facts)
 {

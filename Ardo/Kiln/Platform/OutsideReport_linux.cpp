@@ -15,7 +15,7 @@ namespace Ardo::Kiln::Platform
 namespace
 {
 
-constexpr int TimeLimit = 4000; ///< Milliseconds; less than half of what filters have for everything.
+constexpr int TimeLimit = 8000; ///< Milliseconds; two seconds more than the writer takes for names.
 
 std::mutex g_placeMutex; ///< SetReportPlace serves one caller at a time. Never taken for a fault.
 

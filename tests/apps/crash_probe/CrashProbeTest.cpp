@@ -133,7 +133,8 @@ enum Trait : unsigned
     Ends = 2,         ///< The process ends also when the crash happens inside Execute.
     FirstThread = 4,  ///< Only on the first thread.
     NotSanitized = 8, ///< Only without a sanitizer.
-    Ignored = 16      ///< Execute reports nothing.
+    Ignored = 16,     ///< Execute reports nothing.
+    Unguarded = 32    ///< Not inside Execute, where it is left to chance how many reports there are.
 };
 
 // clang-format off
@@ -149,7 +150,7 @@ const struct Class
      {"read-null", "read-bad", "read-non-canonical", "write-null", "write-constant", "jump-null", "jump-data", "jump-non-canonical"}},
     {"C0000005 ACCESS_VIOLATION", "SIGSEGV", SIGSEGV, {"in-loader", "stdio-lock", "in-printf", "at-exit", "static-destructor"}},
     {"C0000005 ACCESS_VIOLATION", "SIGSEGV", SIGSEGV, {"in-malloc"}, NotSanitized},
-    {"C0000005 ACCESS_VIOLATION", "SIGSEGV", SIGSEGV, {"two-threads"}, Ends},
+    {"C0000005 ACCESS_VIOLATION", "SIGSEGV", SIGSEGV, {"two-threads"}, Ends | Unguarded},
     {"C0000005 ACCESS_VIOLATION", "SIGSEGV", SIGSEGV, {"before-main", "killed"}, FirstThread},
     {"C0000006 IN_PAGE_ERROR", "SIGBUS", SIGBUS, {"truncated-file"}},
     {"80000002 DATATYPE_MISALIGNMENT", "SIGBUS", SIGBUS, {"misaligned"}},
@@ -228,7 +229,8 @@ TEST(CrashProbeTest, EveryCrashIsReportedOnEveryThread)
             for (const std::string thread : {"", "--thread worker --execute ", "--thread bare "})
             {
                 if ((IsSanitized && (kind.traits & NotSanitized) != 0) ||
-                    (!thread.empty() && (kind.traits & FirstThread) != 0))
+                    (!thread.empty() && (kind.traits & FirstThread) != 0) ||
+                    (thread.find("execute") != std::string::npos && (kind.traits & Unguarded) != 0))
                 {
                     continue;
                 }
