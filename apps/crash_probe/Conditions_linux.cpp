@@ -1,5 +1,7 @@
 #include "apps/crash_probe/Conditions.h"
 
+#include "Ardo/Kiln/Exception/MiniDumpGenerator.h"
+
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
@@ -62,6 +64,7 @@ constexpr Condition List[] = {
     {"full-disk", "no file can grow beyond 4 KiB", &FullDisk},
     {"no-descriptors", "all file descriptors are in use", &NoDescriptors},
     {"no-memory", "no memory and no address space is left", &NoAddressSpace},
+    {"fake-dump", "minidumps are only pretended", [] { Exception::MiniDumpGenerator::SetFakeWriteDump(true); }},
 };
 
 } // namespace

@@ -60,6 +60,11 @@ std::string TextOf(const Platform::FaultFacts& facts)
 
 int CreateDump(const std::filesystem::path& folder, const std::filesystem::path& stem, const CrashRequest& request)
 {
+    if (request.fakesDump != 0)
+    {
+        Platform::WriteStandardError("Minidump faked.\n");
+        return 0;
+    }
     Platform::ReportFile file;
     if (const std::uint32_t error = file.Create(folder, stem, ".dmp"); error != 0)
     {

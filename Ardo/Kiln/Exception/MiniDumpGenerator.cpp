@@ -222,7 +222,8 @@ void PublishPlace() noexcept
     try
     {
         Platform::RefreshLocalOffset();
-        Platform::PublishReportPlace(ToUtf8(ReportFolder()), ApplicationName(), FullVersion(), g_defaultMinidumpType);
+        Platform::PublishReportPlace(ToUtf8(ReportFolder()), ApplicationName(), FullVersion(), g_defaultMinidumpType,
+                                     g_fakeWriteDump);
     }
     catch (const std::exception&)
     {
@@ -329,6 +330,7 @@ void MiniDumpGenerator::SetDefaultMinidumpType(MINIDUMP_TYPE type)
 void MiniDumpGenerator::SetFakeWriteDump(bool fake)
 {
     g_fakeWriteDump = fake;
+    PublishPlace();
 }
 
 } // namespace Ardo::Kiln::Exception

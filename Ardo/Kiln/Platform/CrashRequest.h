@@ -31,6 +31,7 @@ struct CrashRequest
     std::uint32_t size = sizeof(CrashRequest); ///< Differs between builds.
     std::uint32_t tasks = 0;                   ///< Combination of Task.
     std::uint32_t minidumpType = 0;            ///< MINIDUMP_TYPE of WriteDump and CreateFiles.
+    std::uint32_t fakesDump = 0;               ///< Not 0: CreateFiles says that it fakes the minidump, and writes none.
     std::int32_t processId = 0;                ///< The process that asks.
     std::int32_t threadId = 0;                 ///< The system's number of the thread at fault, or of the one that asks.
     std::int64_t time = 0;                     ///< When the fault happened, in seconds since 1970-01-01 UTC.
@@ -63,10 +64,10 @@ struct CrashRequest
 
 static_assert(std::is_trivially_copyable_v<CrashRequest>);
 
-/// Where reports go by the library's own choice, for a fault whose filters cannot run. Copied; null-terminated UTF-8.
-/// One thread at a time may call it.
+/// Where reports go by the library's own choice, and what belongs to them, for a fault whose filters cannot run.
+/// Copied; null-terminated UTF-8. One thread at a time may call it.
 KILN_EXPORT_FOR_TESTS void SetReportPlace(const char* dumpFolder, const char* applicationName, const char* fullVersion,
-                                          std::uint32_t minidumpType) noexcept;
+                                          std::uint32_t minidumpType, bool fakesDump) noexcept;
 
 /// Fills \p request with what is known about \p pointers, or about the calling thread when it is null, and with the
 /// place last set. Tasks and answers are left as they are. Makes system calls only; a signal handler may call it.

@@ -24,6 +24,7 @@ struct ReportPlace
     char applicationName[sizeof CrashRequest::applicationName] = {};
     char fullVersion[sizeof CrashRequest::fullVersion] = {};
     std::uint32_t minidumpType = 0;
+    bool fakesDump = false;
 };
 ReportPlace g_place;
 
@@ -75,12 +76,13 @@ _Unwind_Reason_Code CaptureFrame(_Unwind_Context* frame, void* argument)
 }
 
 void SetReportPlace(const char* dumpFolder, const char* applicationName, const char* fullVersion,
-                    std::uint32_t minidumpType) noexcept
+                    std::uint32_t minidumpType, bool fakesDump) noexcept
 {
     Copy(g_place.dumpFolder, dumpFolder);
     Copy(g_place.applicationName, applicationName);
     Copy(g_place.fullVersion, fullVersion);
     g_place.minidumpType = minidumpType;
+    g_place.fakesDump = fakesDump;
 }
 
 [[gnu::noinline]] void DescribeFault(const EXCEPTION_POINTERS* pointers, CrashRequest& request) noexcept
@@ -121,6 +123,7 @@ void SetReportPlace(const char* dumpFolder, const char* applicationName, const c
     Copy(request.applicationName, g_place.applicationName);
     Copy(request.fullVersion, g_place.fullVersion);
     request.minidumpType = g_place.minidumpType;
+    request.fakesDump = g_place.fakesDump ? 1 : 0;
 }
 
 } // namespace Ardo::Kiln::Platform

@@ -207,8 +207,8 @@ void MakeText(CrashRequest& request, const Calendar& now) noexcept
     text << "Fault at: 0x";
     text.Number(address, 16) << ", ";
     AddModule(text, address);
-    text << "\r\nThis is a short report: the usual ways to make one did not come to an end. The call stacks are in the "
-            "minidump.\r\n";
+    text << "\r\nThis is a short report: the usual ways to make one did not come to an end."
+         << (request.fakesDump == 0 ? " The call stacks are in the minidump.\r\n" : "\r\n");
     request.textLength = static_cast<std::uint32_t>(text.Text().size());
 }
 
@@ -231,8 +231,15 @@ bool WriteAll(int file, std::string_view text) noexcept
 void WriteReportsHere(CrashRequest& request) noexcept
 {
     const Calendar now(request.time + LocalOffset());
-    const bool dumped =
-        CreateFile(request, now, ".dmp", [&](int file) { return WriteMinidumpFile(file, request) == 0; });
+    bool dumped = true;
+    if (request.fakesDump != 0)
+    {
+        WriteStandardError("Minidump faked.\n");
+    }
+    else
+    {
+        dumped = CreateFile(request, now, ".dmp", [&](int file) { return WriteMinidumpFile(file, request) == 0; });
+    }
     MakeText(request, now);
     const std::string_view text(request.text, request.textLength);
     const bool reported = CreateFile(request, now, ".txt", [&](int file) { return WriteAll(file, text); });

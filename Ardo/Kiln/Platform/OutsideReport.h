@@ -15,9 +15,11 @@ namespace Ardo::Kiln::Platform
 /// \throws std::bad_alloc only.
 KILN_EXPORT_FOR_TESTS std::optional<std::string> ReportFromOutside(const EXCEPTION_POINTERS* pointers);
 
-/// Tells those who report when nothing of this library can run any more where reports go and how they are named. Texts
-/// are UTF-8. On Windows the system's own error reporting takes that part, and nothing is done. Any thread may call it.
+/// Tells those who report when nothing of this library can run any more where reports go, how they are named, and
+/// whether dumps are only faked. Texts are UTF-8. On Windows the system's own error reporting takes that part, and
+/// nothing is done. Any thread may call it.
 KILN_EXPORT_FOR_TESTS void PublishReportPlace(const std::string& dumpFolder, const std::string& applicationName,
-                                              const std::string& fullVersion, MINIDUMP_TYPE type) noexcept;
+                                              const std::string& fullVersion, MINIDUMP_TYPE type,
+                                              bool fakesDump) noexcept;
 
 } // namespace Ardo::Kiln::Platform

@@ -47,10 +47,10 @@ std::optional<std::string> ReportFromOutside(const EXCEPTION_POINTERS* pointers)
 }
 
 void PublishReportPlace(const std::string& dumpFolder, const std::string& applicationName,
-                        const std::string& fullVersion, MINIDUMP_TYPE type) noexcept
+                        const std::string& fullVersion, MINIDUMP_TYPE type, bool fakesDump) noexcept
 {
     const std::lock_guard lock(g_placeMutex);
-    SetReportPlace(dumpFolder.c_str(), applicationName.c_str(), fullVersion.c_str(), type);
+    SetReportPlace(dumpFolder.c_str(), applicationName.c_str(), fullVersion.c_str(), type, fakesDump);
     CrashWriterProcess::Prepare();
 }
 

@@ -16,7 +16,7 @@ std::optional<std::string> ReportFromOutside(const EXCEPTION_POINTERS*)
     return std::nullopt;
 }
 
-void PublishReportPlace(const std::string&, const std::string&, const std::string&, MINIDUMP_TYPE) noexcept {}
+void PublishReportPlace(const std::string&, const std::string&, const std::string&, MINIDUMP_TYPE, bool) noexcept {}
 
 FaultFacts FactsOf(const EXCEPTION_POINTERS* pointers)
 {

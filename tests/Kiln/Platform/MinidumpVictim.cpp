@@ -108,7 +108,7 @@ void OnFault(int signal, siginfo_t* info, void* context)
     }
     // A folder: as it is done when nothing of this process can run any more.
     static CrashRequest g_request;
-    SetReportPlace(g_file.c_str(), "App", "V", g_type);
+    SetReportPlace(g_file.c_str(), "App", "V", g_type, false);
     DescribeFault(&pointers, g_request);
     g_request.tasks = CrashRequest::CreateFiles | CrashRequest::MakeText;
     CrashWriterProcess::Run(g_request, -1, 30'000);

@@ -134,7 +134,8 @@ enum Trait : unsigned
     FirstThread = 4,  ///< Only on the first thread.
     NotSanitized = 8, ///< Only without a sanitizer.
     Ignored = 16,     ///< Execute reports nothing.
-    Unguarded = 32    ///< Not inside Execute, where it is left to chance how many reports there are.
+    Unguarded = 32,   ///< Not inside Execute, where it is left to chance how many reports there are.
+    NoDump = 64       ///< There are reports only.
 };
 
 // clang-format off
@@ -303,6 +304,8 @@ TEST(CrashProbeTest, ReportsAreMadeWhateverTheStateOfTheProcess)
         {"--child read-null", 0, 1, "ReadNull() at ", "child: signal 11\n"},
         {"--child --thread bare read-null", 0, 1, "ReadNull() at ", "child: signal 11\n"},
         {"--child --thread bare --execute throw-std", 0, 1, "ThrowStandard() at ", "child: status 0\n"},
+        {"--with fake-dump read-null", Ended + SIGSEGV, 1, "ReadNull() at ", "Minidump faked.\n", NoDump},
+        {"--with fake-dump --execute --handler faults read-null", Ended + SIGSEGV, 1, "ReadNull() at ", "Minidump faked.\n", NoDump},
         {"--flags 0 read-null", Ended + SIGSEGV, 0, ""},
         {"--flags 0 --execute read-null", 0, 1, "ReadNull() at ", "returned\n"},
         {"--flags 0 --execute throw-std", 0, 1, "ThrowStandard() at ", "returned\n"},
@@ -345,7 +348,7 @@ TEST(CrashProbeTest, ReportsAreMadeWhateverTheStateOfTheProcess)
         EXPECT_EQ(child.result.status, state.status) << child.result.error;
         EXPECT_THAT(child.result.output + child.result.error, HasSubstr(state.said));
         EXPECT_EQ(child.reports, state.reports);
-        EXPECT_EQ(child.dumps.size(), state.reports);
+        EXPECT_EQ(child.dumps.size(), (state.traits & NoDump) != 0 ? 0U : state.reports);
         EXPECT_EQ(child.others, 0U);
         EXPECT_THAT(child.report, HasSubstr(state.frame));
     }
