@@ -33,18 +33,7 @@ FileKind KindOf(const InputFile& file)
 std::optional<std::string> EmbeddedDocument(const InputFile& tiff)
 {
     ImageIO::TiffReader reader;
-    try
-    {
-        reader.Open(tiff.WidePath());
-    }
-    catch (const std::runtime_error&)
-    {
-        // Neither damaged pixels nor a document that is no record keep its text from being looked at.
-        if (reader.GetImageWidth() == 0)
-        {
-            throw;
-        }
-    }
+    reader.OpenFields(tiff.WidePath());
     std::string text = reader.GetMetadataText();
     return text.empty() ? std::nullopt : std::optional(std::move(text));
 }

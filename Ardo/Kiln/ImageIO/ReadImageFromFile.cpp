@@ -88,7 +88,7 @@ std::unique_ptr<Imaging::const_raw_image> ReadImageFromFile(const std::wstring& 
         {
             return DecodeFile(opened);
         }
-        tiff->OpenAndReadFields(file);
+        tiff->OpenFields(file);
         tiff->ReadPixels();
         tiff->Close();
     }

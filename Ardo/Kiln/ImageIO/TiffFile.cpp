@@ -79,6 +79,35 @@ tmsize_t AllocationLimit(std::uint64_t fileSize)
     return static_cast<tmsize_t>(AllocationFactor * std::min(fileSize, Largest) + MiB);
 }
 
+/// True for the entries without which an image or its record would be read wrong or not at all.
+bool IsNeeded(std::uint16_t tag, TIFF* tiff)
+{
+    constexpr std::array Needed = {
+        TIFFTAG_IMAGEWIDTH,      TIFFTAG_IMAGELENGTH,  TIFFTAG_BITSPERSAMPLE,   TIFFTAG_COMPRESSION,
+        TIFFTAG_PHOTOMETRIC,     TIFFTAG_STRIPOFFSETS, TIFFTAG_SAMPLESPERPIXEL, TIFFTAG_ROWSPERSTRIP,
+        TIFFTAG_STRIPBYTECOUNTS, TIFFTAG_PLANARCONFIG, TIFFTAG_TILEWIDTH,       TIFFTAG_TILELENGTH,
+        TIFFTAG_TILEOFFSETS,     TIFFTAG_EXTRASAMPLES, TIFFTAG_TILEBYTECOUNTS,  TIFFTAG_SAMPLEFORMAT};
+    constexpr std::array Private = {Tag::QdMetadata, Tag::XmlMetadata, Tag::XPixelsPerUnit, Tag::YPixelsPerUnit,
+                                    Tag::ResolutionUnit};
+    std::uint16_t photometric = 0;
+    switch (tag)
+    {
+    case TIFFTAG_COLORMAP: // libtiff passes over one that nothing needs
+        return TIFFGetField(tiff, TIFFTAG_PHOTOMETRIC, &photometric) == 1 && photometric == PHOTOMETRIC_PALETTE;
+    case TIFFTAG_PREDICTOR: // known to the compressions that use it
+        return TIFFFindField(tiff, tag, TIFF_ANY) != nullptr;
+    default:
+        return std::ranges::find(Needed, tag) != Needed.end() || std::ranges::find(Private, tag) != Private.end();
+    }
+}
+
+bool HasTag(TIFF* tiff, std::uint16_t tag)
+{
+    // A field is answered as up to three numbers or pointers.
+    std::array<std::uint64_t, 4> values{};
+    return TIFFGetField(tiff, tag, values.data(), values.data() + 1, values.data() + 2, values.data() + 3) == 1;
+}
+
 } // namespace
 
 void InstallTagExtender()
@@ -108,7 +137,7 @@ struct TiffFile::Callbacks
         {
             return 0;
         }
-        const std::int64_t count = file.m_file.ReadAt(file.m_position, bytes, size);
+        const std::int64_t count = file.m_file->ReadAt(file.m_position, bytes, size);
         if (count > 0)
         {
             file.m_position += static_cast<std::uint64_t>(count);
@@ -120,7 +149,7 @@ struct TiffFile::Callbacks
     static tmsize_t Write(thandle_t handle, void* bytes, tmsize_t size) noexcept
     {
         TiffFile& file = File(handle);
-        const std::int64_t count = file.m_file.WriteAt(file.m_position, bytes, size);
+        const std::int64_t count = file.m_file->WriteAt(file.m_position, bytes, size);
         if (count > 0)
         {
             file.m_position += static_cast<std::uint64_t>(count);
@@ -162,9 +191,19 @@ struct TiffFile::Callbacks
 };
 
 TiffFile::TiffFile(const std::wstring& path, Access access)
-    : m_file(path, access),
+    : TiffFile(std::make_unique<Platform::RandomAccessFile>(path, access), path, access)
+{
+}
+
+TiffFile::TiffFile(std::unique_ptr<Platform::RandomAccessFile> file, const std::wstring& path)
+    : TiffFile(std::move(file), path, Access::Read)
+{
+}
+
+TiffFile::TiffFile(std::unique_ptr<Platform::RandomAccessFile> file, const std::wstring& path, Access access)
+    : m_file(std::move(file)),
       m_name(Conversion::String::ToUtf8(path)),
-      m_size(m_file.SizeWhenOpened()),
+      m_size(m_file->SizeWhenOpened()),
       m_readBudget(access == Access::Read ? ReadBudgetFactor * std::min(m_size, std::uint64_t{1} << 60) + MiB
                                           : std::numeric_limits<std::uint64_t>::max())
 {
@@ -207,6 +246,53 @@ TiffFile::~TiffFile()
     }
 }
 
+TiffDirectoryReader TiffFile::Directories() const
+{
+    return {[this](std::uint64_t offset, void* bytes, std::size_t size)
+            {
+                const auto count = static_cast<std::int64_t>(size);
+                return m_file->ReadAt(offset, bytes, count) == count;
+            },
+            m_size};
+}
+
+std::string TiffFile::DirectoryFault() const
+try
+{
+    for (const auto& entry : Directories().At(TIFFCurrentDirOffset(m_tiff)).entries)
+    {
+        const std::string tag = "tag " + std::to_string(entry.tag);
+        if (!entry.isInside)
+        {
+            return tag + " lies beyond the end of the file";
+        }
+        if (IsNeeded(entry.tag, m_tiff) && !HasTag(m_tiff, entry.tag))
+        {
+            return tag + " cannot be read: " + std::to_string(entry.count) + " values of type " +
+                   std::to_string(entry.type);
+        }
+    }
+    return {};
+}
+catch (const std::runtime_error& error)
+{
+    return error.what();
+}
+
+std::vector<std::uint64_t> TiffFile::Pages() const
+{
+    constexpr std::size_t MaxPages = 65'536;
+    return Directories().Chain(MaxPages);
+}
+
+void TiffFile::SelectPage(std::uint64_t offset)
+{
+    if (TIFFSetSubDirectory(m_tiff, offset) != 1)
+    {
+        throw std::runtime_error(TakeError());
+    }
+}
+
 void TiffFile::ContinueAt(std::uint64_t offset) noexcept
 {
     // The gap needs no byte of its own: it appears when something is written behind it.
@@ -224,7 +310,7 @@ try
     if (m_error.empty()) // the first one is the cause of the others
     {
         m_error = Format(format, arguments);
-        if (const std::string reason = m_file.LastError(); !reason.empty())
+        if (const std::string reason = m_file->LastError(); !reason.empty())
         {
             m_error += ": " + reason;
         }

@@ -1,10 +1,12 @@
 #pragma once
 
+#include "Ardo/Kiln/ImageIO/TiffDirectory_p.h"
 #include "Ardo/Kiln/Platform/RandomAccessFile.h"
 
 #include <array>
 #include <cstdarg>
 #include <cstdint>
+#include <memory>
 #include <string>
 
 struct tiff; // libtiff's TIFF
@@ -40,6 +42,11 @@ public:
     /// their length, fail instead of filling the memory.
     /// \throws std::runtime_error whose text is the reason.
     TiffFile(const std::wstring& path, Access access);
+
+    /// Reads \p file, which is open for reading.
+    /// \param path names it in messages.
+    /// \throws std::runtime_error whose text is the reason.
+    TiffFile(std::unique_ptr<Platform::RandomAccessFile> file, const std::wstring& path);
     ~TiffFile();
     TiffFile(const TiffFile&) = delete;
     TiffFile& operator=(const TiffFile&) = delete;
@@ -50,6 +57,19 @@ public:
     /// The size of the file in bytes when it was opened.
     std::uint64_t Size() const noexcept { return m_size; }
 
+    /// Why an entry of the current directory cannot be read although the directory names it, or the directory itself;
+    /// empty if all is well. Every entry has to lie inside the file. Those that say what the pixels are, and the
+    /// library's own, also have to be of a type and a number of values that libtiff takes. For a file that is read.
+    std::string DirectoryFault() const;
+
+    /// Where the directories of the file begin, the first one first. For a file that is read.
+    /// \throws std::runtime_error whose text is the reason if the chain of directories leaves the file.
+    std::vector<std::uint64_t> Pages() const;
+
+    /// Makes the directory at \p offset the current one.
+    /// \throws std::runtime_error whose text is the reason.
+    void SelectPage(std::uint64_t offset);
+
     /// Makes the next strip begin at \p offset if the file ends before it. For a file that is written.
     void ContinueAt(std::uint64_t offset) noexcept;
 
@@ -59,11 +79,13 @@ public:
 private:
     struct Callbacks;
 
+    TiffFile(std::unique_ptr<Platform::RandomAccessFile> file, const std::wstring& path, Access access);
+    TiffDirectoryReader Directories() const;
     void NoteError(const char* format, std::va_list arguments) noexcept;
     void NoteWarning(const char* format, std::va_list arguments) noexcept;
 
-    Platform::RandomAccessFile m_file;
-    std::string m_name; ///< The path in UTF-8, for messages.
+    std::unique_ptr<Platform::RandomAccessFile> m_file; ///< Never null.
+    std::string m_name;                                 ///< The path in UTF-8, for messages.
     std::uint64_t m_size;
     std::uint64_t m_position = 0;
     std::uint64_t m_readBudget; ///< Bytes that libtiff may still read.

@@ -9,6 +9,7 @@
 #include <limits>
 #include <new>
 #include <stdexcept>
+#include <utility>
 
 #include <tiffio.h>
 
@@ -53,16 +54,37 @@ const char* MetadataTag(const TiffFile* file)
 
 } // namespace
 
-TiffReader::TiffReader() : m_pixels(std::make_unique<PixelBuffer>())
+TiffReader::TiffReader()
 {
     InstallTagExtender();
+}
+
+TiffReader::TiffReader(TiffReader&& other) noexcept
+{
+    *this = std::move(other);
+}
+
+TiffReader& TiffReader::operator=(TiffReader&& other) noexcept
+{
+    m_file = std::move(other.m_file);
+    m_pixels = std::move(other.m_pixels);
+    m_rawImageDataSize = std::exchange(other.m_rawImageDataSize, 0);
+    m_rowsPerStrip = std::exchange(other.m_rowsPerStrip, 0);
+    m_width = std::exchange(other.m_width, 0);
+    m_height = std::exchange(other.m_height, 0);
+    m_bitsPerSample = std::exchange(other.m_bitsPerSample, std::uint16_t{0});
+    m_samplesPerPixel = std::exchange(other.m_samplesPerPixel, std::uint16_t{0});
+    m_photometric = std::exchange(other.m_photometric, std::uint16_t{0});
+    m_sampleFormat = std::exchange(other.m_sampleFormat, TiffSampleFormat::UnsignedInteger);
+    m_metadata = std::exchange(other.m_metadata, {});
+    return *this;
 }
 
 TiffReader::~TiffReader() = default;
 
 void TiffReader::Open(const std::wstring& file)
 {
-    OpenAndReadFields(file);
+    OpenFields(file);
     ReadMetadata();
     ReadPixels();
 }
@@ -88,7 +110,7 @@ std::string TiffReader::GetMetadataText() const
     return text != nullptr ? text : "";
 }
 
-void TiffReader::OpenAndReadFields(const std::wstring& file)
+void TiffReader::OpenFields(const std::wstring& file)
 {
     m_file.reset();
     m_rawImageDataSize = 0;
@@ -105,7 +127,15 @@ void TiffReader::OpenAndReadFields(const std::wstring& file)
     {
         throw std::runtime_error(WithReason(OpenError, exception.what()));
     }
+    ReadFields();
+    if (const std::string fault = m_file->DirectoryFault(); !fault.empty())
+    {
+        throw std::runtime_error(WithReason(OpenError, fault));
+    }
+}
 
+void TiffReader::ReadFields()
+{
     TIFF* const tiff = m_file->Handle();
     std::uint16_t sampleFormat = 0;
     TIFFGetField(tiff, TIFFTAG_IMAGEWIDTH, &m_width);
@@ -130,6 +160,7 @@ void TiffReader::OpenAndReadFields(const std::wstring& file)
 
 void TiffReader::ReadMetadata()
 {
+    m_metadata = {};
     if (const char* const text = MetadataTag(m_file.get()))
     {
         MetadataSerializer::Record(m_metadata).DeserializeFromString(text, MetadataSerializer::SerializeType::Xml);
@@ -191,9 +222,18 @@ std::uint64_t TiffReader::CheckedImageSize() const
 
 void TiffReader::ReadPixels()
 {
+    if (m_file == nullptr)
+    {
+        throw std::runtime_error(WithReason(PixelsError, "no open file"));
+    }
+    m_rawImageDataSize = 0;
     const std::uint64_t imageSize = CheckedImageSize();
     try
     {
+        if (m_pixels == nullptr)
+        {
+            m_pixels = std::make_unique<PixelBuffer>();
+        }
         m_pixels->Resize(imageSize);
     }
     catch (const std::bad_alloc&)

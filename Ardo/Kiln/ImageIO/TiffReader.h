@@ -9,11 +9,6 @@
 #include <memory>
 #include <string>
 
-namespace Ardo::Imaging
-{
-class const_raw_image;
-}
-
 namespace Ardo::Kiln::ImageIO
 {
 
@@ -28,12 +23,16 @@ class TiffFile;
 /// unless it has one strip only.
 ///
 /// Files may be hostile: memory stays within the image and a small multiple of the file's own size, and an image that
-/// the file cannot possibly hold is refused before memory is asked for. The file is never mapped into memory.
+/// the file cannot possibly hold is refused before memory is asked for. The file is never mapped into memory. A file
+/// that was cut is an error: every entry of the directory has to lie inside the file.
 /// Thread-safety: a reader belongs to one thread at a time; different readers work side by side.
 ///
 ///     TiffReader reader;
 ///     reader.Open(L"image.tif");
 ///     Show(reader.GetRawImageData(), reader.GetImageWidth(), reader.GetImageHeight());
+///
+/// Open() is OpenFields(), ReadMetadata() and ReadPixels(), which can be called one by one: for the record without the
+/// pixels, or for the pixels in spite of a record that cannot be read.
 class KILN_EXPORT TiffReader
 {
 public:
@@ -41,6 +40,9 @@ public:
     ~TiffReader();
     TiffReader(const TiffReader&) = delete;
     TiffReader& operator=(const TiffReader&) = delete;
+    /// \p other is as after its constructor.
+    TiffReader(TiffReader&& other) noexcept;
+    TiffReader& operator=(TiffReader&& other) noexcept;
 
     /// Reads \p file (on Linux its name is taken as UTF-8): first the fields, then the metadata, then the pixels. What
     /// an earlier call has read is gone, but its memory is used again. The file stays open until the next call, Close()
@@ -48,67 +50,78 @@ public:
     ///
     /// After a failure the accessors answer what was read before it: a file with damaged pixels still has fields and
     /// metadata.
-    /// \throws std::runtime_error beginning "Unable to open Tiff file" (no such file, no TIFF), "Unable to open Tiff
-    ///         file, tiff not in strips" (tiles) or "Unable to open Tiff file, error while reading image data" (damaged
-    ///         or missing strips, a partial last strip, samples of less than 8 bits, samples in separate planes, sizes
-    ///         that the file cannot hold), followed by the reason in parentheses where one is known.
-    /// \throws what MetadataSerializer::Serializable::DeserializeFromString throws for metadata that is no record.
+    /// \throws what OpenFields(), ReadMetadata() and ReadPixels() throw.
     void Open(const std::wstring& file);
+
+    /// Opens \p file and reads its fields only, at the cost of its directory. What an earlier call has read is gone.
+    /// After a failure that leaves a width, the file is open and the other two parts can still be tried.
+    /// \throws std::runtime_error beginning "Unable to open Tiff file" (no such file, no TIFF, an entry of the
+    /// directory
+    ///         that cannot be read, as in a file that was cut) or "Unable to open Tiff file, tiff not in strips"
+    ///         (tiles), followed by the reason in parentheses where one is known.
+    void OpenFields(const std::wstring& file);
+
+    /// Reads the metadata of the open file. Does nothing if it has none, or if none is open.
+    /// \throws what MetadataSerializer::Serializable::DeserializeFromString throws for metadata that is no record.
+    void ReadMetadata();
+
+    /// Reads the pixels of the open file.
+    /// \throws std::runtime_error "Unable to open Tiff file, error while reading image data" (damaged or missing
+    /// strips,
+    ///         a partial last strip, samples of less than 8 bits, samples in separate planes, sizes that the file
+    ///         cannot hold, no open file), followed by the reason in parentheses where one is known.
+    void ReadPixels();
 
     /// Closes the file. Everything that was read stays. Does nothing without an open file.
     void Close() noexcept;
 
     /// In pixels; 0 before Open().
-    std::uint32_t GetImageWidth() const noexcept { return m_width; }
+    [[nodiscard]] std::uint32_t GetImageWidth() const noexcept { return m_width; }
 
     /// In pixels; 0 before Open().
-    std::uint32_t GetImageHeight() const noexcept { return m_height; }
+    [[nodiscard]] std::uint32_t GetImageHeight() const noexcept { return m_height; }
 
     /// The bits of a sample.
-    std::uint16_t GetBitsPerSample() const noexcept { return m_bitsPerSample; }
+    [[nodiscard]] std::uint16_t GetBitsPerSample() const noexcept { return m_bitsPerSample; }
 
     /// The bits of a sample divided by 8 and rounded down: 1 for 12 bits.
-    std::uint16_t GetBytesPerSample() const noexcept { return m_bitsPerSample / 8; }
+    [[nodiscard]] std::uint16_t GetBytesPerSample() const noexcept { return m_bitsPerSample / 8; }
 
     /// 1 for grey images, 3 for RGB.
-    std::uint16_t GetSamplesPerPixel() const noexcept { return m_samplesPerPixel; }
+    [[nodiscard]] std::uint16_t GetSamplesPerPixel() const noexcept { return m_samplesPerPixel; }
 
     /// The code of the tag PhotometricInterpretation (TIFF 6.0, section 8): 1 for grey images whose 0 is black, 2 for
     /// RGB. A file without the tag counts as 2 from 3 samples on, else as 1.
-    std::uint16_t GetPhotometric() const noexcept { return m_photometric; }
+    [[nodiscard]] std::uint16_t GetPhotometric() const noexcept { return m_photometric; }
 
     /// The code of the tag SampleFormat; unsigned for a file without it.
-    TiffSampleFormat GetSampleFormat() const noexcept { return m_sampleFormat; }
+    [[nodiscard]] TiffSampleFormat GetSampleFormat() const noexcept { return m_sampleFormat; }
 
     /// Rows of a strip; at most the height.
-    std::uint32_t GetRowsPerStrip() const noexcept { return m_rowsPerStrip; }
+    [[nodiscard]] std::uint32_t GetRowsPerStrip() const noexcept { return m_rowsPerStrip; }
 
     /// The number of strips; 0 before Open().
-    std::uint32_t GetStripCount() const noexcept;
+    [[nodiscard]] std::uint32_t GetStripCount() const noexcept;
 
     /// The first byte of the pixels; null if there are none. Valid until the next Open() or the destructor.
-    const unsigned char* GetRawImageData() const noexcept;
+    [[nodiscard]] const unsigned char* GetRawImageData() const noexcept;
 
     /// The bytes behind GetRawImageData(): those of the whole image, or of the strips before the damaged one.
-    std::size_t GetRawImageDataSize() const noexcept { return m_rawImageDataSize; }
+    [[nodiscard]] std::size_t GetRawImageDataSize() const noexcept { return m_rawImageDataSize; }
 
     /// The metadata; an empty record if the file has none.
-    const MetadataLib::Metadata& GetMetadata() const noexcept { return m_metadata; }
+    [[nodiscard]] const MetadataLib::Metadata& GetMetadata() const noexcept { return m_metadata; }
 
     /// The document of tag 34683 as it stands in the open file, whether it is a record or not; empty if there is none.
     /// \throws std::bad_alloc only.
-    std::string GetMetadataText() const;
+    [[nodiscard]] std::string GetMetadataText() const;
 
 private:
-    friend KILN_EXPORT std::unique_ptr<Imaging::const_raw_image> ReadImageFromFile(const std::wstring& file);
-
-    void OpenAndReadFields(const std::wstring& file);
-    void ReadMetadata();
-    void ReadPixels();
+    void ReadFields();
     std::uint64_t CheckedImageSize() const;
 
     std::unique_ptr<TiffFile> m_file;      ///< Null without an open file.
-    std::unique_ptr<PixelBuffer> m_pixels; ///< Never null; may be larger than what was read.
+    std::unique_ptr<PixelBuffer> m_pixels; ///< May be larger than what was read; null before.
     std::size_t m_rawImageDataSize = 0;
     std::uint32_t m_rowsPerStrip = 0;
     std::uint32_t m_width = 0;

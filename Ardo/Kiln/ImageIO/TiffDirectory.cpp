@@ -1,0 +1,123 @@
+#include "Ardo/Kiln/ImageIO/TiffDirectory_p.h"
+
+#include <algorithm>
+#include <array>
+#include <set>
+#include <stdexcept>
+#include <utility>
+
+namespace Ardo::Kiln::ImageIO
+{
+
+namespace
+{
+
+constexpr std::uint16_t ShortType = 3;
+
+/// Bytes of one value by type code; 0: an unknown type, whose entries a reader passes over (TIFF 6.0, section 2).
+constexpr std::array<std::uint8_t, 19> ValueSizes = {0, 1, 1, 2, 4, 8, 1, 1, 2, 4, 8, 4, 8, 4, 0, 0, 8, 8, 8};
+
+} // namespace
+
+TiffDirectoryReader::TiffDirectoryReader(Read read, std::uint64_t size) : m_read(std::move(read)), m_size(size)
+{
+    constexpr std::uint64_t Classic = 42;
+    constexpr std::uint64_t Big = 43;
+
+    const auto header = Bytes(0, 8);
+    m_isBigEndian = header[0] == 'M';
+    const std::uint64_t version = Number(header.data() + 2, 2);
+    if (header[0] != header[1] || (header[0] != 'I' && header[0] != 'M') || (version != Classic && version != Big))
+    {
+        throw std::runtime_error("Not a TIFF file");
+    }
+    m_word = version == Big ? 8 : 4;
+    m_first = Number(Bytes(m_word, m_word).data(), m_word);
+}
+
+TiffDirectoryReader::Directory TiffDirectoryReader::At(std::uint64_t offset) const
+{
+    const std::uint64_t count = CountAt(offset);
+    const auto bytes = Bytes(offset + CountSize(), count * EntrySize());
+
+    Directory directory;
+    directory.entries.reserve(count);
+    for (const unsigned char* at = bytes.data(); at != bytes.data() + bytes.size(); at += EntrySize())
+    {
+        const unsigned char* const values = at + 4 + m_word;
+        Entry entry{.tag = static_cast<std::uint16_t>(Number(at, 2)),
+                    .type = static_cast<std::uint16_t>(Number(at + 2, 2)),
+                    .count = Number(at + 4, m_word),
+                    .value = 0};
+        entry.isInside = IsInside(entry, Number(values, m_word));
+        entry.value = entry.type == ShortType ? static_cast<std::uint16_t>(Number(values, 2)) : std::uint16_t{0};
+        directory.entries.push_back(entry);
+    }
+    directory.next = NextOf(offset, count);
+    return directory;
+}
+
+std::vector<std::uint64_t> TiffDirectoryReader::Chain(std::size_t limit) const
+{
+    std::vector<std::uint64_t> offsets;
+    std::set<std::uint64_t> seen;
+    for (std::uint64_t offset = m_first; offset != 0 && offsets.size() < limit && seen.insert(offset).second;
+         offset = NextOf(offset, CountAt(offset)))
+    {
+        offsets.push_back(offset);
+    }
+    return offsets;
+}
+
+std::uint64_t TiffDirectoryReader::Number(const unsigned char* bytes, std::size_t size) const noexcept
+{
+    std::uint64_t value = 0;
+    for (std::size_t i = 0; i < size; ++i)
+    {
+        value = value << 8 | bytes[m_isBigEndian ? i : size - 1 - i];
+    }
+    return value;
+}
+
+std::vector<unsigned char> TiffDirectoryReader::Bytes(std::uint64_t offset, std::uint64_t size) const
+{
+    if (offset > m_size || size > m_size - offset)
+    {
+        throw std::runtime_error("the file ends within its directory");
+    }
+    std::vector<unsigned char> bytes(size);
+    if (!m_read(offset, bytes.data(), bytes.size()))
+    {
+        throw std::runtime_error("the directory cannot be read");
+    }
+    return bytes;
+}
+
+std::uint64_t TiffDirectoryReader::CountAt(std::uint64_t offset) const
+{
+    const std::uint64_t count = Number(Bytes(offset, CountSize()).data(), CountSize());
+    if (count > m_size / EntrySize())
+    {
+        throw std::runtime_error("a directory of " + std::to_string(count) + " entries");
+    }
+    return count;
+}
+
+std::uint64_t TiffDirectoryReader::NextOf(std::uint64_t offset, std::uint64_t count) const
+{
+    const std::uint64_t next = Number(Bytes(offset + CountSize() + count * EntrySize(), m_word).data(), m_word);
+    if (next >= m_size)
+    {
+        throw std::runtime_error("the next directory lies beyond the end of the file");
+    }
+    return next;
+}
+
+bool TiffDirectoryReader::IsInside(const Entry& entry, std::uint64_t offset) const noexcept
+{
+    const std::uint64_t valueSize = entry.type < ValueSizes.size() ? ValueSizes[entry.type] : 0;
+    const bool isInEntry = valueSize == 0 || entry.count <= m_word / valueSize;
+    return isInEntry || (offset <= m_size && entry.count <= (m_size - offset) / valueSize);
+}
+
+} // namespace Ardo::Kiln::ImageIO

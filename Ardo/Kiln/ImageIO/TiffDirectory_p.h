@@ -1,0 +1,69 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <vector>
+
+namespace Ardo::Kiln::ImageIO
+{
+
+/// The directories of a TIFF file as they stand in the file: what each entry says, and whether the file holds it.
+///
+/// libtiff drops an entry whose values it cannot read with a warning, so that a file that was cut looks like one that
+/// never had the entry. This reader tells the two apart. It knows classic and BigTIFF files of both byte orders (TIFF
+/// 6.0, section 2) and reads only the header and the directories that it is asked for.
+class TiffDirectoryReader
+{
+public:
+    /// Reads \p size bytes at \p offset. Answers false if there are fewer.
+    using Read = std::function<bool(std::uint64_t offset, void* bytes, std::size_t size)>;
+
+    struct Entry
+    {
+        std::uint16_t tag;
+        std::uint16_t type;   ///< One of the codes of TIFF 6.0 and BigTIFF, or anything else.
+        std::uint64_t count;  ///< Of values.
+        std::uint16_t value;  ///< The first value if it is a SHORT that stands in the entry itself.
+        bool isInside = true; ///< False if some of the values lie beyond the end of the file.
+    };
+
+    struct Directory
+    {
+        std::vector<Entry> entries;
+        std::uint64_t next; ///< Where the following directory begins; 0 after the last.
+    };
+
+    /// \param size of the file in bytes.
+    /// \throws std::runtime_error whose text is the reason if the file does not begin as a TIFF file does.
+    TiffDirectoryReader(Read read, std::uint64_t size);
+
+    /// Where the first directory begins.
+    std::uint64_t First() const noexcept { return m_first; }
+
+    /// The directory that begins at \p offset.
+    /// \throws std::runtime_error whose text is the reason if it does not lie inside the file, or if it names a
+    ///         successor that does not.
+    Directory At(std::uint64_t offset) const;
+
+    /// Where the directories begin, in the order of their chain, which ends where it comes back to itself and after
+    /// \p limit. \throws std::runtime_error as At() does.
+    std::vector<std::uint64_t> Chain(std::size_t limit) const;
+
+private:
+    std::uint64_t Number(const unsigned char* bytes, std::size_t size) const noexcept;
+    std::vector<unsigned char> Bytes(std::uint64_t offset, std::uint64_t size) const;
+    std::uint64_t CountAt(std::uint64_t offset) const;
+    std::uint64_t NextOf(std::uint64_t offset, std::uint64_t count) const;
+    bool IsInside(const Entry& entry, std::uint64_t offset) const noexcept;
+    std::size_t EntrySize() const noexcept { return 4 + 2 * m_word; }
+    std::size_t CountSize() const noexcept { return m_word == 8 ? 8 : 2; }
+
+    Read m_read;
+    std::uint64_t m_size;
+    std::uint64_t m_first = 0;
+    std::size_t m_word = 4; ///< Bytes of an offset: 8 in a BigTIFF file.
+    bool m_isBigEndian = false;
+};
+
+} // namespace Ardo::Kiln::ImageIO
