@@ -1,9 +1,9 @@
 #include "Ardo/Kiln/Exception/ErrorDialog.h"
 
+#include "Ardo/Kiln/Crash/Fault/FaultDispatch.h"
 #include "Ardo/Kiln/Exception/ErrorDialogQueue_p.h"
 #include "Ardo/Kiln/Exception/Notification.h"
 #include "Ardo/Kiln/Exception/Warning.h"
-#include "Ardo/Kiln/Platform/FaultDispatch.h"
 
 #include <utility>
 
@@ -20,7 +20,7 @@ void Present(std::shared_ptr<Notification> notification, const MakeContent& cont
     try
     {
         const auto question = std::make_shared<ErrorDialogQuestion>(content(), notification);
-        if (Platform::FaultDispatch::FirstThreadIsAtFault())
+        if (Crash::FaultDispatch::FirstThreadIsAtFault())
         {
             question->AnswerOnConsole(); // it cannot show anything any more
             return;

@@ -1,7 +1,7 @@
 #include "Ardo/Kiln/Exception/ErrorDialogQuestion_p.h"
 
+#include "Ardo/Kiln/Crash/Fault/FaultDispatch.h"
 #include "Ardo/Kiln/Exception/Notification.h"
-#include "Ardo/Kiln/Platform/FaultDispatch.h"
 #include "Ardo/Kiln/Platform/StandardError.h"
 
 #include <utility>
@@ -29,7 +29,7 @@ ErrorDialogQuestion::~ErrorDialogQuestion()
 
 void ErrorDialogQuestion::WaitUntilTaken(std::chrono::milliseconds limit)
 {
-    using Platform::FaultDispatch;
+    using Crash::FaultDispatch;
     const auto end = std::chrono::steady_clock::now() + limit;
     std::unique_lock lock(m_mutex);
     while (!m_changed.wait_for(lock, std::chrono::milliseconds(100), [this] { return m_state != State::Queued; }))

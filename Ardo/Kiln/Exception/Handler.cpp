@@ -1,12 +1,12 @@
 #include "Ardo/Kiln/Exception/Handler.h"
 
+#include "Ardo/Kiln/Crash/Fault/CatchAll.h"
+#include "Ardo/Kiln/Crash/Fault/CaughtException.h"
 #include "Ardo/Kiln/Exception/HandlerState_p.h"
 #include "Ardo/Kiln/Exception/MiniDumpGenerator.h"
 #include "Ardo/Kiln/Exception/Notification.h"
 #include "Ardo/Kiln/Exception/Warning.h"
 #include "Ardo/Kiln/Logger/CreateLogger.h"
-#include "Ardo/Kiln/Platform/CatchAll.h"
-#include "Ardo/Kiln/Platform/CaughtException.h"
 #include "Ardo/Kiln/Platform/StandardError.h"
 
 #include <boost/log/sources/record_ostream.hpp>
@@ -23,7 +23,7 @@ namespace Ardo::Kiln::Exception
 namespace
 {
 
-using Platform::FaultDispatch;
+using Crash::FaultDispatch;
 
 constexpr const char* FlagsTooLate = "Handler::SetFlags should be set before instantiation of secondary threads";
 
@@ -232,7 +232,7 @@ void Handler::RemoveThread()
     {
         return;
     }
-    const std::array<std::pair<Flag, Platform::FaultFilter>, 3> filters = {
+    const std::array<std::pair<Flag, Crash::FaultFilter>, 3> filters = {
         {{RememberThrows, &RegisterLastExceptionOnThread},
          {DetectLoops, &HandleSuspiciousExceptionLoop},
          {DetectHeapCorruption, &HandleHeapCorruption}}};
@@ -332,7 +332,7 @@ void Handler::ExecuteOrNotify(const std::function<void()>& work, const Notify& n
     FaultDispatch::CallGuarded(
         [](void* argument)
         {
-            Platform::CatchAll(
+            Crash::CatchAll(
                 [](void* guarded)
                 {
                     const auto& [theWork, theNotify] = *static_cast<GuardedCall*>(guarded);
@@ -378,7 +378,7 @@ void Handler::FilterWarnings(const std::function<void()>& work, const Notify& no
 
 void Handler::HandleExceptionOfWork(GuardedCall& call)
 {
-    Platform::CaughtException fault;
+    Crash::CaughtException fault;
     HandleException(fault.Pointers(), call.notify);
     KillCurrentProcess();
 }

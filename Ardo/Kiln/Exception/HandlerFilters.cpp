@@ -1,9 +1,9 @@
 // What the system calls at a fault: the filters of the handler, and its terminate handler.
 
+#include "Ardo/Kiln/Crash/Fault/LastThrow.h"
+#include "Ardo/Kiln/Crash/FaultCode.h"
+#include "Ardo/Kiln/Crash/FaultRecord.h"
 #include "Ardo/Kiln/Exception/HandlerState_p.h"
-#include "Ardo/Kiln/Platform/FaultCode.h"
-#include "Ardo/Kiln/Platform/FaultRecord.h"
-#include "Ardo/Kiln/Platform/LastThrow.h"
 #include "Ardo/Kiln/Platform/StandardError.h"
 
 #include <algorithm>
@@ -18,9 +18,9 @@ namespace Ardo::Kiln::Exception
 namespace
 {
 
-namespace FaultCode = Platform::FaultCode;
-namespace FilterResult = Platform::FilterResult;
-using Platform::FaultDispatch;
+namespace FaultCode = Crash::FaultCode;
+namespace FilterResult = Crash::FilterResult;
+using Crash::FaultDispatch;
 
 // A place that faults more often than this, each time within the pause after the last, is a loop. Ticks of 100 ns.
 constexpr unsigned SuspiciousRepetitions = 3;
@@ -30,7 +30,7 @@ constexpr std::uint64_t LoopPause = 1'010'000;
 
 long Handler::HandleFaultOfWork(EXCEPTION_POINTERS* pointers)
 {
-    if (Platform::ReadFaultRecord(pointers).code == FaultCode::DebugPrint)
+    if (Crash::ReadFaultRecord(pointers).code == FaultCode::DebugPrint)
     {
         return FilterResult::ContinueSearch; // says something to a debugger, and is no fault
     }
@@ -43,7 +43,7 @@ long Handler::HandleFaultOfWork(EXCEPTION_POINTERS* pointers)
 long Handler::HandleHeapCorruption(EXCEPTION_POINTERS* pointers)
 {
     ThreadState* const state = ThreadState::Get();
-    if (Platform::ReadFaultRecord(pointers).code == FaultCode::HeapCorruption && state != nullptr &&
+    if (Crash::ReadFaultRecord(pointers).code == FaultCode::HeapCorruption && state != nullptr &&
         !state->heapCorruptionReported)
     {
         state->heapCorruptionReported = true;
@@ -55,7 +55,7 @@ long Handler::HandleHeapCorruption(EXCEPTION_POINTERS* pointers)
 
 long Handler::HandleSuspiciousExceptionLoop(EXCEPTION_POINTERS* pointers)
 {
-    const Platform::FaultRecord record = Platform::ReadFaultRecord(pointers);
+    const Crash::FaultRecord record = Crash::ReadFaultRecord(pointers);
     ThreadState* const state = ThreadState::Get();
     if (state == nullptr || record.code == FaultCode::Breakpoint || record.code == FaultCode::SingleStep ||
         record.code == FaultCode::DebugPrint || record.code == FaultCode::ControlCExit)
@@ -90,7 +90,7 @@ long Handler::HandleSuspiciousExceptionLoop(EXCEPTION_POINTERS* pointers)
 
 long Handler::RegisterLastExceptionOnThread(EXCEPTION_POINTERS* pointers)
 {
-    Platform::RememberThrow(pointers);
+    Crash::RememberThrow(pointers);
     return FilterResult::ContinueSearch;
 }
 
@@ -101,7 +101,7 @@ long Handler::HandleUncaughtExceptions(EXCEPTION_POINTERS* pointers)
     {
         return FilterResult::ExecuteHandler;
     }
-    switch (Platform::ReadFaultRecord(pointers).code)
+    switch (Crash::ReadFaultRecord(pointers).code)
     {
     case FaultCode::Breakpoint:
     case FaultCode::SingleStep:
@@ -122,7 +122,7 @@ long Handler::HandleUncaughtExceptions(EXCEPTION_POINTERS* pointers)
         ReportAndDump(pointers, "An uncaught exceptions has been detected. Orbex must be ended. \r\n", {});
     }
     KillCurrentProcess();
-    const Platform::FaultFilter previous = g_previousUnhandledFilter;
+    const Crash::FaultFilter previous = g_previousUnhandledFilter;
     return previous != nullptr ? previous(pointers) : FilterResult::ExecuteHandler;
 }
 

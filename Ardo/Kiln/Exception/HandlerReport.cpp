@@ -1,13 +1,13 @@
 // What the handler does about a fault once it is found fatal.
 
-#include "Ardo/Kiln/Exception/CrashReport_p.h"
+#include "Ardo/Kiln/Crash/FaultCode.h"
+#include "Ardo/Kiln/Crash/FaultRecord.h"
+#include "Ardo/Kiln/Crash/Writer/CrashReport.h"
 #include "Ardo/Kiln/Exception/Error.h"
 #include "Ardo/Kiln/Exception/ErrorInfo.h"
 #include "Ardo/Kiln/Exception/HandlerState_p.h"
 #include "Ardo/Kiln/Exception/Notification.h"
 #include "Ardo/Kiln/Exception/NotifyException.h"
-#include "Ardo/Kiln/Platform/FaultCode.h"
-#include "Ardo/Kiln/Platform/FaultRecord.h"
 #include "Ardo/Kiln/Platform/ProcessEnd.h"
 #include "Ardo/Kiln/Platform/StandardError.h"
 
@@ -24,8 +24,8 @@ namespace Ardo::Kiln::Exception
 namespace
 {
 
-namespace FaultCode = Platform::FaultCode;
-using Platform::FaultDispatch;
+namespace FaultCode = Crash::FaultCode;
+using Crash::FaultDispatch;
 
 constexpr unsigned long long GreatestFlagsThatAskNobody = 127;
 
@@ -81,7 +81,7 @@ private:
 
 void Handler::Prepare() noexcept
 {
-    PrepareReports();
+    Crash::PrepareReports();
     KeepReserve();
 }
 
@@ -170,7 +170,7 @@ void Handler::DefaultExceptionHandler(EXCEPTION_POINTERS* pointers, const Notify
 bool Handler::IsReportedHeapCorruption(const EXCEPTION_POINTERS* pointers)
 {
     const ThreadState* const state = ThreadState::Get();
-    return Platform::ReadFaultRecord(pointers).code == FaultCode::HeapCorruption && state != nullptr &&
+    return Crash::ReadFaultRecord(pointers).code == FaultCode::HeapCorruption && state != nullptr &&
            state->heapCorruptionReported;
 }
 
@@ -271,14 +271,14 @@ MinidumpActions Handler::AskUserForMinidump(const std::exception_ptr& exception,
 std::string Handler::GetReport(EXCEPTION_POINTERS* pointers)
 {
     GetAndPrintExceptionInfo(pointers);
-    std::string report = Exception::GetReport(pointers);
+    std::string report = Crash::GetReport(pointers);
     PrintStack(report);
     return report;
 }
 
 std::string Handler::GetAndPrintExceptionInfo(EXCEPTION_POINTERS* pointers)
 {
-    return Exception::GetAndPrintExceptionInfo(pointers);
+    return Crash::GetAndPrintExceptionInfo(pointers);
 }
 
 void Handler::PrintStack(std::string_view report)
@@ -298,7 +298,7 @@ void Handler::PrintStack(std::string_view report)
 
 void Handler::CreateReports(EXCEPTION_POINTERS* pointers) noexcept
 {
-    Exception::CreateReports(pointers);
+    Crash::CreateReports(pointers);
 }
 
 void Handler::KillCurrentProcess()

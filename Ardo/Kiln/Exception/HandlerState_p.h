@@ -1,7 +1,7 @@
 #pragma once
 
+#include "Ardo/Kiln/Crash/Fault/FaultDispatch.h"
 #include "Ardo/Kiln/Exception/Handler.h"
-#include "Ardo/Kiln/Platform/FaultDispatch.h"
 
 #include <cstdint>
 #include <memory>
@@ -28,7 +28,7 @@ struct Handler::ThreadState
     bool heapCorruptionReported = false;
 
     /// Of the thread on whose behalf the caller runs; null when there is none.
-    static ThreadState* Get() noexcept { return static_cast<ThreadState*>(Platform::FaultDispatch::ThreadWord()); }
+    static ThreadState* Get() noexcept { return static_cast<ThreadState*>(Crash::FaultDispatch::ThreadWord()); }
 };
 
 /// Holds g_alreadyCrashedLock, unless the faulted thread holds it already: its handling has faulted then.

@@ -23,11 +23,6 @@ std::wstring ToWide(const std::string& text)
     }
 }
 
-std::filesystem::path ToPath(const std::string& text)
-{
-    return std::u8string(text.begin(), text.end());
-}
-
 std::string ToUtf8(const std::filesystem::path& path)
 {
     const auto text = path.u8string();

@@ -10,9 +10,6 @@ namespace Ardo::Kiln::Exception
 /// character of that number: a report that names a file wrongly is better than none.
 std::wstring ToWide(const std::string& text);
 
-/// The path that is written \p text, UTF-8. Whatever the locale, which a path made of wide text minds.
-std::filesystem::path ToPath(const std::string& text);
-
 /// \p path as UTF-8; on Linux its bytes as they are.
 std::string ToUtf8(const std::filesystem::path& path);
 

@@ -18,8 +18,8 @@ using CONTEXT = _CONTEXT;
 /// What happened and where. Layout of Windows x64.
 struct EXCEPTION_RECORD // NOLINT(readability-identifier-naming): the system's name
 {
-    std::uint32_t ExceptionCode;            ///< One of Platform::FaultCode, or a code of the raiser.
-    std::uint32_t ExceptionFlags;           ///< Bits; see Platform::FaultFlag.
+    std::uint32_t ExceptionCode;            ///< One of Crash::FaultCode, or a code of the raiser.
+    std::uint32_t ExceptionFlags;           ///< Bits; see Crash::FaultFlag.
     EXCEPTION_RECORD* ExceptionRecord;      ///< The fault during whose handling this one happened, or null.
     void* ExceptionAddress;                 ///< The instruction at fault.
     std::uint32_t NumberParameters;         ///< How many words of ExceptionInformation are set, 0 to 15.
@@ -31,7 +31,7 @@ struct alignas(16) CONTEXT
 {
     /// \cond Registers are called as in the processor's manual.
     std::uint64_t P1Home, P2Home, P3Home, P4Home, P5Home, P6Home;
-    std::uint32_t ContextFlags; // which groups of registers are set; see Platform::ContextFlag
+    std::uint32_t ContextFlags; // which groups of registers are set; see Crash::ContextFlag
     std::uint32_t MxCsr;
     std::uint16_t SegCs, SegDs, SegEs, SegFs, SegGs, SegSs;
     std::uint32_t EFlags;

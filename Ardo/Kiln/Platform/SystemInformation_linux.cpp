@@ -1,6 +1,6 @@
 #include "Ardo/Kiln/Platform/SystemInformation.h"
 
-#include "Ardo/Kiln/Platform/MemoryMap_linux.h"
+#include "Ardo/Kiln/Platform/ProcFile_linux.h"
 
 #include <algorithm>
 #include <charconv>
@@ -45,12 +45,19 @@ std::uint64_t BytesOf(std::string_view text, std::string_view name) noexcept
     return value * 1024;
 }
 
+/// The text of one of the kernel's files; empty if it cannot be read.
+std::string TextOf(const char* path)
+{
+    MappedArray<char> text;
+    return ReadWholeFile(path, text) == 0 ? std::string(text.begin(), text.Size()) : std::string();
+}
+
 } // namespace
 
 SystemInformation ReadSystemInformation(std::uint32_t processId)
 {
     SystemInformation information;
-    const auto processors = ReadWholeFile("/proc/cpuinfo");
+    const auto processors = TextOf("/proc/cpuinfo");
     information.processor = ValueOf(processors, "model name");
     for (std::size_t at = 0; at < processors.size();
          at = std::min(processors.find('\n', at), processors.size() - 1) + 1)
@@ -58,18 +65,18 @@ SystemInformation ReadSystemInformation(std::uint32_t processId)
         information.processors += processors.compare(at, 10, "processor\t") == 0 ? 1U : 0U;
     }
 
-    const auto memory = ReadWholeFile("/proc/meminfo");
+    const auto memory = TextOf("/proc/meminfo");
     information.physicalMemory = BytesOf(memory, "MemTotal");
     information.availableMemory = BytesOf(memory, "MemAvailable");
     information.swapMemory = BytesOf(memory, "SwapTotal");
     information.freeSwapMemory = BytesOf(memory, "SwapFree");
 
-    const auto process = ReadWholeFile(ProcessFile(processId, "status").c_str());
+    const auto process = TextOf(ProcPath(static_cast<std::int32_t>(processId), 0, "status").Text());
     information.processMemory = BytesOf(process, "VmRSS");
     information.peakProcessMemory = BytesOf(process, "VmHWM");
     information.processAddresses = BytesOf(process, "VmSize");
 
-    const auto release = ReadWholeFile("/etc/os-release");
+    const auto release = TextOf("/etc/os-release");
     information.systemName = ValueOf(release, "NAME");
     information.systemVersion = ValueOf(release, "VERSION");
     if (utsname kernel; ::uname(&kernel) == 0)

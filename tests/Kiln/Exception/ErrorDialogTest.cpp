@@ -1,12 +1,12 @@
 #include "Ardo/Kiln/Exception/ErrorDialog.h"
 
+#include "Ardo/Kiln/Crash/Fault/FaultDispatch.h"
 #include "Ardo/Kiln/Exception/ErrorDialogQueue_p.h"
 #include "Ardo/Kiln/Exception/ErrorInfo.h"
 #include "Ardo/Kiln/Exception/ErrorWithCode.h"
 #include "Ardo/Kiln/Exception/Handler.h"
 #include "Ardo/Kiln/Exception/Notification.h"
 #include "Ardo/Kiln/Exception/Warning.h"
-#include "Ardo/Kiln/Platform/FaultDispatch.h"
 
 #include <boost/throw_exception.hpp>
 #include <gmock/gmock.h>
@@ -294,13 +294,13 @@ TEST_F(ErrorDialogTest, AFaultIsAskedAboutUnlessTheUserInterfaceThreadIsAtFault)
     static Question* g_question = nullptr;
     Question question;
     g_question = &question;
-    Platform::FaultDispatch::MonitorThread();
+    Crash::FaultDispatch::MonitorThread();
     const auto filter = [](EXCEPTION_POINTERS* /*pointers*/)
     {
         g_question->Ask("fault");
-        return Platform::FilterResult::ExecuteHandler;
+        return Crash::FilterResult::ExecuteHandler;
     };
-    EXPECT_FALSE(Platform::FaultDispatch::CallGuarded([](void* /*none*/) { __builtin_trap(); }, nullptr, filter));
+    EXPECT_FALSE(Crash::FaultDispatch::CallGuarded([](void* /*none*/) { __builtin_trap(); }, nullptr, filter));
     EXPECT_EQ(question.Decision(), 1);
     EXPECT_THAT(Console(), HasSubstr("(EEE)\nfault\n"));
 }

@@ -1,12 +1,12 @@
 #include "Ardo/Kiln/Exception/Handler.h"
 
+#include "Ardo/Kiln/Crash/Fault/FaultDispatch.h"
+#include "Ardo/Kiln/Crash/Fault/LastThrow.h"
+#include "Ardo/Kiln/Crash/FaultCode.h"
 #include "Ardo/Kiln/Exception/ErrorInfo.h"
 #include "Ardo/Kiln/Exception/MiniDumpGenerator.h"
 #include "Ardo/Kiln/Exception/Notification.h"
 #include "Ardo/Kiln/Exception/Warning.h"
-#include "Ardo/Kiln/Platform/FaultCode.h"
-#include "Ardo/Kiln/Platform/FaultDispatch.h"
-#include "Ardo/Kiln/Platform/LastThrow.h"
 #include "tests/Support/LogCollector.h"
 #include "tests/Support/ScopedTempDir.h"
 
@@ -26,7 +26,7 @@ using ::testing::EndsWith;
 using ::testing::HasSubstr;
 using ::testing::StartsWith;
 
-namespace FaultCode = Platform::FaultCode;
+namespace FaultCode = Crash::FaultCode;
 
 /// The private operations, and the state that a test leaves as it found it.
 struct HandlerTestAccess
@@ -227,7 +227,7 @@ TEST_F(HandlerTest, ACorruptedHeapIsReportedOnceAThread)
 TEST_F(HandlerTest, TheFirstUncaughtFaultIsReportedAndHandedOn)
 {
     static const EXCEPTION_POINTERS* seen = nullptr;
-    const auto before = Platform::FaultDispatch::SetUnhandledFilter(
+    const auto before = Crash::FaultDispatch::SetUnhandledFilter(
         [](EXCEPTION_POINTERS* pointers)
         {
             seen = pointers;
@@ -251,7 +251,7 @@ TEST_F(HandlerTest, TheFirstUncaughtFaultIsReportedAndHandedOn)
     EXPECT_EQ(Said([&] { EXPECT_EQ(Access::Uncaught(&fault.pointers), 1); }), "");
     EXPECT_EQ(Reports(), 1U);
     Handler::SetFlags(0);
-    EXPECT_EQ(Platform::FaultDispatch::SetUnhandledFilter(before)(&fault.pointers), -1); // put back
+    EXPECT_EQ(Crash::FaultDispatch::SetUnhandledFilter(before)(&fault.pointers), -1); // put back
 }
 
 TEST_F(HandlerTest, WhoIsAskedAndWhat)
@@ -289,7 +289,7 @@ TEST_F(HandlerTest, WhatLeavesTheWorkEndsThere)
     Handler::SetHandler(
         [&](EXCEPTION_POINTERS* pointers, const Handler::Notify& notify)
         {
-            const Platform::LastThrow& last = Platform::LastThrowOfThread();
+            const Crash::LastThrow& last = Crash::LastThrowOfThread();
             const bool isCxx = pointers->ExceptionRecord->ExceptionCode == FaultCode::CxxException;
             handled.push_back((isCxx ? std::string(last.type) + last.message : "fault") + (notify ? " asks" : ""));
             EXPECT_TRUE(!isCxx || last.frameCount > 0 || handled.size() == 4U); // where it was thrown

@@ -1,12 +1,12 @@
 #include "Ardo/Kiln/Exception/MiniDumpGenerator.h"
 
 #include "Ardo/Kiln/Conversion/String.h"
-#include "Ardo/Kiln/Exception/CrashReport_p.h"
-#include "Ardo/Kiln/Platform/FaultCode.h"
-#include "Ardo/Kiln/Platform/ReportFile.h"
+#include "Ardo/Kiln/Crash/FaultCode.h"
+#include "Ardo/Kiln/Crash/Report/ReportFile.h"
+#include "Ardo/Kiln/Crash/Writer/CrashReport.h"
 #include "Ardo/Kiln/Platform/SystemInformation.h"
 
-#include "tests/Kiln/Exception/StackSample.h"
+#include "tests/Kiln/Crash/StackSample.h"
 #include "tests/Support/Process.h"
 #include "tests/Support/ScopedTempDir.h"
 
@@ -102,9 +102,9 @@ protected:
 /// A fault of the calling thread at \p point, as a filter would see it.
 struct Fault
 {
-    explicit Fault(Sample::Point& point) : pointers{&record, &point.request.context}
+    explicit Fault(Crash::Sample::Point& point) : pointers{&record, &point.request.context}
     {
-        record.ExceptionCode = Platform::FaultCode::IntOverflow;
+        record.ExceptionCode = Crash::FaultCode::IntOverflow;
         record.ExceptionAddress = reinterpret_cast<void*>(point.request.context.Rip);
     }
 
@@ -147,7 +147,7 @@ TEST_F(MiniDumpGeneratorTest, TypesAndNamesAreTheDocumentedOnes)
     MiniDumpGenerator::SetDefaultMinidumpType(MiniDumpNormal);
     EXPECT_EQ(MiniDumpGenerator::GetDefaultMinidumpType(), MiniDumpNormal);
 
-    EXPECT_EQ(MiniDumpGenerator::GetApplicationName(), L"CrashReportTests");
+    EXPECT_EQ(MiniDumpGenerator::GetApplicationName(), L"MiniDumpGeneratorTests");
     EXPECT_EQ(Conversion::String::ToUtf8(MiniDumpGenerator::GetApplicationPath()),
               Folders::read_symlink("/proc/self/exe").string());
     EXPECT_EQ(MiniDumpGenerator::GetFullVersion(), L"0.0.0.0");
@@ -156,7 +156,7 @@ TEST_F(MiniDumpGeneratorTest, TypesAndNamesAreTheDocumentedOnes)
         const std::time_t seconds = std::time(nullptr);
         std::tm local = {};
         ::localtime_r(&seconds, &local);
-        return "CrashReportTests_0.0.0.0_[" + std::to_string(local.tm_mday) + "-" + std::to_string(local.tm_mon + 1) +
+        return "MiniDumpGeneratorTests_0.0.0.0_[" + std::to_string(local.tm_mday) + "-" + std::to_string(local.tm_mon + 1) +
                "_" + std::to_string(local.tm_hour) + "-" + std::to_string(local.tm_min) + "-" +
                std::to_string(local.tm_sec) + "]";
     };
@@ -183,7 +183,7 @@ TEST_F(MiniDumpGeneratorTest, DumpOnRequestIsWholeNeverReplacesAndLeavesNothingP
     ASSERT_EQ(names.size(), 3U);
     for (const auto& name : names)
     {
-        EXPECT_TRUE(name.starts_with("CrashReportTests_0.0.0.0_[") && name.ends_with(".dmp")) << name;
+        EXPECT_TRUE(name.starts_with("MiniDumpGeneratorTests_0.0.0.0_[") && name.ends_with(".dmp")) << name;
         const auto dump = Support::ReadFile(m_folder / name);
         EXPECT_EQ(dump.substr(0, 4), "MDMP");
         struct stat status = {};
@@ -219,14 +219,14 @@ TEST_F(MiniDumpGeneratorTest, FailuresAreToldWithTheSystemsNumberAndLeaveNoFile)
               "CreateFile failed. Error: " + std::to_string(ENOTDIR) + " \n");
     const auto reports = []
     {
-        const auto point = std::make_unique<Sample::Point>();
+        const auto point = std::make_unique<Crash::Sample::Point>();
         std::string text;
-        Sample::Outer(*point,
-                      [&]
-                      {
-                          Fault fault(*point);
-                          text = ErrorTextOf([&] { CreateReports(&fault.pointers); });
-                      });
+        Crash::Sample::Outer(*point,
+                             [&]
+                             {
+                                 Fault fault(*point);
+                                 text = ErrorTextOf([&] { Crash::CreateReports(&fault.pointers); });
+                             });
         return text;
     };
     EXPECT_EQ(reports(), "CreateFile failed. Error: " + std::to_string(ENOTDIR) +
@@ -250,34 +250,34 @@ TEST_F(MiniDumpGeneratorTest, FailuresAreToldWithTheSystemsNumberAndLeaveNoFile)
 
 TEST_F(MiniDumpGeneratorTest, ReportsAreAPairAndTheFileHasTheTextOfTheNotification)
 {
-    const auto point = std::make_unique<Sample::Point>();
+    const auto point = std::make_unique<Crash::Sample::Point>();
     std::string report;
-    Sample::Outer(
+    Crash::Sample::Outer(
         *point,
         [&]
         {
-            PrepareReports();
+            Crash::PrepareReports();
             Fault fault(*point);
-            EXPECT_EQ(GetReport(nullptr), "");
-            report = GetReport(&fault.pointers);
+            EXPECT_EQ(Crash::GetReport(nullptr), "");
+            report = Crash::GetReport(&fault.pointers);
             const std::string progress = "Writing report file ...\nReport file created.\n";
-            EXPECT_EQ(ErrorTextOf([&] { CreateReports(&fault.pointers); }), progress);
+            EXPECT_EQ(ErrorTextOf([&] { Crash::CreateReports(&fault.pointers); }), progress);
             MiniDumpGenerator::SetFakeWriteDump(true);
-            EXPECT_EQ(ErrorTextOf([&] { CreateReports(&fault.pointers); }), "Minidump faked.\n" + progress);
-            EXPECT_EQ(ErrorTextOf([] { CreateReports(nullptr); }), "Minidump faked.\n");
+            EXPECT_EQ(ErrorTextOf([&] { Crash::CreateReports(&fault.pointers); }), "Minidump faked.\n" + progress);
+            EXPECT_EQ(ErrorTextOf([] { Crash::CreateReports(nullptr); }), "Minidump faked.\n");
             std::string block;
-            const auto printed = ErrorTextOf([&] { block = GetAndPrintExceptionInfo(&fault.pointers); });
+            const auto printed = ErrorTextOf([&] { block = Crash::GetAndPrintExceptionInfo(&fault.pointers); });
             EXPECT_EQ(printed, block);
             EXPECT_NE(block.find("ERROR ------------ (EEE)\nError code (C0000095) : INT_OVERFLOW\n"), std::string::npos)
                 << block;
-            EXPECT_NE(block.find("/CrashReportTests loaded at base address 0x"), std::string::npos) << block;
+            EXPECT_NE(block.find("/MiniDumpGeneratorTests loaded at base address 0x"), std::string::npos) << block;
         });
     const auto names = NamesIn(m_folder);
     ASSERT_EQ(names.size(), 3U) << testing::PrintToString(names);
     EXPECT_EQ(Folders::path(names[0]).replace_extension(".txt"), names[1]);
     EXPECT_EQ(Support::ReadFile(m_folder / names[1]), report);
     EXPECT_NE(report.find("Revision: 0.0.0.0 \r\n"), std::string::npos) << report;
-    EXPECT_NE(report.find("Faulting module: CrashReportTests\r\n  [inlined] Place at "), std::string::npos) << report;
+    EXPECT_NE(report.find("Faulting module: MiniDumpGeneratorTests\r\n  [inlined] Place at "), std::string::npos) << report;
     EXPECT_NE(report.find("StackSample.cpp line " + std::to_string(point->outerLine) + "\r\n"), std::string::npos)
         << report;
     const auto system = Platform::ReadSystemInformation(static_cast<std::uint32_t>(::getpid()));
@@ -296,13 +296,13 @@ TEST_F(MiniDumpGeneratorTest, ReportsAreAPairAndTheFileHasTheTextOfTheNotificati
 TEST_F(MiniDumpGeneratorTest, ReportFileIsNamedWhenItIsWhole)
 {
     {
-        Platform::ReportFile abandoned;
+        Crash::ReportFile abandoned;
         ASSERT_EQ(abandoned.Create(m_folder, "a.1", ".txt"), 0U);
         EXPECT_EQ(abandoned.Write("half"), 0U);
         EXPECT_EQ(NamesIn(m_folder), std::vector<std::string>{"a.1.txt.part"});
-        EXPECT_EQ(Platform::FreeReportStem(m_folder, "a.1"), "a.1_2");
+        EXPECT_EQ(Crash::FreeReportStem(m_folder, "a.1"), "a.1_2");
 
-        Platform::ReportFile whole;
+        Crash::ReportFile whole;
         ASSERT_EQ(whole.Create(m_folder, "a.1", ".txt"), 0U); // the other one's name is not known to stay free
         EXPECT_EQ(whole.Write("whole"), 0U);
         Support::WriteFile(m_folder / "a.1_2.txt", "somebody else's");
@@ -314,7 +314,7 @@ TEST_F(MiniDumpGeneratorTest, ReportFileIsNamedWhenItIsWhole)
     EXPECT_EQ(Support::ReadFile(m_folder / "a.1_2.txt"), "somebody else's");
 
     // All descriptors are used up: the one kept back is given.
-    Platform::ReportFile::ReserveDescriptor();
+    Crash::ReportFile::ReserveDescriptor();
     rlimit former = {};
     ASSERT_EQ(::getrlimit(RLIMIT_NOFILE, &former), 0);
     const rlimit few = {64, former.rlim_max};
@@ -324,7 +324,7 @@ TEST_F(MiniDumpGeneratorTest, ReportFileIsNamedWhenItIsWhole)
     {
         all.push_back(descriptor);
     }
-    Platform::ReportFile last, none;
+    Crash::ReportFile last, none;
     EXPECT_EQ(last.Create(m_folder, "last", ".txt"), 0U);
     EXPECT_EQ(none.Create(m_folder, "none", ".txt"), static_cast<std::uint32_t>(EMFILE));
     EXPECT_EQ(last.Publish(), 0U);

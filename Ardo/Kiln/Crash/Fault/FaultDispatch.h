@@ -1,0 +1,90 @@
+#pragma once
+
+#include "Ardo/Kiln/Platform/StructuredException.h"
+#include "Ardo/KilnExport.h"
+
+#include <cstdint>
+
+namespace Ardo::Kiln::Crash
+{
+
+/// A fault filter with the signature that Windows gives them. \return FilterResult.
+using FaultFilter = long (*)(EXCEPTION_POINTERS*);
+
+/// What a FaultFilter answers.
+namespace FilterResult
+{
+inline constexpr long ContinueSearch = 0; ///< Let the next one look at it.
+inline constexpr long ExecuteHandler = 1; ///< It is dealt with.
+} // namespace FilterResult
+
+/// How faults of this process find their way to filters, in the order of Windows: the vectored filters of the thread at
+/// fault, then the filter of the innermost guarded call of that thread, then the unhandled filter of the process, then
+/// whatever handled such faults before.
+///
+/// On Windows the filters run on the thread at fault. On Linux faults are signals, and their filters run on a thread of
+/// the library's own while the thread at fault waits in its signal handler: they may allocate, lock and wait, whatever
+/// the thread at fault was doing. If they do not come to an end within the time limit, or fault themselves, the reports
+/// are written without them. Filters see a C++ exception (code FaultCode::CxxException) when it is thrown, on the
+/// throwing thread.
+class KILN_EXPORT_FOR_TESTS FaultDispatch
+{
+public:
+    FaultDispatch() = delete;
+
+    /// Makes the process ready: on Linux the signal handlers and the thread that runs filters; after a fork() the child
+    /// calls it anew. Only the first call does so; later ones see to it that the handlers are still in place.
+    static void Start() noexcept;
+
+    /// Makes the calling thread ready: on Linux its alternate stack, its bounds and its place for fault records.
+    /// Threads that never call it are monitored as far as the system allows. Calls Start.
+    static void MonitorThread() noexcept;
+
+    /// Adds \p filter to the calling thread's vectored filters, as the first that is asked. At most 8.
+    static void AddVectoredFilter(FaultFilter filter) noexcept;
+
+    /// Takes \p filter from the calling thread's vectored filters; nothing happens if it is not there.
+    static void RemoveVectoredFilter(FaultFilter filter) noexcept;
+
+    /// Sets the filter that is shown the C++ exceptions of threads without vectored filters; null for none.
+    static void SetThrowFilter(FaultFilter filter) noexcept;
+
+    /// Sets the process's filter for faults that nothing else dealt with; null for none.
+    /// \return the one before. On Windows the system's filter, which others may have set.
+    static FaultFilter SetUnhandledFilter(FaultFilter filter) noexcept;
+
+    /// Calls \p work with \p argument; a fault in it is shown to \p filter. If that answers ExecuteHandler, the call
+    /// ends and the destructors of what the work had on its stack do not run. C++ exceptions pass through. Calls may
+    /// nest. \return whether the work ended by itself.
+    static bool CallGuarded(void (*work)(void*), void* argument, FaultFilter filter);
+
+    /// A word of the thread on whose behalf the caller runs: inside a filter the thread at fault, otherwise the calling
+    /// thread. Null until it is set. What it points at belongs to whoever sets it.
+    static void*& ThreadWord() noexcept;
+
+    /// The system's number of the thread on whose behalf the caller runs.
+    static std::uint32_t ThreadId() noexcept;
+
+    /// Whether the caller runs, inside a filter, on behalf of the first thread of the process, which therefore cannot
+    /// answer anything.
+    static bool FirstThreadIsAtFault() noexcept;
+
+    /// Stops the time limit of filters while it lives: around waiting for a person.
+    class KILN_EXPORT_FOR_TESTS PersonIsAsked
+    {
+    public:
+        PersonIsAsked() noexcept;
+        ~PersonIsAsked();
+        PersonIsAsked(const PersonIsAsked&) = delete;
+        PersonIsAsked& operator=(const PersonIsAsked&) = delete;
+
+        /// Whether the first thread of the process, which answers for the person, has faulted meanwhile: the answer
+        /// will not come. Ask now and then while waiting.
+        static bool NobodyCanAnswer() noexcept;
+    };
+
+    /// How long filters may take, in milliseconds; 10000 at start. For tests, before the first fault.
+    static void SetTimeLimit(int milliseconds) noexcept;
+};
+
+} // namespace Ardo::Kiln::Crash

@@ -1,0 +1,31 @@
+#pragma once
+
+#include "Ardo/Kiln/Platform/StructuredException.h"
+
+#include <signal.h>
+#include <ucontext.h>
+
+#include <array>
+#include <cstdint>
+
+namespace Ardo::Kiln::Crash
+{
+
+struct FaultThread;
+
+/// The signals that are faults.
+inline constexpr std::array<int, 7> FaultSignals = {SIGSEGV, SIGBUS, SIGFPE, SIGILL, SIGTRAP, SIGSYS, SIGABRT};
+
+/// Looks up what ClassifySignal needs; once, before the first fault.
+void PrepareClassification() noexcept;
+
+/// Fills the record and registers of \p thread, the calling one, from its signal. System calls only.
+void ClassifySignal(FaultThread& thread, int signal, const siginfo_t& info, const ucontext_t& context) noexcept;
+
+/// The registers of \p source in the other layout.
+void ToContext(const ucontext_t& source, CONTEXT& context) noexcept;
+
+/// The signal that becomes the given code, for records that no signal made.
+int SignalOfCode(std::uint32_t code) noexcept;
+
+} // namespace Ardo::Kiln::Crash

@@ -1,0 +1,241 @@
+#include "Ardo/Kiln/Crash/Fault/FaultThread_linux.h"
+
+#include <dlfcn.h>
+#include <pthread.h>
+#include <sys/mman.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdlib>
+#include <memory>
+#include <new>
+
+namespace Ardo::Kiln::Crash
+{
+
+namespace
+{
+
+using CreateThread = int (*)(pthread_t*, const pthread_attr_t*, void* (*)(void*), void*);
+
+// A handler needs up to 14 KiB for the processor's registers alone on today's machines.
+constexpr std::size_t AlternateStackSize = 0x10000;
+constexpr std::size_t GuardSize = 4096;
+
+/// The memory of one thread: a page that faults when the alternate stack overflows, that stack, and the record.
+struct ThreadMemory
+{
+    std::byte guard[GuardSize];
+    std::byte stack[AlternateStackSize];
+    FaultThread thread;
+};
+
+// Initial-exec, because a signal handler must not cause the allocation that other models may need at first use.
+[[gnu::tls_model("initial-exec")]] thread_local FaultThread* g_thread = nullptr;
+[[gnu::tls_model("initial-exec")]] thread_local FaultThread* g_onBehalf = nullptr;
+[[gnu::tls_model("initial-exec")]] thread_local pid_t g_onBehalfId = 0;
+
+// For threads that fault and were never adopted. Static, because a fault may find no memory.
+std::array<FaultThread, 4> g_reserve;
+
+std::atomic<CreateThread> g_createThread = nullptr;
+std::atomic<bool> g_adoptNewThreads = false;
+
+CreateThread SystemCreateThread() noexcept
+{
+    CreateThread create = g_createThread.load(std::memory_order_relaxed);
+    if (create == nullptr)
+    {
+        create = reinterpret_cast<CreateThread>(dlsym(RTLD_NEXT, "pthread_create"));
+        g_createThread.store(create, std::memory_order_relaxed);
+    }
+    return create;
+}
+
+/// Takes the alternate stack away again when a thread ends. The record goes last: until then its thread may fault.
+void Release(void* memory)
+{
+    stack_t current = {};
+    auto* const own = static_cast<ThreadMemory*>(memory);
+    if (sigaltstack(nullptr, &current) == 0 && current.ss_sp == own->stack)
+    {
+        stack_t none = {};
+        none.ss_flags = SS_DISABLE;
+        sigaltstack(&none, nullptr);
+    }
+    g_thread = nullptr;
+    own->thread.~FaultThread();
+    munmap(own, sizeof(ThreadMemory));
+}
+
+pthread_key_t MemoryKey() noexcept
+{
+    static const pthread_key_t key = []
+    {
+        pthread_key_t made = {};
+        return pthread_key_create(&made, Release) == 0 ? made : ~pthread_key_t(0);
+    }();
+    return key;
+}
+
+void FindStack(FaultThread& thread) noexcept
+{
+    pthread_attr_t attributes;
+    if (pthread_getattr_np(pthread_self(), &attributes) != 0)
+    {
+        return;
+    }
+    void* low = nullptr;
+    std::size_t size = 0;
+    if (pthread_attr_getstack(&attributes, &low, &size) == 0)
+    {
+        thread.stackLow = reinterpret_cast<std::uintptr_t>(low);
+        thread.stackHigh = thread.stackLow + size;
+    }
+    pthread_attr_destroy(&attributes);
+}
+
+struct ThreadStart
+{
+    void* (*body)(void*);
+    void* argument;
+};
+
+void* RunAdopted(void* start)
+{
+    const ThreadStart own = *static_cast<ThreadStart*>(start);
+    delete static_cast<ThreadStart*>(start);
+    AdoptThread();
+    return own.body(own.argument);
+}
+
+} // namespace
+
+FaultThread* OwnFaultThread() noexcept
+{
+    return g_thread;
+}
+
+void AdoptThread() noexcept
+{
+    if (g_thread != nullptr)
+    {
+        return;
+    }
+    void* const memory =
+        mmap(nullptr, sizeof(ThreadMemory), PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_STACK, -1, 0);
+    if (memory == MAP_FAILED) // NOLINT(performance-no-int-to-ptr): the system's constant
+    {
+        return;
+    }
+    auto* const own = static_cast<ThreadMemory*>(memory);
+    if (mprotect(own->guard, GuardSize, PROT_NONE) != 0 || pthread_setspecific(MemoryKey(), own) != 0)
+    {
+        munmap(memory, sizeof(ThreadMemory));
+        return;
+    }
+    new (&own->thread) FaultThread;
+    FindStack(own->thread);
+
+    stack_t current = {};
+    if (sigaltstack(nullptr, &current) == 0 && (current.ss_flags & SS_DISABLE) != 0)
+    {
+        stack_t stack = {};
+        stack.ss_sp = own->stack;
+        stack.ss_size = AlternateStackSize;
+        sigaltstack(&stack, nullptr); // fails only for arguments that these are not
+    }
+    g_thread = &own->thread;
+}
+
+FaultThread* BorrowFaultThread() noexcept
+{
+    if (g_thread != nullptr)
+    {
+        return g_thread;
+    }
+    for (FaultThread& reserved : g_reserve)
+    {
+        pid_t nobody = 0;
+        if (reserved.lender.compare_exchange_strong(nobody, gettid()))
+        {
+            g_thread = &reserved;
+            return &reserved;
+        }
+    }
+    return nullptr;
+}
+
+void ReturnFaultThread(FaultThread* thread) noexcept
+{
+    if (thread->lender != 0)
+    {
+        thread->depth = 0;
+        g_thread = nullptr;
+        thread->lender = 0;
+    }
+}
+
+FaultThread* FaultThreadOnBehalf() noexcept
+{
+    return g_onBehalf != nullptr ? g_onBehalf : g_thread;
+}
+
+void ActOnBehalf(FaultThread* thread, pid_t threadId) noexcept
+{
+    g_onBehalf = thread;
+    g_onBehalfId = threadId;
+}
+
+pid_t ThreadIdOnBehalf() noexcept
+{
+    return g_onBehalf != nullptr ? g_onBehalfId : gettid();
+}
+
+int CreatePlainThread(pthread_t* thread, void* (*body)(void*), void* argument) noexcept
+{
+#ifdef __SANITIZE_THREAD__
+    return ::pthread_create(thread, nullptr, body, argument); // that sanitizer has to know every thread
+#else
+    const CreateThread create = SystemCreateThread();
+    return create != nullptr ? create(thread, nullptr, body, argument) : ENOSYS;
+#endif
+}
+
+void AdoptNewThreads() noexcept
+{
+    MemoryKey();
+#ifndef __SANITIZE_THREAD__ // whose own start of a thread has to come before all that is instrumented
+    g_adoptNewThreads = true;
+#endif
+}
+
+} // namespace Ardo::Kiln::Crash
+
+/// Stands before the C library's: a thread without an alternate stack that overflows its own is killed by the kernel
+/// before any handler runs, so every thread gets one, also those that know nothing of this library.
+extern "C" KILN_EXPORT int pthread_create(pthread_t* thread, const pthread_attr_t* attributes, void* (*body)(void*),
+                                          void* argument) noexcept
+{
+    using namespace Ardo::Kiln::Crash;
+    const CreateThread create = SystemCreateThread();
+    if (create == nullptr)
+    {
+        return ENOSYS;
+    }
+    if (!g_adoptNewThreads)
+    {
+        return create(thread, attributes, body, argument);
+    }
+    auto* const start = new (std::nothrow) ThreadStart{body, argument};
+    if (start == nullptr)
+    {
+        return EAGAIN;
+    }
+    const int error = create(thread, attributes, RunAdopted, start);
+    if (error != 0)
+    {
+        delete start;
+    }
+    return error;
+}

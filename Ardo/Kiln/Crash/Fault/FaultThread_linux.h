@@ -1,0 +1,85 @@
+#pragma once
+
+#include "Ardo/Kiln/Crash/Fault/FaultDispatch.h"
+#include "Ardo/Kiln/Crash/Fault/LastThrow.h"
+#include "Ardo/Kiln/Platform/StructuredException.h"
+
+#include <setjmp.h>
+#include <signal.h>
+#include <sys/types.h>
+
+#include <array>
+#include <atomic>
+#include <cstddef>
+#include <cstdint>
+
+namespace Ardo::Kiln::Crash
+{
+
+/// A guarded call that is under way: where to continue when its filter deals with a fault.
+struct GuardFrame
+{
+    FaultFilter filter = nullptr;
+    GuardFrame* outer = nullptr;
+    sigjmp_buf jump;
+};
+
+/// What fault handling knows about one thread. Lives in memory of its own, so that thread-local storage holds a pointer
+/// only: more would keep the library from being loaded at run time.
+///
+/// Used by its thread, and by the thread that runs filters on its behalf while it waits.
+struct FaultThread
+{
+    static constexpr std::size_t MaximumFilters = 8;
+
+    // At one address for the life of the thread: the loop detector compares it.
+    EXCEPTION_POINTERS pointers = {&record, &context};
+    EXCEPTION_RECORD record = {};
+    CONTEXT context = {};
+    int signal = 0;
+    int signalCode = 0;
+
+    std::uintptr_t stackLow = 0; ///< Lowest address of its stack; 0 when not known.
+    std::uintptr_t stackHigh = 0;
+    std::array<FaultFilter, MaximumFilters> filters = {}; ///< The last one is asked first.
+    std::size_t filterCount = 0;
+    GuardFrame* guard = nullptr; ///< The innermost.
+    void* word = nullptr;
+    LastThrow lastThrow;
+    bool terminating = false; ///< Inside std::terminate, because of an exception.
+    void* handedOn = nullptr; ///< Address of the fault last handed on to another handler, and how often in a row.
+    unsigned timesHandedOn = 0;
+    unsigned depth = 0;            ///< How many of its faults are being handled: above 1, one of the handling itself.
+    std::atomic<pid_t> lender = 0; ///< For the records that threads without one borrow: who has it.
+};
+
+/// The calling thread's record, or null.
+FaultThread* OwnFaultThread() noexcept;
+
+/// Gives the calling thread a record and, unless it has one already, an alternate stack; both go when it ends. The
+/// stack's bounds are found out too. Nothing happens when there is no memory.
+void AdoptThread() noexcept;
+
+/// The calling thread's record, or one of a few reserved ones; null when all are in use. A signal handler may call it.
+FaultThread* BorrowFaultThread() noexcept;
+
+/// Gives a borrowed record back; nothing happens for the thread's own.
+void ReturnFaultThread(FaultThread* thread) noexcept;
+
+/// The record of the thread on whose behalf the caller runs: of another one inside a filter, else the caller's own or
+/// null.
+FaultThread* FaultThreadOnBehalf() noexcept;
+
+/// Sets the thread on whose behalf the calling thread runs; null for itself.
+void ActOnBehalf(FaultThread* thread, pid_t threadId) noexcept;
+
+/// The system's number of that thread.
+pid_t ThreadIdOnBehalf() noexcept;
+
+/// Starts a thread past the interposed pthread_create.
+int CreatePlainThread(pthread_t* thread, void* (*body)(void*), void* argument) noexcept;
+
+/// From now on new threads get a record and an alternate stack when they start.
+void AdoptNewThreads() noexcept;
+
+} // namespace Ardo::Kiln::Crash

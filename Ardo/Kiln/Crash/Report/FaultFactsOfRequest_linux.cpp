@@ -1,0 +1,75 @@
+#include "Ardo/Kiln/Crash/CrashRequest_linux.h"
+#include "Ardo/Kiln/Crash/Report/FaultFacts.h"
+#include "Ardo/Kiln/Platform/CalendarTime.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <cxxabi.h>
+#include <iterator>
+#include <memory>
+
+namespace Ardo::Kiln::Crash
+{
+
+namespace
+{
+
+/// The text in a fixed field, which a broken request may have left without its end.
+template <std::size_t Size>
+std::string TextOf(const char (&field)[Size])
+{
+    return {field, std::find(field, field + Size, '\0')};
+}
+
+/// The name of a type as the source has it.
+std::string TypeName(const std::string& mangled)
+{
+    struct Free
+    {
+        void operator()(char* text) const noexcept { std::free(text); }
+    };
+    int status = 0;
+    const std::unique_ptr<char, Free> text(abi::__cxa_demangle(mangled.c_str(), nullptr, nullptr, &status));
+    return status == 0 && text ? text.get() : mangled;
+}
+
+} // namespace
+
+FaultFacts FactsOf(const CrashRequest& request)
+{
+    FaultFacts facts;
+    facts.processId = static_cast<std::uint32_t>(request.processId);
+    facts.threadId = static_cast<std::uint32_t>(request.threadId);
+    facts.time = request.time;
+    facts.utcOffset = request.utcOffset;
+    if (request.utcOffset == CrashRequest::UnknownOffset)
+    {
+        const auto local = Platform::LocalCalendarTime(request.time);
+        facts.utcOffset = local ? static_cast<std::int32_t>(local->tm_gmtoff) : 0;
+    }
+    if (request.hasFault != 0)
+    {
+        facts.code = request.record.ExceptionCode;
+        facts.flags = request.record.ExceptionFlags;
+        facts.address = reinterpret_cast<std::uint64_t>(request.record.ExceptionAddress);
+        const auto count =
+            std::min<std::size_t>(request.record.NumberParameters, std::size(request.record.ExceptionInformation));
+        facts.information.assign(request.record.ExceptionInformation, request.record.ExceptionInformation + count);
+    }
+    else
+    {
+        facts.address = request.context.Rip;
+    }
+    facts.context = &request.context;
+    if (const auto type = TextOf(request.exceptionType); !type.empty())
+    {
+        facts.exceptionType = TypeName(type);
+    }
+    facts.exceptionMessage = TextOf(request.exceptionMessage);
+    facts.throwFrames.assign(request.throwFrames,
+                             request.throwFrames + std::min(request.throwFrameCount, CrashRequest::MaximumFrames));
+    facts.applicationVersion = TextOf(request.fullVersion);
+    return facts;
+}
+
+} // namespace Ardo::Kiln::Crash

@@ -1,0 +1,15 @@
+#pragma once
+
+namespace Ardo::Kiln::Crash
+{
+
+struct CrashRequest;
+
+/// Carries out CrashRequest::CreateFiles on the thread at fault itself, for the case that neither filters nor a process
+/// outside can: a minidump, and a short report that names the instruction at fault by module and offset.
+///
+/// Makes system calls only; a signal handler may call it. Uses \p request's `text`. What fails is left out; no
+/// half-written file keeps its final name.
+void WriteReportsHere(CrashRequest& request) noexcept;
+
+} // namespace Ardo::Kiln::Crash

@@ -1,0 +1,17 @@
+#pragma once
+
+namespace Ardo::Kiln::Crash
+{
+
+struct CrashRequest;
+
+// \returns 0 or the system's error number. \throws std::bad_alloc only.
+
+/// Puts the report text into \p request.
+int MakeText(CrashRequest& request);
+
+/// Creates the minidump and, if there was a fault, the report beside it, and tells so on standard error. Each is there
+/// under its name only when it is whole.
+int CreateFiles(const CrashRequest& request);
+
+} // namespace Ardo::Kiln::Crash
