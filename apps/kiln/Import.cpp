@@ -7,6 +7,7 @@
 
 #include "Ardo/Kiln/Conversion/String.h"
 #include "Ardo/Kiln/FileSystem/ReplacementFile.h"
+#include "Ardo/Kiln/FileSystem/WidePath.h"
 #include "Ardo/Kiln/Formatting/Parse.h"
 #include "Ardo/Kiln/Formatting/Units.h"
 #include "Ardo/Kiln/ImageIO/TiffExporter.h"
@@ -165,8 +166,7 @@ void DescribeImage(Metadata& metadata, const const_raw_image& image, const Impor
 
     if (options.output != StandardStream)
     {
-        const std::u8string name = ToPath(options.output).filename().u8string();
-        Complete(metadata.Core.FileName, std::string(name.begin(), name.end()));
+        Complete(metadata.Core.FileName, FileSystem::ToDisplayText(ToPath(options.output).filename()));
     }
     Complete(metadata.Core.FileDatetime, Now());
 }
@@ -200,7 +200,7 @@ void Write(const std::filesystem::path& path, const const_raw_image& image, cons
     const PackedPixels packed(image);
     const void* pixels = packed.Get();
     const auto [width, height] = image.Size();
-    const std::wstring file = ToWide(path);
+    const std::wstring file = FileSystem::ToWide(path);
 
     ImageIO::TiffExporter exporter;
     switch (image.Kind())

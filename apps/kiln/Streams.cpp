@@ -1,8 +1,9 @@
 #include "apps/kiln/Streams.h"
 
 #include "apps/kiln/Failure.h"
-#include "Ardo/Kiln/Conversion/String.h"
+#include "Ardo/Kiln/Conversion/Replacing.h"
 #include "Ardo/Kiln/FileSystem/ReplacementFile.h"
+#include "Ardo/Kiln/FileSystem/WidePath.h"
 #include "Ardo/Kiln/Types/Guid.h"
 
 #include <cerrno>
@@ -89,7 +90,7 @@ InputFile::~InputFile()
 
 std::wstring InputFile::WidePath() const
 {
-    return ToWide(m_path);
+    return FileSystem::ToWide(m_path);
 }
 
 std::string InputFile::Head(std::size_t count) const
@@ -131,12 +132,6 @@ fs::path ToPath(const std::string& name)
     return fs::path(std::u8string(name.begin(), name.end()));
 }
 
-std::wstring ToWide(const fs::path& path)
-{
-    const std::u8string name = path.u8string();
-    return Conversion::String::FromUtf8(std::string(name.begin(), name.end()));
-}
-
 void Print(std::string_view text)
 {
     errno = 0;
@@ -173,7 +168,8 @@ void PrintFile(const fs::path& path)
 
 std::string Printable(std::string_view text)
 {
-    std::string printable(text);
+    std::string printable;
+    Conversion::AppendReplacing(printable, text);
     for (std::size_t i = 0; i < printable.size(); ++i)
     {
         const auto unit = static_cast<unsigned char>(printable[i]);

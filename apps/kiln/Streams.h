@@ -40,9 +40,6 @@ private:
 /// \p name as a path. \param name UTF-8.
 std::filesystem::path ToPath(const std::string& name);
 
-/// \p path as the library's image functions take it.
-std::wstring ToWide(const std::filesystem::path& path);
-
 /// Writes \p text to standard output. \throws Failure when not all of it gets there.
 void Print(std::string_view text);
 
@@ -52,7 +49,8 @@ void WriteText(const std::string& name, std::string_view text);
 /// Copies a file to standard output. \throws Failure when not all of it gets there.
 void PrintFile(const std::filesystem::path& path);
 
-/// \p text made fit for a terminal: control characters, which a hostile document could use to command it, become "?".
+/// \p text made fit for a terminal: control characters, which a hostile document could use to command it, become "?",
+/// and what is not UTF-8 becomes U+FFFD.
 std::string Printable(std::string_view text);
 
 } // namespace Ardo::Kiln::Tool

@@ -6,7 +6,6 @@
 #include <cstdint>
 #include <limits>
 #include <stdexcept>
-#include <type_traits>
 
 namespace Ardo::Kiln::Conversion
 {
@@ -14,24 +13,12 @@ namespace Ardo::Kiln::Conversion
 namespace
 {
 
-template <typename Char>
-bool IsAscii(const std::basic_string<Char>& text)
-{
-    // No early end: so the compiler checks many units at a time, and most texts are short or ASCII.
-    std::make_unsigned_t<Char> bits = 0;
-    for (const Char unit : text)
-    {
-        bits |= static_cast<std::make_unsigned_t<Char>>(unit);
-    }
-    return bits < 0x80;
-}
-
 template <typename To, typename From>
 std::basic_string<To> Convert(const std::basic_string<From>& text,
                               std::uint32_t (&convert)(std::basic_string_view<From>, std::basic_string<To>&))
 {
     CheckLength(text.size());
-    if (IsAscii(text))
+    if (IsAscii<From>(text))
     {
         return std::basic_string<To>(text.begin(), text.end());
     }

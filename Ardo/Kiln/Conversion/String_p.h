@@ -3,6 +3,8 @@
 #include "Ardo/KilnExport.h"
 
 #include <cstddef>
+#include <string_view>
+#include <type_traits>
 
 namespace Ardo::Kiln::Conversion
 {
@@ -10,5 +12,18 @@ namespace Ardo::Kiln::Conversion
 /// Refuses a text whose length, in code units, the system's conversion cannot take.
 /// \throws std::range_error with "bad conversion, invalid parameter" from 2^31 units on.
 KILN_EXPORT_FOR_TESTS void CheckLength(std::size_t length);
+
+/// True if all units of \p text are below 0x80.
+template <typename Char>
+bool IsAscii(std::basic_string_view<Char> text) noexcept
+{
+    // No early end: so the compiler checks many units at a time, and most texts are short or ASCII.
+    std::make_unsigned_t<Char> bits = 0;
+    for (const Char unit : text)
+    {
+        bits |= static_cast<std::make_unsigned_t<Char>>(unit);
+    }
+    return bits < 0x80;
+}
 
 } // namespace Ardo::Kiln::Conversion

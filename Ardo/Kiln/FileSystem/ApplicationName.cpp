@@ -1,5 +1,6 @@
 #include "Ardo/Kiln/FileSystem/ApplicationName.h"
 
+#include "Ardo/Kiln/FileSystem/WidePath.h"
 #include "Ardo/Kiln/Platform/ModulePath.h"
 
 #include <stdexcept>
@@ -13,12 +14,12 @@ const std::string& GetApplicationName()
     static const std::string& g_name = *new std::string(
         []
         {
-            const std::u8string name = Platform::ExecutablePath().stem().u8string();
+            std::string name = ToDisplayText(Platform::ExecutablePath().stem());
             if (name.empty())
             {
                 throw std::runtime_error("Failed to get application name from executable.");
             }
-            return std::string(name.begin(), name.end());
+            return name;
         }());
     return g_name;
 }

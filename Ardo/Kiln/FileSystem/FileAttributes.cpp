@@ -1,5 +1,6 @@
 #include "Ardo/Kiln/FileSystem/FileAttributes.h"
 
+#include "Ardo/Kiln/FileSystem/WidePath.h"
 #include "Ardo/Kiln/Platform/FileAttributes.h"
 
 #include <stdexcept>
@@ -19,7 +20,7 @@ void RemoveHiddenAttribute(const fs::path& path)
 {
     if (Platform::ClearHidden(path))
     {
-        throw std::runtime_error("Can not remove hidden file attribute of " + path.string());
+        throw std::runtime_error("Can not remove hidden file attribute of " + ToDisplayText(path));
     }
 }
 
@@ -36,7 +37,7 @@ void RemoveReadOnlyAttribute(const fs::path& path)
     fs::permissions(path, fs::perms::owner_write, fs::perm_options::add, error);
     if (error)
     {
-        throw std::runtime_error("Can not remove read only file attribute of " + path.string());
+        throw std::runtime_error("Can not remove read only file attribute of " + ToDisplayText(path));
     }
 }
 

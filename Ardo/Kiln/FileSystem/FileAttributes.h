@@ -14,15 +14,16 @@ namespace Ardo::Kiln::FileSystem
 KILN_EXPORT bool IsHidden(const std::filesystem::path& path);
 
 /// Makes a hidden file visible.
-/// \throws std::runtime_error "Can not remove hidden file attribute of " and the path when the system refuses; on Linux
-///         always for a hidden file, because only another name would make it visible.
+/// \throws std::runtime_error "Can not remove hidden file attribute of " and ToDisplayText of the path when the system
+///         refuses; on Linux always for a hidden file, because only another name would make it visible.
 KILN_EXPORT void RemoveHiddenAttribute(const std::filesystem::path& path);
 
 /// True for a read-only file: on Windows one with that attribute, on Linux one that its owner may not write.
 KILN_EXPORT bool IsReadOnly(const std::filesystem::path& path);
 
 /// Makes a read-only file writable, on Linux for its owner.
-/// \throws std::runtime_error "Can not remove read only file attribute of " and the path when the system refuses.
+/// \throws std::runtime_error "Can not remove read only file attribute of " and ToDisplayText of the path when
+///         the system refuses.
 KILN_EXPORT void RemoveReadOnlyAttribute(const std::filesystem::path& path);
 
 } // namespace Ardo::Kiln::FileSystem

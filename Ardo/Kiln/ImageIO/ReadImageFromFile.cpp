@@ -1,6 +1,6 @@
 #include "Ardo/Kiln/ImageIO/ReadImageFromFile.h"
 
-#include "Ardo/Kiln/Conversion/String.h"
+#include "Ardo/Kiln/FileSystem/WidePath.h"
 #include "Ardo/Kiln/ImageIO/PixelBuffer_p.h"
 #include "Ardo/Kiln/ImageIO/QtImage_p.h"
 #include "Ardo/Kiln/ImageIO/TiffReader.h"
@@ -65,7 +65,7 @@ std::unique_ptr<Imaging::const_raw_image> DecodeFile(Platform::RandomAccessFile&
     const std::int64_t count = file.ReadAt(0, content.Data(), static_cast<std::int64_t>(content.Size()));
     if (count < 0)
     {
-        throw std::runtime_error(file.LastError());
+        throw std::system_error(file.LastError());
     }
     return DecodeWithQt(content.Data(), static_cast<std::size_t>(count));
 }
@@ -79,11 +79,12 @@ std::unique_ptr<Imaging::const_raw_image> ReadImageFromFile(const std::wstring& 
         throw std::runtime_error("ReadImageFromFile: failed to create Imaging::RawImage::Com::ImageFileFactory");
     }
 
-    const std::string name = Conversion::String::ToUtf8(file);
+    const std::filesystem::path path = FileSystem::ToPath(file);
+    const std::string name = FileSystem::ToDisplayText(path);
     const auto tiff = std::make_shared<TiffReader>();
     try
     {
-        Platform::RandomAccessFile opened(file, Platform::RandomAccessFile::Access::Read);
+        Platform::RandomAccessFile opened(path, Platform::RandomAccessFile::Access::Read);
         if (!IsTiff(opened))
         {
             return DecodeFile(opened);

@@ -22,11 +22,10 @@ namespace Ardo::Kiln::ImageIO
 /// Needs no application object. Any thread may call it.
 /// \throws std::runtime_error "ReadImageFromFile: failed to create Imaging::RawImage::Com::ImageFileFactory" if there
 ///         is no image reader at all;
-///         "ReadImageFromFile: failed to open file -" and the name in UTF-8 if the file cannot be opened or read, or is
-///         no image (the reason is logged as a warning);
-///         "null IRawImage2" if it is a TIFF image whose samples have no PixelKind (16-bit colours, 64-bit floats,
-///         palettes, signed samples, 0 as white).
-/// \throws std::range_error if the name is no Unicode text (see Conversion::String::ToUtf8).
+///         "ReadImageFromFile: failed to open file -" and FileSystem::ToDisplayText of the name if the file cannot be
+///         opened or read, or is no image (the reason is logged as a warning); "null IRawImage2" if it is a TIFF image
+///         whose samples have no PixelKind (16-bit colours, 64-bit floats, palettes, signed samples, 0 as white).
+/// \throws std::range_error of FileSystem::ToPath if the name can be no path.
 KILN_EXPORT std::unique_ptr<Imaging::const_raw_image> ReadImageFromFile(const std::wstring& file);
 
 } // namespace Ardo::Kiln::ImageIO

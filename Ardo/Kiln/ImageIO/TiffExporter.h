@@ -35,7 +35,8 @@ class TiffFile;
 ///     exporter.WriteUInt16Image(L"image.tif", pixels.data(), width, height, &metadata);
 ///
 /// Every write
-/// - takes the path \p fileName (on Linux opened as UTF-8), \p width and \p height in pixels, and \p metadata, which
+/// - takes the path \p fileName (as FileSystem::ToWide gives it), \p width and \p height in pixels, and \p metadata,
+/// which
 ///   may be null: then none of the private tags is written;
 /// - replaces an existing file, but only after everything that can be checked without it has been: a null pointer, a
 ///   size of 0, an empty name, a stride below the row size, an image that a classic TIFF file cannot hold (with its

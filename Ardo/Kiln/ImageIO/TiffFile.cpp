@@ -1,6 +1,6 @@
 #include "Ardo/Kiln/ImageIO/TiffFile_p.h"
 
-#include "Ardo/Kiln/Conversion/String.h"
+#include "Ardo/Kiln/FileSystem/WidePath.h"
 #include "Ardo/Kiln/ImageIO/TiffTags_p.h"
 #include "Ardo/Kiln/Logger/ComponentLog_p.h"
 
@@ -191,7 +191,7 @@ struct TiffFile::Callbacks
 };
 
 TiffFile::TiffFile(const std::wstring& path, Access access)
-    : TiffFile(std::make_unique<Platform::RandomAccessFile>(path, access), path, access)
+    : TiffFile(std::make_unique<Platform::RandomAccessFile>(FileSystem::ToPath(path), access), path, access)
 {
 }
 
@@ -202,7 +202,7 @@ TiffFile::TiffFile(std::unique_ptr<Platform::RandomAccessFile> file, const std::
 
 TiffFile::TiffFile(std::unique_ptr<Platform::RandomAccessFile> file, const std::wstring& path, Access access)
     : m_file(std::move(file)),
-      m_name(Conversion::String::ToUtf8(path)),
+      m_name(FileSystem::ToDisplayText(FileSystem::ToPath(path))),
       m_size(m_file->SizeWhenOpened()),
       m_readBudget(access == Access::Read ? ReadBudgetFactor * std::min(m_size, std::uint64_t{1} << 60) + MiB
                                           : std::numeric_limits<std::uint64_t>::max())
@@ -310,9 +310,9 @@ try
     if (m_error.empty()) // the first one is the cause of the others
     {
         m_error = Format(format, arguments);
-        if (const std::string reason = m_file->LastError(); !reason.empty())
+        if (const std::error_code reason = m_file->LastError())
         {
-            m_error += ": " + reason;
+            m_error += ": " + reason.message();
         }
     }
 }

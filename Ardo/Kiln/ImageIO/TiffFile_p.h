@@ -85,7 +85,7 @@ private:
     void NoteWarning(const char* format, std::va_list arguments) noexcept;
 
     std::unique_ptr<Platform::RandomAccessFile> m_file; ///< Never null.
-    std::string m_name;                                 ///< The path in UTF-8, for messages.
+    std::string m_name;                                 ///< The path for messages: FileSystem::ToDisplayText.
     std::uint64_t m_size;
     std::uint64_t m_position = 0;
     std::uint64_t m_readBudget; ///< Bytes that libtiff may still read.

@@ -44,9 +44,9 @@ public:
     TiffReader(TiffReader&& other) noexcept;
     TiffReader& operator=(TiffReader&& other) noexcept;
 
-    /// Reads \p file (on Linux its name is taken as UTF-8): first the fields, then the metadata, then the pixels. What
-    /// an earlier call has read is gone, but its memory is used again. The file stays open until the next call, Close()
-    /// or the destructor.
+    /// Reads \p file (a path as FileSystem::ToWide gives it): first the fields, then the metadata, then the pixels.
+    /// What an earlier call has read is gone, but its memory is used again. The file stays open until the next call,
+    /// Close() or the destructor.
     ///
     /// After a failure the accessors answer what was read before it: a file with damaged pixels still has fields and
     /// metadata.

@@ -1,5 +1,6 @@
 #include "Ardo/Kiln/Logger/LogFile_p.h"
 
+#include "Ardo/Kiln/FileSystem/WidePath.h"
 #include "Ardo/Kiln/Platform/SharedAppendFile.h"
 
 #include <algorithm>
@@ -401,7 +402,7 @@ void LogFile::Report(const Failure& failure)
         return;
     }
     m_lastFailure = failure;
-    std::string line = "Log file " + m_path.string() + " " + failure.what;
+    std::string line = "Log file " + FileSystem::ToDisplayText(m_path) + " " + failure.what;
     if (failure.reason)
     {
         line += ": " + failure.reason.message();

@@ -1,6 +1,7 @@
 #include "Ardo/Kiln/Logger/LogFileAttribute.h"
 
 #include "Ardo/Kiln/FileSystem/FileAttributes.h"
+#include "Ardo/Kiln/FileSystem/WidePath.h"
 
 #include <stdexcept>
 #include <string>
@@ -19,7 +20,8 @@ void Remove(void (&remove)(const std::filesystem::path&), const char* path, cons
     }
     catch (const std::exception&)
     {
-        throw std::runtime_error(std::string("Can not use file log ") + path + " " + attribute + " on filesystem.");
+        throw std::runtime_error("Can not use file log " + FileSystem::ToDisplayText(path) + " " + attribute +
+                                 " on filesystem.");
     }
 }
 

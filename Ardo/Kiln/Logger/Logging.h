@@ -29,7 +29,7 @@ class KILN_EXPORT Logging
 {
 public:
     /// Touches nothing yet.
-    /// \param folderRoot the folder that holds or will hold the folder "Log".
+    /// \param folderRoot the folder that holds or will hold the folder "Log"; FileSystem::ToPath makes it of wide text.
     /// \param baseName the base name of the debug file.
     Logging(std::filesystem::path folderRoot, std::wstring baseName);
 

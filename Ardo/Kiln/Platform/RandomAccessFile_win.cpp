@@ -1,12 +1,11 @@
 #include "Ardo/Kiln/Platform/RandomAccessFile.h"
 
-#include "Ardo/Kiln/Platform/Utf.h"
+#include "Ardo/Kiln/Platform/ScopedHandle_win.h"
+#include "Ardo/Kiln/Platform/SystemError.h"
 
 #include <algorithm>
 #include <stdexcept>
 #include <string>
-
-#include <windows.h>
 
 namespace Ardo::Kiln::Platform
 {
@@ -14,94 +13,28 @@ namespace Ardo::Kiln::Platform
 namespace
 {
 
-/// A transfer is counted in 32 bits.
-constexpr std::int64_t MaxTransfer = 0x40000000;
-
-std::string Describe(DWORD error)
-{
-    std::wstring text(512, L'\0');
-    text.resize(::FormatMessageW(FORMAT_MESSAGE_FROM_SYSTEM | FORMAT_MESSAGE_IGNORE_INSERTS, nullptr, error, 0,
-                                 text.data(), static_cast<DWORD>(text.size()), nullptr));
-    text.resize(text.find_last_not_of(L"\r\n. ") + 1);
-    std::string utf8;
-    return !text.empty() && WideToUtf8(text, utf8) == 0 ? utf8 : "error " + std::to_string(error);
-}
-
 [[noreturn]] void Refuse(DWORD error)
 {
-    throw std::runtime_error(Describe(error));
+    throw std::system_error(static_cast<int>(error), SystemErrors());
 }
 
-HANDLE ToHandle(std::intptr_t handle)
+/// Repeats \p call, which is told its place in the file, how many bytes are done and how many to do next, until \p size
+/// bytes are done or it does none. \returns the bytes done, or -1 with the system's last error.
+template <typename Call>
+std::int64_t Transfer(std::uint64_t offset, std::int64_t size, Call call) noexcept
 {
-    return reinterpret_cast<HANDLE>(handle);
-}
-
-OVERLAPPED At(std::uint64_t offset)
-{
-    OVERLAPPED place{};
-    place.Offset = static_cast<DWORD>(offset);
-    place.OffsetHigh = static_cast<DWORD>(offset >> 32);
-    return place;
-}
-
-} // namespace
-
-RandomAccessFile::RandomAccessFile(const std::wstring& path, Access access)
-{
-    if (path.find(L'\0') != std::wstring::npos)
-    {
-        // The system would open the file whose name ends there.
-        Refuse(ERROR_INVALID_NAME);
-    }
-    const bool reading = access == Access::Read;
-    // Emptied only after it is known to be a file on a disk.
-    const HANDLE handle = ::CreateFileW(path.c_str(), reading ? GENERIC_READ : GENERIC_READ | GENERIC_WRITE,
-                                        FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr,
-                                        reading ? OPEN_EXISTING : OPEN_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr);
-    if (handle == INVALID_HANDLE_VALUE)
-    {
-        Refuse(::GetLastError());
-    }
-    m_handle = reinterpret_cast<std::intptr_t>(handle);
-
-    if (::GetFileType(handle) != FILE_TYPE_DISK)
-    {
-        ::CloseHandle(handle);
-        throw std::runtime_error("Not a regular file");
-    }
-    LARGE_INTEGER size{};
-    if (reading ? ::GetFileSizeEx(handle, &size) == FALSE : ::SetEndOfFile(handle) == FALSE)
-    {
-        const DWORD error = ::GetLastError();
-        ::CloseHandle(handle);
-        Refuse(error);
-    }
-    m_sizeWhenOpened = static_cast<std::uint64_t>(size.QuadPart);
-}
-
-RandomAccessFile::~RandomAccessFile()
-{
-    ::CloseHandle(ToHandle(m_handle));
-}
-
-std::string RandomAccessFile::LastError() const
-{
-    return m_lastError != 0 ? Describe(static_cast<DWORD>(m_lastError)) : std::string();
-}
-
-std::int64_t RandomAccessFile::ReadAt(std::uint64_t offset, void* bytes, std::int64_t size) noexcept
-{
+    constexpr std::int64_t MaxTransfer = 0x40000000; // a transfer is counted in 32 bits
     std::int64_t done = 0;
     while (done < size)
     {
-        OVERLAPPED place = At(offset + static_cast<std::uint64_t>(done));
+        const std::uint64_t from = offset + static_cast<std::uint64_t>(done);
+        OVERLAPPED place{};
+        place.Offset = static_cast<DWORD>(from);
+        place.OffsetHigh = static_cast<DWORD>(from >> 32);
         DWORD count = 0;
-        if (::ReadFile(ToHandle(m_handle), static_cast<char*>(bytes) + done,
-                       static_cast<DWORD>(std::min(size - done, MaxTransfer)), &count, &place) == FALSE &&
+        if (call(&place, done, static_cast<DWORD>(std::min(size - done, MaxTransfer)), &count) == FALSE &&
             ::GetLastError() != ERROR_HANDLE_EOF)
         {
-            m_lastError = static_cast<std::int32_t>(::GetLastError());
             return -1;
         }
         if (count == 0)
@@ -113,21 +46,60 @@ std::int64_t RandomAccessFile::ReadAt(std::uint64_t offset, void* bytes, std::in
     return done;
 }
 
+} // namespace
+
+struct RandomAccessFile::System
+{
+    ScopedHandle file;
+};
+
+RandomAccessFile::RandomAccessFile(const std::filesystem::path& path, Access access)
+    : m_system(std::make_unique<System>())
+{
+    if (path.native().find(L'\0') != std::wstring::npos)
+    {
+        Refuse(ERROR_INVALID_NAME); // the system would open the file whose name ends there
+    }
+    const bool reading = access == Access::Read;
+    // Emptied only after it is known to be a file on a disk.
+    m_system->file = ScopedHandle(::CreateFileW(path.c_str(), reading ? GENERIC_READ : GENERIC_READ | GENERIC_WRITE,
+                                                FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr,
+                                                reading ? OPEN_EXISTING : OPEN_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr));
+    if (!m_system->file)
+    {
+        Refuse(::GetLastError());
+    }
+    if (::GetFileType(m_system->file.Get()) != FILE_TYPE_DISK)
+    {
+        throw std::runtime_error("Not a regular file");
+    }
+    LARGE_INTEGER size{};
+    if (!(reading ? ::GetFileSizeEx(m_system->file.Get(), &size) : ::SetEndOfFile(m_system->file.Get())))
+    {
+        Refuse(::GetLastError());
+    }
+    m_sizeWhenOpened = static_cast<std::uint64_t>(size.QuadPart);
+}
+
+RandomAccessFile::~RandomAccessFile() = default;
+
+std::int64_t RandomAccessFile::ReadAt(std::uint64_t offset, void* bytes, std::int64_t size) noexcept
+{
+    const std::int64_t done =
+        Transfer(offset, size,
+                 [&](OVERLAPPED* place, std::int64_t from, DWORD count, DWORD* read)
+                 { return ::ReadFile(m_system->file.Get(), static_cast<char*>(bytes) + from, count, read, place); });
+    m_lastError = done < 0 ? LastSystemError() : m_lastError;
+    return done;
+}
+
 std::int64_t RandomAccessFile::WriteAt(std::uint64_t offset, const void* bytes, std::int64_t size) noexcept
 {
-    std::int64_t done = 0;
-    while (done < size)
-    {
-        OVERLAPPED place = At(offset + static_cast<std::uint64_t>(done));
-        DWORD count = 0;
-        if (::WriteFile(ToHandle(m_handle), static_cast<const char*>(bytes) + done,
-                        static_cast<DWORD>(std::min(size - done, MaxTransfer)), &count, &place) == FALSE)
-        {
-            m_lastError = static_cast<std::int32_t>(::GetLastError());
-            return -1;
-        }
-        done += count;
-    }
+    const std::int64_t done = Transfer(
+        offset, size,
+        [&](OVERLAPPED* place, std::int64_t from, DWORD count, DWORD* written)
+        { return ::WriteFile(m_system->file.Get(), static_cast<const char*>(bytes) + from, count, written, place); });
+    m_lastError = done < 0 ? LastSystemError() : m_lastError;
     return done;
 }
 

@@ -36,8 +36,9 @@ public:
     /// pipe. \returns the system's reason on failure.
     std::error_code Open(const std::filesystem::path& path) noexcept;
 
-    /// Writes \p text at the file's end. \p written counts the bytes that arrived, also on failure.
-    /// \returns the system's reason on failure.
+    /// Writes \p text at the file's end. \p written counts the bytes that arrived, also on failure. Beyond the
+    /// process's limit on file sizes it fails like on a full disk, without a signal. \returns the system's reason on
+    /// failure.
     std::error_code Append(std::string_view text, std::size_t& written) noexcept;
 
     /// A size of 0 and no name when the system does not tell.

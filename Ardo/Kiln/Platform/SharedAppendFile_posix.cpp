@@ -1,6 +1,8 @@
 #include "Ardo/Kiln/Platform/SharedAppendFile.h"
 
+#include "Ardo/Kiln/Platform/FileSizeSignal_posix.h"
 #include "Ardo/Kiln/Platform/ScopedDescriptor_posix.h"
+#include "Ardo/Kiln/Platform/SystemError.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -11,16 +13,6 @@
 
 namespace Ardo::Kiln::Platform
 {
-
-namespace
-{
-
-std::error_code LastError() noexcept
-{
-    return {errno, std::generic_category()};
-}
-
-} // namespace
 
 struct SharedAppendFile::System
 {
@@ -36,18 +28,19 @@ std::error_code SharedAppendFile::Open(const std::filesystem::path& path) noexce
     constexpr mode_t EverybodyWithinUmask = 0666;
     m_system->file = ScopedDescriptor(
         ::open(path.c_str(), O_RDWR | O_APPEND | O_CREAT | O_CLOEXEC | O_NOCTTY | O_NONBLOCK, EverybodyWithinUmask));
-    return m_system->file ? std::error_code() : LastError();
+    return m_system->file ? std::error_code() : LastSystemError();
 }
 
 std::error_code SharedAppendFile::Append(std::string_view text, std::size_t& written) noexcept
 {
+    const FileSizeSignalBlock withoutSignal;
     written = 0;
     while (written < text.size())
     {
         const ssize_t count = ::write(m_system->file.Get(), text.data() + written, text.size() - written);
         if (count < 0 && errno != EINTR)
         {
-            return LastError();
+            return LastSystemError();
         }
         written += count > 0 ? static_cast<std::size_t>(count) : 0;
     }

@@ -1,6 +1,7 @@
 #include "Ardo/Kiln/Platform/SharedAppendFile.h"
 
 #include "Ardo/Kiln/Platform/ScopedHandle_win.h"
+#include "Ardo/Kiln/Platform/SystemError.h"
 
 #include <algorithm>
 
@@ -12,11 +13,6 @@ namespace
 
 // Everybody may write, rename and delete: that is how the others rotate a file that we have open.
 constexpr DWORD ShareAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
-
-std::error_code LastError() noexcept
-{
-    return {static_cast<int>(::GetLastError()), std::system_category()};
-}
 
 } // namespace
 
@@ -37,7 +33,7 @@ std::error_code SharedAppendFile::Open(const std::filesystem::path& path) noexce
                                                 ShareAll, nullptr, OPEN_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr));
     if (!m_system->file)
     {
-        return LastError();
+        return LastSystemError();
     }
     m_system->mutex = ScopedHandle(::CreateMutexW(nullptr, FALSE, L"Global\\TextLoggingMutex"));
     if (!m_system->mutex) // made by another user, who grants no more than waiting
@@ -57,7 +53,7 @@ std::error_code SharedAppendFile::Append(std::string_view text, std::size_t& wri
         const auto size = static_cast<DWORD>(std::min(text.size() - written, Largest));
         if (!::WriteFile(m_system->file.Get(), text.data() + written, size, &count, nullptr))
         {
-            return LastError();
+            return LastSystemError();
         }
         written += count;
     }

@@ -108,6 +108,9 @@ TEST_F(ReadImageFromFileTest, WhatIsNoImageIsNamedAndItsReasonLogged)
     EXPECT_EQ(MessageOf([this] { ReadImageFromFile(m_name); }), m_openError);
     EXPECT_THAT(log.Messages(), testing::ElementsAre(m_path.string() + ": No such file or directory"));
 
+    EXPECT_EQ(MessageOf([this] { ReadImageFromFile(ToWide(m_path.parent_path() / "\xE4.tif")); }),
+              "ReadImageFromFile: failed to open file -" + m_path.parent_path().string() + "/\uFFFD.tif");
+
     QImage image(64, 64, QImage::Format_Grayscale8);
     image.fill(3);
     std::string png;

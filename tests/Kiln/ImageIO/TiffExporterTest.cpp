@@ -1,6 +1,7 @@
 #include "Ardo/Kiln/ImageIO/TiffExporter.h"
 
 #include "Ardo/Kiln/ImageIO/ExportRawImageException.h"
+#include "Ardo/Kiln/ImageIO/ReadImageFromFile.h"
 #include "Ardo/Kiln/MetadataSerializer/ConvertToQd.h"
 #include "Ardo/Kiln/MetadataSerializer/Record.h"
 #include "Ardo/MetadataLib/Metadata.h"
@@ -8,9 +9,9 @@
 
 #include <array>
 #include <atomic>
-#include <csignal>
 #include <functional>
 #include <limits>
+#include <locale>
 #include <memory>
 #include <optional>
 #include <thread>
@@ -152,9 +153,9 @@ TEST_F(TiffExporterTest, WhatCannotBeWrittenLeavesTheOldFileAsItWas)
          "Invalid data parameters. (18446744065119617025 bytes of pixels and 34359743480 bytes of tags; a TIFF file "
          "holds 4294967295)"},
         {[&] { m_exporter.WriteUInt8Image(m_name, &pixel, 1, 1, &unwritable); }, ""},
-        {[&] { m_exporter.WriteUInt8Image(Wide(m_dir / "missing/a"), &pixel, 1, 1, nullptr); },
+        {[&] { m_exporter.WriteUInt8Image(ToWide(m_dir / "missing/a"), &pixel, 1, 1, nullptr); },
          "Unable to open file. (No such file or directory)"},
-        {[&] { m_exporter.WriteUInt8Image(Wide(m_dir.Path()), &pixel, 1, 1, nullptr); },
+        {[&] { m_exporter.WriteUInt8Image(ToWide(m_dir.Path()), &pixel, 1, 1, nullptr); },
          "Unable to open file. (Is a directory)"},
     };
     WriteFile(m_path, "old");
@@ -174,7 +175,6 @@ TEST_F(TiffExporterTest, AFullDiskIsReportedAndTheExporterGoesOn)
     // A limit on the size of files fails as a full disk does, after part of the data.
     const auto writeWithLimits = [&]
     {
-        std::signal(SIGXFSZ, SIG_IGN);
         const MetadataLib::Metadata metadata;
         const auto write = [&](rlim_t size)
         {
@@ -198,6 +198,21 @@ TEST_F(TiffExporterTest, AFullDiskIsReportedAndTheExporterGoesOn)
     EXPECT_EXIT((writeWithLimits(), std::_Exit(HasFailure() ? 1 : 0)), testing::ExitedWithCode(0), "^$");
 }
 
+TEST_F(TiffExporterTest, AFileMayHaveAnyName)
+{
+    const std::locale before = std::locale::global(std::locale::classic());
+    for (const char* const name : {"ä 名前.tif", "\xE4.tif", "\xC3.tif"})
+    {
+        const std::filesystem::path path = m_dir.Path() / name;
+        const std::string pixels = WritePattern(m_exporter, path, 3, 2, &TiffExporter::WriteUInt8Image, nullptr);
+        EXPECT_TRUE(std::filesystem::exists(path)) << name;
+        EXPECT_EQ(ReadImageFromFile(ToWide(path))->Size(), (Imaging::size_2d{3, 2})) << name;
+        m_reader.Open(ToWide(path));
+        EXPECT_EQ(PixelsOf(m_reader), pixels.substr(0, 6)) << name;
+    }
+    std::locale::global(before);
+}
+
 TEST_F(TiffExporterTest, ThreadsKeepTheirErrorsApart)
 {
     WriteFile(m_path, "x");
@@ -210,7 +225,7 @@ TEST_F(TiffExporterTest, ThreadsKeepTheirErrorsApart)
             TiffReader reader;
             const std::string pixels = WritePattern(exporter, path, 64, 64, &TiffExporter::WriteUInt16Image, nullptr);
             EXPECT_EQ(MessageOf([&] { reader.Open(m_name); }), "Unable to open Tiff file (Cannot read TIFF header)");
-            reader.Open(Wide(path));
+            reader.Open(ToWide(path));
             EXPECT_EQ(PixelsOf(reader), pixels.substr(0, 8192));
         }
     };

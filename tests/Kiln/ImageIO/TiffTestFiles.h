@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Ardo/Kiln/Conversion/String.h"
+#include "Ardo/Kiln/FileSystem/WidePath.h"
 #include "Ardo/Kiln/ImageIO/TiffExporter.h"
 #include "Ardo/Kiln/ImageIO/TiffReader.h"
 #include "tests/Support/Process.h"
@@ -20,11 +20,7 @@ namespace Ardo::Kiln::ImageIO
 using Support::ReadFile;
 using Support::WriteFile;
 
-/// A path as the library takes it, whatever the locale.
-inline std::wstring Wide(const std::filesystem::path& path)
-{
-    return Conversion::String::FromUtf8(path.string());
-}
+using FileSystem::ToWide;
 
 /// Values that differ from pixel to pixel, row to row and strip to strip.
 template <typename Pixel>
@@ -57,7 +53,7 @@ WritePattern(TiffExporter& exporter, const std::filesystem::path& path, std::uin
              std::type_identity_t<Rest>... rest)
 {
     auto pixels = Pattern<std::remove_const_t<Pixel>>(std::size_t{width} * height + 100); // room for padded rows
-    (exporter.*write)(Wide(path), pixels.data(), width, height, rest...);
+    (exporter.*write)(ToWide(path), pixels.data(), width, height, rest...);
     return BytesOf(pixels);
 }
 
@@ -91,7 +87,7 @@ protected:
         return MessageOf(
             [&]
             {
-                m_reader.Open(Wide(path));
+                m_reader.Open(ToWide(path));
                 EXPECT_EQ(PixelsOf(m_reader).size(), std::size_t{m_reader.GetImageWidth()} * m_reader.GetImageHeight() *
                                                          m_reader.GetBytesPerSample() * m_reader.GetSamplesPerPixel());
             });
@@ -99,7 +95,7 @@ protected:
 
     const Support::ScopedTempDir m_dir;
     const std::filesystem::path m_path = m_dir / "画像 é \xF0\x9F\x94\xAC.tif";
-    const std::wstring m_name = Wide(m_path);
+    const std::wstring m_name = ToWide(m_path);
     TiffReader m_reader;
 };
 

@@ -1,12 +1,12 @@
 #include "Ardo/Kiln/Logger/LogFile_p.h"
 
 #include "Ardo/Kiln/Platform/SharedAppendFile.h"
+#include "Ardo/Kiln/Platform/SystemError.h"
 #include "tests/Support/Process.h"
 #include "tests/Support/ScopedTempDir.h"
 
 #include <gmock/gmock.h>
 
-#include <csignal>
 #include <functional>
 #include <sys/resource.h>
 
@@ -52,7 +52,7 @@ protected:
     {
         return testing::AllOf(
             testing::StartsWith("Log file " + m_path.string() + " "),
-            EndsWith(": " + std::make_error_code(reason).message() + "\n"),
+            EndsWith(": " + Platform::SystemErrors().message(static_cast<int>(reason)) + "\n"),
             testing::ResultOf([](const std::string& text) { return std::count(text.begin(), text.end(), '\n'); }, 1));
     }
 
@@ -144,7 +144,6 @@ TEST_F(LogFileTest, AnObstacleCostsOneLineAndNotTheRecordsThatFitTheMemory)
 TEST_F(LogFileTest, WhatADiskTakesOfARecordInPartIsTakenBack)
 {
     LogFile file(m_path, 0, 3);
-    const auto oldHandler = std::signal(SIGXFSZ, SIG_IGN);
     rlimit limit{};
     ASSERT_EQ(::getrlimit(RLIMIT_FSIZE, &limit), 0);
     const rlimit small{1005, limit.rlim_max};
@@ -156,7 +155,6 @@ TEST_F(LogFileTest, WhatADiskTakesOfARecordInPartIsTakenBack)
     ::setrlimit(RLIMIT_FSIZE, &small);
     file.Flush();
     ::setrlimit(RLIMIT_FSIZE, &limit);
-    std::signal(SIGXFSZ, oldHandler);
     EXPECT_THAT(testing::internal::GetCapturedStderr(), IsOneLine(std::errc::file_too_large));
     EXPECT_EQ(Read().size(), 1000U);
     file.Flush();
