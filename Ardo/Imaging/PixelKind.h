@@ -17,7 +17,7 @@ enum class PixelKind : std::uint8_t
 };
 
 /// The bytes of one pixel of \p kind.
-constexpr std::size_t BytesPerPixel(PixelKind kind)
+[[nodiscard]] constexpr std::size_t BytesPerPixel(PixelKind kind) noexcept
 {
     switch (kind)
     {

@@ -47,22 +47,25 @@ public:
     }
 
     /// In pixels; neither side is 0.
-    size_2d Size() const { return m_size; }
+    [[nodiscard]] size_2d Size() const noexcept { return m_size; }
 
     /// What a pixel is made of.
-    PixelKind Kind() const { return m_kind; }
+    [[nodiscard]] PixelKind Kind() const noexcept { return m_kind; }
 
     /// Bytes from the first pixel of a row to the first pixel of the next.
-    std::size_t Stride() const { return m_stride; }
+    [[nodiscard]] std::size_t Stride() const noexcept { return m_stride; }
 
     /// Bytes of the pixels of one row, without what pads it.
-    std::size_t RowSize() const { return BytesPerPixel(m_kind) * m_size.width; }
+    [[nodiscard]] std::size_t RowSize() const noexcept { return BytesPerPixel(m_kind) * m_size.width; }
 
     /// The first byte of row \p y, which is below the height.
-    const void* Row(std::uint32_t y) const { return static_cast<const unsigned char*>(m_pixels.get()) + m_stride * y; }
+    [[nodiscard]] const void* Row(std::uint32_t y) const noexcept
+    {
+        return static_cast<const unsigned char*>(m_pixels.get()) + m_stride * y;
+    }
 
     /// The first byte of the first row, with a share in the ownership.
-    const std::shared_ptr<const void>& Pixels() const { return m_pixels; }
+    [[nodiscard]] const std::shared_ptr<const void>& Pixels() const noexcept { return m_pixels; }
 
 private:
     std::shared_ptr<const void> m_pixels;

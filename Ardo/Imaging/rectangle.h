@@ -15,10 +15,10 @@ struct rectangle
     std::int32_t bottom = 0; ///< The row behind the last.
 
     /// \c right - \c left in pixels; negative for a rectangle that is turned over.
-    constexpr std::int64_t Width() const { return std::int64_t{right} - left; }
+    [[nodiscard]] constexpr std::int64_t Width() const noexcept { return std::int64_t{right} - left; }
 
     /// \c bottom - \c top in pixels; negative for a rectangle that is turned over.
-    constexpr std::int64_t Height() const { return std::int64_t{bottom} - top; }
+    [[nodiscard]] constexpr std::int64_t Height() const noexcept { return std::int64_t{bottom} - top; }
 
     friend constexpr bool operator==(const rectangle&, const rectangle&) = default;
 };

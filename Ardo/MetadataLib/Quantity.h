@@ -10,9 +10,9 @@ namespace Ardo::MetadataLib
 /// A number with the unit that it is given in, for example 2.5e-10 "m".
 struct Quantity
 {
-    double Value = 0.0;                          ///< In 10^UnitPrefixPower units.
-    std::optional<std::string> Unit;             ///< Unit symbol without prefix, UTF-8, for example "m".
-    std::optional<std::int32_t> UnitPrefixPower; ///< Decimal exponent of the prefix, for example -9 for nano.
+    double Value = 0.0;                            ///< In 10^UnitPrefixPower units.
+    std::optional<std::string> Unit{};             ///< Unit symbol without prefix, UTF-8, for example "m".
+    std::optional<std::int32_t> UnitPrefixPower{}; ///< Decimal exponent of the prefix, for example -9 for nano.
 
     bool operator==(const Quantity&) const = default;
 };
@@ -24,7 +24,7 @@ struct Quantity
 struct CompleteQuantity
 {
     double Value = 0.0;               ///< In 10^UnitPrefixPower units.
-    std::string Unit;                 ///< Unit symbol without prefix, UTF-8; empty for a pure number.
+    std::string Unit{};               ///< Unit symbol without prefix, UTF-8; empty for a pure number.
     std::int32_t UnitPrefixPower = 0; ///< Decimal exponent of the prefix; 0 for none.
 
     bool operator==(const CompleteQuantity&) const = default;

@@ -7,11 +7,12 @@
 #include "Ardo/Kiln/Threading/ConsoleInterrupt.h"
 
 #include <algorithm>
+#include <atomic>
 #include <chrono>
 #include <future>
 #include <iostream>
 #include <memory>
-#include <system_error>
+#include <utility>
 
 namespace Ardo::Kiln::Tool
 {
@@ -27,7 +28,7 @@ using Threading::ScopedScheduledWork;
 class Progress
 {
 public:
-    Progress(const ExportSteps& steps, bool isShown) : m_steps(steps), m_isShown(isShown) {}
+    Progress(std::string name, bool isShown) : m_name(std::move(name)), m_isShown(isShown) {}
     ~Progress()
     {
         if (m_shown >= 0)
@@ -38,26 +39,17 @@ public:
     Progress(const Progress&) = delete;
     Progress& operator=(const Progress&) = delete;
 
-    void ShowFile()
-    {
-        std::error_code error;
-        const std::uintmax_t length = std::filesystem::file_size(m_steps.file, error);
-        // The last percent is the flush to the disk.
-        Show(error || m_steps.size == 0 ? 0
-                                        : static_cast<int>(std::min<std::uintmax_t>(length * 99 / m_steps.size, 99)));
-    }
-
     void Show(int percent)
     {
         if (m_isShown && percent > m_shown)
         {
-            std::cerr << "\rwriting " << Printable(m_steps.name) << ": " << percent << " %" << std::flush;
+            std::cerr << "\rwriting " << Printable(m_name) << ": " << percent << " %" << std::flush;
             m_shown = percent;
         }
     }
 
 private:
-    const ExportSteps& m_steps;
+    const std::string m_name;
     const bool m_isShown;
     int m_shown = -1; ///< In percent; negative while there is no line.
 };
@@ -67,7 +59,19 @@ private:
 void RunExport(const ExportSteps& steps, bool showsProgress)
 {
     // A function is copied on its way to the worker, a task cannot be. It keeps the exception for this thread.
-    const auto write = std::make_shared<std::packaged_task<void()>>(steps.write);
+    std::atomic<int> percent = 0;
+    std::atomic<bool> isEnded = false;
+    const auto write = std::make_shared<std::packaged_task<void()>>(
+        [&]
+        {
+            steps.write(
+                [&](std::uint64_t written, std::uint64_t size)
+                {
+                    // The last percent is the flush to the disk.
+                    percent = static_cast<int>(std::min(written, size) * 99 / std::max<std::uint64_t>(size, 1));
+                    return !isEnded.load();
+                });
+        });
     const auto commit = std::make_shared<std::packaged_task<void()>>(
         [&]
         {
@@ -77,16 +81,17 @@ void RunExport(const ExportSteps& steps, bool showsProgress)
     std::future<void> done = commit->get_future();
 
     const ConsoleInterrupt interrupt;
-    Progress progress(steps, showsProgress || ConsoleInterrupt::IsStandardErrorShown());
+    Progress progress(steps.name, showsProgress || ConsoleInterrupt::IsStandardErrorShown());
     BackgroundWorker worker("Export");
     // These wait for the step that runs and cancel the other, whatever ends this function.
     const ScopedScheduledWork writing = worker.Schedule([write] { (*write)(); });
     ScopedScheduledWork committing = worker.Schedule([commit] { (*commit)(); });
     while (done.wait_for(std::chrono::milliseconds(20)) != std::future_status::ready)
     {
-        progress.ShowFile();
+        progress.Show(percent);
         if (interrupt.IsRequested() && committing.Cancel())
         {
+            isEnded = true;
             throw Interrupted();
         }
     }

@@ -120,7 +120,7 @@ MetadataLib::TimePoint Now()
 Metadata NewRecord()
 {
     Metadata metadata;
-    std::ranges::copy(Types::Guid::Generate().ConvertToBoostUuid(), metadata.Core.Guid.bytes.begin());
+    metadata.Core.Guid = {Types::Guid::Generate().Bytes()};
     metadata.Core.ApplicationSoftware = "kiln";
     metadata.Core.ApplicationSoftwareVersion = KILN_VERSION;
     metadata.Acquisition.AcquisitionDatetime = Now();
@@ -171,60 +171,6 @@ void DescribeImage(Metadata& metadata, const const_raw_image& image, const Impor
     Complete(metadata.Core.FileDatetime, Now());
 }
 
-/// The rows of an image without anything between them, as the exporter takes grey images.
-class PackedPixels
-{
-public:
-    explicit PackedPixels(const const_raw_image& image) : m_pixels(image.Row(0))
-    {
-        if (image.Stride() != image.RowSize())
-        {
-            m_copy.resize(image.RowSize() * image.Size().height);
-            for (std::uint32_t y = 0; y < image.Size().height; ++y)
-            {
-                std::memcpy(m_copy.data() + y * image.RowSize(), image.Row(y), image.RowSize());
-            }
-            m_pixels = m_copy.data();
-        }
-    }
-
-    const void* Get() const { return m_pixels; }
-
-private:
-    const void* m_pixels;
-    std::vector<unsigned char> m_copy; ///< Empty when the image has no gaps.
-};
-
-void Write(const std::filesystem::path& path, const const_raw_image& image, const Metadata& metadata)
-{
-    const PackedPixels packed(image);
-    const void* pixels = packed.Get();
-    const auto [width, height] = image.Size();
-    const std::wstring file = FileSystem::ToWide(path);
-
-    ImageIO::TiffExporter exporter;
-    switch (image.Kind())
-    {
-    case PixelKind::UInt8:
-        exporter.WriteUInt8Image(file, static_cast<const std::uint8_t*>(pixels), width, height, &metadata);
-        break;
-    case PixelKind::UInt16:
-        exporter.WriteUInt16Image(file, static_cast<const std::uint16_t*>(pixels), width, height, &metadata);
-        break;
-    case PixelKind::Float32:
-        exporter.WriteFloatImage(file, static_cast<const float*>(pixels), width, height, &metadata);
-        break;
-    case PixelKind::Rgb8:
-        exporter.WriteRgbImage(file, static_cast<const Imaging::rgb_type<unsigned char>*>(pixels), width, height, 0,
-                               &metadata);
-        break;
-    case PixelKind::Rgba8:
-        exporter.WriteRgbaImage(file, static_cast<const Imaging::rgba_type<unsigned char>*>(pixels), width, height, 0,
-                                &metadata);
-        break;
-    }
-}
-
 } // namespace
 
 void Import(const ImportOptions& options)
@@ -255,8 +201,13 @@ void Import(const ImportOptions& options)
 
     const auto write = [&](const FileSystem::ReplacementFile& file, const std::function<void()>& commit)
     {
-        RunExport({options.output == StandardStream ? "standard output" : options.output, file.Path(),
-                   image->RowSize() * image->Size().height, [&] { Write(file.Path(), *image, metadata); }, commit},
+        const auto writeFile = [&](const ImageIO::TiffExporter::Progress& progress)
+        {
+            ImageIO::TiffExporter exporter;
+            exporter.SetProgress(progress);
+            exporter.WriteImage(FileSystem::ToWide(file.Path()), *image, &metadata);
+        };
+        RunExport({options.output == StandardStream ? "standard output" : options.output, writeFile, commit},
                   options.progress);
     };
     if (options.output == StandardStream)

@@ -1,5 +1,6 @@
 #include "Ardo/Kiln/ImageIO/TiffExporter.h"
 
+#include "Ardo/Imaging/const_raw_image.h"
 #include "Ardo/Kiln/ImageIO/ClampNegative_p.h"
 #include "Ardo/Kiln/ImageIO/ExportRawImageException.h"
 #include "Ardo/Kiln/ImageIO/TiffFile_p.h"
@@ -10,9 +11,12 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstring>
 #include <limits>
 #include <optional>
 #include <stdexcept>
+#include <utility>
+#include <vector>
 
 #include <tiffio.h>
 
@@ -60,9 +64,7 @@ float PixelsPerCentimetre(double pixelSize)
 PrivateTags MakePrivateTags(const MetadataLib::Metadata& metadata)
 {
     PrivateTags tags;
-    // A record refers to changeable metadata because it also reads; writing changes nothing.
-    auto& changeable = const_cast<MetadataLib::Metadata&>(metadata);
-    tags.xml = MetadataSerializer::Record(changeable).SerializeToString(MetadataSerializer::SerializeType::Xml);
+    tags.xml = MetadataSerializer::Record(metadata).SerializeToString(MetadataSerializer::SerializeType::Xml);
     if (const auto& pixelSize = metadata.BinaryResult.PixelSize)
     {
         const double x = pixelSize->X.Value;
@@ -96,8 +98,10 @@ StripLayout MakeStripLayout(std::uint32_t height, std::uint64_t rowSize, std::ui
 }
 
 /// \param stride bytes from row to row.
+/// The bytes that the file will have about.
 /// \throws std::runtime_error with the numbers if a classic TIFF cannot hold the image together with \p tags.
-void CheckFileSize(std::uint64_t stride, std::uint32_t height, const StripLayout& layout, const PrivateTags& tags)
+std::uint64_t CheckedFileSize(std::uint64_t stride, std::uint32_t height, const StripLayout& layout,
+                              const PrivateTags& tags)
 {
     constexpr std::uint64_t DirectoryBytes = 1024; // more than 18 entries and their values take
     constexpr std::uint64_t TableBytesPerStrip = 8;
@@ -112,6 +116,7 @@ void CheckFileSize(std::uint64_t stride, std::uint32_t height, const StripLayout
                                  std::to_string(others) + " bytes of tags; a TIFF file holds " +
                                  std::to_string(LargestFile) + ")");
     }
+    return pixels + others;
 }
 
 template <typename... Value>
@@ -161,12 +166,76 @@ struct TiffExporter::Image
     void (*clamp)(void*, std::size_t) = nullptr;
 };
 
+void TiffExporter::SetTags(TiffFile& file, const Image& image, std::uint32_t rowsPerStrip)
+{
+    SetTag(file, TIFFTAG_IMAGEWIDTH, image.width);
+    SetTag(file, TIFFTAG_IMAGELENGTH, image.height);
+    SetTag(file, TIFFTAG_BITSPERSAMPLE, int{image.bitsPerSample});
+    SetTag(file, TIFFTAG_SAMPLESPERPIXEL, int{image.samplesPerPixel});
+    SetTag(file, TIFFTAG_ORIENTATION, ORIENTATION_TOPLEFT);
+    SetTag(file, TIFFTAG_COMPRESSION, COMPRESSION_NONE);
+    SetTag(file, TIFFTAG_PHOTOMETRIC, int{image.photometric});
+    SetTag(file, TIFFTAG_PLANARCONFIG, PLANARCONFIG_CONTIG);
+    SetTag(file, TIFFTAG_ROWSPERSTRIP, rowsPerStrip);
+}
+
 TiffExporter::TiffExporter()
 {
     InstallTagExtender();
 }
 
 TiffExporter::~TiffExporter() = default;
+TiffExporter::TiffExporter(TiffExporter&&) noexcept = default;
+TiffExporter& TiffExporter::operator=(TiffExporter&&) noexcept = default;
+
+void TiffExporter::SetProgress(Progress progress)
+{
+    m_progress = std::move(progress);
+}
+
+void TiffExporter::WriteImage(const std::wstring& fileName, const Imaging::const_raw_image& image,
+                              const MetadataLib::Metadata* metadata)
+try
+{
+    using Imaging::PixelKind;
+
+    std::vector<unsigned char> packed; // grey images have no stride of their own in a TIFF file
+    const void* pixels = image.Row(0);
+    const auto [width, height] = image.Size();
+    if (image.Stride() != image.RowSize())
+    {
+        packed.resize(image.RowSize() * height);
+        for (std::uint32_t y = 0; y < height; ++y)
+        {
+            std::memcpy(packed.data() + y * image.RowSize(), image.Row(y), image.RowSize());
+        }
+        pixels = packed.data();
+    }
+    switch (image.Kind())
+    {
+    case PixelKind::UInt8:
+        return WriteUInt8Image(fileName, static_cast<const std::uint8_t*>(pixels), width, height, metadata);
+    case PixelKind::UInt16:
+        return WriteUInt16Image(fileName, static_cast<const std::uint16_t*>(pixels), width, height, metadata);
+    case PixelKind::Float32:
+        return WriteFloatImage(fileName, static_cast<const float*>(pixels), width, height, metadata);
+    case PixelKind::Rgb8:
+        return WriteRgbImage(fileName, static_cast<const Imaging::rgb_type<unsigned char>*>(pixels), width, height, 0,
+                             metadata);
+    case PixelKind::Rgba8:
+        return WriteRgbaImage(fileName, static_cast<const Imaging::rgba_type<unsigned char>*>(pixels), width, height, 0,
+                              metadata);
+    }
+    throw std::runtime_error(InvalidParameters);
+}
+catch (const ExportRawImageException&)
+{
+    throw;
+}
+catch (const std::exception& exception)
+{
+    throw ExportRawImageException(Prefix + exception.what());
+}
 
 void TiffExporter::WriteUInt8Image(const std::wstring& fileName, const std::uint8_t* pixels, std::uint32_t width,
                                    std::uint32_t height, const MetadataLib::Metadata* metadata)
@@ -271,8 +340,39 @@ void TiffExporter::WriteFile(const std::wstring& fileName, const Image& image, c
     // Everything that may fail without the file comes before it is touched.
     const StripLayout layout = MakeStripLayout(image.height, rowSize, stride);
     const PrivateTags tags = metadata != nullptr ? MakePrivateTags(*metadata) : PrivateTags();
-    CheckFileSize(stride, image.height, layout, tags);
+    const std::uint64_t size = CheckedFileSize(stride, image.height, layout, tags);
 
+    OpenFile(fileName, size);
+    try
+    {
+        SetTags(*m_file, image, layout.rowsPerStrip);
+        if (metadata != nullptr)
+        {
+            SetPrivateTags(*m_file, tags);
+        }
+        SetTag(*m_file, TIFFTAG_SAMPLEFORMAT, int{image.sampleFormat});
+        if (image.clamp != nullptr)
+        {
+            image.clamp(image.clampPixels, std::size_t{image.width} * image.height);
+        }
+        WriteStrips(image, layout.stripSize, layout.stripCount);
+        if (TIFFWriteDirectory(m_file->Handle()) != 1)
+        {
+            throw std::runtime_error(WithReason("Error during writing of TIFF directory.", m_file->TakeError()));
+        }
+        m_file->SetProgress({});
+    }
+    catch (...)
+    {
+        // libtiff would complete the directory when it closes the file.
+        m_file->Abandon();
+        m_file->ThrowIfCancelled();
+        throw;
+    }
+}
+
+void TiffExporter::OpenFile(const std::wstring& fileName, std::uint64_t size)
+{
     m_file.reset(); // it may be the same file
     try
     {
@@ -282,41 +382,24 @@ void TiffExporter::WriteFile(const std::wstring& fileName, const Image& image, c
     {
         throw std::runtime_error(WithReason("Unable to open file.", exception.what()));
     }
-
-    SetTag(*m_file, TIFFTAG_IMAGEWIDTH, image.width);
-    SetTag(*m_file, TIFFTAG_IMAGELENGTH, image.height);
-    SetTag(*m_file, TIFFTAG_BITSPERSAMPLE, int{image.bitsPerSample});
-    SetTag(*m_file, TIFFTAG_SAMPLESPERPIXEL, int{image.samplesPerPixel});
-    SetTag(*m_file, TIFFTAG_ORIENTATION, ORIENTATION_TOPLEFT);
-    SetTag(*m_file, TIFFTAG_COMPRESSION, COMPRESSION_NONE);
-    SetTag(*m_file, TIFFTAG_PHOTOMETRIC, int{image.photometric});
-    SetTag(*m_file, TIFFTAG_PLANARCONFIG, PLANARCONFIG_CONTIG);
-    SetTag(*m_file, TIFFTAG_ROWSPERSTRIP, layout.rowsPerStrip);
-    if (metadata != nullptr)
+    if (m_progress)
     {
-        SetPrivateTags(*m_file, tags);
+        m_file->SetProgress([this, size](std::uint64_t written) { return m_progress(written, size); });
     }
-    SetTag(*m_file, TIFFTAG_SAMPLEFORMAT, int{image.sampleFormat});
+}
 
-    if (image.clamp != nullptr)
-    {
-        image.clamp(image.clampPixels, std::size_t{image.width} * image.height);
-    }
-
+void TiffExporter::WriteStrips(const Image& image, std::uint64_t stripSize, std::uint32_t stripCount)
+{
     m_file->ContinueAt(FirstStrip);
-    const auto stripSize = static_cast<tmsize_t>(layout.stripSize);
-    for (std::uint32_t strip = 0; strip < layout.stripCount; ++strip)
+    const auto size = static_cast<tmsize_t>(stripSize);
+    for (std::uint32_t strip = 0; strip < stripCount; ++strip)
     {
         // libtiff's interface is older than const; it changes only what it has to swap, which is never our own order.
-        auto* const pixels = static_cast<unsigned char*>(const_cast<void*>(image.pixels)) + layout.stripSize * strip;
-        if (TIFFWriteEncodedStrip(m_file->Handle(), strip, pixels, stripSize) != stripSize)
+        auto* const pixels = static_cast<unsigned char*>(const_cast<void*>(image.pixels)) + stripSize * strip;
+        if (TIFFWriteEncodedStrip(m_file->Handle(), strip, pixels, size) != size)
         {
             throw std::runtime_error(WithReason("Error during writing of image data.", m_file->TakeError()));
         }
-    }
-    if (TIFFWriteDirectory(m_file->Handle()) != 1)
-    {
-        throw std::runtime_error(WithReason("Error during writing of TIFF directory.", m_file->TakeError()));
     }
 }
 

@@ -5,8 +5,14 @@
 #include "Ardo/KilnExport.h"
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <string>
+
+namespace Ardo::Imaging
+{
+class const_raw_image;
+}
 
 namespace Ardo::MetadataLib
 {
@@ -24,8 +30,8 @@ class TiffFile;
 /// strips of one row if the rows are padded. With metadata it also holds the whole metadata as an XML document
 /// (tag 34683); if the pixel size is given, the pixels per centimetre (65450, 65451, and 65452 = 3); and if the pixel
 /// size is in metres, the legacy text (34682). The pixel size counts as metres for the pixels per centimetre whatever
-/// its unit text says; a value that the tag cannot hold becomes the nearest that it can, and a pixel size that is not a
-/// positive finite number writes none of these three tags.
+/// its unit text and its prefix power say; a value that the tag cannot hold becomes the nearest that it can, and a
+/// pixel size that is not a positive finite number writes none of these three tags.
 ///
 /// The file of the last write stays open until the next write or the destructor; it is complete on return. Neither
 /// pixels nor metadata are kept after a call. A write needs less than 2 MiB of memory beyond the metadata text.
@@ -44,7 +50,8 @@ class TiffFile;
 /// - throws ExportRawImageException and nothing else: "Failed to write TIFF image." and the detail, which is "Invalid
 ///   data parameters.", "Unable to open file.", "Error during writing of image data.", "Error during writing of TIFF
 ///   directory." (each followed by the reason where one is known) or the text of what was thrown on the way. What has
-///   been written by then is no readable image. The exporter can be used again.
+///   been written by then is no readable image: its directory, which comes last, is missing. The exporter can be used
+///   again.
 class KILN_EXPORT TiffExporter
 {
 public:
@@ -52,6 +59,22 @@ public:
     ~TiffExporter();
     TiffExporter(const TiffExporter&) = delete;
     TiffExporter& operator=(const TiffExporter&) = delete;
+    /// \p other has no file open then.
+    TiffExporter(TiffExporter&& other) noexcept;
+    TiffExporter& operator=(TiffExporter&& other) noexcept;
+
+    /// Is told while a file is written how many bytes are written and how many there will be about. Called on the
+    /// writing thread, for the first time after 8 MiB at the latest. Answers false to end the write, which then throws
+    /// ExportRawImageException "Failed to write TIFF image. Cancelled."; an exception of its own ends it, too.
+    using Progress = std::function<bool(std::uint64_t written, std::uint64_t size)>;
+
+    /// Sets the function that later writes call; empty for none.
+    void SetProgress(Progress progress);
+
+    /// Writes an image of any kind with the operation for its kind. Rows with gaps between them are written without the
+    /// gaps, for which the image is copied.
+    void WriteImage(const std::wstring& fileName, const Imaging::const_raw_image& image,
+                    const MetadataLib::Metadata* metadata);
 
     /// Writes unsigned samples of 8 bits, as they are. \p pixels: \p width x \p height samples, row by row.
     void WriteUInt8Image(const std::wstring& fileName, const std::uint8_t* pixels, std::uint32_t width,
@@ -93,8 +116,12 @@ private:
 
     void Write(const std::wstring& fileName, const Image& image, const MetadataLib::Metadata* metadata);
     void WriteFile(const std::wstring& fileName, const Image& image, const MetadataLib::Metadata* metadata);
+    static void SetTags(TiffFile& file, const Image& image, std::uint32_t rowsPerStrip);
+    void OpenFile(const std::wstring& fileName, std::uint64_t size);
+    void WriteStrips(const Image& image, std::uint64_t stripSize, std::uint32_t stripCount);
 
     std::unique_ptr<TiffFile> m_file; ///< The file of the last write; null before it.
+    Progress m_progress;
 };
 
 } // namespace Ardo::Kiln::ImageIO

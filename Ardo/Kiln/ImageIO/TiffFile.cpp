@@ -148,14 +148,9 @@ struct TiffFile::Callbacks
 
     static tmsize_t Write(thandle_t handle, void* bytes, tmsize_t size) noexcept
     {
-        TiffFile& file = File(handle);
-        const std::int64_t count = file.m_file->WriteAt(file.m_position, bytes, size);
-        if (count > 0)
-        {
-            file.m_position += static_cast<std::uint64_t>(count);
-            file.m_size = std::max(file.m_size, file.m_position);
-        }
-        return static_cast<tmsize_t>(count);
+        return File(handle).WriteInSteps(static_cast<const unsigned char*>(bytes), static_cast<std::uint64_t>(size))
+                   ? size
+                   : -1;
     }
 
     static toff_t Seek(thandle_t handle, toff_t offset, int origin) noexcept
@@ -240,7 +235,7 @@ TiffFile::~TiffFile()
 {
     m_error.clear();
     TIFFClose(m_tiff);
-    if (!m_error.empty())
+    if (!m_error.empty() && !m_isAbandoned) // what an abandoned file has failed with was reported then
     {
         Log(m_name + ": error while closing: " + m_error);
     }
@@ -291,6 +286,48 @@ void TiffFile::SelectPage(std::uint64_t offset)
     {
         throw std::runtime_error(TakeError());
     }
+}
+
+void TiffFile::SetProgress(Progress progress)
+{
+    m_progress = std::move(progress);
+}
+
+void TiffFile::ThrowIfCancelled()
+{
+    if (m_progressFailure != nullptr)
+    {
+        std::rethrow_exception(std::exchange(m_progressFailure, nullptr));
+    }
+}
+
+bool TiffFile::WriteInSteps(const unsigned char* bytes, std::uint64_t size) noexcept
+try
+{
+    constexpr std::uint64_t Step = 8 * MiB; // large enough not to be noticed, small enough for a person to see it grow
+    for (std::uint64_t done = 0; done < size && !m_isAbandoned;)
+    {
+        const std::uint64_t count = m_progress ? std::min(size - done, Step) : size - done;
+        m_isAbandoned = m_file->WriteAt(m_position, bytes + done, static_cast<std::int64_t>(count)) < 0;
+        if (!m_isAbandoned)
+        {
+            done += count;
+            m_written += count;
+            m_position += count;
+            m_size = std::max(m_size, m_position);
+            if (m_progress && !m_progress(m_written))
+            {
+                throw std::runtime_error("Cancelled.");
+            }
+        }
+    }
+    return !m_isAbandoned;
+}
+catch (...)
+{
+    m_progressFailure = std::current_exception();
+    m_isAbandoned = true;
+    return false;
 }
 
 void TiffFile::ContinueAt(std::uint64_t offset) noexcept

@@ -6,6 +6,8 @@
 #include <array>
 #include <cstdarg>
 #include <cstdint>
+#include <exception>
+#include <functional>
 #include <memory>
 #include <string>
 
@@ -70,6 +72,17 @@ public:
     /// \throws std::runtime_error whose text is the reason.
     void SelectPage(std::uint64_t offset);
 
+    /// Is told, for a file that is written, of all bytes handed to the system so far, after every few MiB. Answers
+    /// false or throws to end the writing: then that and all later writes fail.
+    using Progress = std::function<bool(std::uint64_t written)>;
+    void SetProgress(Progress progress);
+
+    /// Ends the writing: nothing reaches the file any more, so that closing it cannot complete what has failed.
+    void Abandon() noexcept { m_isAbandoned = true; }
+
+    /// Throws what the progress function has thrown, or std::runtime_error "Cancelled." if it answered false.
+    void ThrowIfCancelled();
+
     /// Makes the next strip begin at \p offset if the file ends before it. For a file that is written.
     void ContinueAt(std::uint64_t offset) noexcept;
 
@@ -81,6 +94,7 @@ private:
 
     TiffFile(std::unique_ptr<Platform::RandomAccessFile> file, const std::wstring& path, Access access);
     TiffDirectoryReader Directories() const;
+    bool WriteInSteps(const unsigned char* bytes, std::uint64_t size) noexcept;
     void NoteError(const char* format, std::va_list arguments) noexcept;
     void NoteWarning(const char* format, std::va_list arguments) noexcept;
 
@@ -91,6 +105,10 @@ private:
     std::uint64_t m_readBudget; ///< Bytes that libtiff may still read.
     std::string m_error;
     int m_warnings = 0;
+    Progress m_progress;
+    std::exception_ptr m_progressFailure;
+    std::uint64_t m_written = 0;
+    bool m_isAbandoned = false; ///< Nothing is written any more.
     /// Stands in for the buffer of a whole strip that libtiff would make; strips that are not compressed pass it by.
     std::array<unsigned char, 16> m_unusedBuffer{};
     tiff* m_tiff = nullptr;

@@ -16,11 +16,17 @@ namespace Ardo::Kiln::MetadataSerializer
 ///     std::string document = Record(metadata).SerializeToString(SerializeType::Xml);
 ///     Metadata copy;
 ///     Record(copy).DeserializeFromString(document, SerializeType::Xml);
+///
+/// A record of constant metadata can be written only.
 class KILN_EXPORT Record : public Serializable
 {
 public:
     /// Refers to \p metadata, which is changed by Deserialize only.
     explicit Record(MetadataLib::Metadata& metadata);
+    /// Refers to \p metadata, for writing only.
+    explicit Record(const MetadataLib::Metadata& metadata);
+    /// The record would outlive what it refers to.
+    explicit Record(const MetadataLib::Metadata&& metadata) = delete;
     /// Copies refer to the same metadata.
     Record(const Record&) = default;
     Record(Record&&) = default;
@@ -47,10 +53,12 @@ public:
     /// of
     ///         a custom property is no number of its type. "true", "false", "1" and "0" are booleans; any other text of
     ///         a "bool" is a ptree_bad_data.
+    /// \throws std::logic_error if the record was made of constant metadata.
     void Deserialize(const boost::property_tree::ptree& tree, SerializeType type) override;
 
 private:
-    MetadataLib::Metadata& m_metadata;
+    const MetadataLib::Metadata* m_metadata;
+    MetadataLib::Metadata* m_changeable; ///< The same; null for a record that can be written only.
 };
 
 } // namespace Ardo::Kiln::MetadataSerializer

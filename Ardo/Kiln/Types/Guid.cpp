@@ -87,6 +87,8 @@ boost::uuids::uuid Read(const std::basic_string<Char>& text)
 
 } // namespace
 
+Guid::Guid(const std::array<std::uint8_t, 16>& bytes) noexcept : m_uuid(std::bit_cast<boost::uuids::uuid>(bytes)) {}
+
 Guid::Guid(_GUID guid) noexcept : m_uuid(std::bit_cast<boost::uuids::uuid>(guid)) {}
 
 Guid::Guid(const std::string& text) : m_uuid(Read(text)) {}
@@ -114,6 +116,11 @@ std::string Guid::ToString() const
 std::wstring Guid::ToWString() const
 {
     return Write<wchar_t>(m_uuid);
+}
+
+std::array<std::uint8_t, 16> Guid::Bytes() const noexcept
+{
+    return std::bit_cast<std::array<std::uint8_t, 16>>(m_uuid);
 }
 
 _GUID Guid::ConvertToMicrosoftGUID() const noexcept

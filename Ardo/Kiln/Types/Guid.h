@@ -5,7 +5,9 @@
 
 #include <boost/uuid/uuid.hpp>
 
+#include <array>
 #include <compare>
+#include <cstdint>
 #include <string>
 
 namespace Ardo::Kiln::Types
@@ -23,6 +25,9 @@ public:
 
     /// Takes the 16 bytes as they are.
     Guid(boost::uuids::uuid uuid) noexcept : m_uuid(uuid) {}
+
+    /// Takes the 16 bytes as they are, for example those of MetadataLib::Uuid.
+    explicit Guid(const std::array<std::uint8_t, 16>& bytes) noexcept;
 
     /// Takes the 16 bytes as they lie in memory. Nothing is swapped: against the text form of Windows, the first three
     /// groups of ToString appear byte-reversed.
@@ -52,13 +57,16 @@ public:
     std::wstring ToWString() const;
 
     /// True when all 16 bytes are zero.
-    bool IsNil() const noexcept { return m_uuid.is_nil(); }
+    [[nodiscard]] bool IsNil() const noexcept { return m_uuid.is_nil(); }
 
     /// The 16 bytes as they are.
-    boost::uuids::uuid ConvertToBoostUuid() const noexcept { return m_uuid; }
+    [[nodiscard]] boost::uuids::uuid ConvertToBoostUuid() const noexcept { return m_uuid; }
+
+    /// The 16 bytes as they are, for example for MetadataLib::Uuid: metadata.Core.Guid = {guid.Bytes()}.
+    [[nodiscard]] std::array<std::uint8_t, 16> Bytes() const noexcept;
 
     /// The 16 bytes copied into the structure without swapping; Guid(_GUID) gives the same value back.
-    _GUID ConvertToMicrosoftGUID() const noexcept;
+    [[nodiscard]] _GUID ConvertToMicrosoftGUID() const noexcept;
 
     /// Byte by byte.
     friend bool operator==(const Guid& left, const Guid& right) noexcept = default;

@@ -1,5 +1,6 @@
 #include "Ardo/Kiln/ImageIO/TiffExporter.h"
 
+#include "Ardo/Imaging/const_raw_image.h"
 #include "Ardo/Kiln/ImageIO/ExportRawImageException.h"
 #include "Ardo/Kiln/ImageIO/ReadImageFromFile.h"
 #include "Ardo/Kiln/MetadataSerializer/ConvertToQd.h"
@@ -170,11 +171,77 @@ TEST_F(TiffExporterTest, WhatCannotBeWrittenLeavesTheOldFileAsItWas)
     EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
 }
 
+TEST_F(TiffExporterTest, AnImageOfAnyKindIsWrittenWithItsOperation)
+{
+    using Imaging::PixelKind;
+    const MetadataLib::Metadata metadata;
+    TiffExporter exporter(std::move(m_exporter));
+    m_exporter = TiffExporter();
+    for (const PixelKind kind :
+         {PixelKind::UInt8, PixelKind::UInt16, PixelKind::Float32, PixelKind::Rgb8, PixelKind::Rgba8})
+    {
+        const std::size_t rowSize = 5 * Imaging::BytesPerPixel(kind);
+        for (const std::size_t gap : {0u, 12u})
+        {
+            const auto pixels = std::make_shared<std::vector<char>>(Pattern<char>((rowSize + gap) * 33));
+            exporter.WriteImage(m_name, {{pixels, pixels->data()}, {5, 33}, kind, rowSize + gap}, &metadata);
+            EXPECT_EQ(Open(m_path), "");
+            std::string rows;
+            for (std::size_t y = 0; y < 33; ++y)
+            {
+                rows.append(pixels->data() + y * (rowSize + gap), rowSize);
+            }
+            EXPECT_EQ(PixelsOf(m_reader), rows);
+            EXPECT_EQ(m_reader.GetSampleFormat(),
+                      kind == PixelKind::Float32 ? TiffSampleFormat::FloatingPoint : TiffSampleFormat::UnsignedInteger);
+            EXPECT_THAT(m_reader.GetMetadataText(), HasSubstr("<Metadata"));
+        }
+    }
+}
+
+TEST_F(TiffExporterTest, ProgressIsToldAndAWriteThatItEndsIsNoImage)
+{
+    const std::vector<std::uint8_t> pixels(std::size_t{8192} * 4001);
+    std::vector<std::uint64_t> told;
+    std::uint64_t total = 0;
+    std::function<bool()> goOn = [] { return true; };
+    m_exporter.SetProgress(
+        [&](std::uint64_t written, std::uint64_t size)
+        {
+            told.push_back(written);
+            total = size;
+            return goOn();
+        });
+    const auto write = [&] { m_exporter.WriteUInt8Image(m_name, pixels.data(), 8192, 4001, nullptr); };
+    write();
+    EXPECT_GE(told.size(), 4u); // one strip of 32 MB
+    EXPECT_TRUE(std::ranges::is_sorted(told));
+    EXPECT_NEAR(static_cast<double>(told.back()), static_cast<double>(total), 10000);
+    EXPECT_EQ(Open(m_path), "");
+
+    const std::pair<std::function<bool()>, std::string> rows[] = {
+        {[] { return false; }, "Cancelled."}, {[]() -> bool { throw std::runtime_error("no more"); }, "no more"}};
+    for (const auto& [end, reason] : rows)
+    {
+        for (const std::size_t after : {1u, 3u})
+        {
+            told.clear();
+            goOn = [&] { return told.size() < after || end(); };
+            EXPECT_EQ(MessageOf<ExportRawImageException>(write), "Failed to write TIFF image. " + reason);
+            EXPECT_EQ(told.size(), after);
+            goOn = [] { return true; };
+            m_exporter.WriteUInt8Image((m_dir / "other").wstring(), pixels.data(), 1, 1, nullptr); // closes the file
+            EXPECT_THAT(Open(m_path), StartsWith("Unable to open Tiff file"));
+        }
+    }
+}
+
 TEST_F(TiffExporterTest, AFullDiskIsReportedAndTheExporterGoesOn)
 {
     // A limit on the size of files fails as a full disk does, after part of the data.
     const auto writeWithLimits = [&]
     {
+        const rlimit unlimited{RLIM_INFINITY, RLIM_INFINITY};
         const MetadataLib::Metadata metadata;
         const auto write = [&](rlim_t size)
         {
@@ -189,6 +256,9 @@ TEST_F(TiffExporterTest, AFullDiskIsReportedAndTheExporterGoesOn)
             EXPECT_THAT(
                 MessageOf<ExportRawImageException>([&] { write(static_cast<rlim_t>(limit)); }),
                 AllOf(StartsWith(std::string("Failed to write TIFF image. ") + detail), HasSubstr("File too large")));
+            EXPECT_THAT(Open(m_path), StartsWith("Unable to open Tiff file"));
+            ::setrlimit(RLIMIT_FSIZE, &unlimited); // room again, before the file is closed
+            m_exporter = TiffExporter();
             EXPECT_THAT(Open(m_path), StartsWith("Unable to open Tiff file"));
             const std::string pixels = write(RLIM_INFINITY);
             EXPECT_EQ(Open(m_path), "");

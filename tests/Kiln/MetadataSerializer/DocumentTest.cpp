@@ -33,7 +33,7 @@ std::string DataFile(const std::string& name)
     return {std::istreambuf_iterator<char>(file), {}};
 }
 
-std::string Write(Metadata metadata, SerializeType type)
+std::string Write(const Metadata& metadata, SerializeType type)
 {
     return Record(metadata).SerializeToString(type);
 }
@@ -46,6 +46,12 @@ Metadata Read(const std::string& text, SerializeType type)
 }
 
 } // namespace
+
+TEST(DocumentTest, ConstantMetadataIsNotReadInto)
+{
+    const Metadata metadata;
+    EXPECT_THROW(Record(metadata).DeserializeFromString(Write(metadata, {}), {}), std::logic_error);
+}
 
 TEST(DocumentTest, DocumentsAreThoseOnFileToTheByteAndReadBackEqual)
 {

@@ -87,6 +87,9 @@ TEST(GuidTest, PlatformTypesHoldTheSameBytesUnswapped)
     EXPECT_EQ(uuid.data[0], 0x3F);
     EXPECT_EQ(uuid.data[15], 0x01);
     EXPECT_EQ(Guid(uuid), guid);
+
+    EXPECT_EQ(guid.Bytes()[0], 0x3F);
+    EXPECT_EQ(Guid(guid.Bytes()), guid);
 }
 
 } // namespace Ardo::Kiln::Types
