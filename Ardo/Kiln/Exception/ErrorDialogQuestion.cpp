@@ -34,7 +34,7 @@ void ErrorDialogQuestion::WaitUntilTaken(std::chrono::milliseconds limit)
     std::unique_lock lock(m_mutex);
     while (!m_changed.wait_for(lock, std::chrono::milliseconds(100), [this] { return m_state != State::Queued; }))
     {
-        if (std::chrono::steady_clock::now() >= end || FaultDispatch::PersonIsAsked::NobodyCanAnswer())
+        if (std::chrono::steady_clock::now() >= end || FaultDispatch::HasNoUserInterface())
         {
             m_state = State::Settled; // from here on it cannot be taken any more
             lock.unlock();

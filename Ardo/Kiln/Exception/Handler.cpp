@@ -129,7 +129,7 @@ Handler::ThreadState& Handler::StateOfCallingThread()
             {
                 state->handler.reset(); // finds the state while it says farewell to the thread
                 RemoveThread();
-                FaultDispatch::ThreadWord() = nullptr;
+                FaultDispatch::ThreadData() = nullptr;
             }
         }
     };
@@ -137,7 +137,7 @@ Handler::ThreadState& Handler::StateOfCallingThread()
     if (state == nullptr)
     {
         state = std::make_unique<ThreadState>().release(); // owned by the farewell
-        FaultDispatch::ThreadWord() = state;
+        FaultDispatch::ThreadData() = state;
         static thread_local const Farewell farewell;
         static_cast<void>(farewell); // a thread that comes here after it, in another farewell, leaves its state behind
     }

@@ -92,7 +92,7 @@ Handler::CrashLock::CrashLock() : m_isNested(IsHeld())
         return;
     }
     // The holder may be waiting for a person: that time does not count here either.
-    std::optional<FaultDispatch::PersonIsAsked> pause;
+    std::optional<FaultDispatch::ScopedTimeLimitPause> pause;
     while (!g_alreadyCrashedLock.try_lock())
     {
         if (g_peopleAsked == 0)
@@ -252,10 +252,10 @@ MinidumpActions Handler::AskUserForMinidump(const std::exception_ptr& exception,
                                                                                        : MinidumpActions();
         }
         const Waiting waiting(g_peopleAsked);
-        const FaultDispatch::PersonIsAsked pause;
+        const FaultDispatch::ScopedTimeLimitPause pause;
         while (answer.wait_for(Glance) != std::future_status::ready)
         {
-            if (FaultDispatch::PersonIsAsked::NobodyCanAnswer())
+            if (FaultDispatch::HasNoUserInterface())
             {
                 return {};
             }

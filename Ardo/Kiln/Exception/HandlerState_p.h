@@ -10,7 +10,7 @@
 namespace Ardo::Kiln::Exception
 {
 
-/// What the handler knows about one thread. Filters reach it through FaultDispatch::ThreadWord, because on Linux they
+/// What the handler knows about one thread. Filters reach it through FaultDispatch::ThreadData, because on Linux they
 /// run on another thread; the thread itself owns it.
 struct Handler::ThreadState
 {
@@ -28,7 +28,7 @@ struct Handler::ThreadState
     bool heapCorruptionReported = false;
 
     /// Of the thread on whose behalf the caller runs; null when there is none.
-    static ThreadState* Get() noexcept { return static_cast<ThreadState*>(Crash::FaultDispatch::ThreadWord()); }
+    static ThreadState* Get() noexcept { return static_cast<ThreadState*>(Crash::FaultDispatch::ThreadData()); }
 };
 
 /// Holds g_alreadyCrashedLock, unless the faulted thread holds it already: its handling has faulted then.

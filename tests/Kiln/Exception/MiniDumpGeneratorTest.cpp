@@ -156,9 +156,9 @@ TEST_F(MiniDumpGeneratorTest, TypesAndNamesAreTheDocumentedOnes)
         const std::time_t seconds = std::time(nullptr);
         std::tm local = {};
         ::localtime_r(&seconds, &local);
-        return "MiniDumpGeneratorTests_0.0.0.0_[" + std::to_string(local.tm_mday) + "-" + std::to_string(local.tm_mon + 1) +
-               "_" + std::to_string(local.tm_hour) + "-" + std::to_string(local.tm_min) + "-" +
-               std::to_string(local.tm_sec) + "]";
+        return "MiniDumpGeneratorTests_0.0.0.0_[" + std::to_string(local.tm_mday) + "-" +
+               std::to_string(local.tm_mon + 1) + "_" + std::to_string(local.tm_hour) + "-" +
+               std::to_string(local.tm_min) + "-" + std::to_string(local.tm_sec) + "]";
     };
     std::string before, name;
     do // until the second does not change meanwhile
@@ -277,7 +277,8 @@ TEST_F(MiniDumpGeneratorTest, ReportsAreAPairAndTheFileHasTheTextOfTheNotificati
     EXPECT_EQ(Folders::path(names[0]).replace_extension(".txt"), names[1]);
     EXPECT_EQ(Support::ReadFile(m_folder / names[1]), report);
     EXPECT_NE(report.find("Revision: 0.0.0.0 \r\n"), std::string::npos) << report;
-    EXPECT_NE(report.find("Faulting module: MiniDumpGeneratorTests\r\n  [inlined] Place at "), std::string::npos) << report;
+    EXPECT_NE(report.find("Faulting module: MiniDumpGeneratorTests\r\n  [inlined] Place at "), std::string::npos)
+        << report;
     EXPECT_NE(report.find("StackSample.cpp line " + std::to_string(point->outerLine) + "\r\n"), std::string::npos)
         << report;
     const auto system = Platform::ReadSystemInformation(static_cast<std::uint32_t>(::getpid()));

@@ -58,9 +58,9 @@ public:
     /// nest. \return whether the work ended by itself.
     static bool CallGuarded(void (*work)(void*), void* argument, FaultFilter filter);
 
-    /// A word of the thread on whose behalf the caller runs: inside a filter the thread at fault, otherwise the calling
-    /// thread. Null until it is set. What it points at belongs to whoever sets it.
-    static void*& ThreadWord() noexcept;
+    /// A pointer kept for the thread on whose behalf the caller runs: inside a filter the thread at fault, otherwise
+    /// the calling thread. Null until it is set. The memory it points to belongs to whoever sets it.
+    static void*& ThreadData() noexcept;
 
     /// The system's number of the thread on whose behalf the caller runs.
     static std::uint32_t ThreadId() noexcept;
@@ -69,19 +69,19 @@ public:
     /// answer anything.
     static bool FirstThreadIsAtFault() noexcept;
 
-    /// Stops the time limit of filters while it lives: around waiting for a person.
-    class KILN_EXPORT_FOR_TESTS PersonIsAsked
+    /// While an object exists, the time limit of filters does not count. For waiting for a person.
+    class KILN_EXPORT_FOR_TESTS ScopedTimeLimitPause
     {
     public:
-        PersonIsAsked() noexcept;
-        ~PersonIsAsked();
-        PersonIsAsked(const PersonIsAsked&) = delete;
-        PersonIsAsked& operator=(const PersonIsAsked&) = delete;
-
-        /// Whether the first thread of the process, which answers for the person, has faulted meanwhile: the answer
-        /// will not come. Ask now and then while waiting.
-        static bool NobodyCanAnswer() noexcept;
+        ScopedTimeLimitPause() noexcept;
+        ~ScopedTimeLimitPause();
+        ScopedTimeLimitPause(const ScopedTimeLimitPause&) = delete;
+        ScopedTimeLimitPause& operator=(const ScopedTimeLimitPause&) = delete;
     };
+
+    /// Whether a question that is shown now will not be answered, because the first thread of the process, which
+    /// serves the user interface, has faulted too. May change at any time: poll it while waiting for an answer.
+    static bool HasNoUserInterface() noexcept;
 
     /// How long filters may take, in milliseconds; 10000 at start. For tests, before the first fault.
     static void SetTimeLimit(int milliseconds) noexcept;

@@ -69,7 +69,7 @@ std::atomic<pid_t> g_process = 0;         // for which all is ready; the one bef
 std::atomic<pid_t> g_filterThread = 0;
 sigjmp_buf g_filterThreadJump; // back to its loop, when a filter faults
 
-void* g_unusedWord = nullptr; // for a thread without a record, which has nothing to remember
+void* g_unusedData = nullptr; // for a thread without a record, which has nothing to remember
 
 extern "C" void KilnOnFault(int signal, siginfo_t* info, void* context);
 extern "C" void KilnFaultEntry(int signal, siginfo_t* info, void* context);
@@ -582,7 +582,7 @@ bool FaultDispatch::CallGuarded(void (*work)(void*), void* argument, FaultFilter
     return true;
 }
 
-void*& FaultDispatch::ThreadWord() noexcept
+void*& FaultDispatch::ThreadData() noexcept
 {
     if (FaultThreadOnBehalf() == nullptr)
     {
@@ -591,10 +591,10 @@ void*& FaultDispatch::ThreadWord() noexcept
     FaultThread* const thread = FaultThreadOnBehalf();
     if (thread == nullptr)
     {
-        g_unusedWord = nullptr;
-        return g_unusedWord;
+        g_unusedData = nullptr;
+        return g_unusedData;
     }
-    return thread->word;
+    return thread->data;
 }
 
 std::uint32_t FaultDispatch::ThreadId() noexcept
@@ -607,17 +607,17 @@ bool FaultDispatch::FirstThreadIsAtFault() noexcept
     return gettid() == g_filterThread && ThreadIdOnBehalf() == getpid();
 }
 
-FaultDispatch::PersonIsAsked::PersonIsAsked() noexcept
+FaultDispatch::ScopedTimeLimitPause::ScopedTimeLimitPause() noexcept
 {
     ++g_personsAsked;
 }
 
-FaultDispatch::PersonIsAsked::~PersonIsAsked()
+FaultDispatch::ScopedTimeLimitPause::~ScopedTimeLimitPause()
 {
     --g_personsAsked;
 }
 
-bool FaultDispatch::PersonIsAsked::NobodyCanAnswer() noexcept
+bool FaultDispatch::HasNoUserInterface() noexcept
 {
     return g_firstThreadWaits;
 }

@@ -22,7 +22,7 @@ struct ThreadFilters
     std::array<FaultFilter, 8> filters = {}; // the last one is asked first
     std::size_t count = 0;
     FaultFilter guard = nullptr;
-    void* word = nullptr;
+    void* data = nullptr;
 };
 
 thread_local ThreadFilters g_thread;
@@ -153,9 +153,9 @@ bool FaultDispatch::CallGuarded(void (*work)(void*), void* argument, FaultFilter
     return CallWithHandler(work, argument, filter);
 }
 
-void*& FaultDispatch::ThreadWord() noexcept
+void*& FaultDispatch::ThreadData() noexcept
 {
-    return g_thread.word;
+    return g_thread.data;
 }
 
 std::uint32_t FaultDispatch::ThreadId() noexcept
@@ -168,11 +168,11 @@ bool FaultDispatch::FirstThreadIsAtFault() noexcept
     return GetCurrentThreadId() == g_firstThread; // filters run on the thread at fault
 }
 
-FaultDispatch::PersonIsAsked::PersonIsAsked() noexcept = default;
+FaultDispatch::ScopedTimeLimitPause::ScopedTimeLimitPause() noexcept = default;
 
-FaultDispatch::PersonIsAsked::~PersonIsAsked() = default;
+FaultDispatch::ScopedTimeLimitPause::~ScopedTimeLimitPause() = default;
 
-bool FaultDispatch::PersonIsAsked::NobodyCanAnswer() noexcept
+bool FaultDispatch::HasNoUserInterface() noexcept
 {
     return false;
 }

@@ -157,7 +157,7 @@ FaultThread* BorrowFaultThread() noexcept
     for (FaultThread& reserved : g_reserve)
     {
         pid_t nobody = 0;
-        if (reserved.lender.compare_exchange_strong(nobody, gettid()))
+        if (reserved.borrower.compare_exchange_strong(nobody, gettid()))
         {
             g_thread = &reserved;
             return &reserved;
@@ -168,11 +168,11 @@ FaultThread* BorrowFaultThread() noexcept
 
 void ReturnFaultThread(FaultThread* thread) noexcept
 {
-    if (thread->lender != 0)
+    if (thread->borrower != 0)
     {
         thread->depth = 0;
         g_thread = nullptr;
-        thread->lender = 0;
+        thread->borrower = 0;
     }
 }
 

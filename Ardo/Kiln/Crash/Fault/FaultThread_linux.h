@@ -44,13 +44,13 @@ struct FaultThread
     std::array<FaultFilter, MaximumFilters> filters = {}; ///< The last one is asked first.
     std::size_t filterCount = 0;
     GuardFrame* guard = nullptr; ///< The innermost.
-    void* word = nullptr;
+    void* data = nullptr;
     LastThrow lastThrow;
     bool terminating = false; ///< Inside std::terminate, because of an exception.
     void* handedOn = nullptr; ///< Address of the fault last handed on to another handler, and how often in a row.
     unsigned timesHandedOn = 0;
-    unsigned depth = 0;            ///< How many of its faults are being handled: above 1, one of the handling itself.
-    std::atomic<pid_t> lender = 0; ///< For the records that threads without one borrow: who has it.
+    unsigned depth = 0;              ///< How many of its faults are being handled: above 1, one of the handling itself.
+    std::atomic<pid_t> borrower = 0; ///< For the records that threads without one borrow: who has it.
 };
 
 /// The calling thread's record, or null.
