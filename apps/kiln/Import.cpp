@@ -7,6 +7,7 @@
 
 #include "Ardo/Kiln/Conversion/String.h"
 #include "Ardo/Kiln/FileSystem/ReplacementFile.h"
+#include "Ardo/Kiln/FileSystem/TemporaryFile.h"
 #include "Ardo/Kiln/FileSystem/WidePath.h"
 #include "Ardo/Kiln/Formatting/Parse.h"
 #include "Ardo/Kiln/Formatting/Units.h"
@@ -199,13 +200,13 @@ void Import(const ImportOptions& options)
     DescribeImage(metadata, *image, options);
     LogDebug("record from " + (options.metadata.empty() ? std::string("the image alone") : options.metadata));
 
-    const auto write = [&](const FileSystem::ReplacementFile& file, const std::function<void()>& commit)
+    const auto write = [&](const std::filesystem::path& file, const std::function<void()>& commit)
     {
         const auto writeFile = [&](const ImageIO::TiffExporter::Progress& progress)
         {
             ImageIO::TiffExporter exporter;
             exporter.SetProgress(progress);
-            exporter.WriteImage(FileSystem::ToWide(file.Path()), *image, &metadata);
+            exporter.WriteImage(FileSystem::ToWide(file), *image, &metadata);
         };
         RunExport({options.output == StandardStream ? "standard output" : options.output, writeFile, commit},
                   options.progress);
@@ -213,10 +214,8 @@ void Import(const ImportOptions& options)
     if (options.output == StandardStream)
     {
         // A TIFF is not written from front to back, so it goes through a file.
-        const std::filesystem::path spool =
-            std::filesystem::temp_directory_path() / ("kiln-" + Types::Guid::Generate().ToString() + ".tif");
-        FileSystem::ReplacementFile file(spool); // never committed: the destructor removes it
-        write(file, [] {});
+        const FileSystem::TemporaryFile file;
+        write(file.Path(), [] {});
         PrintFile(file.Path());
         LogInfo("wrote " + options.image + ", " + Describe(*image) + ", to standard output");
         return;
@@ -224,12 +223,16 @@ void Import(const ImportOptions& options)
     try
     {
         FileSystem::ReplacementFile file(ToPath(options.output));
-        write(file, [&] { file.Commit(); });
+        write(file.Path(), [&] { file.Commit(); });
         LogInfo("wrote " + options.image + ", " + Describe(*image) + ", to " + options.output);
     }
     catch (const Interrupted&)
     {
         throw;
+    }
+    catch (const std::filesystem::filesystem_error& error)
+    {
+        throw Failure(options.output + ": " + error.code().message());
     }
     catch (const std::exception& error)
     {

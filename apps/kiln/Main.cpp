@@ -5,6 +5,7 @@
 
 #include <CLI/CLI.hpp>
 
+#include <csignal>
 #include <exception>
 #include <iostream>
 #include <string>
@@ -41,6 +42,23 @@ void Do(const std::string& logFolder, const CLI::App* command, Action action)
         throw;
     }
     LogDebug("end " + command->get_name());
+}
+
+/// Refuses empty texts, which commands take for "not given". Only a unit and a prefix may be none.
+void RefuseEmptyTexts(CLI::App& app)
+{
+    const CLI::Validator notEmpty([](const std::string& text) { return std::string(text.empty() ? "is empty" : ""); },
+                                  "");
+    const auto refusesEmpty = [](const CLI::Option* option)
+    { return option->get_items_expected_max() > 0 && !option->check_name("UNIT") && !option->check_name("--prefix"); };
+    for (CLI::Option* const option : app.get_options(refusesEmpty))
+    {
+        option->check(notEmpty);
+    }
+    for (CLI::App* const command : app.get_subcommands({}))
+    {
+        RefuseEmptyTexts(*command);
+    }
 }
 
 CLI::App* AddCommand(CLI::App& app, const std::string& name, const std::string& description)
@@ -124,6 +142,7 @@ int Run(int argc, char** argv)
     command->add_option("UNIT", unit, "The base unit of the number")->required();
     on(command, [&] { Parse(text, unit); });
 
+    RefuseEmptyTexts(app);
     try
     {
         app.parse(argc, argv);
@@ -150,6 +169,9 @@ int Run(int argc, char** argv)
 
 int main(int argc, char** argv)
 {
+#ifdef SIGXFSZ
+    std::signal(SIGXFSZ, SIG_IGN); // a write beyond the limit on file sizes fails instead
+#endif
     try
     {
         return Run(argc, argv);

@@ -4,10 +4,10 @@
 #include "Ardo/Kiln/Conversion/Replacing.h"
 #include "Ardo/Kiln/FileSystem/ReplacementFile.h"
 #include "Ardo/Kiln/FileSystem/WidePath.h"
-#include "Ardo/Kiln/Types/Guid.h"
 
 #include <cerrno>
 #include <fstream>
+#include <functional>
 #include <iostream>
 #include <system_error>
 
@@ -24,67 +24,87 @@ std::string Reason()
     return errno != 0 ? std::generic_category().message(errno) : "input or output error";
 }
 
-void Copy(std::istream& source, std::ostream& target, const std::string& sourceName, const std::string& targetName)
+/// Opens a file for reading. \param name names it in messages. \throws Failure with the system's reason.
+std::ifstream Open(const fs::path& path, const std::string& name)
+{
+    errno = 0;
+    std::ifstream file(path, std::ios::binary);
+    if (!file)
+    {
+        throw Failure(name + ": " + Reason());
+    }
+    return file;
+}
+
+/// Reads \p source to its end and hands each block to \p take. \param name names it in messages.
+/// \throws Failure with the system's reason.
+void ReadBlocks(std::istream& source, const std::string& name, const std::function<void(std::string_view)>& take)
 {
     std::string block(1 << 16, '\0');
     errno = 0;
     while (source.read(block.data(), static_cast<std::streamsize>(block.size())), source.gcount() > 0)
     {
-        if (!target.write(block.data(), source.gcount()))
-        {
-            throw Failure(targetName + ": " + Reason());
-        }
+        take(std::string_view(block).substr(0, static_cast<std::size_t>(source.gcount())));
     }
     if (source.bad())
     {
-        throw Failure(sourceName + ": " + Reason());
+        throw Failure(name + ": " + Reason());
     }
-    if (!target.flush())
+}
+
+void Copy(std::istream& source, std::ostream& target, const std::string& sourceName, const std::string& targetName)
+{
+    const auto check = [&]
     {
-        throw Failure(targetName + ": " + Reason());
-    }
+        if (!target)
+        {
+            throw Failure(targetName + ": " + Reason());
+        }
+    };
+    ReadBlocks(source, sourceName,
+               [&](std::string_view block)
+               {
+                   target << block;
+                   check();
+               });
+    target.flush();
+    check();
 }
 
 } // namespace
 
-InputFile::InputFile(const std::string& name)
+InputFile::InputFile(const std::string& name) : m_name(name == StandardStream ? "standard input" : name)
 {
-    if (name != StandardStream)
+    const auto copy = [this](std::istream& source)
     {
-        m_path = ToPath(name);
-        std::error_code error;
-        const fs::file_status status = fs::status(m_path, error);
-        if (!fs::exists(status))
-        {
-            throw Failure(name + ": " + (error ? error.message() : "no such file"));
-        }
-        if (fs::is_directory(status))
-        {
-            throw Failure(name + ": is a folder");
-        }
+        m_path = m_copy.emplace().Path();
+        std::ofstream file(m_path, std::ios::binary);
+        Copy(source, file, m_name, "temporary file");
+    };
+    if (name == StandardStream)
+    {
+        copy(std::cin);
         return;
     }
-    m_path = fs::temp_directory_path() / ("kiln-" + Types::Guid::Generate().ToString());
-    m_isTemporary = true;
-    try
+    m_path = ToPath(name);
+    std::error_code error;
+    const fs::file_status status = fs::status(m_path, error);
+    if (!fs::exists(status))
     {
-        std::ofstream file(m_path, std::ios::binary);
-        Copy(std::cin, file, "standard input", m_path.string());
+        throw Failure(name + ": " + (error ? error.message() : "no such file"));
     }
-    catch (...)
+    if (fs::is_directory(status))
     {
-        std::error_code ignored;
-        fs::remove(m_path, ignored);
-        throw;
+        throw Failure(name + ": is a folder");
     }
-}
-
-InputFile::~InputFile()
-{
-    if (m_isTemporary)
+    if (!fs::is_regular_file(status) && !fs::is_fifo(status))
     {
-        std::error_code ignored;
-        fs::remove(m_path, ignored);
+        throw Failure(name + ": is neither a file nor a pipe");
+    }
+    std::ifstream file = Open(m_path, name); // also tells at once that a file may not be read
+    if (fs::is_fifo(status))
+    {
+        copy(file);
     }
 }
 
@@ -95,35 +115,30 @@ std::wstring InputFile::WidePath() const
 
 std::string InputFile::Head(std::size_t count) const
 {
-    std::ifstream file(m_path, std::ios::binary);
+    std::ifstream file = Open(m_path, m_name);
     std::string head(count, '\0');
     file.read(head.data(), static_cast<std::streamsize>(count));
+    if (file.bad())
+    {
+        throw Failure(m_name + ": " + Reason());
+    }
     head.resize(static_cast<std::size_t>(file.gcount()));
     return head;
 }
 
 std::string InputFile::Text(std::size_t limit) const
 {
-    errno = 0;
-    std::ifstream file(m_path, std::ios::binary);
-    if (!file)
-    {
-        throw Failure(m_path.string() + ": " + Reason());
-    }
+    std::ifstream file = Open(m_path, m_name);
     std::string text;
-    std::string block(1 << 16, '\0');
-    while (file.read(block.data(), static_cast<std::streamsize>(block.size())), file.gcount() > 0)
-    {
-        text.append(block, 0, static_cast<std::size_t>(file.gcount()));
-        if (text.size() > limit)
-        {
-            throw Failure(m_path.string() + ": longer than " + std::to_string(limit) + " bytes");
-        }
-    }
-    if (file.bad())
-    {
-        throw Failure(m_path.string() + ": " + Reason());
-    }
+    ReadBlocks(file, m_name,
+               [&](std::string_view block)
+               {
+                   text += block;
+                   if (text.size() > limit)
+                   {
+                       throw Failure(m_name + ": longer than " + std::to_string(limit) + " bytes");
+                   }
+               });
     return text;
 }
 
@@ -148,22 +163,29 @@ void WriteText(const std::string& name, std::string_view text)
         Print(text);
         return;
     }
-    FileSystem::ReplacementFile file(ToPath(name));
-    errno = 0;
-    std::ofstream stream(file.Path(), std::ios::binary);
-    stream << text;
-    stream.close();
-    if (!stream)
+    try
     {
-        throw Failure(name + ": " + Reason());
+        FileSystem::ReplacementFile file(ToPath(name));
+        errno = 0;
+        std::ofstream stream(file.Path(), std::ios::binary);
+        stream << text;
+        stream.close();
+        if (!stream)
+        {
+            throw Failure(name + ": " + Reason());
+        }
+        file.Commit();
     }
-    file.Commit();
+    catch (const fs::filesystem_error& error)
+    {
+        throw Failure(name + ": " + error.code().message());
+    }
 }
 
 void PrintFile(const fs::path& path)
 {
-    std::ifstream file(path, std::ios::binary);
-    Copy(file, std::cout, path.string(), "standard output");
+    std::ifstream file = Open(path, "temporary file");
+    Copy(file, std::cout, "temporary file", "standard output");
 }
 
 std::string Printable(std::string_view text)

@@ -1,6 +1,9 @@
 #pragma once
 
+#include "Ardo/Kiln/FileSystem/TemporaryFile.h"
+
 #include <filesystem>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -10,31 +13,30 @@ namespace Ardo::Kiln::Tool
 /// The name that stands for standard input or standard output.
 inline constexpr std::string_view StandardStream = "-";
 
-/// A file that a command reads, or standard input copied to a temporary file, so that readers that need a file get one.
+/// A file that a command reads. A pipe and standard input are copied to a temporary file, because readers of images
+/// need one and read it more than once.
 class InputFile
 {
 public:
-    /// \param name a path in UTF-8, or "-". \throws Failure when there is no such file or standard input cannot be
-    /// read.
+    /// \param name a path in UTF-8, or "-". \throws Failure when there is no such file, when it may not be read, when
+    /// it is a folder or a device, or when the copy fails.
     explicit InputFile(const std::string& name);
-    ~InputFile();
     InputFile(const InputFile&) = delete;
     InputFile& operator=(const InputFile&) = delete;
-
-    const std::filesystem::path& Path() const { return m_path; }
 
     /// The path as the library's image functions take it.
     std::wstring WidePath() const;
 
-    /// The first bytes of the file, at most \p count.
+    /// The first bytes of the file, at most \p count. \throws Failure when it cannot be read.
     std::string Head(std::size_t count) const;
 
     /// The whole file. \throws Failure when it is longer than \p limit bytes or cannot be read.
     std::string Text(std::size_t limit) const;
 
 private:
+    std::string m_name; ///< For messages.
+    std::optional<FileSystem::TemporaryFile> m_copy;
     std::filesystem::path m_path;
-    bool m_isTemporary = false;
 };
 
 /// \p name as a path. \param name UTF-8.
@@ -43,10 +45,10 @@ std::filesystem::path ToPath(const std::string& name);
 /// Writes \p text to standard output. \throws Failure when not all of it gets there.
 void Print(std::string_view text);
 
-/// Writes \p text to a file that is complete or not there, or to standard output for "-". \throws on any failure.
+/// Writes \p text to a file that is complete or not there, or to standard output for "-". \throws Failure.
 void WriteText(const std::string& name, std::string_view text);
 
-/// Copies a file to standard output. \throws Failure when not all of it gets there.
+/// Copies a temporary file to standard output. \throws Failure when not all of it gets there.
 void PrintFile(const std::filesystem::path& path);
 
 /// \p text made fit for a terminal: control characters, which a hostile document could use to command it, become "?",

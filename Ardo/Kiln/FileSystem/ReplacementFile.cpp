@@ -1,13 +1,9 @@
 #include "Ardo/Kiln/FileSystem/ReplacementFile.h"
 
-#include "Ardo/Kiln/Platform/FileReplacement.h"
-
-#include <array>
-#include <cerrno>
-#include <charconv>
-#include <fstream>
-#include <random>
-#include <string>
+#include "Ardo/Kiln/FileSystem/FileAttributes.h"
+#include "Ardo/Kiln/FileSystem/FileError_p.h"
+#include "Ardo/Kiln/Platform/FileAttributes.h"
+#include "Ardo/Kiln/Platform/TemporaryFile.h"
 
 namespace Ardo::Kiln::FileSystem
 {
@@ -17,78 +13,96 @@ namespace fs = std::filesystem;
 namespace
 {
 
-fs::path TemporaryNameBeside(const fs::path& target)
-{
-    std::random_device random;
-    std::array<char, 8> digits{};
-    const auto end = std::to_chars(digits.data(), digits.data() + digits.size(), random(), 16).ptr;
-    fs::path name = ".";
-    name += target.filename();
-    name += "." + std::string(digits.data(), end) + ".part";
-    return target.parent_path() / name;
-}
-
+/// The absolute path of the file that \p path names, there or not, with no link as its last part.
 fs::path FollowLinks(const fs::path& path)
 {
+    constexpr int MaxLinks = 40; // what the system itself follows
+
     std::error_code error;
-    const fs::path resolved = fs::canonical(path, error);
-    return error ? path : resolved; // what does not exist yet is no link to anything that does
+    fs::path file = fs::absolute(path, error);
+    for (int links = 0; !error && fs::is_symlink(fs::symlink_status(file, error)); ++links)
+    {
+        if (links == MaxLinks)
+        {
+            error = std::make_error_code(std::errc::too_many_symbolic_link_levels);
+            break;
+        }
+        file = file.parent_path() / fs::read_symlink(file, error);
+    }
+    if (error && error != std::errc::no_such_file_or_directory)
+    {
+        throw FileError("cannot find file", path, error);
+    }
+    return file;
+}
+
+/// The path whose file is to be replaced by a rename.
+/// \throws FileError if a rename would do what writing the file could not.
+fs::path CheckedTarget(const fs::path& path)
+{
+    if (path.native().find(fs::path::value_type()) != fs::path::string_type::npos)
+    {
+        // The system would replace the file whose name ends there.
+        throw FileError("cannot find file", path, std::make_error_code(std::errc::invalid_argument));
+    }
+    std::error_code error;
+    const fs::file_status status = fs::status(path, error);
+    if (!fs::exists(status))
+    {
+        return FollowLinks(path);
+    }
+    if (!fs::is_regular_file(status))
+    {
+        throw FileError(
+            "not a regular file", path,
+            std::make_error_code(fs::is_directory(status) ? std::errc::is_a_directory : std::errc::invalid_argument));
+    }
+    if (IsReadOnly(path) || !Platform::MayWrite(path))
+    {
+        throw FileError("read-only file", path, std::make_error_code(std::errc::permission_denied));
+    }
+    // The system resolves what is no plain link, such as the names of open files.
+    fs::path target = fs::canonical(path, error);
+    if (error)
+    {
+        throw FileError("cannot find file", path, error);
+    }
+    return target;
 }
 
 } // namespace
 
-ReplacementFile::ReplacementFile(const fs::path& target) : m_target(FollowLinks(target))
+ReplacementFile::ReplacementFile(const fs::path& target)
+    : m_target(CheckedTarget(target)), m_file(std::make_unique<Platform::TemporaryFile>())
 {
-    const fs::file_status status = fs::status(m_target);
-    if (fs::exists(status) && !fs::is_regular_file(status))
-    {
-        throw fs::filesystem_error(
-            "not a regular file", m_target,
-            std::make_error_code(fs::is_directory(status) ? std::errc::is_a_directory : std::errc::invalid_argument));
-    }
-    // A rename would replace a read-only file without a word.
-    if (fs::exists(status) && (status.permissions() & fs::perms::owner_write) == fs::perms::none)
-    {
-        throw fs::filesystem_error("read-only file", m_target, std::make_error_code(std::errc::permission_denied));
-    }
+    using Rights = Platform::TemporaryFile::Rights;
 
-    do
+    std::error_code ignored; // what cannot be looked at is not replaced either
+    const bool replaces = fs::exists(m_target, ignored);
+    if (const auto error = m_file->Create(m_target.parent_path(), replaces ? Rights::Owner : Rights::NewFile))
     {
-        m_path = TemporaryNameBeside(m_target);
-    } while (fs::exists(m_path));
-    errno = 0;
-    if (!std::ofstream(m_path, std::ios::binary))
-    {
-        throw fs::filesystem_error("cannot create file", m_path,
-                                   std::error_code(errno != 0 ? errno : EIO, std::generic_category()));
+        throw FileError("cannot create file", m_target, error);
     }
 }
 
-ReplacementFile::~ReplacementFile()
+ReplacementFile::~ReplacementFile() = default;
+
+fs::path ReplacementFile::Path() const
 {
-    if (!m_path.empty())
-    {
-        std::error_code ignored; // the target was never touched; at worst a hidden part file stays
-        fs::remove(m_path, ignored);
-    }
+    return m_file->Path();
+}
+
+std::wstring ReplacementFile::WidePath() const
+{
+    return ToWide(Path());
 }
 
 void ReplacementFile::Commit()
 {
-    if (const std::error_code error = Platform::FlushToDisk(m_path))
+    if (const std::error_code error = m_file->MoveTo(m_target))
     {
-        throw fs::filesystem_error("cannot write file", m_target, error);
+        throw FileError("cannot replace file", m_target, error);
     }
-    std::error_code ignored; // a file system without permissions has none to keep
-    if (const fs::file_status status = fs::status(m_target, ignored); fs::exists(status))
-    {
-        fs::permissions(m_path, status.permissions(), ignored);
-    }
-    if (const std::error_code error = Platform::RenameReplacing(m_path, m_target))
-    {
-        throw fs::filesystem_error("cannot replace file", m_target, error);
-    }
-    m_path.clear();
 }
 
 } // namespace Ardo::Kiln::FileSystem

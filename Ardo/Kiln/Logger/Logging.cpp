@@ -1,5 +1,6 @@
 #include "Ardo/Kiln/Logger/Logging.h"
 
+#include "Ardo/Kiln/FileSystem/FileError_p.h"
 #include "Ardo/Kiln/FileSystem/ServerInstallation_p.h"
 #include "Ardo/Kiln/FileSystem/WidePath.h"
 #include "Ardo/Kiln/Logger/LogFileAttribute.h"
@@ -123,7 +124,7 @@ void Logging::EnsureFolderExists() const
         fs::create_directories(folder, error);
         if (error)
         {
-            throw fs::filesystem_error("create_directories", folder, error);
+            throw FileSystem::FileError("create_directories", folder, error);
         }
     }
 }

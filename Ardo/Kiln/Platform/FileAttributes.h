@@ -20,4 +20,10 @@ KILN_EXPORT_FOR_TESTS bool IsHidden(const std::filesystem::path& file);
 /// Any thread may call it. \returns the system's reason on failure.
 KILN_EXPORT_FOR_TESTS std::error_code ClearHidden(const std::filesystem::path& file);
 
+/// True if the system would let this process write the existing file; also if it does not tell.
+///
+/// On Linux by the effective user, so that a privileged one may write whatever the permissions are.
+/// Any thread may call it.
+KILN_EXPORT_FOR_TESTS bool MayWrite(const std::filesystem::path& file) noexcept;
+
 } // namespace Ardo::Kiln::Platform

@@ -1,6 +1,6 @@
 #include "Ardo/Kiln/Platform/FileAttributes.h"
 
-#include <windows.h>
+#include "Ardo/Kiln/Platform/ScopedHandle_win.h"
 
 namespace Ardo::Kiln::Platform
 {
@@ -20,6 +20,14 @@ std::error_code ClearHidden(const std::filesystem::path& file)
         return {static_cast<int>(::GetLastError()), std::system_category()};
     }
     return {};
+}
+
+bool MayWrite(const std::filesystem::path& file) noexcept
+{
+    const ScopedHandle handle(::CreateFileW(file.c_str(), FILE_WRITE_DATA,
+                                            FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
+                                            OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
+    return handle || ::GetLastError() != ERROR_ACCESS_DENIED;
 }
 
 } // namespace Ardo::Kiln::Platform

@@ -1,12 +1,20 @@
 #include "Ardo/Kiln/FileSystem/ReplacementFile.h"
 
+#include "Ardo/Kiln/FileSystem/TemporaryFile.h"
+#include "tests/Support/FailingSystemCall.h"
+#include "tests/Support/Process.h"
 #include "tests/Support/ScopedTempDir.h"
 
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
 
-#include <fstream>
+#include <cerrno>
+#include <fcntl.h>
+#include <grp.h>
 #include <iterator>
 #include <string>
+#include <sys/stat.h>
+#include <sys/syscall.h>
+#include <unistd.h>
 
 namespace Ardo::Kiln::FileSystem
 {
@@ -16,92 +24,275 @@ namespace fs = std::filesystem;
 namespace
 {
 
-void Write(const fs::path& path, const std::string& text)
-{
-    std::ofstream(path) << text;
-}
+using Support::ReadFile;
+using Support::WriteFile;
 
-std::string Read(const fs::path& path)
-{
-    std::ifstream file(path);
-    return {std::istreambuf_iterator<char>(file), {}};
-}
+constexpr unsigned Nobody = 65534;
+
+constexpr std::uint32_t WithoutName = O_TMPFILE & ~O_DIRECTORY;
+constexpr Support::FailingSystemCall NoFilesWithoutName{SYS_openat, 2, WithoutName, WithoutName, EOPNOTSUPP};
 
 std::ptrdiff_t EntriesOf(const fs::path& folder)
 {
     return std::distance(fs::directory_iterator(folder), {});
 }
 
-} // namespace
+unsigned ModeOf(const fs::path& path)
+{
+    return static_cast<unsigned>(fs::status(path).permissions());
+}
 
-TEST(ReplacementFileTest, TheTargetKeepsItsOldTextUntilCommit)
+unsigned GroupOf(const fs::path& path)
+{
+    struct stat status
+    {
+    };
+    EXPECT_EQ(::stat(path.c_str(), &status), 0) << path;
+    return status.st_gid;
+}
+
+void Replace(const fs::path& target, const std::string& text)
+{
+    ReplacementFile file(target);
+    WriteFile(file.Path(), text);
+    file.Commit();
+}
+
+/// While it lives, a privileged process acts as a user who owns nothing and is in no group of others.
+class ScopedNobody
+{
+public:
+    ScopedNobody()
+    {
+        const int groups = ::getgroups(0, nullptr);
+        m_groups.resize(static_cast<std::size_t>(groups));
+        ::getgroups(groups, m_groups.data());
+        ::setgroups(0, nullptr);
+        EXPECT_EQ(::setegid(Nobody), 0);
+        EXPECT_EQ(::seteuid(Nobody), 0);
+    }
+    ~ScopedNobody()
+    {
+        EXPECT_EQ(::seteuid(0), 0);
+        EXPECT_EQ(::setegid(0), 0);
+        ::setgroups(m_groups.size(), m_groups.data());
+    }
+    ScopedNobody(const ScopedNobody&) = delete;
+    ScopedNobody& operator=(const ScopedNobody&) = delete;
+
+private:
+    std::vector<gid_t> m_groups;
+};
+
+/// What a replacement promises wherever it is made.
+void CheckReplacement()
 {
     const Support::ScopedTempDir folder;
-    const fs::path target = folder / "名前 ü.txt";
-    Write(target, "old");
-    fs::permissions(target, fs::perms::owner_read | fs::perms::owner_write);
+    const fs::path target = folder / ("名前 ü" + std::string(245, 'x'));
+    constexpr mode_t Mask = 027;
+    const mode_t before = ::umask(Mask);
     {
         ReplacementFile file(target);
-        Write(file.Path(), "new");
-        EXPECT_EQ(Read(target), "old");
+        WriteFile(file.Path(), "first");
+        EXPECT_FALSE(fs::exists(target));
+        EXPECT_EQ(fs::file_size(file.Path()), 5U);
         file.Commit();
+        EXPECT_EQ(file.Path(), fs::path());
     }
-    EXPECT_EQ(Read(target), "new");
-    EXPECT_EQ(fs::status(target).permissions(), fs::perms::owner_read | fs::perms::owner_write);
-    EXPECT_EQ(EntriesOf(folder.Path()), 1);
-}
+    EXPECT_EQ(ReadFile(target), "first");
+    EXPECT_EQ(ModeOf(target), 0666U & ~Mask);
 
-TEST(ReplacementFileTest, WithoutCommitNothingStays)
-{
-    const Support::ScopedTempDir folder;
+    for (const auto& [mode, kept] : {std::pair(0600U, 0600U), {0666U, 0666U}, {04755U, 0755U}})
     {
-        const ReplacementFile file(folder / "image.tif");
-        Write(file.Path(), "half");
+        ASSERT_EQ(::chmod(target.c_str(), mode), 0);
+        {
+            ReplacementFile file(ToWide(target));
+            WriteFile(ToPath(file.WidePath()), "new");
+            EXPECT_EQ(ModeOf(file.Path()), 0600U) << mode;
+            EXPECT_EQ(ReadFile(target).size(), 5U);
+            file.Commit();
+        }
+        EXPECT_EQ(ReadFile(target), "new");
+        EXPECT_EQ(ModeOf(target), kept);
+        Replace(target, "again");
+        EXPECT_EQ(EntriesOf(folder.Path()), 1);
     }
-    EXPECT_EQ(EntriesOf(folder.Path()), 0);
+    ::umask(before);
+
+    const auto half = [&](const fs::path& path)
+    {
+        const ReplacementFile file(path);
+        WriteFile(file.Path(), "half");
+    };
+    half(target);
+    half(folder / "other");
+    EXPECT_EQ(ReadFile(target), "again");
+    EXPECT_EQ(EntriesOf(folder.Path()), 1);
+
+    ReplacementFile late(folder / "late");
+    fs::create_directory(folder / "late"); // comes into the way after the check
+    WriteFile(folder / "late/inside", "kept");
+    for (int attempt = 0; attempt < 2; ++attempt)
+    {
+        EXPECT_THROW(late.Commit(), fs::filesystem_error);
+        EXPECT_EQ(ReadFile(folder / "late/inside"), "kept");
+    }
+    fs::remove_all(folder / "late");
+    late.Commit(); // nothing was lost by that
+    EXPECT_EQ(EntriesOf(folder.Path()), 2);
 }
 
-TEST(ReplacementFileTest, ALinkStaysALinkAndItsFileIsReplaced)
+} // namespace
+
+TEST(ReplacementFileTest, OldFilesStayUntilCommitAndNothingElseEver)
+{
+    CheckReplacement();
+}
+
+TEST(ReplacementFileTest, SystemsWithoutFilesWithoutANameGetTheSame)
+{
+    const auto hasName = []
+    {
+        const Support::ScopedTempDir folder;
+        const ReplacementFile file(folder / "target");
+        EXPECT_EQ(file.Path().parent_path(), folder.Path());
+        EXPECT_THAT(file.Path().filename(), testing::MatchesRegex("\\.[0-9a-f]{16}\\.part"));
+    };
+    Support::RunWithFailing(NoFilesWithoutName, hasName);
+    Support::RunWithFailing(NoFilesWithoutName, CheckReplacement);
+
+    // Without /proc they cannot be opened again.
+    const Support::FailingSystemCall reopen{SYS_openat, 2, 0xFFFFFFFF, O_RDWR | O_CLOEXEC, ENOENT};
+    Support::RunWithFailing(reopen, hasName);
+    Support::RunWithFailing(reopen, CheckReplacement);
+
+    // They may be made, but not linked.
+    Support::RunWithFailing({SYS_linkat, 0, 0, 0, EACCES}, CheckReplacement);
+}
+
+TEST(ReplacementFileTest, ALinkStaysALinkAndItsFileIsWritten)
 {
     const Support::ScopedTempDir folder;
     fs::create_directory(folder / "real");
-    Write(folder / "real/file", "old");
+    WriteFile(folder / "real/file", "old");
     fs::create_symlink("real/file", folder / "link");
+    fs::create_symlink("missing", folder / "real/next");
+    fs::create_symlink("real/next", folder / "dangling"); // names what is not there through another link
+    fs::create_symlink(folder / "circle", folder / "circle");
 
-    ReplacementFile file(folder / "link");
-    Write(file.Path(), "new");
+    Replace(folder / "link", "new");
+    Replace(folder / "dangling", "made");
+    EXPECT_EQ(ReadFile(folder / "real/file"), "new");
+    EXPECT_EQ(ReadFile(folder / "real/missing"), "made");
+    for (const char* const link : {"link", "dangling", "real/next"})
+    {
+        EXPECT_TRUE(fs::is_symlink(folder / link)) << link;
+    }
+    EXPECT_THROW(ReplacementFile{folder / "circle"}, fs::filesystem_error);
+
+    // A relative name counts from the folder of the beginning.
+    const fs::path before = fs::current_path();
+    fs::current_path(folder.Path());
+    ReplacementFile file("relative");
+    fs::current_path(before);
     file.Commit();
-
-    EXPECT_TRUE(fs::is_symlink(folder / "link"));
-    EXPECT_EQ(Read(folder / "real/file"), "new");
+    EXPECT_TRUE(fs::exists(folder / "relative"));
 }
 
 TEST(ReplacementFileTest, ATargetThatCannotBeReplacedIsRefusedAtOnce)
 {
     const Support::ScopedTempDir folder;
     fs::create_directory(folder / "folder");
-    Write(folder / "read-only", "old");
+    WriteFile(folder / "read-only", "old");
     fs::permissions(folder / "read-only", fs::perms::owner_read);
 
-    for (const fs::path& target :
-         {folder / "folder", folder / "read-only", folder / "missing/file", fs::path("/dev/null")})
+    const struct
     {
-        EXPECT_THROW(ReplacementFile{target}, fs::filesystem_error) << target;
+        fs::path target;
+        std::errc reason;
+    } rows[] = {{folder / "folder", std::errc::is_a_directory},
+                {folder / "read-only", std::errc::permission_denied},
+                {folder / "missing/file", std::errc::no_such_file_or_directory},
+                {folder / "read-only/file", std::errc::not_a_directory},
+                {folder / std::string(256, 'x'), std::errc::filename_too_long},
+                {"/dev/null", std::errc::invalid_argument},
+                {folder / std::string("cut\0off", 7), std::errc::invalid_argument},
+                {"", std::errc::invalid_argument}};
+    for (const auto& [target, reason] : rows)
+    {
+        try
+        {
+            const ReplacementFile file(target);
+            ADD_FAILURE() << target;
+        }
+        catch (const fs::filesystem_error& error)
+        {
+            EXPECT_EQ(error.code(), reason) << target;
+        }
     }
     EXPECT_EQ(EntriesOf(folder.Path()), 2);
+
+    EXPECT_THAT([&] { ReplacementFile(folder / "missing\xE4/file"); },
+                testing::ThrowsMessage<fs::filesystem_error>(testing::HasSubstr("missing\uFFFD/file")));
 }
 
-TEST(ReplacementFileTest, AFailedCommitLeavesTheTargetAndNoPartFile)
+TEST(ReplacementFileTest, OthersGetNoRightsByAReplacement)
+{
+    if (::geteuid() != 0)
+    {
+        GTEST_SKIP() << "only a privileged process can act as another user";
+    }
+    const Support::ScopedTempDir folder;
+    fs::permissions(folder.Path(), fs::perms::all);
+    const struct
+    {
+        unsigned owner, group, mode, newGroup, newMode; ///< newMode 0: refused.
+    } rows[] = {{0, 0, 0644, 0, 0},                     // its owner may write it, this user may not
+                {Nobody, 0, 0640, Nobody, 0600},        // the group cannot be kept: its rights are not another group's
+                {Nobody, 0, 0664, Nobody, 0644},
+                {Nobody, Nobody, 0640, Nobody, 0640}};
+    const fs::path target = folder / "file";
+    for (const auto& row : rows)
+    {
+        fs::remove(target);
+        WriteFile(target, "old");
+        ASSERT_EQ(::chown(target.c_str(), row.owner, row.group), 0);
+        ASSERT_EQ(::chmod(target.c_str(), row.mode), 0);
+        const ScopedNobody nobody;
+        if (row.newMode == 0)
+        {
+            EXPECT_THROW(ReplacementFile{target}, fs::filesystem_error);
+            continue;
+        }
+        Replace(target, "new");
+        EXPECT_EQ(GroupOf(target), row.newGroup) << row.mode;
+        EXPECT_EQ(ModeOf(target), row.newMode) << row.mode;
+    }
+    ASSERT_EQ(::chown(target.c_str(), 0, Nobody), 0);
+    Replace(target, "new");
+    EXPECT_EQ(GroupOf(target), Nobody);
+}
+
+TEST(TemporaryFileTest, IsItsOwnersAloneAndGoneWithTheObject)
 {
     const Support::ScopedTempDir folder;
+    const auto check = [&]
     {
-        ReplacementFile file(folder / "target");
-        fs::create_directory(folder / "target"); // comes into the way after the check
-        Write(folder / "target/inside", "kept");
-        EXPECT_THROW(file.Commit(), fs::filesystem_error);
-    }
-    EXPECT_EQ(Read(folder / "target/inside"), "kept");
-    EXPECT_EQ(EntriesOf(folder.Path()), 1);
+        const std::string before = ::getenv("TMPDIR") != nullptr ? ::getenv("TMPDIR") : "";
+        ::setenv("TMPDIR", folder.Path().c_str(), 1);
+        {
+            const TemporaryFile file;
+            WriteFile(ToPath(file.WidePath()), "text");
+            EXPECT_EQ(ReadFile(file.Path()), "text");
+            EXPECT_EQ(ModeOf(file.Path()), 0600U);
+        }
+        EXPECT_EQ(EntriesOf(folder.Path()), 0);
+        ::setenv("TMPDIR", (folder / "missing").c_str(), 1);
+        EXPECT_THROW(TemporaryFile(), fs::filesystem_error);
+        before.empty() ? ::unsetenv("TMPDIR") : ::setenv("TMPDIR", before.c_str(), 1);
+    };
+    check();
+    Support::RunWithFailing(NoFilesWithoutName, check);
 }
 
 } // namespace Ardo::Kiln::FileSystem

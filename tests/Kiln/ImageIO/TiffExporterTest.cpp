@@ -1,6 +1,7 @@
 #include "Ardo/Kiln/ImageIO/TiffExporter.h"
 
 #include "Ardo/Imaging/const_raw_image.h"
+#include "Ardo/Kiln/FileSystem/ReplacementFile.h"
 #include "Ardo/Kiln/ImageIO/ExportRawImageException.h"
 #include "Ardo/Kiln/ImageIO/ReadImageFromFile.h"
 #include "Ardo/Kiln/MetadataSerializer/ConvertToQd.h"
@@ -270,6 +271,7 @@ TEST_F(TiffExporterTest, AFullDiskIsReportedAndTheExporterGoesOn)
 
 TEST_F(TiffExporterTest, AFileMayHaveAnyName)
 {
+    constexpr std::uint8_t White = 255;
     const std::locale before = std::locale::global(std::locale::classic());
     for (const char* const name : {"ä 名前.tif", "\xE4.tif", "\xC3.tif"})
     {
@@ -279,6 +281,12 @@ TEST_F(TiffExporterTest, AFileMayHaveAnyName)
         EXPECT_EQ(ReadImageFromFile(ToWide(path))->Size(), (Imaging::size_2d{3, 2})) << name;
         m_reader.Open(ToWide(path));
         EXPECT_EQ(PixelsOf(m_reader), pixels.substr(0, 6)) << name;
+
+        FileSystem::ReplacementFile replacement(path);
+        m_exporter.WriteUInt8Image(replacement.WidePath(), &White, 1, 1, nullptr);
+        replacement.Commit();
+        m_reader.Open(ToWide(path));
+        EXPECT_EQ(PixelsOf(m_reader), "\xFF") << name;
     }
     std::locale::global(before);
 }

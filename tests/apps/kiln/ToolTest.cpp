@@ -1,3 +1,5 @@
+#include "Ardo/Kiln/FileSystem/TemporaryFile.h"
+#include "Ardo/Kiln/FileSystem/WidePath.h"
 #include "Ardo/Kiln/ImageIO/TiffExporter.h"
 #include "tests/Support/Process.h"
 #include "tests/Support/ScopedTempDir.h"
@@ -71,6 +73,10 @@ TEST_F(ToolTest, HelpAndVersionAreResultsAndWrongUsageIsStatusTwo)
                                             "metadata a.xml --format yaml",
                                             "import " + Cell + " out.tif --pixel-size tiny",
                                             "import " + Cell + " out.tif --pixel-size 0",
+                                            "import " + Cell + " out.tif --pixel-size ''",
+                                            "import " + Cell + " out.tif --metadata ''",
+                                            "format 1 m --uncertainty ''",
+                                            "info ''",
                                             "import " + Cell + " out.tif --pixel-size '107 kV'",
                                             "format 1 m --prefix q",
                                             "format one m",
@@ -86,31 +92,57 @@ TEST_F(ToolTest, HelpAndVersionAreResultsAndWrongUsageIsStatusTwo)
     EXPECT_EQ(Entries(), 0U);
 }
 
-TEST_F(ToolTest, CtrlCDuringAnExportLeavesTheOldFileAndNothingElse)
+TEST_F(ToolTest, WhateverEndsAnExportTheOldFileStaysAndNothingElse)
 {
     constexpr std::uint32_t Width = 4096;
     constexpr std::uint32_t Height = 8192;
     const std::vector<Imaging::rgb_type<unsigned char>> pixels(std::size_t{Width} * Height);
-    ImageIO::TiffExporter().WriteRgbImage((m_folder / "large.tif").wstring(), pixels.data(), Width, Height, 0, nullptr);
-    WriteFile(m_folder / "out.tif", "old");
-    // Stopped while the file is being written, so that the interrupt meets the export and not its end.
-    const ProcessResult result =
-        Run("for try in 1 2 3 4 5 6 7 8 9 10; do\n"
-            "    env --default-signal=INT " +
-            Kiln +
-            " import --progress large.tif out.tif & pid=$!\n"
-            "    until [ -n \"$(find . -name '*.part' -size +0)\" ] || ! kill -0 $pid; do :; done\n"
-            "    kill -STOP $pid\n"
-            "    [ -n \"$(find . -name '*.part' -size -90000k)\" ] && break\n"
-            "    kill -CONT $pid; wait $pid; printf old >out.tif\n"
-            "done\n"
-            "kill -INT $pid; kill -CONT $pid; wait $pid");
-    EXPECT_EQ(result.status, 130);
-    EXPECT_THAT(result.error, StartsWith("\rwriting out.tif: "));
-    EXPECT_THAT(result.error, EndsWith(" %\nkiln: interrupted\n"));
-    EXPECT_EQ(ReadFile(m_folder / "out.tif"), "old");
-    EXPECT_EQ(Entries(), 2U);
+    ImageIO::TiffExporter().WriteRgbImage(FileSystem::ToWide(m_folder / "large.tif"), pixels.data(), Width, Height, 0,
+                                          nullptr);
+    // Only a file without a name goes with a process that is killed; not every file system has such.
+    const bool hasName = !FileSystem::TemporaryFile().Path().native().starts_with("/proc/");
+    for (const auto& [signal, number] : {std::pair("INT", 2), {"TERM", 15}, {"HUP", 1}, {"KILL", 9}})
+    {
+        WriteFile(m_folder / "out.tif", "old");
+        // Stopped while the file is being written, so that the signal meets the export and not its end.
+        const ProcessResult result = Run("size() {\n"
+                                         "    for fd in /proc/$pid/fd/*; do case $(readlink $fd) in\n"
+                                         "        $PWD/*deleted\\)|$PWD/*.part) stat -Lc %s $fd; return;;\n"
+                                         "    esac; done 2>/dev/null; echo 0\n"
+                                         "}\n"
+                                         "for try in 1 2 3 4 5 6 7 8 9 10; do\n"
+                                         "    env --default-signal=INT,HUP " +
+                                         Kiln +
+                                         " import --progress large.tif out.tif & pid=$!\n"
+                                         "    until [ $(size) -gt 0 ] || ! kill -0 $pid; do :; done\n"
+                                         "    kill -STOP $pid\n"
+                                         "    [ $(size) -gt 0 ] && [ $(size) -lt 90000000 ] && break\n"
+                                         "    kill -CONT $pid; wait $pid; printf old >out.tif\n"
+                                         "done\n"
+                                         "kill -" +
+                                         signal + " $pid; kill -CONT $pid; wait $pid");
+        EXPECT_EQ(result.status, 128 + number) << result.error;
+        EXPECT_EQ(ReadFile(m_folder / "out.tif"), "old") << signal;
+        EXPECT_EQ(Entries(), 2U) << signal;
+        if (number == 2)
+        {
+            EXPECT_THAT(result.error, StartsWith("\rwriting out.tif: "));
+            EXPECT_THAT(result.error, EndsWith(" %\nkiln: interrupted\n"));
+        }
+        if (hasName)
+        {
+            break;
+        }
+    }
     EXPECT_THAT(Run("kiln import --progress large.tif out.tif").error, EndsWith("\rwriting out.tif: 100 %\n"));
+
+    // Who reads the output goes away: a copy in the temporary folder goes with the tool, too.
+    if (!hasName)
+    {
+        std::filesystem::create_directory(m_folder / "copies");
+        Run("export TMPDIR=$PWD/copies; exec env --default-signal=PIPE " + Kiln + " import out.tif - | head -c 1");
+        EXPECT_TRUE(std::filesystem::is_empty(m_folder / "copies"));
+    }
 }
 
 TEST_F(ToolTest, AMicrographComesBackWithEveryPixelAndEveryField)
@@ -166,6 +198,34 @@ TEST_F(ToolTest, StandardStreamsTakeThePlaceOfFiles)
     EXPECT_THAT(Must("kiln metadata - --format json < ihc.tif | kiln validate -"), HasSubstr("valid"));
 }
 
+TEST_F(ToolTest, APipeIsReadFromItsBeginningAndAFileOfAnyName)
+{
+    Must("kiln import " + Cell + " \"$(printf 'b\\344r.tif')\" --pixel-size 1e-7");
+    EXPECT_TRUE(std::filesystem::exists(m_folder.Path() / "b\xE4r.tif"));
+    EXPECT_THAT(Must("kiln info b*r.tif"), StartsWith("b\uFFFDr.tif\nImage           550 x 660"));
+    Must("kiln metadata b*r.tif --output \"$(printf '\\303.xml')\"");
+    const std::string record = ReadFile(m_folder.Path() / "\xC3.xml");
+    EXPECT_THAT(record, HasSubstr("b\uFFFDr.tif"));
+
+    Must("mkfifo pipe");
+    EXPECT_EQ(Must("cat ?.xml >pipe & kiln metadata pipe"), record);
+    EXPECT_EQ(Must("cat b*r.tif >pipe & kiln compare " + Cell + " pipe"), "equal: 363000 pixels\n");
+    EXPECT_EQ(Must("cat ?.xml | kiln metadata /dev/stdin"), record);
+
+    // What cannot be read is no file without a record. A privileged user has to give up the right to read everything.
+    const std::string drop = "[ $(id -u) = 0 ] && drop='setpriv --bounding-set=-all'; chmod 0 record; $drop " + Kiln;
+    const std::vector<std::pair<std::string, std::string>> lines = {
+        {"echo >record; " + drop + " metadata record", "kiln: record: Permission denied\n"},
+        {"kiln metadata /dev/null", "kiln: /dev/null: is neither a file nor a pipe\n"},
+        {"kiln metadata $(printf 'b\\344')", "kiln: b\uFFFD: No such file or directory\n"}};
+    for (const auto& [line, error] : lines)
+    {
+        const ProcessResult result = Run(line);
+        EXPECT_EQ(result.status, 1) << line;
+        EXPECT_EQ(result.error, error) << line;
+    }
+}
+
 TEST_F(ToolTest, DifferencesAreNamedAndEndWithStatusOne)
 {
     Must("kiln import " + Cell + " cell.tif --pixel-size 1e-7");
@@ -196,8 +256,8 @@ TEST_F(ToolTest, AnImportThatFailsLeavesTheOldFileAndNothingElse)
     std::filesystem::create_directory(m_folder / "folder");
 
     const std::vector<std::pair<std::string, std::string>> lines = {
-        // A limit on the size of files stands for a full disk: the first is told, the second is killed by it.
-        {"trap '' XFSZ; ulimit -f 100; kiln import " + Cell + " out.tif", "out.tif"},
+        // A limit on the size of files stands for a full disk.
+        {"ulimit -f 100; kiln import " + Cell + " out.tif", "out.tif"},
         {"kiln import text.png out.tif", "text.png"},
         {"kiln import missing.png out.tif", "missing.png"},
         {"kiln import folder out.tif", "folder"},
@@ -217,10 +277,6 @@ TEST_F(ToolTest, AnImportThatFailsLeavesTheOldFileAndNothingElse)
         EXPECT_EQ(ReadFile(m_folder / "out.tif"), "the old file") << line;
         EXPECT_EQ(Entries(), entries) << line;
     }
-
-    const ProcessResult killed = Run("ulimit -c 0; ulimit -f 100; exec " + Kiln + " import " + Cell + " out.tif");
-    EXPECT_GT(killed.status, 128);
-    EXPECT_EQ(ReadFile(m_folder / "out.tif"), "the old file");
 }
 
 TEST_F(ToolTest, DamagedFilesStillTellWhatTheyHold)

@@ -1,0 +1,35 @@
+#include "Ardo/Kiln/Platform/SystemError.h"
+
+namespace Ardo::Kiln::Platform
+{
+
+namespace
+{
+
+class SystemErrorCategory : public std::error_category
+{
+public:
+    // The names are those of the base class.
+    // NOLINTBEGIN(readability-identifier-naming)
+    const char* name() const noexcept override { return "system"; }
+
+    /// The standard category's text depends on the locale and its encoding.
+    std::string message(int error) const override { return SystemErrorText(error); }
+
+    std::error_condition default_error_condition(int error) const noexcept override
+    {
+        return std::system_category().default_error_condition(error);
+    }
+    // NOLINTEND(readability-identifier-naming)
+};
+
+} // namespace
+
+const std::error_category& SystemErrors() noexcept
+{
+    // Never destroyed: static objects may report errors at their end.
+    static const SystemErrorCategory& g_category = *new SystemErrorCategory();
+    return g_category;
+}
+
+} // namespace Ardo::Kiln::Platform

@@ -1,0 +1,18 @@
+#include "Ardo/Kiln/Platform/TemporaryFile.h"
+
+#include <array>
+#include <cstdio>
+#include <random>
+
+namespace Ardo::Kiln::Platform
+{
+
+std::filesystem::path TemporaryFile::RandomName()
+{
+    std::random_device random;
+    std::array<char, 32> name{};
+    std::snprintf(name.data(), name.size(), ".%08x%08x.part", random(), random());
+    return name.data();
+}
+
+} // namespace Ardo::Kiln::Platform

@@ -1,0 +1,205 @@
+#include "Ardo/Kiln/Platform/TemporaryFile.h"
+
+#include "Ardo/Kiln/Platform/FileSizeSignal_posix.h"
+#include "Ardo/Kiln/Platform/ScopedDescriptor_posix.h"
+#include "Ardo/Kiln/Platform/SystemError.h"
+
+#include <cerrno>
+#include <cstdio>
+#include <string>
+
+#include <fcntl.h>
+#include <sys/sendfile.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace Ardo::Kiln::Platform
+{
+
+namespace
+{
+
+namespace fs = std::filesystem;
+
+std::error_code ResultOf(int result) noexcept
+{
+    return result == 0 ? std::error_code() : LastSystemError();
+}
+
+/// Gives the open file the group and the permissions of the one at \p path, if there is one.
+void TakeRightsOf(const fs::path& path, int descriptor) noexcept
+{
+    struct stat old
+    {
+    };
+    struct stat own
+    {
+    };
+    if (::stat(path.c_str(), &old) != 0 || ::fstat(descriptor, &own) != 0)
+    {
+        return;
+    }
+    // The set-user-ID bit would now mean this process's user. The system clears it when a file is overwritten, too.
+    mode_t mode = old.st_mode & (S_IRWXU | S_IRWXG | S_IRWXO);
+    if (own.st_gid != old.st_gid && ::fchown(descriptor, static_cast<uid_t>(-1), old.st_gid) != 0)
+    {
+        mode &= ~static_cast<mode_t>(S_IRWXG) | ((mode & S_IRWXO) << 3U);
+    }
+    // A file system without permissions refuses: it has none to keep.
+    static_cast<void>(::fchmod(descriptor, mode));
+}
+
+/// A rename survives a power loss once its folder is on the disk. Some file systems cannot write a folder out: what is
+/// lost then is the certainty, not the file.
+void FlushFolder(const fs::path& folder) noexcept
+{
+    const ScopedDescriptor descriptor(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    if (descriptor)
+    {
+        static_cast<void>(::fsync(descriptor.Get()));
+    }
+}
+
+} // namespace
+
+struct TemporaryFile::System
+{
+    System() = default;
+    ~System()
+    {
+        if (hasName)
+        {
+            ::unlink(path.c_str());
+        }
+    }
+    System(const System&) = delete;
+    System& operator=(const System&) = delete;
+
+    bool CreateUnnamed(const fs::path& folder, mode_t mode)
+    {
+        file = ScopedDescriptor(::open(folder.c_str(), O_TMPFILE | O_RDWR | O_CLOEXEC, mode));
+        path = "/proc/self/fd/" + std::to_string(file.Get());
+        // Without /proc, or where rules forbid this, nobody could write the file or give it a name.
+        return file && ScopedDescriptor(::open(path.c_str(), O_RDWR | O_CLOEXEC));
+    }
+
+    std::error_code CreateNamed(const fs::path& folder, mode_t mode)
+    {
+        do
+        {
+            path = folder / RandomName();
+            file = ScopedDescriptor(::open(path.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, mode));
+            hasName = static_cast<bool>(file);
+        } while (!hasName && errno == EEXIST);
+        return ResultOf(hasName ? 0 : -1);
+    }
+
+    /// Links the file without a name as \p target if there is nothing yet, else under a temporary name, because linking
+    /// never replaces a file. A process that is killed before the rename that follows leaves the complete file under
+    /// the temporary name.
+    std::error_code Link(const fs::path& target, bool& isThere)
+    {
+        fs::path name = target;
+        while (::linkat(AT_FDCWD, path.c_str(), AT_FDCWD, name.c_str(), AT_SYMLINK_FOLLOW) != 0)
+        {
+            if (errno != EEXIST)
+            {
+                return LastSystemError();
+            }
+            name = target.parent_path() / RandomName();
+        }
+        isThere = name == target;
+        hasName = !isThere;
+        path = std::move(name);
+        return {};
+    }
+
+    std::error_code Flush() const noexcept { return ResultOf(::fsync(file.Get())); }
+
+    /// Copies contents and permissions of \p source to this empty file.
+    std::error_code CopyFrom(const System& source) const noexcept
+    {
+        struct stat status
+        {
+        };
+        if (::fstat(source.file.Get(), &status) != 0 || ::fchmod(file.Get(), status.st_mode & 07777U) != 0)
+        {
+            return LastSystemError();
+        }
+        const FileSizeSignalBlock withoutSignal;
+        constexpr std::size_t MaxTransfer = 0x7ffff000; // the system does no more in one call
+        off_t offset = 0;
+        ssize_t count = 0;
+        do
+        {
+            count = ::sendfile(file.Get(), source.file.Get(), &offset, MaxTransfer);
+        } while (count > 0 || (count < 0 && errno == EINTR));
+        return ResultOf(static_cast<int>(count));
+    }
+
+    ScopedDescriptor file;
+    fs::path path; ///< Opens the file.
+    bool hasName = false;
+};
+
+TemporaryFile::TemporaryFile() = default;
+
+TemporaryFile::~TemporaryFile() = default;
+
+fs::path TemporaryFile::Path() const
+{
+    return m_system != nullptr ? m_system->path : fs::path();
+}
+
+std::error_code TemporaryFile::Create(const fs::path& folder, Rights rights)
+{
+    const mode_t mode = rights == Rights::Owner ? 0600 : 0666;
+    auto system = std::make_unique<System>();
+    // Whatever keeps the system from the first way, the second may be open; its reason is the one that counts.
+    if (!system->CreateUnnamed(folder, mode))
+    {
+        if (const std::error_code error = system->CreateNamed(folder, mode))
+        {
+            return error;
+        }
+    }
+    m_system = std::move(system);
+    return {};
+}
+
+std::error_code TemporaryFile::MoveTo(const fs::path& target)
+{
+    TakeRightsOf(target, m_system->file.Get());
+    if (const std::error_code error = m_system->Flush())
+    {
+        return error;
+    }
+    bool isThere = false;
+    if (!m_system->hasName)
+    {
+        if (const std::error_code error = m_system->Link(target, isThere))
+        {
+            // Some systems create files without a name and then forbid links.
+            auto copy = std::make_unique<System>();
+            if (copy->CreateNamed(target.parent_path(), 0600) || copy->CopyFrom(*m_system))
+            {
+                return error;
+            }
+            m_system = std::move(copy);
+            return MoveTo(target);
+        }
+    }
+    if (!isThere)
+    {
+        if (const std::error_code error = ResultOf(std::rename(m_system->path.c_str(), target.c_str())))
+        {
+            return error;
+        }
+        m_system->hasName = false;
+    }
+    FlushFolder(target.parent_path());
+    m_system.reset();
+    return {};
+}
+
+} // namespace Ardo::Kiln::Platform

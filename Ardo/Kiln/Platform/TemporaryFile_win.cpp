@@ -1,0 +1,76 @@
+#include "Ardo/Kiln/Platform/TemporaryFile.h"
+
+#include "Ardo/Kiln/Platform/ScopedHandle_win.h"
+#include "Ardo/Kiln/Platform/SystemError.h"
+
+namespace Ardo::Kiln::Platform
+{
+
+namespace
+{
+
+namespace fs = std::filesystem;
+
+} // namespace
+
+struct TemporaryFile::System
+{
+    System() = default;
+    ~System()
+    {
+        if (!path.empty())
+        {
+            file = ScopedHandle();
+            ::DeleteFileW(path.c_str());
+        }
+    }
+    System(const System&) = delete;
+    System& operator=(const System&) = delete;
+
+    ScopedHandle file; ///< May write: the system flushes through no other handle.
+    fs::path path;     ///< Empty once the file has its final name.
+};
+
+TemporaryFile::TemporaryFile() = default;
+
+TemporaryFile::~TemporaryFile() = default;
+
+fs::path TemporaryFile::Path() const
+{
+    return m_system != nullptr ? m_system->path : fs::path();
+}
+
+std::error_code TemporaryFile::Create(const fs::path& folder, Rights)
+{
+    ScopedHandle file;
+    fs::path path;
+    do
+    {
+        path = folder / RandomName();
+        file = ScopedHandle(::CreateFileW(path.c_str(), GENERIC_WRITE,
+                                          FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr, CREATE_NEW,
+                                          FILE_ATTRIBUTE_NORMAL, nullptr));
+    } while (!file && ::GetLastError() == ERROR_FILE_EXISTS);
+    if (!file)
+    {
+        return LastSystemError();
+    }
+    m_system = std::make_unique<System>();
+    m_system->file = std::move(file);
+    m_system->path = std::move(path);
+    return {};
+}
+
+std::error_code TemporaryFile::MoveTo(const fs::path& target)
+{
+    if (!::FlushFileBuffers(m_system->file.Get()) ||
+        !::MoveFileExW(m_system->path.c_str(), target.c_str(), MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH))
+    {
+        return LastSystemError();
+    }
+    m_system->path.clear();
+    m_system.reset();
+    return {};
+}
+
+} // namespace Ardo::Kiln::Platform
