@@ -53,6 +53,7 @@ struct CrashRequest
     char dumpFolder[1024] = {};     ///< Where CreateFiles creates them; empty: nowhere.
     char applicationName[256] = {}; ///< First part of the names of files.
     char fullVersion[128] = {};     ///< Second part; also shown in the text.
+    char logFiles[4096] = {};       ///< Paths of the log files, each followed by a line feed; shown in the text.
 
     // The writer's answers.
     std::uint32_t done = 0;       ///< Tasks that were carried out wholly.

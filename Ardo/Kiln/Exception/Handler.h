@@ -13,6 +13,11 @@
 #include <string>
 #include <string_view>
 
+namespace Ardo::Kiln::Crash
+{
+class FaultReports;
+}
+
 namespace Ardo::Kiln::Exception
 {
 
@@ -149,11 +154,11 @@ private:
     /// Writes the report file and the minidump. Never throws.
     static void CreateReports(EXCEPTION_POINTERS* pointers) noexcept;
 
-    /// The text of the report; what the console shows is printed on the way.
-    static std::string GetReport(EXCEPTION_POINTERS* pointers);
+    /// The text of the report. Prints the block about the fault and the call stack on the way.
+    static std::string GetReport(Crash::FaultReports& reports);
 
     /// The console block about the fault, which is also written to the standard error stream.
-    static std::string GetAndPrintExceptionInfo(EXCEPTION_POINTERS* pointers);
+    static std::string GetAndPrintExceptionInfo(const Crash::FaultReports& reports);
 
     /// Writes the call stack in a report's text to the standard error stream.
     static void PrintStack(std::string_view report);

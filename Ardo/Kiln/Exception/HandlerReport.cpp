@@ -2,7 +2,7 @@
 
 #include "Ardo/Kiln/Crash/FaultCode.h"
 #include "Ardo/Kiln/Crash/FaultRecord.h"
-#include "Ardo/Kiln/Crash/Writer/CrashReport.h"
+#include "Ardo/Kiln/Crash/Writer/FaultReports.h"
 #include "Ardo/Kiln/Exception/Error.h"
 #include "Ardo/Kiln/Exception/ErrorInfo.h"
 #include "Ardo/Kiln/Exception/HandlerState_p.h"
@@ -183,10 +183,11 @@ void Handler::ReportUnderLock(EXCEPTION_POINTERS* pointers, std::string_view mes
 void Handler::ReportAndDump(EXCEPTION_POINTERS* pointers, std::string_view message, const Notify& notify) noexcept
 {
     const Reserve reserve;
+    Crash::FaultReports reports(pointers);
     MinidumpActions answer;
     try
     {
-        const std::string report = GetReport(pointers);
+        const std::string report = GetReport(reports);
         answer = AskUserForMinidump(ConvertToExceptionPtr(message, report), notify);
         if (ThreadState* const state = ThreadState::Get())
         {
@@ -195,12 +196,12 @@ void Handler::ReportAndDump(EXCEPTION_POINTERS* pointers, std::string_view messa
     }
     catch (...)
     {
-        CreateReports(pointers);
+        reports.Write();
         return;
     }
     if (answer.decision != 0)
     {
-        CreateReports(pointers);
+        reports.Write();
     }
     try
     {
@@ -268,17 +269,16 @@ MinidumpActions Handler::AskUserForMinidump(const std::exception_ptr& exception,
     }
 }
 
-std::string Handler::GetReport(EXCEPTION_POINTERS* pointers)
+std::string Handler::GetReport(Crash::FaultReports& reports)
 {
-    GetAndPrintExceptionInfo(pointers);
-    std::string report = Crash::GetReport(pointers);
-    PrintStack(report);
-    return report;
+    GetAndPrintExceptionInfo(reports);
+    PrintStack(reports.Text());
+    return reports.Text();
 }
 
-std::string Handler::GetAndPrintExceptionInfo(EXCEPTION_POINTERS* pointers)
+std::string Handler::GetAndPrintExceptionInfo(const Crash::FaultReports& reports)
 {
-    return Crash::GetAndPrintExceptionInfo(pointers);
+    return reports.Print();
 }
 
 void Handler::PrintStack(std::string_view report)
@@ -298,7 +298,7 @@ void Handler::PrintStack(std::string_view report)
 
 void Handler::CreateReports(EXCEPTION_POINTERS* pointers) noexcept
 {
-    Crash::CreateReports(pointers);
+    Crash::FaultReports(pointers).Write();
 }
 
 void Handler::KillCurrentProcess()

@@ -1,5 +1,7 @@
 #include "Ardo/Kiln/Exception/MiniDumpGenerator.h"
 
+#include "Ardo/Kiln/Crash/Report/ReportWriter.h"
+#include "Ardo/Kiln/Crash/Writer/DescribedFault.h"
 #include "Ardo/Kiln/Crash/Writer/ReportPlace.h"
 #include "Ardo/Kiln/Exception/WideText_p.h"
 #include "Ardo/Kiln/Platform/LocalOffset.h"
@@ -18,6 +20,20 @@ constexpr auto LargeType = static_cast<MINIDUMP_TYPE>(
     MiniDumpWithIndirectlyReferencedMemory | MiniDumpWithProcessThreadData | MiniDumpWithFullMemoryInfo);
 static_assert(SmallType == 0x1160 && LargeType == 0x973);
 
+/// A minidump alone.
+class Dump final : public Crash::ReportContents
+{
+public:
+    Dump(EXCEPTION_POINTERS* pointers, MINIDUMP_TYPE type) noexcept : m_fault(pointers), m_type(type) {}
+
+    int WriteDump(void* file) noexcept override { return m_fault.WriteMinidump(file, m_type); }
+    int WriteText(Crash::ReportFile&) noexcept override { return 0; } // is not asked for
+
+private:
+    Crash::DescribedFault m_fault;
+    MINIDUMP_TYPE m_type;
+};
+
 } // namespace
 
 std::wstring MiniDumpGenerator::GetTaggedDumpFileName()
@@ -32,7 +48,11 @@ void MiniDumpGenerator::CreateMiniDump(EXCEPTION_POINTERS* pointers, MINIDUMP_TY
     {
         Platform::RefreshLocalOffset();
     }
-    Crash::CreateDumpFile(Crash::NewReportStem(), pointers, type);
+    Dump dump(pointers, type);
+    Crash::ReportParts parts;
+    parts.dumpIsFaked = Crash::DumpsAreFaked();
+    parts.text = false;
+    Crash::CreateFiles(dump, parts);
 }
 
 void MiniDumpGenerator::CreateMiniDump()
@@ -42,7 +62,8 @@ void MiniDumpGenerator::CreateMiniDump()
 
 void MiniDumpGenerator::WriteMinidump(void* file, EXCEPTION_POINTERS* pointers, MINIDUMP_TYPE type)
 {
-    static_cast<void>(Crash::WriteDump(file, pointers, type));
+    Dump dump(pointers, type);
+    static_cast<void>(Crash::WriteDumpTo(file, dump, Crash::DumpsAreFaked()));
 }
 
 void MiniDumpGenerator::CreateDumpDirectory()

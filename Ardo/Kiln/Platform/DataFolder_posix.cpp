@@ -33,6 +33,15 @@ std::filesystem::path HomeFolder()
     return known ? std::filesystem::path(entry.pw_dir) : std::filesystem::path();
 }
 
+constexpr std::size_t MaxPath = 4096;
+
+/// Whether \p path is a link of a user who is neither the own one nor root.
+bool IsForeignLink(const char* path) noexcept
+{
+    struct stat status = {};
+    return ::lstat(path, &status) == 0 && S_ISLNK(status.st_mode) && status.st_uid != ::geteuid() && status.st_uid != 0;
+}
+
 } // namespace
 
 std::vector<std::filesystem::path> DataFolders()
@@ -51,28 +60,49 @@ std::vector<std::filesystem::path> DataFolders()
     return folders;
 }
 
-std::uint32_t MakeWritableFolder(const std::filesystem::path& folder)
+int MakePrivateFolder(const char* folder) noexcept
 {
-    std::filesystem::path made;
-    for (const auto& part : folder)
+    char path[MaxPath];
+    std::size_t length = 0;
+    // Each folder on the way, the last one included.
+    for (const char* at = folder;; ++at)
     {
-        made /= part;
-        if (::mkdir(made.c_str(), S_IRWXU) != 0 && errno != EEXIST && errno != EISDIR && errno != EROFS &&
-            errno != EACCES)
+        if (length == sizeof path)
         {
-            return static_cast<std::uint32_t>(errno);
+            return ENAMETOOLONG;
         }
+        if ((*at == '/' || *at == '\0') && length > 0)
+        {
+            path[length] = '\0';
+            if (::mkdir(path, S_IRWXU) != 0 && errno != EEXIST && errno != EISDIR && errno != EROFS && errno != EACCES)
+            {
+                return errno;
+            }
+            if (IsForeignLink(path))
+            {
+                return EACCES;
+            }
+        }
+        if (*at == '\0')
+        {
+            break;
+        }
+        path[length++] = *at;
     }
     struct stat status = {};
-    if (::stat(folder.c_str(), &status) != 0)
+    if (::stat(folder, &status) != 0)
     {
-        return static_cast<std::uint32_t>(errno);
+        return errno;
     }
     if (!S_ISDIR(status.st_mode))
     {
         return ENOTDIR;
     }
-    return ::access(folder.c_str(), W_OK | X_OK) == 0 ? 0 : static_cast<std::uint32_t>(errno);
+    if (status.st_uid != ::geteuid())
+    {
+        return EACCES;
+    }
+    return ::access(folder, W_OK | X_OK) == 0 ? 0 : errno;
 }
 
 } // namespace Ardo::Kiln::Platform

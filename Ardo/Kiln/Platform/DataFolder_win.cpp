@@ -1,10 +1,19 @@
 #include "Ardo/Kiln/Platform/DataFolder.h"
 
-#include <system_error>
+#include <algorithm>
+#include <cwchar>
 #include <windows.h>
 
 namespace Ardo::Kiln::Platform
 {
+
+namespace
+{
+
+constexpr int MaxPath = 4096;
+constexpr int MaxProbe = 32; // of "\\.<process>.part" and the terminating null
+
+} // namespace
 
 std::vector<std::filesystem::path> DataFolders()
 {
@@ -25,21 +34,36 @@ std::vector<std::filesystem::path> DataFolders()
     return folders;
 }
 
-std::uint32_t MakeWritableFolder(const std::filesystem::path& folder)
+int MakePrivateFolder(const char* folder) noexcept
 {
-    std::error_code error;
-    std::filesystem::create_directories(folder, error);
-    if (error)
+    wchar_t path[MaxPath];
+    const int size = ::MultiByteToWideChar(CP_UTF8, 0, folder, -1, path, MaxPath - MaxProbe);
+    if (size == 0)
     {
-        return static_cast<std::uint32_t>(error.value());
+        return static_cast<int>(::GetLastError());
+    }
+    std::replace(path, path + size, L'/', L'\\');
+    // Each folder on the way, the last one included. One that exists, or a drive, is no failure: the probe tells.
+    for (wchar_t* at = path; *at != L'\0'; ++at)
+    {
+        if (*at == L'\\' && at != path)
+        {
+            *at = L'\0';
+            ::CreateDirectoryW(path, nullptr);
+            *at = L'\\';
+        }
+    }
+    if (!::CreateDirectoryW(path, nullptr) && ::GetLastError() != ERROR_ALREADY_EXISTS)
+    {
+        return static_cast<int>(::GetLastError());
     }
     // Rights on Windows are too many to compute: it is tried.
-    const auto probe = folder / (L"." + std::to_wstring(::GetCurrentProcessId()) + L".part");
-    const HANDLE file = ::CreateFileW(probe.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS,
+    ::swprintf(path + size - 1, MaxProbe, L"\\.%lu.part", ::GetCurrentProcessId());
+    const HANDLE file = ::CreateFileW(path, GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS,
                                       FILE_ATTRIBUTE_TEMPORARY | FILE_FLAG_DELETE_ON_CLOSE, nullptr);
     if (file == INVALID_HANDLE_VALUE)
     {
-        return ::GetLastError();
+        return static_cast<int>(::GetLastError());
     }
     ::CloseHandle(file);
     return 0;

@@ -30,7 +30,8 @@ CrashDetails SomeFault()
     facts.code = AccessViolation;
     facts.flags = FaultFlag::Noncontinuable;
     facts.address = 0x7F00001234AB;
-    facts.information = {FaultAccess::Write, 0x10};
+    static constexpr std::uint64_t information[] = {FaultAccess::Write, 0x10};
+    facts.information = information;
     facts.applicationVersion = "2.5.0.1";
     details.module = LoadedModule{"/opt/orbex/lib/libScan.so.1", 0x7F0000120000};
     details.callStack.innermost = {
@@ -89,7 +90,7 @@ TEST(CrashReportTextTest, ReportHasEveryLineInItsOrderWithItsEnd)
                   system);
 
     details.facts.code = CxxException;
-    details.facts.exceptionType = "std::runtime_error";
+    details.exceptionType = "std::runtime_error";
     details.facts.exceptionMessage = "no beam";
     details.callStack.omitted = 15840;
     details.callStack.outermost = {{0x7F0000300010, "/bin/orbex", 0x7F0000300000, "main", "", 0, false}};
@@ -152,7 +153,7 @@ TEST(CrashReportTextTest, ConsoleBlockTellsWhatTheInformationWordsSay)
         ASSERT_NE(begin, std::string::npos) << text;
         EXPECT_EQ(text.substr(text.find('\n', begin) + 1), row.lines);
         EXPECT_EQ(text.rfind("(EEE) ------------ ERROR ------------ (EEE)\nError code (", 0), 0U) << text;
-        EXPECT_NE(text.find(") : " + ExceptionName(row.code) +
+        EXPECT_NE(text.find(") : " + std::string(ExceptionName(row.code)) +
                             "\nAt address 0x00007F00001234AB inside unknown module "
                             "loaded at base address 0x0000000000000000\n"),
                   std::string::npos)
@@ -199,18 +200,63 @@ TEST(CrashReportTextTest, CodesAndFlagsHaveTheirNames)
              {0x18, "IS_DISPATCHING EXCEPTION_STACK_INVALID EXCEPTION_NESTED_CALL "},
              {0x20, "IS_UNWINDING IS_TARGET_UNWIND "}})
     {
-        EXPECT_EQ(ExceptionFlagNames(flags), names) << flags;
+        StringSink text;
+        AppendFlagNames(text, flags);
+        EXPECT_EQ(text.Take(), names) << flags;
     }
 }
 
 TEST(CrashReportTextTest, DumpsAreNamedAfterApplicationVersionAndLocalTime)
 {
+    const auto taggedName = [](std::string_view application, std::string_view version, const ReportTime& time)
+    {
+        StringSink name;
+        AppendTaggedName(name, application, version, time);
+        return name.Take();
+    };
     const auto facts = SomeFault().facts;
-    EXPECT_EQ(TaggedName("App", "V", ReportTimeOf(facts.time, facts.utcOffset)), "App_V_[5-3_9-7-3]");
+    EXPECT_EQ(taggedName("App", "V", ReportTimeOf(facts.time, facts.utcOffset)), "App_V_[5-3_9-7-3]");
     const ReportTime lastSecond = ReportTimeOf(-1, 0);
-    EXPECT_EQ(TaggedName("\xC2\xB5/\\A:pp\n", "1.0?", lastSecond), "\xC2\xB5__A_pp__1.0__[31-12_23-59-59]");
+    EXPECT_EQ(taggedName("\xC2\xB5/\\A:pp\n", "1.0?", lastSecond), "\xC2\xB5__A_pp__1.0__[31-12_23-59-59]");
     EXPECT_EQ(lastSecond.year, 1969U);
-    EXPECT_EQ(TaggedName("", "", ReportTimeOf(1709168400, -3600)), "__[29-2_0-0-0]");
+    EXPECT_EQ(taggedName("", "", ReportTimeOf(1709168400, -3600)), "__[29-2_0-0-0]");
+}
+
+TEST(CrashReportTextTest, ShortReportSaysWhatIsKnownWithoutStacks)
+{
+    auto facts = SomeFault().facts;
+    facts.logFiles = "/var/log/Guide.log\n/var/log/Guide_Dbg.log\n";
+    char memory[4096];
+    BufferSink text(memory, sizeof memory);
+    AppendShortReport(text, facts, "/opt/orbex/lib/libScan.so.1", 0x7F0000120000, true);
+    EXPECT_EQ(text.Text(),
+              "//=====================================================\r\n"
+              "Date 5:3:2026. Time 9:7 \r\nRevision: 2.5.0.1 \r\nRelease mode \r\n"
+              "\r\n//=====================================================\r\n"
+              "Exception code: C0000005 ACCESS_VIOLATION\r\nFaulting module: libScan.so.1\r\n"
+              "  0x00007F00001234AB in libScan.so.1 + 0x34AB\r\n\r\n"
+              "This is a short report: the usual ways to make one did not come to an end. The call stacks are in the "
+              "minidump.\r\n\r\n Fault \r\nProcess: 4711, thread: 4712\r\n"
+              "Error code (C0000005) : ACCESS_VIOLATION\r\n"
+              "At address 0x00007F00001234AB inside /opt/orbex/lib/libScan.so.1 loaded at base address "
+              "0x00007F0000120000\r\nExceptionFlag: IS_DISPATCHING EXCEPTION_NONCONTINUABLE \r\n"
+              "Invalid operation: The thread attempted to WRITE to inaccessible data at address 0x0000000000000010\r\n"
+              "\r\n Log files \r\n/var/log/Guide.log\r\n/var/log/Guide_Dbg.log\r\n");
+}
+
+TEST(CrashReportTextTest, TextOfFixedSizeIsCutAtACharacter)
+{
+    char memory[8];
+    BufferSink text(memory, sizeof memory);
+    text << "abc" << 42U << Hexadecimal{0xBEEF, 2};
+    EXPECT_EQ(text.Text(), "abc42BE");
+    EXPECT_TRUE(text.IsCut());
+    text << "x"; // would fit nowhere, and never after a gap
+    EXPECT_EQ(std::string(memory), "abc42BE");
+    BufferSink micro(memory, sizeof memory);
+    micro << "123456"
+          << "\xC2\xB5m";
+    EXPECT_EQ(micro.Text(), "123456");
 }
 
 } // namespace Ardo::Kiln::Crash

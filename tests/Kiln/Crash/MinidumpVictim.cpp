@@ -6,7 +6,7 @@
 #include "Ardo/Kiln/Crash/FaultCode.h"
 #include "Ardo/Kiln/Crash/Minidump/MinidumpWriter_linux.h"
 #include "Ardo/Kiln/Crash/Writer/CrashWriterProcess_linux.h"
-#include "Ardo/Kiln/Crash/Writer/Minidump.h"
+#include "Ardo/Kiln/Crash/Writer/DescribedFault.h"
 
 #include <algorithm>
 #include <atomic>
@@ -56,7 +56,7 @@ std::string g_file;
 std::atomic<int> g_childSignals;
 int g_spare = -1;
 
-void Tell(std::uint32_t error)
+void Tell(int error)
 {
     errno = 0;
     const bool hasChild = ::waitpid(-1, nullptr, __WALL | WNOHANG) != -1 || errno != ECHILD;
@@ -72,15 +72,15 @@ int OpenFile()
     return ::open(g_file.c_str(), O_RDWR | O_CREAT | O_TRUNC, 0600);
 }
 
-std::uint32_t DumpInto(int descriptor, EXCEPTION_POINTERS* pointers)
+int DumpInto(int descriptor, EXCEPTION_POINTERS* pointers)
 {
-    constexpr std::uint32_t changedTheCaller = 9999;
+    constexpr int changedTheCaller = 9999;
     sigset_t before;
     sigset_t after;
     ::pthread_sigmask(SIG_SETMASK, nullptr, &before);
     errno = E2BIG;
-    const std::uint32_t error =
-        WriteMinidump(reinterpret_cast<void*>(static_cast<std::intptr_t>(descriptor)), pointers, g_type);
+    const int error =
+        DescribedFault(pointers).WriteMinidump(reinterpret_cast<void*>(static_cast<std::intptr_t>(descriptor)), g_type);
     const bool sameError = errno == E2BIG;
     ::pthread_sigmask(SIG_SETMASK, nullptr, &after);
     const bool sameSignals = std::memcmp(&before, &after, sizeof(long)) == 0;
@@ -113,7 +113,7 @@ void OnFault(int signal, siginfo_t* info, void* context)
     DescribeFault(&pointers, g_request);
     g_request.tasks = CrashRequest::CreateFiles | CrashRequest::MakeText;
     CrashWriterProcess::Run(g_request, -1, 30'000);
-    Tell(static_cast<std::uint32_t>(g_request.systemError));
+    Tell(g_request.systemError);
     static_cast<void>(::write(STDOUT_FILENO, g_request.text, g_request.textLength));
     ::_exit(0);
 }
@@ -148,12 +148,12 @@ void OnFault(int signal, siginfo_t* info, void* context)
     static CrashRequest g_request;
     DescribeFault(nullptr, g_request);
     g_request.minidumpType = g_type; // LINE writing: where the call before returns to
-    Tell(static_cast<std::uint32_t>(WriteMinidumpFile(OpenFile(), g_request)));
+    Tell((WriteMinidumpFile(OpenFile(), g_request)));
 }
 
 void AskTogether()
 {
-    std::atomic<std::uint32_t> errors = 0;
+    std::atomic<int> errors = 0;
     std::vector<std::thread> threads;
     for (int i = 0; i < 4; ++i)
     {
@@ -280,7 +280,7 @@ const std::pair<const char*, void (*)()> Ways[] = {
          DescribeFault(nullptr, g_request);
          g_request.tasks = CrashRequest::WriteDump;
          CrashWriterProcess::Run(g_request, OpenFile(), 0);
-         Tell(static_cast<std::uint32_t>(g_request.systemError));
+         Tell(g_request.systemError);
          AskForDump();
      }},
     {"ignored",

@@ -3,7 +3,7 @@
 #include "Ardo/Kiln/Conversion/String.h"
 #include "Ardo/Kiln/Crash/FaultCode.h"
 #include "Ardo/Kiln/Crash/Report/ReportFile.h"
-#include "Ardo/Kiln/Crash/Writer/CrashReport.h"
+#include "Ardo/Kiln/Crash/Writer/FaultReports.h"
 #include "Ardo/Kiln/Platform/SystemInformation.h"
 
 #include "tests/Kiln/Crash/StackSample.h"
@@ -225,7 +225,7 @@ TEST_F(MiniDumpGeneratorTest, FailuresAreToldWithTheSystemsNumberAndLeaveNoFile)
                              [&]
                              {
                                  Fault fault(*point);
-                                 text = ErrorTextOf([&] { Crash::CreateReports(&fault.pointers); });
+                                 text = ErrorTextOf([&] { Crash::FaultReports(&fault.pointers).Write(); });
                              });
         return text;
     };
@@ -258,15 +258,17 @@ TEST_F(MiniDumpGeneratorTest, ReportsAreAPairAndTheFileHasTheTextOfTheNotificati
         {
             Crash::PrepareReports();
             Fault fault(*point);
-            EXPECT_EQ(Crash::GetReport(nullptr), "");
-            report = Crash::GetReport(&fault.pointers);
+            EXPECT_EQ(Crash::FaultReports(nullptr).Text(), "");
+            Crash::FaultReports reports(&fault.pointers);
+            report = reports.Text();
             const std::string progress = "Writing report file ...\nReport file created.\n";
-            EXPECT_EQ(ErrorTextOf([&] { Crash::CreateReports(&fault.pointers); }), progress);
+            EXPECT_EQ(ErrorTextOf([&] { reports.Write(); }), progress);
             MiniDumpGenerator::SetFakeWriteDump(true);
-            EXPECT_EQ(ErrorTextOf([&] { Crash::CreateReports(&fault.pointers); }), "Minidump faked.\n" + progress);
-            EXPECT_EQ(ErrorTextOf([] { Crash::CreateReports(nullptr); }), "Minidump faked.\n");
+            EXPECT_EQ(ErrorTextOf([&] { Crash::FaultReports(&fault.pointers).Write(); }),
+                      "Minidump faked.\n" + progress);
+            EXPECT_EQ(ErrorTextOf([] { Crash::FaultReports(nullptr).Write(); }), "Minidump faked.\n");
             std::string block;
-            const auto printed = ErrorTextOf([&] { block = Crash::GetAndPrintExceptionInfo(&fault.pointers); });
+            const auto printed = ErrorTextOf([&] { block = reports.Print(); });
             EXPECT_EQ(printed, block);
             EXPECT_NE(block.find("ERROR ------------ (EEE)\nError code (C0000095) : INT_OVERFLOW\n"), std::string::npos)
                 << block;
@@ -294,28 +296,80 @@ TEST_F(MiniDumpGeneratorTest, ReportsAreAPairAndTheFileHasTheTextOfTheNotificati
     EXPECT_GT(system.processMemory, 1U << 20U);
 }
 
-TEST_F(MiniDumpGeneratorTest, ReportFileIsNamedWhenItIsWhole)
+TEST_F(MiniDumpGeneratorTest, NameIsReservedForBothFilesOfAFault)
 {
+    const auto name = [](const Crash::ReportStem& stem) { return Folders::path(stem.Path()).filename().string(); };
     {
-        Crash::ReportFile abandoned;
-        ASSERT_EQ(abandoned.Create(m_folder, "a.1", ".txt"), 0U);
-        EXPECT_EQ(abandoned.Write("half"), 0U);
-        EXPECT_EQ(NamesIn(m_folder), std::vector<std::string>{"a.1.txt.part"});
-        EXPECT_EQ(Crash::FreeReportStem(m_folder, "a.1"), "a.1_2");
+        Crash::ReportStem first, second;
+        ASSERT_EQ(first.Reserve(m_folder.c_str(), "a.1"), 0);
+        ASSERT_EQ(second.Reserve(m_folder.c_str(), "a.1"), 0);
+        EXPECT_EQ(name(first), "a.1");
+        EXPECT_EQ(name(second), "a.1_2");
 
-        Crash::ReportFile whole;
-        ASSERT_EQ(whole.Create(m_folder, "a.1", ".txt"), 0U); // the other one's name is not known to stay free
-        EXPECT_EQ(whole.Write("whole"), 0U);
-        Support::WriteFile(m_folder / "a.1_2.txt", "somebody else's");
-        EXPECT_EQ(whole.Publish(), 0U);
-        EXPECT_EQ(Support::ReadFile(whole.Path()), "whole");
+        Crash::ReportFile abandoned, whole;
+        ASSERT_EQ(abandoned.Create(second, ".txt"), 0);
+        EXPECT_EQ(abandoned.Write("half"), 0);
+        ASSERT_EQ(whole.Create(first, ".txt"), 0);
+        EXPECT_EQ(whole.Write("whole"), 0);
+        EXPECT_EQ(whole.Publish(), 0);
     }
-    const auto names = NamesIn(m_folder);
-    EXPECT_EQ(names.size(), 2U) << testing::PrintToString(names);
-    EXPECT_EQ(Support::ReadFile(m_folder / "a.1_2.txt"), "somebody else's");
+    EXPECT_EQ(NamesIn(m_folder), std::vector<std::string>{"a.1.txt"});
+    EXPECT_EQ(Support::ReadFile(m_folder / "a.1.txt"), "whole");
+    {
+        // A name of which one file exists, or is being written, belongs to another fault.
+        Support::WriteFile(m_folder / "a.1_2.dmp.part", "");
+        Crash::ReportStem third;
+        ASSERT_EQ(third.Reserve(m_folder.c_str(), "a.1"), 0);
+        EXPECT_EQ(name(third), "a.1_3");
+        Crash::ReportFile report;
+        ASSERT_EQ(report.Create(third, ".txt"), 0);
+        Support::WriteFile(m_folder / "a.1_3.txt", "made by hand");
+        EXPECT_EQ(report.Publish(), EEXIST);
+        EXPECT_EQ(Support::ReadFile(m_folder / "a.1_3.txt"), "made by hand");
+    }
+    EXPECT_EQ(NamesIn(m_folder), (std::vector<std::string>{"a.1.txt", "a.1_2.dmp.part", "a.1_3.txt"}));
+    for (const std::size_t length : {300U, 5000U})
+    {
+        Crash::ReportStem tooLong;
+        EXPECT_EQ(tooLong.Reserve(m_folder.c_str(), std::string(length, 'x').c_str()), ENAMETOOLONG);
+    }
+}
 
-    // All descriptors are used up: the one kept back is given.
-    Crash::ReportFile::ReserveDescriptor();
+TEST_F(MiniDumpGeneratorTest, DumpsGoNowhereThatAnotherUserDecides)
+{
+    if (::geteuid() != 0)
+    {
+        GTEST_SKIP() << "only root can make folders of other users";
+    }
+    constexpr uid_t Other = 12345;
+    const auto foreign = m_data / "foreign";
+    Folders::create_directories(foreign / "CrashDumps");
+    ASSERT_EQ(::chown((foreign / "CrashDumps").c_str(), Other, Other), 0);
+    Folders::create_directories(m_data / "own");
+    Folders::create_directory_symlink(m_data / "own", m_data / "link");
+    ASSERT_EQ(::lchown((m_data / "link").c_str(), Other, Other), 0);
+    Folders::create_directory_symlink(m_data / "own", m_data / "ownLink");
+    for (const auto& [folder, error] :
+         {std::pair{foreign / "CrashDumps", EACCES}, std::pair{m_data / "link/CrashDumps", EACCES},
+          std::pair{m_data / "ownLink/CrashDumps", 0}})
+    {
+        Crash::ReportStem stem;
+        EXPECT_EQ(stem.Reserve(folder.c_str(), "a"), error) << folder;
+    }
+    EXPECT_TRUE(NamesIn(foreign / "CrashDumps").empty());
+
+    // A folder that exists among the files for temporary use does not win over the one at home that is still to be
+    // made.
+    const ScopedVariable temporary("TMPDIR", (m_data / "tmp").string());
+    Folders::create_directories(m_data / "tmp/Orbex/CrashDumps");
+    Folders::remove_all(m_folder.parent_path());
+    ErrorTextOf([] { MiniDumpGenerator::CreateDumpDirectory(); });
+    EXPECT_EQ(Folder(), m_folder);
+}
+
+TEST_F(MiniDumpGeneratorTest, DescriptorsInReserveServeWhenAllOthersAreUsedUp)
+{
+    Crash::ReportFile::ReserveDescriptors();
     rlimit former = {};
     ASSERT_EQ(::getrlimit(RLIMIT_NOFILE, &former), 0);
     const rlimit few = {64, former.rlim_max};
@@ -325,10 +379,12 @@ TEST_F(MiniDumpGeneratorTest, ReportFileIsNamedWhenItIsWhole)
     {
         all.push_back(descriptor);
     }
-    Crash::ReportFile last, none;
-    EXPECT_EQ(last.Create(m_folder, "last", ".txt"), 0U);
-    EXPECT_EQ(none.Create(m_folder, "none", ".txt"), static_cast<std::uint32_t>(EMFILE));
-    EXPECT_EQ(last.Publish(), 0U);
+    Crash::ReportStem stem, none;
+    Crash::ReportFile last;
+    EXPECT_EQ(stem.Reserve(m_folder.c_str(), "last"), 0);
+    EXPECT_EQ(last.Create(stem, ".txt"), 0);
+    EXPECT_EQ(none.Reserve(m_folder.c_str(), "none"), EMFILE);
+    EXPECT_EQ(last.Publish(), 0);
     for (const int descriptor : all)
     {
         ::close(descriptor);

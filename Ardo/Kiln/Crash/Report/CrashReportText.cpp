@@ -3,9 +3,7 @@
 #include "Ardo/Kiln/Crash/FaultCode.h"
 
 #include <algorithm>
-#include <charconv>
 #include <chrono>
-#include <concepts>
 
 namespace Ardo::Kiln::Crash
 {
@@ -13,49 +11,8 @@ namespace Ardo::Kiln::Crash
 namespace
 {
 
-constexpr std::size_t MostFrames = 32;
-constexpr std::size_t MostOutermost = 16; ///< Beyond those, of a deeper stack.
-
-/// A number that is written with eight or sixteen upper-case hexadecimal digits, or with as many as it needs.
-struct Hexadecimal
-{
-    std::uint64_t value;
-    std::size_t digits = 1;
-};
-
-/// Text that is put together from texts and numbers, whatever the locale.
-class Text
-{
-public:
-    Text& operator<<(std::string_view text)
-    {
-        m_text += text;
-        return *this;
-    }
-
-    Text& operator<<(std::unsigned_integral auto value)
-    {
-        char digits[24];
-        m_text.append(digits, std::to_chars(digits, digits + sizeof digits, value).ptr);
-        return *this;
-    }
-
-    Text& operator<<(Hexadecimal number)
-    {
-        char digits[16];
-        char* const end = std::to_chars(digits, digits + sizeof digits, number.value, 16).ptr;
-        const auto count = static_cast<std::size_t>(end - digits);
-        m_text.append(number.digits > count ? number.digits - count : 0, '0');
-        std::transform(digits, end, std::back_inserter(m_text),
-                       [](char digit) { return digit >= 'a' ? static_cast<char>(digit - 'a' + 'A') : digit; });
-        return *this;
-    }
-
-    std::string Take() { return std::move(m_text); }
-
-private:
-    std::string m_text;
-};
+constexpr std::size_t MaxFrames = 32;
+constexpr std::size_t MaxOutermost = 16; ///< Beyond those, of a deeper stack.
 
 Hexadecimal Address(std::uint64_t address) noexcept
 {
@@ -95,21 +52,35 @@ std::string_view InvalidOperation(const FaultFacts& facts) noexcept
     return "Unknown";
 }
 
-/// Appends the lines about the fault itself, each ended by \p end.
-void AddFault(Text& text, const CrashDetails& details, std::string_view end)
+/// The file that holds the address of a fault.
+struct FaultingModule
 {
-    const auto& facts = details.facts;
+    std::string_view file; ///< With its folder; empty: not known.
+    std::uint64_t base;
+};
+
+FaultingModule ModuleOf(const CrashDetails& details) noexcept
+{
+    return details.module ? FaultingModule{details.module->file, details.module->base} : FaultingModule{};
+}
+
+/// Appends the lines about the fault itself, each ended by \p end.
+void AddFault(TextSink& text, const FaultFacts& facts, std::string_view exceptionType, const FaultingModule& module,
+              std::string_view end)
+{
     text << "Error code (" << Hexadecimal{facts.code, 8} << ") : " << ExceptionName(facts.code) << end;
     text << "At address 0x" << Address(facts.address) << " inside "
-         << (details.module ? std::string_view(details.module->file) : "unknown module") << " loaded at base address 0x"
-         << Address(details.module ? details.module->base : 0) << end;
-    text << "ExceptionFlag: " << ExceptionFlagNames(facts.flags) << end;
+         << (module.file.empty() ? "unknown module" : module.file) << " loaded at base address 0x"
+         << Address(module.base) << end;
+    text << "ExceptionFlag: ";
+    AppendFlagNames(text, facts.flags);
+    text << end;
     if (facts.code == FaultCode::AccessViolation || facts.code == FaultCode::InPageError)
     {
-        // The processor does not tell addresses that it cannot form; all ones stand for them.
-        constexpr auto Untold = ~std::uint64_t{0};
+        // All ones stand for an address that the processor cannot form and therefore does not tell.
+        constexpr auto UnknownAddress = ~std::uint64_t{0};
         text << "Invalid operation: " << InvalidOperation(facts);
-        if (facts.information.size() > 1 && facts.information[1] != Untold)
+        if (facts.information.size() > 1 && facts.information[1] != UnknownAddress)
         {
             text << " at address 0x" << Address(facts.information[1]) << end;
         }
@@ -123,9 +94,9 @@ void AddFault(Text& text, const CrashDetails& details, std::string_view end)
         text << "Underlying NTSTATUS code that resulted in the exception " << Hexadecimal{facts.information[2], 8}
              << end;
     }
-    if (!facts.exceptionType.empty())
+    if (!exceptionType.empty())
     {
-        text << "Exception thrown is of type " << facts.exceptionType << end;
+        text << "Exception thrown is of type " << exceptionType << end;
     }
     if (!facts.exceptionMessage.empty())
     {
@@ -133,7 +104,7 @@ void AddFault(Text& text, const CrashDetails& details, std::string_view end)
     }
 }
 
-void AddSystem(Text& text, const Platform::SystemInformation& system)
+void AddSystem(TextSink& text, const Platform::SystemInformation& system)
 {
     constexpr std::uint64_t MiB = 1U << 20U;
     const auto known = [](const std::string& name) { return name.empty() ? std::string_view("unknown") : name; };
@@ -150,9 +121,45 @@ void AddSystem(Text& text, const Platform::SystemInformation& system)
          << known(system.systemName) << " " << system.systemVersion << "\r\n";
 }
 
+/// Appends everything down to the line of the faulting module.
+void AddHead(TextSink& text, const FaultFacts& facts, const FaultingModule& module)
+{
+    constexpr std::string_view Rule = "//=====================================================\r\n";
+    const auto time = ReportTimeOf(facts.time, facts.utcOffset);
+    text << Rule << "Date " << time.day << ":" << time.month << ":" << time.year << ". Time " << time.hour << ":"
+         << time.minute << " \r\n"
+         << "Revision: " << facts.applicationVersion << " \r\n"
+         << "Release mode \r\n"
+         << "\r\n"
+         << Rule << "Exception code: " << Hexadecimal{facts.code, 8} << " " << ExceptionName(facts.code) << "\r\n";
+    if (!facts.exceptionMessage.empty())
+    {
+        text << "Exception message: " << facts.exceptionMessage
+             << " \r"; // without "\n": readers of old reports know it
+    }
+    text << "Faulting module: " << (module.file.empty() ? "unknown" : FileName(module.file)) << "\r\n";
+}
+
+/// Appends the section with process, thread, the fault itself and the log files.
+void AddFaultSection(TextSink& text, const FaultFacts& facts, std::string_view exceptionType,
+                     const FaultingModule& module)
+{
+    text << "\r\n Fault \r\n"
+         << "Process: " << facts.processId << ", thread: " << facts.threadId << "\r\n";
+    AddFault(text, facts, exceptionType, module, "\r\n");
+    std::string_view files = facts.logFiles;
+    text << (files.empty() ? "" : "\r\n Log files \r\n");
+    while (!files.empty())
+    {
+        const std::string_view file = files.substr(0, files.find('\n'));
+        text << file << "\r\n";
+        files.remove_prefix(std::min(files.size(), file.size() + 1));
+    }
+}
+
 } // namespace
 
-ReportTime ReportTimeOf(std::int64_t secondsSinceEpoch, std::int32_t utcOffset)
+ReportTime ReportTimeOf(std::int64_t secondsSinceEpoch, std::int32_t utcOffset) noexcept
 {
     using namespace std::chrono;
     const sys_seconds local(seconds(secondsSinceEpoch + utcOffset));
@@ -167,16 +174,27 @@ ReportTime ReportTimeOf(std::int64_t secondsSinceEpoch, std::int32_t utcOffset)
             static_cast<unsigned>(time.seconds().count())};
 }
 
-std::string TaggedName(std::string_view applicationName, std::string_view fullVersion, const ReportTime& time)
+void AppendTaggedName(TextSink& name, std::string_view applicationName, std::string_view fullVersion,
+                      const ReportTime& time)
 {
-    auto name = (Text() << applicationName << "_" << fullVersion).Take();
-    std::replace_if(name.begin(), name.end(), IsRefused, '_');
-    return (Text() << name << "_[" << time.day << "-" << time.month << "_" << time.hour << "-" << time.minute << "-"
-                   << time.second << "]")
-        .Take();
+    const auto append = [&name](std::string_view part)
+    {
+        while (!part.empty())
+        {
+            const auto refused = std::find_if(part.begin(), part.end(), IsRefused);
+            const auto count = static_cast<std::size_t>(refused - part.begin());
+            name << part.substr(0, count) << (count < part.size() ? "_" : "");
+            part.remove_prefix(std::min(part.size(), count + 1));
+        }
+    };
+    append(applicationName);
+    name << "_";
+    append(fullVersion);
+    name << "_[" << time.day << "-" << time.month << "_" << time.hour << "-" << time.minute << "-" << time.second
+         << "]";
 }
 
-std::string ExceptionName(std::uint32_t code)
+std::string_view ExceptionName(std::uint32_t code) noexcept
 {
     namespace FaultCode = FaultCode;
     struct Row
@@ -217,23 +235,21 @@ std::string ExceptionName(std::uint32_t code)
     return "Unknown exception";
 }
 
-std::string ExceptionFlagNames(std::uint32_t flags)
+void AppendFlagNames(TextSink& names, std::uint32_t flags)
 {
     // Unwinding also shows in the bits of its kinds: while leaving, towards a target, through another unwinding. A
     // record without any of them is on its way to a handler (winnt.h, IS_UNWINDING and IS_DISPATCHING).
     constexpr std::uint32_t AnyUnwind = FaultFlag::Unwinding | 0x4 | FaultFlag::TargetUnwind | 0x40;
-    Text names;
     names << ((flags & AnyUnwind) != 0 ? "IS_UNWINDING " : "") << ((flags & AnyUnwind) == 0 ? "IS_DISPATCHING " : "")
           << ((flags & FaultFlag::TargetUnwind) != 0 ? "IS_TARGET_UNWIND " : "")
           << ((flags & FaultFlag::Noncontinuable) != 0 ? "EXCEPTION_NONCONTINUABLE " : "")
           << ((flags & FaultFlag::StackInvalid) != 0 ? "EXCEPTION_STACK_INVALID " : "")
           << ((flags & FaultFlag::NestedCall) != 0 ? "EXCEPTION_NESTED_CALL " : "");
-    return names.Take();
 }
 
 std::string StackText(const std::vector<StackFrame>& frames)
 {
-    Text text;
+    StringSink text;
     for (const auto& frame : frames)
     {
         text << "  " << (frame.inlined ? "[inlined] " : "");
@@ -263,38 +279,24 @@ CrashDetails GatherCrashDetails(const FaultFacts& facts)
 {
     CrashDetails details;
     details.facts = facts;
-    details.module = ModuleOf(facts.processId, facts.address);
+    details.exceptionType = ExceptionTypeName(facts);
+    details.module = Crash::ModuleOf(facts.processId, facts.address);
     details.system = Platform::ReadSystemInformation(facts.processId);
     ProcessSymbols symbols(facts.processId);
     if (facts.context != nullptr)
     {
-        details.callStack = symbols.Walk(facts.threadId, *facts.context, MostFrames, MostOutermost);
+        details.callStack = symbols.Walk(facts.threadId, *facts.context, MaxFrames, MaxOutermost);
     }
-    const std::span throwFrames(facts.throwFrames);
-    details.throwStack = symbols.Describe(throwFrames.first(std::min(throwFrames.size(), MostFrames)));
+    details.throwStack = symbols.Describe(facts.throwFrames.first(std::min(facts.throwFrames.size(), MaxFrames)));
     return details;
 }
 
 std::string ReportText(const CrashDetails& details)
 {
-    const auto& facts = details.facts;
-    const auto time = ReportTimeOf(facts.time, facts.utcOffset);
-    constexpr std::string_view Rule = "//=====================================================\r\n";
-    Text text;
-    text << Rule << "Date " << time.day << ":" << time.month << ":" << time.year << ". Time " << time.hour << ":"
-         << time.minute << " \r\n"
-         << "Revision: " << facts.applicationVersion << " \r\n"
-         << "Release mode \r\n"
-         << "\r\n"
-         << Rule << "Exception code: " << Hexadecimal{facts.code, 8} << " " << ExceptionName(facts.code) << "\r\n";
-    if (!facts.exceptionMessage.empty())
-    {
-        text << "Exception message: " << facts.exceptionMessage
-             << " \r"; // without "\n": readers of old reports know it
-    }
-    text << "Faulting module: " << (details.module ? FileName(details.module->file) : std::string_view("unknown"))
-         << "\r\n"
-         << StackText(details.callStack.innermost);
+    const auto module = ModuleOf(details);
+    StringSink text;
+    AddHead(text, details.facts, module);
+    text << StackText(details.callStack.innermost);
     if (!details.callStack.outermost.empty())
     {
         text << "\r\n Outermost calls, after " << details.callStack.omitted << " others \r\n"
@@ -304,18 +306,35 @@ std::string ReportText(const CrashDetails& details)
     {
         text << "\r\n Thrown at \r\n" << StackText(details.throwStack);
     }
-    text << "\r\n Fault \r\n"
-         << "Process: " << facts.processId << ", thread: " << facts.threadId << "\r\n";
-    AddFault(text, details, "\r\n");
+    AddFaultSection(text, details.facts, details.exceptionType, module);
     AddSystem(text, details.system);
     return text.Take();
 }
 
+void AppendShortReport(TextSink& text, const FaultFacts& facts, std::string_view moduleFile, std::uint64_t moduleBase,
+                       bool hasDump)
+{
+    const FaultingModule module = {moduleFile, moduleBase};
+    AddHead(text, facts, module);
+    text << "  0x" << Address(facts.address);
+    if (moduleFile.empty())
+    {
+        text << " in unknown module\r\n";
+    }
+    else
+    {
+        text << " in " << FileName(moduleFile) << " + 0x" << Hexadecimal{facts.address - moduleBase} << "\r\n";
+    }
+    text << "\r\nThis is a short report: the usual ways to make one did not come to an end."
+         << (hasDump ? " The call stacks are in the minidump.\r\n" : "\r\n");
+    AddFaultSection(text, facts, facts.exceptionType, module);
+}
+
 std::string ConsoleText(const CrashDetails& details)
 {
-    Text text;
+    StringSink text;
     text << "(EEE) ------------ ERROR ------------ (EEE)\n";
-    AddFault(text, details, "\n");
+    AddFault(text, details.facts, details.exceptionType, ModuleOf(details), "\n");
     return text.Take();
 }
 

@@ -2,6 +2,7 @@
 
 #include "Ardo/Kiln/Crash/Process/StackWalk.h"
 #include "Ardo/Kiln/Crash/Report/FaultFacts.h"
+#include "Ardo/Kiln/Crash/Report/TextSink.h"
 #include "Ardo/Kiln/Platform/SystemInformation.h"
 #include "Ardo/KilnExport.h"
 
@@ -15,7 +16,8 @@ namespace Ardo::Kiln::Crash
 {
 
 // The texts about a fault. This is also part of the program that reports from outside the faulted process: standard
-// library only, no streams, no locale, and nothing throws but std::bad_alloc. Any thread may call the functions.
+// library only, no streams, no locale, and nothing throws but std::bad_alloc. The functions that append to a sink
+// allocate nothing themselves. Any thread may call the functions.
 
 /// Calendar fields of a local time.
 struct ReportTime
@@ -25,18 +27,18 @@ struct ReportTime
 
 /// Splits \p secondsSinceEpoch (UTC), in a zone that is \p utcOffset seconds ahead of UTC. Asks no time zone database:
 /// the C library's functions for that lock.
-KILN_EXPORT_FOR_TESTS ReportTime ReportTimeOf(std::int64_t secondsSinceEpoch, std::int32_t utcOffset);
+KILN_EXPORT_FOR_TESTS ReportTime ReportTimeOf(std::int64_t secondsSinceEpoch, std::int32_t utcOffset) noexcept;
 
-/// The base name of a dump: application, version, and day, month, hour, minute and second of \p time, unpadded:
+/// Appends the base name of a dump: application, version, and day, month, hour, minute and second of \p time, unpadded:
 /// "App_V_[5-3_9-7-3]". UTF-8. Characters that a file name cannot hold become "_".
-KILN_EXPORT_FOR_TESTS std::string TaggedName(std::string_view applicationName, std::string_view fullVersion,
-                                             const ReportTime& time);
+KILN_EXPORT_FOR_TESTS void AppendTaggedName(TextSink& name, std::string_view applicationName,
+                                            std::string_view fullVersion, const ReportTime& time);
 
 /// The name of an exception code, as the status is named without "EXCEPTION_"; "Unknown exception" for others.
-KILN_EXPORT_FOR_TESTS std::string ExceptionName(std::uint32_t code);
+KILN_EXPORT_FOR_TESTS std::string_view ExceptionName(std::uint32_t code) noexcept;
 
-/// The names of the bits of a record's flags, each followed by a blank.
-KILN_EXPORT_FOR_TESTS std::string ExceptionFlagNames(std::uint32_t flags);
+/// Appends the names of the bits of a record's flags, each followed by a blank.
+KILN_EXPORT_FOR_TESTS void AppendFlagNames(TextSink& names, std::uint32_t flags);
 
 /// \p frames a line each, "\r\n" at the ends:
 ///
@@ -50,6 +52,7 @@ KILN_EXPORT_FOR_TESTS std::string StackText(const std::vector<StackFrame>& frame
 struct CrashDetails
 {
     FaultFacts facts;
+    std::string exceptionType;          ///< As the source has it.
     std::optional<LoadedModule> module; ///< That holds the address of the fault.
     StackEnds callStack;
     std::vector<StackFrame> throwStack; ///< Where the C++ exception was thrown.
@@ -63,6 +66,13 @@ KILN_EXPORT_FOR_TESTS CrashDetails GatherCrashDetails(const FaultFacts& facts);
 
 /// The text of the report file, UTF-8.
 KILN_EXPORT_FOR_TESTS std::string ReportText(const CrashDetails& details);
+
+/// Appends the text of the report file of a process that cannot even read its own stacks: without them and the system.
+/// A signal handler may call it with a BufferSink.
+/// \param moduleFile that holds the address of the fault, empty if not known. \param moduleBase where it begins.
+/// \param hasDump whether a minidump is written beside it.
+KILN_EXPORT_FOR_TESTS void AppendShortReport(TextSink& text, const FaultFacts& facts, std::string_view moduleFile,
+                                             std::uint64_t moduleBase, bool hasDump);
 
 /// The block about a fault that is shown on a console, UTF-8, lines ended by "\n". Stacks and system are not used.
 KILN_EXPORT_FOR_TESTS std::string ConsoleText(const CrashDetails& details);

@@ -1,8 +1,8 @@
 #include "Ardo/Kiln/Crash/Report/ReportFile.h"
 
-#include <charconv>
-#include <system_error>
-#include <utility>
+#include "Ardo/Kiln/Crash/Report/TextSink.h"
+
+#include <cstring>
 
 namespace Ardo::Kiln::Crash
 {
@@ -10,116 +10,121 @@ namespace Ardo::Kiln::Crash
 namespace
 {
 
-constexpr unsigned MostNames = 10000; ///< Beyond that something else is wrong with the folder.
+constexpr unsigned MaxCounter = 10000; // beyond that something else is wrong with the folder
+constexpr std::size_t MaxExtension = sizeof ".dmp.part";
 
-std::filesystem::path Numbered(const std::filesystem::path& stem, unsigned number)
+/// The name under which a file is written until it is whole.
+struct PartialExtension
 {
-    auto path = stem;
-    if (number > 1)
+    explicit PartialExtension(std::string_view extension) noexcept : sink(text, sizeof text)
     {
-        char digits[16] = {'_'};
-        path += std::string_view(digits, std::to_chars(digits + 1, digits + sizeof digits, number).ptr);
+        sink << extension << ".part";
     }
-    return path;
-}
+    operator std::string_view() const noexcept { return sink.Text(); }
 
-std::filesystem::path Extended(std::filesystem::path path, std::string_view extension)
-{
-    return path += extension; // not replace_extension: a version has dots, too
-}
-
-/// Whether there is anything of that name, a dangling link included.
-bool Exists(const std::filesystem::path& path) noexcept
-{
-    std::error_code error;
-    return std::filesystem::exists(std::filesystem::symlink_status(path, error));
-}
+    char text[32];
+    BufferSink sink;
+};
 
 } // namespace
 
+ReportStem::~ReportStem()
+{
+    if (m_isReserved)
+    {
+        Remove(".part");
+    }
+}
+
+bool ReportStem::IsFree() const noexcept
+{
+    for (const std::string_view extension : {".dmp", ".dmp.part", ".txt", ".txt.part"})
+    {
+        if (Exists(extension))
+        {
+            return false;
+        }
+    }
+    return true;
+}
+
+int ReportStem::Reserve(const char* folder, const char* name) noexcept
+{
+    if (const int error = OpenFolder(folder); error != 0)
+    {
+        return error;
+    }
+    for (unsigned counter = 1; counter <= MaxCounter; ++counter)
+    {
+        BufferSink path(m_path, sizeof m_path - MaxExtension);
+        path << folder << "/";
+        m_nameAt = path.Text().size();
+        path << name;
+        if (counter > 1)
+        {
+            path << "_" << counter;
+        }
+        if (path.IsCut())
+        {
+            m_path[0] = '\0';
+            return TooLongError();
+        }
+        Platform::NativeHandle reservation;
+        const int error = CreateNew(".part", reservation);
+        if (error == 0)
+        {
+            // Looked at after the reservation: whoever had the name before has published by now, or given it up.
+            if (IsFree())
+            {
+                m_isReserved = true;
+                return 0;
+            }
+            Remove(".part");
+        }
+        else if (!IsTaken(error))
+        {
+            m_path[0] = '\0';
+            return error;
+        }
+    }
+    m_path[0] = '\0';
+    return TakenError();
+}
+
 ReportFile::~ReportFile()
 {
-    Discard();
+    m_file.Close();
+    if (m_exists)
+    {
+        m_stem->Remove(PartialExtension(m_extension));
+    }
 }
 
-std::uint32_t ReportFile::Create(const std::filesystem::path& folder, const std::filesystem::path& stem,
-                                 std::string_view extension)
+int ReportFile::Create(const ReportStem& stem, std::string_view extension) noexcept
 {
-    m_folder = folder;
-    m_stem = stem;
+    m_stem = &stem;
     m_extension = extension;
-    std::uint32_t error = 0;
-    for (unsigned number = 1; number <= MostNames; ++number)
-    {
-        m_path = Extended(folder / Numbered(stem, number), extension);
-        auto part = Extended(m_path, ".part");
-        if (number < MostNames && Exists(m_path))
-        {
-            continue;
-        }
-        error = CreateNew(part, m_file);
-        if (error == 0)
-        {
-            m_part = std::move(part);
-        }
-        if (!IsTaken(error))
-        {
-            break;
-        }
-    }
+    const int error = stem.CreateNew(PartialExtension(extension), m_file);
+    m_exists = error == 0;
     return error;
 }
 
-std::uint32_t ReportFile::Publish()
+void* ReportFile::Native() const noexcept
 {
-    auto error = FlushAndClose(std::exchange(m_file, nullptr));
-    for (unsigned number = 1; error == 0 && number <= MostNames; ++number)
+    return reinterpret_cast<void*>(m_file.Get()); // NOLINT(performance-no-int-to-ptr): the system's value
+}
+
+int ReportFile::Publish() noexcept
+{
+    const PartialExtension part(m_extension);
+    int error = FlushAndClose();
+    error = error == 0 ? m_stem->Rename(part, m_extension) : error;
+    if (error != 0)
     {
-        error = RenameToNew(m_part, m_path);
-        if (error == 0)
-        {
-            m_part.clear();
-            return 0;
-        }
-        if (IsTaken(error)) // meanwhile by another process
-        {
-            m_path = Extended(m_folder / Numbered(m_stem, number + 1), m_extension);
-            error = number < MostNames ? 0 : error;
-        }
+        m_stem->Remove(part);
     }
-    Discard();
+    m_exists = false;
     return error;
-}
-
-void ReportFile::Discard() noexcept
-{
-    if (m_file != nullptr)
-    {
-        static_cast<void>(FlushAndClose(std::exchange(m_file, nullptr)));
-    }
-    if (!m_part.empty())
-    {
-        std::error_code ignored; // nothing is left to be done about it
-        std::filesystem::remove(m_part, ignored);
-        m_part.clear();
-    }
-}
-
-std::filesystem::path FreeReportStem(const std::filesystem::path& folder, const std::filesystem::path& stem)
-{
-    for (unsigned number = 1;; ++number)
-    {
-        auto name = Numbered(stem, number);
-        bool taken = false;
-        for (const std::string_view extension : {".dmp", ".dmp.part", ".txt", ".txt.part"})
-        {
-            taken = taken || Exists(Extended(folder / name, extension));
-        }
-        if (!taken || number >= MostNames)
-        {
-            return name;
-        }
-    }
 }
 
 } // namespace Ardo::Kiln::Crash

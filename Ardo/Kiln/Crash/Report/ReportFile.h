@@ -1,20 +1,70 @@
 #pragma once
 
+#include "Ardo/Kiln/Platform/NativeHandle.h"
 #include "Ardo/KilnExport.h"
 
-#include <cstdint>
-#include <filesystem>
-#include <string>
+#include <cstddef>
 #include <string_view>
 
 namespace Ardo::Kiln::Crash
 {
 
-/// A new file that is there under its name only when it is whole: it is written as "<name>.part" and renamed at the
-/// end. Nothing that exists is ever replaced; a name that is taken gets a counter ("<stem>_2<extension>").
+class TextSink;
+
+// Files of reports. Nothing here allocates or throws: on Linux a signal handler may use all of it. Errors are the
+// system's numbers, 0 for none. One thread at a time may use an object.
+
+/// The name that the report and the minidump of one fault have in common, reserved in their folder: as long as the
+/// object lives, no other process and no other object gets the same one.
 ///
-/// Only the user of the process may read it. System errors are answered as the system's number, 0 for none; nothing
-/// throws but std::bad_alloc. Not for use by several threads at once.
+/// The reservation is a file "<name>.part". A name is free if no such file exists and neither a report nor a minidump
+/// has the name, whole or partial; a name that is taken gets a counter: "<name>_2".
+///
+/// The folder must be one that Platform::MakePrivateFolder accepts: a minidump holds memory, and does not go where
+/// another user decides.
+class KILN_EXPORT_FOR_TESTS ReportStem
+{
+public:
+    ReportStem() = default;
+
+    /// Gives the reservation up.
+    ~ReportStem();
+    ReportStem(const ReportStem&) = delete;
+    ReportStem& operator=(const ReportStem&) = delete;
+
+    /// Reserves \p name in \p folder, which is created with its parents if it is missing. Once only. Both are
+    /// null-terminated UTF-8, on Linux the bytes of the path. See Platform::MakePrivateFolder for folders that are
+    /// refused.
+    int Reserve(const char* folder, const char* name) noexcept;
+
+    /// The path without an extension; empty before Reserve has succeeded.
+    const char* Path() const noexcept { return m_path; }
+
+private:
+    friend class ReportFile;
+
+    static constexpr std::size_t MaxPath = 4096; ///< In bytes, with the terminating null.
+
+    // What the systems do differently. `extension` and `from`, `to` are extensions of this name.
+    int OpenFolder(const char* folder) noexcept;
+    bool Exists(std::string_view extension) const noexcept;
+    int CreateNew(std::string_view extension, Platform::NativeHandle& file) const noexcept;
+    int Rename(std::string_view from, std::string_view to) const noexcept;
+    void Remove(std::string_view extension) const noexcept;
+    static bool IsTaken(int error) noexcept;
+    static int TakenError() noexcept;
+    static int TooLongError() noexcept;
+
+    bool IsFree() const noexcept;
+
+    Platform::NativeHandle m_folder; ///< Linux only: files are created in the folder that was checked.
+    char m_path[MaxPath] = {};
+    std::size_t m_nameAt = 0; ///< Where the name begins in m_path.
+    bool m_isReserved = false;
+};
+
+/// A new file that has its name only when it is whole: it is written as "<stem><extension>.part" and renamed at the
+/// end. Nothing that exists is ever replaced. Only the user of the process may read it.
 class KILN_EXPORT_FOR_TESTS ReportFile
 {
 public:
@@ -25,49 +75,33 @@ public:
     ReportFile(const ReportFile&) = delete;
     ReportFile& operator=(const ReportFile&) = delete;
 
-    /// Creates the file for \p stem and \p extension (with its dot) in \p folder. Once only.
-    /// On Linux a descriptor that ReserveDescriptor kept is given up for it if the process has no other left.
-    std::uint32_t Create(const std::filesystem::path& folder, const std::filesystem::path& stem,
-                         std::string_view extension);
+    /// Creates the file for \p stem, which is reserved and outlives this object, and \p extension (with its dot; refers
+    /// to a constant). Once only.
+    int Create(const ReportStem& stem, std::string_view extension) noexcept;
 
-    /// The system's handle; on Linux the file descriptor's number. Null before Create.
-    void* Native() const noexcept { return m_file; }
+    /// The system's handle; on Linux the number of the descriptor as a pointer.
+    void* Native() const noexcept;
 
     /// Adds \p bytes at the end.
-    std::uint32_t Write(std::string_view bytes) noexcept;
+    int Write(std::string_view bytes) noexcept;
 
-    /// Brings the file to the disk and gives it its name. On failure it is removed.
-    std::uint32_t Publish();
+    /// Flushes the file to the disk and gives it its name. On failure it is removed.
+    int Publish() noexcept;
 
-    /// The path under which it was or will be published.
-    const std::filesystem::path& Path() const noexcept { return m_path; }
-
-    /// On Linux keeps a descriptor back for the day on which all are used up; later calls renew it. On Windows handles
-    /// do not run out and nothing is done. Any thread may call it.
-    static void ReserveDescriptor() noexcept;
+    /// On Linux reserves two descriptors for when the process has run out of them: for a folder and a file. Later calls
+    /// reserve again what has been used. On Windows handles do not run out and nothing is done. Any thread may call it.
+    static void ReserveDescriptors() noexcept;
 
 private:
-    // What the systems do differently.
-    static std::uint32_t CreateNew(const std::filesystem::path& path, void*& file) noexcept;
-    static std::uint32_t FlushAndClose(void* file) noexcept;
-    static std::uint32_t RenameToNew(const std::filesystem::path& from, const std::filesystem::path& to) noexcept;
-    static bool IsTaken(std::uint32_t error) noexcept;
+    int FlushAndClose() noexcept;
 
-    void Discard() noexcept;
-
-    void* m_file = nullptr; ///< On Windows a HANDLE, on Linux the number of a descriptor.
-    std::filesystem::path m_folder;
-    std::filesystem::path m_stem;
-    std::string m_extension;
-    std::filesystem::path m_path;
-    std::filesystem::path m_part; ///< Empty when there is nothing to remove.
+    const ReportStem* m_stem = nullptr;
+    std::string_view m_extension;
+    Platform::NativeHandle m_file;
+    bool m_exists = false; ///< Under its partial name.
 };
 
-/// The first of "<stem>", "<stem>_2", "<stem>_3" ... for which \p folder has neither report nor dump, whole or partial.
-KILN_EXPORT_FOR_TESTS std::filesystem::path FreeReportStem(const std::filesystem::path& folder,
-                                                           const std::filesystem::path& stem);
-
-/// The system's text for one of its error numbers, UTF-8. On Linux in English whatever the locale.
-KILN_EXPORT_FOR_TESTS std::string SystemErrorText(std::uint32_t error);
+/// Appends the system's words for one of its error numbers: on Linux in English whatever the locale.
+void AppendSystemError(TextSink& text, int error) noexcept;
 
 } // namespace Ardo::Kiln::Crash

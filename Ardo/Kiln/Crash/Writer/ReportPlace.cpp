@@ -2,8 +2,9 @@
 
 #include "Ardo/Kiln/Crash/Report/CrashReportText.h"
 #include "Ardo/Kiln/Crash/Report/Published.h"
-#include "Ardo/Kiln/Crash/Writer/Minidump.h"
-#include "Ardo/Kiln/Crash/Writer/OutOfProcessReport.h"
+#include "Ardo/Kiln/Crash/Report/ReportFile.h"
+#include "Ardo/Kiln/Crash/Report/TextSink.h"
+#include "Ardo/Kiln/Crash/Writer/DescribedFault.h"
 #include "Ardo/Kiln/FileSystem/ServerInstallation_p.h"
 #include "Ardo/Kiln/Platform/DataFolder.h"
 #include "Ardo/Kiln/Platform/FileVersion.h"
@@ -14,9 +15,7 @@
 #include <QCoreApplication>
 
 #include <algorithm>
-#include <array>
 #include <atomic>
-#include <charconv>
 #include <chrono>
 #include <exception>
 #include <utility>
@@ -49,17 +48,6 @@ std::string Utf8Of(const std::filesystem::path& path)
     return {text.begin(), text.end()};
 }
 
-/// Writes \p text, \p error in decimal, a blank and the line's end in one piece.
-void TellError(std::string_view text, std::uint32_t error) noexcept
-{
-    std::array<char, 128> line; // not on the heap, which may be what is broken
-    char* end = std::copy(text.begin(), text.end(), line.data());
-    end = std::to_chars(end, line.data() + line.size(), error).ptr;
-    *end++ = ' ';
-    *end++ = '\n';
-    Platform::WriteStandardError({line.data(), static_cast<std::size_t>(end - line.data())});
-}
-
 bool ServerIsInstalled()
 {
     try
@@ -79,20 +67,22 @@ std::vector<std::filesystem::path> CandidateFolders()
     const bool withServer = ServerIsInstalled();
     for (const auto& base : Platform::DataFolders())
     {
+        const std::size_t first = folders.size();
         if (withServer)
         {
             folders.push_back(base / "MicroscopeData" / "CrashDumps");
         }
         folders.push_back(base / "Orbex" / "CrashDumps");
         folders.push_back(base / "Pellan Orbex" / "CrashDumps");
+        // Of one place, a folder that a product has made before comes first. The next place, which is the folder for
+        // temporary files and open to everybody, is for a user who can write nowhere else.
+        std::stable_partition(folders.begin() + static_cast<std::ptrdiff_t>(first), folders.end(),
+                              [](const std::filesystem::path& folder)
+                              {
+                                  std::error_code error;
+                                  return std::filesystem::is_directory(folder.parent_path(), error);
+                              });
     }
-    // What a product has already made its own comes first.
-    std::stable_partition(folders.begin(), folders.end(),
-                          [](const std::filesystem::path& folder)
-                          {
-                              std::error_code error;
-                              return std::filesystem::is_directory(folder.parent_path(), error);
-                          });
     return folders;
 }
 
@@ -102,27 +92,6 @@ std::filesystem::path ReportFolder()
 {
     const auto* folder = g_dumpDirectory.Get();
     return folder != nullptr ? *folder : g_dumpDirectory.Set(CandidateFolders().front());
-}
-
-std::filesystem::path NewReportStem()
-{
-    const auto name = TaggedNameOfNow();
-    return FreeReportStem(ReportFolder(), std::u8string(name.begin(), name.end()));
-}
-
-std::uint32_t CreateReportFile(ReportFile& file, const std::filesystem::path& stem, std::string_view extension)
-{
-    const auto folder = ReportFolder();
-    const auto error = file.Create(folder, stem, extension);
-    if (error == 0)
-    {
-        return 0;
-    }
-    // Somebody may have tidied up the disk, or nobody has needed the folder before.
-    std::error_code ignored;
-    return !std::filesystem::exists(folder, ignored) && Platform::MakeWritableFolder(folder) == 0
-               ? file.Create(folder, stem, extension)
-               : error;
 }
 
 std::filesystem::path ApplicationPath()
@@ -174,37 +143,25 @@ std::string TaggedNameOfNow()
 {
     using namespace std::chrono;
     const auto now = duration_cast<seconds>(system_clock::now().time_since_epoch()).count();
-    return TaggedName(ApplicationName(), ApplicationVersion(), ReportTimeOf(now, Platform::LocalOffset()));
+    StringSink name;
+    AppendTaggedName(name, ApplicationName(), ApplicationVersion(), ReportTimeOf(now, Platform::LocalOffset()));
+    return name.Take();
 }
 
-bool WriteDump(void* file, EXCEPTION_POINTERS* pointers, MINIDUMP_TYPE type) noexcept
+void CreateFiles(ReportContents& contents, const ReportParts& parts) noexcept
 {
-    if (g_fakeWriteDump)
+    try
     {
-        Platform::WriteStandardError("Minidump faked.\n");
-        return false;
+        using namespace std::chrono;
+        const std::string folder = Utf8Of(ReportFolder());
+        const std::string application = ApplicationName();
+        const std::string version = ApplicationVersion();
+        const auto now = duration_cast<seconds>(system_clock::now().time_since_epoch()).count();
+        WriteReports({folder.c_str(), application, version, now, Platform::LocalOffset()}, contents, parts);
     }
-    const auto error = WriteMinidump(file, pointers, type);
-    if (error != 0)
+    catch (const std::exception&)
     {
-        TellError("MiniDumpWriteDump failed. Error: ", error);
-    }
-    return error == 0;
-}
-
-void CreateDumpFile(const std::filesystem::path& stem, EXCEPTION_POINTERS* pointers, MINIDUMP_TYPE type)
-{
-    ReportFile file;
-    if (const auto error = CreateReportFile(file, stem, ".dmp"); error != 0)
-    {
-        TellError("CreateFile failed. Error: ", error);
-    }
-    else if (WriteDump(file.Native(), pointers, type))
-    {
-        if (const auto unwritten = file.Publish(); unwritten != 0)
-        {
-            TellError("MiniDumpWriteDump failed. Error: ", unwritten);
-        }
+        Platform::WriteStandardError("Error writing the crash log\r\n"); // no memory
     }
 }
 
@@ -212,10 +169,10 @@ void CreateReportFolder()
 {
     const auto candidates = CandidateFolders();
     const auto* chosen = &candidates.front();
-    std::uint32_t firstError = 0;
+    int firstError = 0;
     for (const auto& folder : candidates)
     {
-        const auto error = Platform::MakeWritableFolder(folder);
+        const int error = Platform::MakePrivateFolder(Utf8Of(folder).c_str());
         if (error == 0)
         {
             chosen = &folder;
@@ -227,10 +184,10 @@ void CreateReportFolder()
     g_dumpDirectory.Set(*chosen);
     if (firstError != 0)
     {
-        TellError("CreateDirectory failed. Error: ", firstError);
+        SayError("CreateDirectory failed. Error: ", firstError);
     }
     Platform::WriteStandardError("Selected dump directory: " + Utf8Of(*chosen) + "\n");
-    ReportFile::ReserveDescriptor();
+    ReportFile::ReserveDescriptors();
     PublishPlace();
 }
 

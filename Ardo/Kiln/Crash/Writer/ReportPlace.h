@@ -1,13 +1,10 @@
 #pragma once
 
-#include "Ardo/Kiln/Crash/Report/ReportFile.h"
+#include "Ardo/Kiln/Crash/Report/ReportWriter.h"
 #include "Ardo/Kiln/Platform/MinidumpType.h"
-#include "Ardo/Kiln/Platform/StructuredException.h"
 
-#include <cstdint>
 #include <filesystem>
 #include <string>
-#include <string_view>
 
 namespace Ardo::Kiln::Crash
 {
@@ -38,9 +35,6 @@ std::string ApplicationVersion();
 /// have locked.
 std::string TaggedNameOfNow();
 
-/// That name, followed by a counter if the folder has a report or a dump of that name.
-std::filesystem::path NewReportStem();
-
 /// The type of dumps for which none is given.
 MINIDUMP_TYPE DefaultMinidumpType() noexcept;
 /// The same.
@@ -51,16 +45,8 @@ bool DumpsAreFaked() noexcept;
 /// The same.
 void SetDumpsAreFaked(bool fake) noexcept;
 
-/// Creates \p file in the folder of the reports, and the folder if it has gone. \returns the system's error; 0 for
-/// none.
-std::uint32_t CreateReportFile(ReportFile& file, const std::filesystem::path& stem, std::string_view extension);
-
-/// Writes a dump into \p file, the system's handle. Failures are written to the standard error stream.
-/// \returns whether there is a dump in the file now.
-bool WriteDump(void* file, EXCEPTION_POINTERS* pointers, MINIDUMP_TYPE type) noexcept;
-
-/// Writes a dump of that name. Failures are written to the standard error stream.
-void CreateDumpFile(const std::filesystem::path& stem, EXCEPTION_POINTERS* pointers, MINIDUMP_TYPE type);
+/// Writes files of \p contents into the folder of the reports, under the tagged name of this moment. See WriteReports.
+void CreateFiles(ReportContents& contents, const ReportParts& parts) noexcept;
 
 /// Tells those who report when the filters cannot run where reports go.
 void PublishPlace() noexcept;

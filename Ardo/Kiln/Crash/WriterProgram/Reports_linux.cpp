@@ -5,16 +5,17 @@
 #include "Ardo/Kiln/Crash/Report/CrashReportText.h"
 #include "Ardo/Kiln/Crash/Report/FaultFacts.h"
 #include "Ardo/Kiln/Crash/Report/ReportFile.h"
-#include "Ardo/Kiln/Platform/DataFolder.h"
-#include "Ardo/Kiln/Platform/StandardError.h"
+#include "Ardo/Kiln/Crash/Report/ReportWriter.h"
+#include "Ardo/Kiln/Crash/Report/TextSink.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <chrono>
 #include <cstdint>
-#include <filesystem>
 #include <future>
 #include <memory>
 #include <string>
+#include <string_view>
 #include <thread>
 #include <utility>
 
@@ -51,73 +52,60 @@ std::string TextOf(const FaultFacts& facts)
     }
     CrashDetails few;
     few.facts = facts;
+    few.exceptionType = ExceptionTypeName(facts);
     few.module = ModuleOf(facts.processId, facts.address);
     few.system = Platform::ReadSystemInformation(facts.processId);
     return ReportText(few);
 }
 
-int CreateDump(const std::filesystem::path& folder, const std::filesystem::path& stem, const CrashRequest& request)
+/// The contents of the files, made from outside the process.
+class Contents final : public ReportContents
 {
-    if (request.fakesDump != 0)
-    {
-        Platform::WriteStandardError("Minidump faked.\n");
-        return 0;
-    }
-    ReportFile file;
-    if (const std::uint32_t error = file.Create(folder, stem, ".dmp"); error != 0)
-    {
-        Platform::WriteStandardError("CreateFile failed. Error: " + std::to_string(error) + " \n");
-        return static_cast<int>(error);
-    }
-    const auto descriptor = static_cast<int>(reinterpret_cast<std::intptr_t>(file.Native()));
-    auto error = static_cast<std::uint32_t>(WriteMinidumpFile(descriptor, request));
-    error = error == 0 ? file.Publish() : error;
-    if (error != 0)
-    {
-        Platform::WriteStandardError("MiniDumpWriteDump failed. Error: " + std::to_string(error) + " \n");
-    }
-    return static_cast<int>(error);
-}
+public:
+    Contents(const CrashRequest& request, const FaultFacts& facts) noexcept : m_request(request), m_facts(facts) {}
 
-int CreateReport(const std::filesystem::path& folder, const std::filesystem::path& stem, const FaultFacts& facts)
-{
-    Platform::WriteStandardError("Writing report file ...\n");
-    ReportFile file;
-    std::uint32_t error = file.Create(folder, stem, ".txt");
-    error = error == 0 ? file.Write(TextOf(facts)) : error;
-    error = error == 0 ? file.Publish() : error;
-    Platform::WriteStandardError(error == 0 ? "Report file created.\n"
-                                            : "Error writing the crash log : " + SystemErrorText(error) + "\r\n");
-    return static_cast<int>(error);
-}
+    int WriteDump(void* file) noexcept override
+    {
+        return WriteMinidumpFile(static_cast<int>(reinterpret_cast<std::intptr_t>(file)), m_request);
+    }
+
+    int WriteText(ReportFile& file) noexcept override
+    {
+        try
+        {
+            return file.Write(TextOf(m_facts));
+        }
+        catch (const std::exception&)
+        {
+            return ENOMEM; // nothing else is thrown
+        }
+    }
+
+private:
+    const CrashRequest& m_request;
+    const FaultFacts& m_facts;
+};
 
 } // namespace
 
 int MakeText(CrashRequest& request)
 {
     const std::string text = TextOf(FactsOf(request));
-    std::size_t length = std::min(text.size(), sizeof request.text);
-    // No half character at the end.
-    while (length < text.size() && length > 0 && (static_cast<unsigned char>(text[length]) & 0xC0u) == 0x80)
-    {
-        --length;
-    }
-    std::copy_n(text.data(), length, request.text);
-    request.textLength = static_cast<std::uint32_t>(length);
+    const std::string_view fitting = CutUtf8(text, sizeof request.text);
+    std::copy(fitting.begin(), fitting.end(), request.text);
+    request.textLength = static_cast<std::uint32_t>(fitting.size());
     return 0;
 }
 
 int CreateFiles(const CrashRequest& request)
 {
     const FaultFacts facts = FactsOf(request);
-    const std::filesystem::path folder = request.dumpFolder;
-    static_cast<void>(Platform::MakeWritableFolder(folder)); // what is wrong with it, the files tell
-    const std::filesystem::path stem =
-        FreeReportStem(folder, TaggedName(std::string_view(request.applicationName), request.fullVersion,
-                                          ReportTimeOf(facts.time, facts.utcOffset)));
-    const int dumpError = CreateDump(folder, stem, request);
-    const int reportError = request.hasFault != 0 ? CreateReport(folder, stem, facts) : 0;
-    return dumpError != 0 ? dumpError : reportError;
+    Contents contents(request, facts);
+    ReportParts parts;
+    parts.dumpIsFaked = request.fakesDump != 0;
+    parts.text = request.hasFault != 0;
+    return WriteReports({request.dumpFolder, request.applicationName, request.fullVersion, facts.time, facts.utcOffset},
+                        contents, parts);
 }
 
 } // namespace Ardo::Kiln::Crash

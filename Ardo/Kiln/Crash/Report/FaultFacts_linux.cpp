@@ -1,5 +1,6 @@
-#include "Ardo/Kiln/Crash/CrashRequest_linux.h"
 #include "Ardo/Kiln/Crash/Report/FaultFacts.h"
+
+#include "Ardo/Kiln/Crash/CrashRequest_linux.h"
 #include "Ardo/Kiln/Platform/CalendarTime.h"
 
 #include <algorithm>
@@ -16,26 +17,14 @@ namespace
 
 /// The text in a fixed field, which a broken request may have left without its end.
 template <std::size_t Size>
-std::string TextOf(const char (&field)[Size])
+std::string_view TextOf(const char (&field)[Size]) noexcept
 {
-    return {field, std::find(field, field + Size, '\0')};
-}
-
-/// The name of a type as the source has it.
-std::string TypeName(const std::string& mangled)
-{
-    struct Free
-    {
-        void operator()(char* text) const noexcept { std::free(text); }
-    };
-    int status = 0;
-    const std::unique_ptr<char, Free> text(abi::__cxa_demangle(mangled.c_str(), nullptr, nullptr, &status));
-    return status == 0 && text ? text.get() : mangled;
+    return {field, static_cast<std::size_t>(std::find(field, field + Size, '\0') - field)};
 }
 
 } // namespace
 
-FaultFacts FactsOf(const CrashRequest& request)
+FaultFacts FactsOf(const CrashRequest& request) noexcept
 {
     FaultFacts facts;
     facts.processId = static_cast<std::uint32_t>(request.processId);
@@ -54,22 +43,31 @@ FaultFacts FactsOf(const CrashRequest& request)
         facts.address = reinterpret_cast<std::uint64_t>(request.record.ExceptionAddress);
         const auto count =
             std::min<std::size_t>(request.record.NumberParameters, std::size(request.record.ExceptionInformation));
-        facts.information.assign(request.record.ExceptionInformation, request.record.ExceptionInformation + count);
+        facts.information = {request.record.ExceptionInformation, count};
     }
     else
     {
         facts.address = request.context.Rip;
     }
     facts.context = &request.context;
-    if (const auto type = TextOf(request.exceptionType); !type.empty())
-    {
-        facts.exceptionType = TypeName(type);
-    }
+    facts.exceptionType = TextOf(request.exceptionType);
     facts.exceptionMessage = TextOf(request.exceptionMessage);
-    facts.throwFrames.assign(request.throwFrames,
-                             request.throwFrames + std::min(request.throwFrameCount, CrashRequest::MaximumFrames));
+    facts.throwFrames = {request.throwFrames, std::min(request.throwFrameCount, CrashRequest::MaximumFrames)};
     facts.applicationVersion = TextOf(request.fullVersion);
+    facts.logFiles = TextOf(request.logFiles);
     return facts;
+}
+
+std::string ExceptionTypeName(const FaultFacts& facts)
+{
+    struct Free
+    {
+        void operator()(char* text) const noexcept { std::free(text); }
+    };
+    const std::string mangled(facts.exceptionType);
+    int status = 0;
+    const std::unique_ptr<char, Free> text(abi::__cxa_demangle(mangled.c_str(), nullptr, nullptr, &status));
+    return status == 0 && text ? text.get() : mangled;
 }
 
 } // namespace Ardo::Kiln::Crash

@@ -1,0 +1,17 @@
+#pragma once
+
+#include "Ardo/Kiln/Crash/CrashRequest_linux.h"
+
+namespace Ardo::Kiln::Crash
+{
+
+// Memory for requests: too large for the stack of a thread that has used up its own, and not from an allocator that may
+// be broken. A signal handler may call both functions.
+
+/// A new request; null if there is no memory. Four are preallocated, more come from the kernel.
+CrashRequest* AcquireCrashRequest() noexcept;
+
+/// Gives \p request back; null is allowed.
+void ReleaseCrashRequest(CrashRequest* request) noexcept;
+
+} // namespace Ardo::Kiln::Crash

@@ -1,0 +1,62 @@
+#pragma once
+
+#include "Ardo/Kiln/Crash/Report/FaultFacts.h"
+#include "Ardo/Kiln/Platform/MinidumpType.h"
+#include "Ardo/Kiln/Platform/StructuredException.h"
+#include "Ardo/KilnExport.h"
+
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace Ardo::Kiln::Crash
+{
+
+/// A fault, or the process as it stands, described once, and what can be written about it.
+///
+/// On Linux it allocates nothing but where said, and its functions but TextFromOutside may be called by signal
+/// handlers. One thread at a time may use an object; any number of objects may be used side by side.
+class KILN_EXPORT_FOR_TESTS DescribedFault
+{
+public:
+    /// \param pointers the fault, of the thread on whose behalf the caller runs (see FaultDispatch); both outlive
+    /// the object. Null: the process as it stands. \param logFiles see FaultFacts::logFiles.
+    explicit DescribedFault(EXCEPTION_POINTERS* pointers, std::string_view logFiles = {}) noexcept;
+    ~DescribedFault();
+    DescribedFault(const DescribedFault&) = delete;
+    DescribedFault& operator=(const DescribedFault&) = delete;
+
+    /// Whether there is a fault.
+    bool HasFault() const noexcept { return m_pointers != nullptr; }
+
+    /// Valid as long as the object.
+    const FaultFacts& Facts() const noexcept { return m_facts; }
+
+    /// The report text from a process outside, which does not depend on what is broken or locked in this one. Empty if
+    /// there is no such process or it could not do it; on Windows always. \throws std::bad_alloc only.
+    std::optional<std::string> TextFromOutside();
+
+    /// Writes a minidump of the calling process into \p file.
+    ///
+    /// On Windows the system writes it. On Linux a process outside does, which holds the threads of this one still for
+    /// as long as it copies them, and where the system does not let it, this process itself: then of the other threads
+    /// only stack and instruction pointer are known. Calls at the same time wait for each other.
+    ///
+    /// \param file the system's handle of a file opened for writing; on Linux its descriptor as a pointer. On Linux its
+    /// contents are replaced. Stays the caller's.
+    /// \returns 0, or the number of the system's error. Then what is in the file is no minidump.
+    int WriteMinidump(void* file, MINIDUMP_TYPE type) noexcept;
+
+private:
+    EXCEPTION_POINTERS* m_pointers;
+    CrashRequest* m_request = nullptr; ///< Linux only; null without memory for it.
+    FaultFacts m_facts;
+};
+
+/// Tells those who report when the filters cannot run where reports go, how they are named, and whether dumps are only
+/// faked. Texts are UTF-8. On Windows the system's own error reporting takes that part, and nothing is done. Any thread
+/// may call it.
+void PublishReportPlace(const std::string& dumpFolder, const std::string& applicationName,
+                        const std::string& fullVersion, MINIDUMP_TYPE type, bool fakesDump) noexcept;
+
+} // namespace Ardo::Kiln::Crash

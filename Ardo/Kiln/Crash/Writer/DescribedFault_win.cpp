@@ -1,0 +1,68 @@
+#include "Ardo/Kiln/Crash/Writer/DescribedFault.h"
+
+#include "Ardo/Kiln/Crash/Fault/FaultDispatch.h"
+#include "Ardo/Kiln/Crash/Fault/LastThrow.h"
+#include "Ardo/Kiln/Crash/FaultCode.h"
+#include "Ardo/Kiln/Platform/LocalOffset.h"
+
+#include <algorithm>
+#include <chrono>
+#include <windows.h>
+// After windows.h, which it needs.
+#include <dbghelp.h>
+
+namespace Ardo::Kiln::Crash
+{
+
+DescribedFault::DescribedFault(EXCEPTION_POINTERS* pointers, std::string_view logFiles) noexcept : m_pointers(pointers)
+{
+    using namespace std::chrono;
+    m_facts.processId = ::GetCurrentProcessId();
+    m_facts.threadId = FaultDispatch::ThreadId();
+    m_facts.time = duration_cast<seconds>(system_clock::now().time_since_epoch()).count();
+    m_facts.utcOffset = Platform::LocalOffset();
+    m_facts.logFiles = logFiles;
+    if (pointers == nullptr)
+    {
+        return;
+    }
+    const EXCEPTION_RECORD& record = *pointers->ExceptionRecord;
+    static_assert(sizeof record.ExceptionInformation[0] == sizeof(std::uint64_t));
+    m_facts.code = record.ExceptionCode;
+    m_facts.flags = record.ExceptionFlags;
+    m_facts.address = reinterpret_cast<std::uint64_t>(record.ExceptionAddress);
+    m_facts.information = {reinterpret_cast<const std::uint64_t*>(record.ExceptionInformation),
+                           std::min<std::size_t>(record.NumberParameters, EXCEPTION_MAXIMUM_PARAMETERS)};
+    m_facts.context = pointers->ContextRecord;
+    if (const auto& thrown = LastThrowOfThread();
+        m_facts.code == FaultCode::CxxException && thrown.code == FaultCode::CxxException)
+    {
+        m_facts.exceptionType = thrown.type;
+        m_facts.exceptionMessage = thrown.message;
+        m_facts.throwFrames = {thrown.frames, std::min(thrown.frameCount, LastThrow::MaximumFrames)};
+    }
+}
+
+DescribedFault::~DescribedFault() = default;
+
+std::optional<std::string> DescribedFault::TextFromOutside()
+{
+    return std::nullopt;
+}
+
+int DescribedFault::WriteMinidump(void* file, MINIDUMP_TYPE type) noexcept
+{
+    // The system's function is not for several threads at once.
+    static SRWLOCK g_lock = SRWLOCK_INIT;
+    MINIDUMP_EXCEPTION_INFORMATION exception{m_facts.threadId, m_pointers, FALSE};
+    ::AcquireSRWLockExclusive(&g_lock);
+    const BOOL written = ::MiniDumpWriteDump(::GetCurrentProcess(), ::GetCurrentProcessId(), file, type,
+                                             m_pointers != nullptr ? &exception : nullptr, nullptr, nullptr);
+    const DWORD error = written ? ERROR_SUCCESS : ::GetLastError();
+    ::ReleaseSRWLockExclusive(&g_lock);
+    return static_cast<int>(error);
+}
+
+void PublishReportPlace(const std::string&, const std::string&, const std::string&, MINIDUMP_TYPE, bool) noexcept {}
+
+} // namespace Ardo::Kiln::Crash
