@@ -2,6 +2,8 @@
 
 #include "Ardo/KilnExport.h"
 
+#include <cstdint>
+
 namespace Ardo::Kiln::Platform
 {
 
@@ -12,5 +14,12 @@ namespace Ardo::Kiln::Platform
 /// Any thread may call it. The functions must not throw.
 /// \throws std::bad_alloc when there is no memory for it.
 KILN_EXPORT_FOR_TESTS void OnFork(void (*before)(), void (*inParent)(), void (*inChild)());
+
+/// The number of forks between the process that loaded this library and the calling process. A thread exists only in
+/// the process that started it: an object that was made under another count is a copy of the parent's, without the
+/// thread.
+///
+/// On Windows always 0. Any thread and any signal handler may call it.
+KILN_EXPORT_FOR_TESTS std::uint32_t ForkCount() noexcept;
 
 } // namespace Ardo::Kiln::Platform

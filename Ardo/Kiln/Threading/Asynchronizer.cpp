@@ -17,17 +17,22 @@ Asynchronizer::Asynchronizer(std::function<void(const Exception::Warning&)> warn
 
 Asynchronizer::~Asynchronizer()
 {
-    // A request that posts just now gets through, or is ignored; it never meets m_pending while that waits for it.
+    // A concurrent Post() completes or is ignored; it cannot meet the destructor of m_pending.
     const std::lock_guard lock(m_postMutex);
     m_isShuttingDown.exchange(true);
 }
 
 void Asynchronizer::Post(std::function<void()>&& function)
 {
+    const auto request = std::make_shared<std::function<void()>>(std::move(function));
+    std::shared_ptr<std::function<void()>>
+        replaced; // destroyed after the lock is released: what it holds may post, too
     const std::lock_guard lock(m_postMutex);
     if (!m_isShuttingDown)
     {
-        m_pending = m_worker->Schedule(std::move(function));
+        // Moved out, so that what the function holds is destroyed with its run.
+        m_pending = m_worker->Schedule([request] { std::exchange(*request, nullptr)(); });
+        replaced = std::exchange(m_request, request);
     }
 }
 

@@ -15,10 +15,12 @@ namespace Ardo::Kiln::Threading
 
 /// Carries out the latest of several requests: one that has not begun when the next comes is cancelled.
 ///
-/// The destructor cancels what has not begun and waits for what runs; then its own worker, if it has one, goes.
+/// The destructor cancels what has not begun and waits for what runs; then it destroys its own worker, if it has one.
 /// A request that is pending when the worker stops is never run; the destructor does not wait for it.
-/// Thread-safety: any thread may call Post() and Wait(), a request's function may Post() also while this is destroyed,
-/// which ignores it. A request's function must not Wait(), nor Post() while another thread waits.
+/// What a request's function holds is destroyed with its run, or by the Post() or the destructor that cancels it; it
+/// may Post() from its destructor. Thread-safety: any thread may call Post() and Wait(). A request's function may
+/// Post(), also while this object is destroyed, which ignores it. It must not Wait(), nor Post() while another thread
+/// waits.
 ///
 ///     Asynchronizer preview(worker);
 ///     void OnSliderMoved(double value) { preview.Post([=] { Render(value); }); }
@@ -44,9 +46,10 @@ public:
 private:
     std::unique_ptr<BackgroundWorker> m_ownedWorker; ///< Null when the worker is borrowed.
     BackgroundWorker* m_worker;
-    ScopedScheduledWork m_pending;
     std::atomic<bool> m_isShuttingDown = false;
-    std::mutex m_postMutex; ///< Held from the look at m_isShuttingDown until m_pending has the request.
+    std::mutex m_postMutex; ///< Held from the check of m_isShuttingDown until m_pending has the request.
+    std::shared_ptr<std::function<void()>> m_request; ///< The latest; empty once it has begun. Guarded by m_postMutex.
+    ScopedScheduledWork m_pending; ///< Destroyed first: a request that it waits for may use the other members.
 };
 
 } // namespace Ardo::Kiln::Threading

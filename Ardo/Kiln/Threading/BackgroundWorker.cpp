@@ -5,7 +5,7 @@
 #include "Ardo/Kiln/Platform/ComApartment.h"
 #include "Ardo/Kiln/Platform/ThreadName.h"
 #include "Ardo/Kiln/Threading/HandleWarnings_p.h"
-#include "Ardo/Kiln/Threading/IoContext_p.h"
+#include "Ardo/Kiln/Threading/JobQueue_p.h"
 #include "Ardo/Kiln/Threading/PeriodicScheduledWork.h"
 #include "Ardo/Kiln/Threading/PeriodicWork.h"
 #include "Ardo/Kiln/Threading/Spin_p.h"
@@ -25,14 +25,15 @@ namespace
 
 constexpr const char* NotRunning = "Background Worker is not running";
 
-/// How often Call() looks whether the worker has been stopped meanwhile.
+/// How often Call() checks whether the worker has been stopped meanwhile.
 constexpr std::chrono::microseconds CallPollInterval(100);
 
-/// The calling thread's stay in a COM apartment.
-class ComStay
+/// Keeps the calling thread in a COM apartment.
+class ScopedComApartment
 {
 public:
-    explicit ComStay(ComInitializationType type) : m_isWanted(type != ComInitializationType::NoInitialization)
+    explicit ScopedComApartment(ComInitializationType type)
+        : m_isWanted(type != ComInitializationType::NoInitialization)
     {
         if (m_isWanted)
         {
@@ -45,15 +46,15 @@ public:
             }
         }
     }
-    ~ComStay()
+    ~ScopedComApartment()
     {
         if (m_isWanted)
         {
             Platform::LeaveComApartment();
         }
     }
-    ComStay(const ComStay&) = delete;
-    ComStay& operator=(const ComStay&) = delete;
+    ScopedComApartment(const ScopedComApartment&) = delete;
+    ScopedComApartment& operator=(const ScopedComApartment&) = delete;
 
 private:
     const bool m_isWanted;
@@ -61,18 +62,18 @@ private:
 
 } // namespace
 
-/// A function with the warning handler around it.
-struct BackgroundWorker::HandlingWarnings
+/// A function together with the warning handler of the worker that it was posted to: what Post() gives to
+/// InternalPost().
+struct BackgroundWorker::HandledFunction
 {
-    void operator()() const { CallHandlingWarnings(function, handler); }
+    void operator()() const { CallHandlingWarnings(function, *handler); }
 
-    const BackgroundWorker* worker; ///< Whose handler it is. Only to be compared.
-    std::function<void(const Exception::Warning&)> handler;
     std::function<void()> function;
+    std::shared_ptr<const std::function<void(const Exception::Warning&)>> handler;
 };
 
-/// A function on its way to the worker, and its outcome on the way back. Shared by both sides, because the caller may
-/// leave before the function is through.
+/// A function that somebody waits for, and its outcome. Shared by the caller and the worker, because the caller may
+/// leave before the function has run.
 struct BackgroundWorker::PendingCall
 {
     explicit PendingCall(const std::function<void()>& theFunction) : function(theFunction) {}
@@ -87,7 +88,7 @@ struct BackgroundWorker::PendingCall
         {
             error = std::current_exception();
         }
-        // What the copy holds goes before the caller goes on, as if it had been the caller's own function that ran.
+        // Destroyed before the caller goes on, as if the caller's own function had run.
         function = nullptr;
         const std::lock_guard lock(mutex);
         isDone.store(true, std::memory_order_release);
@@ -123,8 +124,9 @@ BackgroundWorker::BackgroundWorker(const std::string& threadName,
 BackgroundWorker::BackgroundWorker(bool spawnThread, const std::string& threadName,
                                    const std::function<void(const Exception::Warning&)>& warningHandler,
                                    ComInitializationType comInitialization)
-    : m_warningHandler(warningHandler),
-      m_context(std::make_unique<IoContext>(spawnThread, m_warningHandler)),
+    : m_warningHandler(std::make_shared<const std::function<void(const Exception::Warning&)>>(warningHandler)),
+      m_queue(std::make_shared<JobQueue>()),
+      m_hasThread(spawnThread),
       m_threadId(std::this_thread::get_id()),
       m_comInitialization(comInitialization)
 {
@@ -142,7 +144,7 @@ BackgroundWorker::~BackgroundWorker()
 
 void BackgroundWorker::Post(const std::function<void()>& function)
 {
-    if (m_warningHandler)
+    if (*m_warningHandler)
     {
         InternalPost(HandleWarningsOf(function));
     }
@@ -179,12 +181,12 @@ ScopedScheduledWork BackgroundWorker::Every(const std::chrono::seconds& period, 
 ScopedScheduledWork BackgroundWorker::InternalEvery(const std::chrono::microseconds& period,
                                                     std::function<void()>&& function)
 {
-    if (!m_context->HasThread())
+    if (!m_hasThread)
     {
         throw BackgroundWorkerException("Cannot schedule periodic tasks without a thread");
     }
     auto work = std::make_shared<PeriodicWork>(HandleWarningsOf(std::move(function)));
-    return ScopedScheduledWork(std::make_unique<PeriodicScheduledWork>(m_context->Get(), std::move(work), period));
+    return ScopedScheduledWork(std::make_unique<PeriodicScheduledWork>(m_queue->Context(), std::move(work), period));
 }
 
 void BackgroundWorker::Wait()
@@ -197,12 +199,11 @@ void BackgroundWorker::Wait()
 
 bool BackgroundWorker::IsRunning() const
 {
-    return !m_context->HasThread() || !m_context->IsStopped();
+    return !m_hasThread || !m_queue->IsStopped();
 }
 
 bool BackgroundWorker::IsOnBackgroundThread() const
 {
-    const std::lock_guard lock(m_mutex);
     return std::this_thread::get_id() == m_threadId;
 }
 
@@ -213,42 +214,50 @@ std::thread::id BackgroundWorker::GetThreadId()
 
 void BackgroundWorker::InternalPost(const std::function<void()>& function)
 {
-    if (!m_context->HasThread())
+    if (!m_hasThread)
     {
         function();
         return;
     }
-    if (m_context->IsStopped())
+    if (m_queue->IsStopped())
     {
         throw BackgroundWorkerException(NotRunning);
     }
-    if (const auto* const handling = function.target<HandlingWarnings>();
-        handling != nullptr && handling->worker == this)
-    {
-        // Goes alone and meets the handler when it runs: memory that one thread takes and another gives back is dear.
-        m_context->Post(handling->function, IoContext::HandOver::PostHandlingWarnings);
-    }
-    else
-    {
-        m_context->Post(function, IoContext::HandOver::Post);
-    }
+    // Queue the bare function; the handler is applied when it runs. Allocating on one thread and freeing on another is
+    // slow.
+    const auto* const handled = function.target<HandledFunction>();
+    const bool isOurs = handled != nullptr && handled->handler == m_warningHandler;
+    m_queue->Post(isOurs ? JobQueue::Job{handled->function, m_warningHandler.get()} : JobQueue::Job{function, nullptr},
+                  JobQueue::Caller::GoesOn);
 }
 
 void BackgroundWorker::InternalCall(const std::function<void()>& function)
 {
-    if (!m_context->HasThread())
+    if (!m_hasThread)
     {
         Wait();
         function();
         return;
     }
     CheckBackgroundWorkerThread();
+    if (m_queue->IsOfParent()) // whose threads may have had it locked
+    {
+        throw BackgroundWorkerException(NotRunning);
+    }
+    struct InProgress
+    {
+        explicit InProgress(std::atomic<int>& theCount) : count(theCount) { ++count; }
+        ~InProgress() { --count; }
+        std::atomic<int>& count;
+    };
+    const InProgress inProgress(m_callsInProgress);
+
     const auto call = std::make_shared<PendingCall>(function);
-    m_context->Post([call] { call->Run(); }, IoContext::HandOver::Call);
-    const auto isOver = [this, &call] { return call->IsDone() || m_context->IsStopped(); };
+    m_queue->Post({[call] { call->Run(); }}, JobQueue::Caller::Waits);
+    const auto isOver = [this, &call] { return call->IsDone() || m_queue->IsStopped(); };
     if (!SpinUntil(isOver))
     {
-        while (!call->WaitFor(CallPollInterval) && !m_context->IsStopped())
+        while (!call->WaitFor(CallPollInterval) && !m_queue->IsStopped())
         {
         }
     }
@@ -266,23 +275,24 @@ void BackgroundWorker::ExecuteWork()
 {
     struct Stop
     {
-        IoContext& context;
-        ~Stop() { context.Stop(); }
+        std::shared_ptr<JobQueue> queue; ///< Its own: a function may destroy the worker.
+        ~Stop() { queue->Stop(); }
     };
-    const Stop stop{*m_context};
+    const Stop stop{m_queue};
     Exception::Handler::Initialize();
     Exception::Handler::Execute([this] { RunIOContext(); });
-    Work::FailInterrupted(); // a fault runs no destructors, and others may be waiting for the item
+    Work::FailInterrupted(); // a fault runs no destructors, and others may be waiting for the items
 }
 
 void BackgroundWorker::RunIOContext()
 {
-    m_context->Run();
+    const std::shared_ptr<JobQueue> queue = m_queue; // a function may destroy the worker
+    queue->Run();
 }
 
 void BackgroundWorker::StopIOContext()
 {
-    m_context->Stop();
+    m_queue->Stop();
 }
 
 void BackgroundWorker::CheckBackgroundWorkerThread() const
@@ -295,11 +305,11 @@ void BackgroundWorker::CheckBackgroundWorkerThread() const
 
 void BackgroundWorker::SpawnBackgroundThread()
 {
-    const std::lock_guard lock(m_mutex);
     m_thread = std::make_unique<std::thread>(
-        [this]
+        [this, queue = m_queue, handler = m_warningHandler, comInitialization = m_comInitialization]
         {
-            const ComStay com(m_comInitialization);
+            m_threadId = std::this_thread::get_id(); // for functions that run before the constructor gets to it
+            const ScopedComApartment apartment(comInitialization);
             ExecuteWork();
         });
     m_threadId = m_thread->get_id();
@@ -307,12 +317,46 @@ void BackgroundWorker::SpawnBackgroundThread()
 
 void BackgroundWorker::StopAll()
 {
-    const std::lock_guard lock(m_mutex);
-    m_context->Stop();
-    if (m_thread)
+    if (!m_thread)
+    {
+        m_queue->Stop();
+        return;
+    }
+    if (m_queue->IsOfParent())
+    {
+        LeaveToParent();
+        return;
+    }
+    m_queue->Stop();
+    if (IsOnBackgroundThread())
+    {
+        m_thread->detach(); // it ends with the function that runs
+    }
+    else
     {
         m_thread->join();
-        m_thread.reset();
+    }
+    m_thread.reset();
+    while (m_callsInProgress != 0)
+    {
+        std::this_thread::yield(); // they see the stopped queue within CallPollInterval
+    }
+}
+
+void BackgroundWorker::LeaveToParent()
+{
+    // The thread does not exist here, and a thread of the parent may have been inside the queue: neither can be
+    // destroyed. They stay reachable, so that no tool takes them for leaks.
+    struct Left
+    {
+        std::shared_ptr<JobQueue> queue;
+        std::unique_ptr<std::thread> thread;
+        Left* next;
+    };
+    static std::atomic<Left*> g_left = nullptr;
+    auto* const left = new Left{m_queue, std::move(m_thread), g_left};
+    while (!g_left.compare_exchange_weak(left->next, left))
+    {
     }
 }
 
@@ -323,11 +367,11 @@ void BackgroundWorker::SetThreadNameInVS(const std::string& name)
 
 std::function<void()> BackgroundWorker::HandleWarningsOf(std::function<void()> function) const
 {
-    if (!m_warningHandler)
+    if (!*m_warningHandler)
     {
         return function;
     }
-    return HandlingWarnings{this, m_warningHandler, std::move(function)};
+    return HandledFunction{std::move(function), m_warningHandler};
 }
 
 } // namespace Ardo::Kiln::Threading

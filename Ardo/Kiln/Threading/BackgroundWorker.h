@@ -6,10 +6,10 @@
 #include "Ardo/Kiln/Threading/ScopedScheduledWork.h"
 #include "Ardo/KilnExport.h"
 
+#include <atomic>
 #include <chrono>
 #include <functional>
 #include <memory>
-#include <mutex>
 #include <string>
 #include <thread>
 
@@ -26,19 +26,29 @@ class Poller;
 namespace Ardo::Kiln::Threading
 {
 
+class JobQueue;
+
 /// Runs functions one after another, in hand-over order, on a thread of its own.
 ///
-/// Lifetime: the constructor starts the thread. The destructor lets the function that runs finish, destroys the others
-/// uncalled and joins; it must not run on the worker's own thread, which ends the process.
-/// A worker also stops, for good, when a function is left by an exception that nobody is there for: the process's
-/// exception handler deals with that (see Exception::Handler).
-/// What a stopped worker does to pending work: nothing. It is never run; posted functions are destroyed with the
-/// worker, and scheduled items stay Scheduled for ever, so that Wait() on one never returns. Cancel such items before,
-/// or hold them in a ScopedScheduledWork, which does. Where exceptions of functions go:
+/// Lifetime: the constructor starts the thread. The destructor lets the running function finish, destroys the queued
+/// functions uncalled and joins the thread. Call() and Wait() of other threads that are in progress give up with
+/// "Background Worker is not running", and the destructor waits for them to leave; no other method may be in progress.
+/// On the worker's own thread the destructor cannot join: it returns at once, and the thread ends, and destroys the
+/// queued functions, when the running function returns. This happens when a function releases the last owner of the
+/// worker, or calls exit() while the worker is a static object. It is not allowed to classes that override
+/// ExecuteWork(). A worker also stops, for good, when an exception leaves a function and nobody handles it: the
+/// process's exception handler deals with the exception (see Exception::Handler). A stopped worker does not touch
+/// pending work: posted functions are never run and are destroyed with the worker; scheduled items stay Scheduled for
+/// ever, so that Wait() on one never returns. Cancel such items before, or hold them in a ScopedScheduledWork, which
+/// does. A child process made by fork has no copy of the thread. There the worker counts as stopped, its destructor
+/// returns at once, and the queued functions are neither run nor destroyed.
+///
+/// Where exceptions of functions go:
 /// - Call: those derived from std::exception are thrown again in the caller, and the worker goes on;
 /// - Post, Schedule and Every on a worker with a warning handler: an Exception::Warning goes to the handler, on the
 ///   worker's thread, and the worker goes on;
 /// - all others stop the worker.
+///
 /// Thread-safety: any thread may call any method, the worker's own included unless the method says otherwise.
 ///
 ///     BackgroundWorker worker("Exporter");
@@ -95,7 +105,7 @@ public:
     bool IsRunning() const;
 
     /// Whether the caller is the worker's thread; without one, whether it is the thread that constructed the worker.
-    /// \warning Waits for the destructor, which waits for the thread: not for functions that may still run by then.
+    /// Takes no lock: a function may call it also while the destructor waits for that function.
     bool IsOnBackgroundThread() const;
 
     /// The worker's thread; without one, the thread that constructed the worker.
@@ -128,29 +138,31 @@ protected:
     ScopedScheduledWork InternalEvery(const std::chrono::microseconds& period, std::function<void()>&& function);
 
     /// What the worker was constructed with; may be empty.
-    const std::function<void(const Exception::Warning&)>& WarningHandler() const { return m_warningHandler; }
+    const std::function<void(const Exception::Warning&)>& WarningHandler() const { return *m_warningHandler; }
 
 private:
     friend class Polling::Poller; // polls in milliseconds, by InternalEvery()
 
-    class IoContext;
-    struct HandlingWarnings;
+    struct HandledFunction;
     struct PendingCall;
 
     void CheckBackgroundWorkerThread() const;
     void SpawnBackgroundThread();
     void StopAll();
+    void LeaveToParent();
     void SetThreadNameInVS(const std::string& name);
 
     /// \p function with the warning handler around it, if there is one.
     std::function<void()> HandleWarningsOf(std::function<void()> function) const;
 
-    std::function<void(const Exception::Warning&)> m_warningHandler;
-    std::unique_ptr<IoContext> m_context;
-    std::thread::id m_threadId;            ///< Guarded by m_mutex, but in GetThreadId().
-    std::unique_ptr<std::thread> m_thread; ///< Guarded by m_mutex; null without a thread, and once it is joined.
-    mutable std::mutex m_mutex;
-    ComInitializationType m_comInitialization;
+    /// Never null; shared with the thread and with functions on their way, which may outlive the worker.
+    const std::shared_ptr<const std::function<void(const Exception::Warning&)>> m_warningHandler;
+    const std::shared_ptr<JobQueue> m_queue; ///< Shared with the thread, which may outlive the worker.
+    const bool m_hasThread;
+    std::atomic<std::thread::id> m_threadId;
+    std::unique_ptr<std::thread> m_thread;  ///< Null without a thread. Used by constructor and destructor only.
+    std::atomic<int> m_callsInProgress = 0; ///< Of other threads; the destructor waits until there is none.
+    const ComInitializationType m_comInitialization;
 };
 
 } // namespace Ardo::Kiln::Threading

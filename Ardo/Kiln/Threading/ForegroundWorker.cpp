@@ -54,8 +54,9 @@ void ForegroundWorker::Wait()
 
 void ForegroundWorker::InternalPost(const std::function<void()>& function)
 {
+    std::function<void()> copy = function; // what is copied may post, too, so not under the lock
     const std::lock_guard lock(m_queueMutex);
-    m_queue.push_back(function);
+    m_queue.push_back(std::move(copy));
 }
 
 void ForegroundWorker::InternalCall(const std::function<void()>& function)
@@ -71,11 +72,13 @@ void ForegroundWorker::ExecuteWork()
         const std::lock_guard lock(m_queueMutex);
         batch.swap(m_queue);
     }
+    const std::function<void(const Exception::Warning&)> handler =
+        WarningHandler(); // a function may destroy the worker
     for (const auto& function : batch)
     {
-        if (WarningHandler())
+        if (handler)
         {
-            CallHandlingWarnings(function, WarningHandler());
+            CallHandlingWarnings(function, handler);
         }
         else
         {

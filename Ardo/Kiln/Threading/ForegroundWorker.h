@@ -10,14 +10,14 @@
 namespace Ardo::Kiln::Threading
 {
 
-/// A worker without a thread: its owner runs what has been handed over, when and where it likes, by Wait().
+/// A worker without a thread: its owner runs the queued functions with Wait(), on a thread of the owner's choice.
 ///
-/// Any thread may Post() and Schedule(), functions that run included: what they hand over waits for the next drain.
-/// Wait(), Call() and the destructor drain on the calling thread; drains belong to one thread at a time, or the order
-/// of hand-over is lost. Never refuses work and never stops: IsRunning() is always true.
-/// With a warning handler an Exception::Warning goes there. Any other exception ends the drain: it goes on to the
-/// caller, and what was left of the batch is destroyed without being run, so that its scheduled items stay Scheduled
-/// for ever (ScopedScheduledWork cancels them).
+/// Any thread may Post() and Schedule(), also from within a function that runs: what it hands over waits for the next
+/// drain. Wait(), Call() and the destructor drain on the calling thread. Drain on one thread at a time, or hand-over
+/// order is lost. The worker never refuses work and never stops: IsRunning() is always true.
+/// With a warning handler, an Exception::Warning goes there. Any other exception ends the drain: it is thrown on to the
+/// caller, and the rest of the batch is destroyed without being run, so that its scheduled items stay Scheduled for
+/// ever (ScopedScheduledWork cancels them).
 ///
 ///     ForegroundWorker worker;
 ///     model.UpdateBy(worker); // posts
@@ -48,7 +48,7 @@ protected:
     void ExecuteWork() override;
 
 private:
-    std::mutex m_queueMutex;                   ///< Never held while a function runs.
+    std::mutex m_queueMutex;                   ///< Not held while a function is run, copied or destroyed.
     std::deque<std::function<void()>> m_queue; ///< First in, first out. Guarded by m_queueMutex.
 };
 

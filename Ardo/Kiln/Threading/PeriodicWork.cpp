@@ -24,7 +24,7 @@ bool PeriodicWork::Cancel()
 bool PeriodicWork::Wait()
 {
     std::unique_lock lock(m_mutex);
-    m_changed.wait(lock, [this] { return m_state > WorkState::Running; });
+    WaitForEnd(lock);
     return true;
 }
 

@@ -9,8 +9,8 @@
 namespace Ardo::Kiln::Threading
 {
 
-/// Work that is done again and again until it is cancelled or fails. What its function holds stays until the item goes
-/// (after Cancel() between two runs: until then).
+/// Work that is done again and again until it is cancelled or fails. What its function holds is destroyed with the
+/// item, or by a Cancel() between two runs.
 ///
 /// Any thread may call any method. A worker that stops leaves it Scheduled; see WorkBase.
 class KILN_EXPORT PeriodicWork : public Work

@@ -2,6 +2,7 @@
 
 #include "Ardo/Kiln/Threading/BackgroundWorker.h"
 
+#include <cstdint>
 #include <utility>
 
 namespace Ardo::Kiln::Polling
@@ -16,7 +17,10 @@ Poller::~Poller() = default;
 
 void Poller::Enable(std::function<void()>&& function)
 {
-    m_periodic = m_worker.InternalEvery(m_interval, std::move(function));
+    // Without a sign, so that the product of a long interval is defined. Only its low 32 bits count.
+    const auto microseconds = static_cast<std::uint64_t>(m_interval.count()) * 1000;
+    m_periodic =
+        m_worker.InternalEvery(std::chrono::microseconds(static_cast<std::int64_t>(microseconds)), std::move(function));
 }
 
 void Poller::Disable()

@@ -17,7 +17,8 @@ namespace Ardo::Kiln::Polling
 
 /// Calls a function on a worker's thread in regular intervals, the first time after one interval.
 ///
-/// The destructor ends the series and waits for the call in progress. A worker that stops calls no more.
+/// The destructor ends the series and waits for the call in progress, also when that is a call of a function that a
+/// later Enable() has replaced. A stopped worker makes no more calls.
 /// Thread-safety: any thread may enable and disable, the polled function only disable.
 ///
 ///     Poller poller(worker, std::chrono::milliseconds(250));
@@ -25,7 +26,9 @@ namespace Ardo::Kiln::Polling
 class KILN_EXPORT Poller : public IPoller
 {
 public:
-    /// Does not poll yet. \param worker must outlive this. \param interval see PeriodicScheduledWork for its limit.
+    /// Does not poll yet.
+    /// \param worker must outlive this.
+    /// \param interval below some 35.8 minutes; a longer one wraps around, see PeriodicScheduledWork.
     Poller(Threading::BackgroundWorker& worker, const std::chrono::milliseconds& interval);
     ~Poller() override;
     Poller(const Poller&) = delete;

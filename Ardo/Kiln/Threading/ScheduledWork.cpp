@@ -1,6 +1,6 @@
 #include "Ardo/Kiln/Threading/ScheduledWork.h"
 
-#include "Ardo/Kiln/Threading/WorkBase.h"
+#include "Ardo/Kiln/Threading/PeriodicWork.h"
 
 #include <utility>
 
@@ -21,6 +21,12 @@ bool ScheduledWork::Cancel()
 bool ScheduledWork::Wait()
 {
     return !m_work || m_work->Wait();
+}
+
+std::shared_ptr<WorkBase> ScheduledWork::RunOfSeries() const
+{
+    auto series = std::dynamic_pointer_cast<PeriodicWork>(m_work);
+    return series && series->IsRunning() ? std::move(series) : nullptr;
 }
 
 } // namespace Ardo::Kiln::Threading

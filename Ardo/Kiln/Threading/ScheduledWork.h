@@ -38,6 +38,11 @@ public:
     bool Wait();
 
 private:
+    friend class ScopedScheduledWork; // remembers the last run of a series when the handle is replaced
+
+    /// The item if it is periodic and its function is being executed; null otherwise.
+    std::shared_ptr<WorkBase> RunOfSeries() const;
+
     std::shared_ptr<WorkBase> m_work; ///< Null for a handle on nothing.
 };
 

@@ -1,6 +1,7 @@
 #include "Ardo/Kiln/Threading/ScopedScheduledWork.h"
 
 #include "Ardo/Kiln/Threading/ScheduledWork.h"
+#include "Ardo/Kiln/Threading/WorkBase.h"
 
 #include <utility>
 
@@ -21,10 +22,16 @@ ScopedScheduledWork::~ScopedScheduledWork()
             work->Wait();
         }
     }
+    for (const auto& work : m_lastRuns) // cancelled when they were replaced
+    {
+        work->Wait();
+    }
 }
 
 ScopedScheduledWork::ScopedScheduledWork(ScopedScheduledWork&& other) noexcept
-    : m_current(std::move(other.m_current)), m_previous(std::move(other.m_previous))
+    : m_current(std::move(other.m_current)),
+      m_previous(std::move(other.m_previous)),
+      m_lastRuns(std::move(other.m_lastRuns))
 {
 }
 
@@ -35,12 +42,14 @@ ScopedScheduledWork& ScopedScheduledWork::operator=(ScopedScheduledWork&& other)
         const std::lock_guard lock(m_mutex);
         if (!Retire())
         {
-            m_previous = std::move(other.m_previous);
+            ReplacePrevious(std::move(other.m_previous));
         }
         else if (other.m_previous && !other.m_previous->Cancel())
         {
             other.m_previous->Wait(); // there is room for one predecessor only
         }
+        m_lastRuns.insert(m_lastRuns.end(), other.m_lastRuns.begin(), other.m_lastRuns.end());
+        other.m_lastRuns.clear();
         m_current = std::move(other.m_current);
     }
     return *this;
@@ -75,8 +84,21 @@ bool ScopedScheduledWork::Retire()
     {
         return false;
     }
-    m_previous = std::move(m_current);
+    ReplacePrevious(std::move(m_current));
     return true;
+}
+
+void ScopedScheduledWork::ReplacePrevious(std::unique_ptr<ScheduledWork>&& successor)
+{
+    std::erase_if(m_lastRuns, [](const auto& work) { return !work->IsRunning(); });
+    if (m_previous)
+    {
+        if (auto work = m_previous->RunOfSeries())
+        {
+            m_lastRuns.push_back(std::move(work));
+        }
+    }
+    m_previous = std::move(successor);
 }
 
 } // namespace Ardo::Kiln::Threading

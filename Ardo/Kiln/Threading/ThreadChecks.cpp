@@ -16,7 +16,7 @@ namespace Ardo::Kiln::Threading
 namespace
 {
 
-/// Warns with \p format, its places filled in with \p arguments, unless \p passed. \return passed.
+/// Warns with \p format, its places filled in with \p arguments, unless \p passed. \returns passed.
 template <class... Arguments>
 bool Check(bool passed, const char* format, const Arguments&... arguments) noexcept
 {

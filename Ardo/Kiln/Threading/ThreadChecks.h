@@ -16,15 +16,13 @@ class BackgroundWorker;
 /// main thread, and nothing to warn of.
 KILN_EXPORT void AssertMainThread() noexcept;
 
-/// True on the worker's own thread; otherwise warns. Takes a lock of the worker, see
-/// BackgroundWorker::IsOnBackgroundThread.
+/// True on the worker's own thread; otherwise warns.
 KILN_EXPORT bool IsOnThread(const BackgroundWorker& worker) noexcept;
 
 /// True on the thread with this id; otherwise warns.
 KILN_EXPORT bool IsOnThread(std::thread::id thread) noexcept;
 
-/// True anywhere but on the worker's own thread; there it warns. Takes a lock of the worker, see
-/// BackgroundWorker::IsOnBackgroundThread.
+/// True anywhere but on the worker's own thread; there it warns.
 KILN_EXPORT bool IsNotOnThread(const BackgroundWorker& worker) noexcept;
 
 /// True anywhere but on the thread with this id; there it warns.

@@ -8,7 +8,7 @@ namespace Ardo::Kiln::Threading
 namespace
 {
 
-/// The item whose function the thread runs; null when there is none.
+/// The item whose function the thread runs, the innermost one; null when there is none.
 thread_local Work* g_running = nullptr;
 
 } // namespace
@@ -31,7 +31,7 @@ bool Work::Cancel()
 bool Work::Wait()
 {
     std::unique_lock lock(m_mutex);
-    m_changed.wait(lock, [this] { return m_state > WorkState::Running; });
+    WaitForEnd(lock);
     return m_state == WorkState::Succeeded;
 }
 
@@ -46,20 +46,21 @@ void Work::operator()()
         SetState(WorkState::Running);
     }
 
-    // Not a catch block: who looks at the exception before the stack is unwound should find it where it was thrown.
+    // Not a catch block: the exception handler must find the stack as it was at the throw.
     struct Completion
     {
-        Work& work;
-        Work* const outer = std::exchange(g_running, &work);
-        bool hasReturned = false;
-
+        explicit Completion(Work& theWork) : work(theWork) { work.m_outer = std::exchange(g_running, &work); }
         ~Completion()
         {
-            g_running = outer;
+            FailInterrupted(&work);
+            g_running = work.m_outer;
             work.End(hasReturned);
         }
+
+        Work& work;
+        bool hasReturned = false;
     };
-    Completion completion{*this};
+    Completion completion(*this);
     m_function();
     completion.hasReturned = true;
 }
@@ -68,18 +69,26 @@ void Work::End(bool hasReturned) noexcept
 {
     try
     {
-        hasReturned ? Succeed() : Fail();
+        if (hasReturned)
+        {
+            Succeed();
+        }
+        else
+        {
+            Fail();
+        }
     }
     catch (...)
     {
-        // The function's own exception, if any, is the one to tell of.
+        // The function's own exception, if any, is the one to report.
     }
 }
 
-void Work::FailInterrupted() noexcept
+void Work::FailInterrupted(const Work* outer) noexcept
 {
-    if (Work* const work = std::exchange(g_running, nullptr))
+    while (g_running != nullptr && g_running != outer)
     {
+        Work* const work = std::exchange(g_running, g_running->m_outer);
         work->End(false);
     }
 }
@@ -96,7 +105,9 @@ void Work::Fail()
 
 void Work::Finish(WorkState state)
 {
-    m_function = nullptr; // not under the mutex: what it holds may ask for this item when it is destroyed
+    // Before the state: whoever waits for the item may then destroy what the function refers to. Not under the mutex:
+    // the destructors of what the function holds may use this item.
+    m_function = nullptr;
     const std::lock_guard lock(m_mutex);
     SetState(state);
 }

@@ -11,6 +11,8 @@ namespace Ardo::Kiln::Threading
 /// Work that is done once. What its function holds is released as soon as it is done or cancelled.
 ///
 /// Any thread may call any method. A worker that stops leaves it Scheduled; see WorkBase.
+/// Items may nest: a function may drain a ForegroundWorker. A fault that ends the outermost function fails all of them;
+/// one that is caught further in (see Exception::Handler::Execute) fails the inner items when the outer one ends.
 class KILN_EXPORT Work : public WorkBase
 {
 public:
@@ -33,14 +35,16 @@ public:
 private:
     friend class BackgroundWorker; // ends what a fault has interrupted
 
-    /// Fails the item whose function runs on the calling thread, as far as it knows: after a fault nobody comes back to
-    /// operator().
-    static void FailInterrupted() noexcept;
+    /// Fails the items whose functions run on the calling thread, the innermost first, up to but not including \p
+    /// outer. For use after a fault, which leaves operator() without running destructors. Null: all of them.
+    static void FailInterrupted(const Work* outer = nullptr) noexcept;
 
     void Succeed() override;
     void Fail() override;
     void End(bool hasReturned) noexcept;
     void Finish(WorkState state);
+
+    Work* m_outer = nullptr; ///< The item in whose function this one runs; null for none. The running thread's alone.
 };
 
 } // namespace Ardo::Kiln::Threading

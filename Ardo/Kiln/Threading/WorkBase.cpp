@@ -1,5 +1,7 @@
 #include "Ardo/Kiln/Threading/WorkBase.h"
 
+#include "Ardo/Kiln/Platform/ProcessFork.h"
+
 #include <utility>
 
 namespace Ardo::Kiln::Threading
@@ -15,10 +17,30 @@ bool WorkBase::IsScheduled() const
     return m_state == WorkState::Scheduled;
 }
 
+bool WorkBase::IsRunning() const
+{
+    const std::lock_guard lock(m_mutex);
+    return IsRunningHere();
+}
+
 void WorkBase::SetState(WorkState state)
 {
+    if (state == WorkState::Running)
+    {
+        m_runsUnder = Platform::ForkCount();
+    }
     m_state = state;
     m_changed.notify_all();
+}
+
+void WorkBase::WaitForEnd(std::unique_lock<std::mutex>& lock)
+{
+    m_changed.wait(lock, [this] { return m_state != WorkState::Scheduled && !IsRunningHere(); });
+}
+
+bool WorkBase::IsRunningHere() const
+{
+    return m_state == WorkState::Running && m_runsUnder == Platform::ForkCount();
 }
 
 } // namespace Ardo::Kiln::Threading

@@ -3,12 +3,16 @@
 #include "Ardo/Kiln/Exception/Warning.h"
 #include "Ardo/Kiln/Platform/ComApartment.h"
 #include "Ardo/Kiln/Platform/ThreadName.h"
+#include "Ardo/Kiln/Threading/Work.h"
 #include "tests/Kiln/Threading/Gate.h"
 #include "tests/Support/Process.h"
 
 #include <gmock/gmock.h>
 
+#include <cstdlib>
+#include <sys/wait.h>
 #include <thread>
+#include <unistd.h>
 
 namespace Ardo::Kiln::Threading
 {
@@ -96,7 +100,7 @@ TEST(BackgroundWorkerTest, AnItemIsCancelledOnlyBeforeItBegins)
     Gate gate;
     BackgroundWorker worker;
     const auto running = worker.Schedule([&, held] { gate.Pass(); });
-    gate.entered.get_future().wait();
+    gate.AwaitEntry();
     const auto waiting = worker.Schedule([&, held] { ran = true; });
     EXPECT_TRUE(waiting->Cancel());
     EXPECT_EQ(held.use_count(), 2) << "a cancelled item keeps nothing";
@@ -138,8 +142,11 @@ TEST(BackgroundWorkerTest, TheDestructorFinishesWhatRunsAndDestroysWhatWaits)
                 }
                 ran.push_back(1);
                 EXPECT_EQ(Refusal([&] { worker.Post([] {}); }), NotRunning);
+                EXPECT_TRUE(worker.IsOnBackgroundThread());
+                EXPECT_EQ(Refusal([&] { worker.Call([] {}); }), Deadlock);
+                std::thread([&] { EXPECT_EQ(Refusal([&] { worker.Call([] {}); }), NotRunning); }).join();
             });
-        gate.entered.get_future().wait();
+        gate.AwaitEntry();
         worker.Post([&, held] { ran.push_back(2); });
         left = worker.Schedule([&, held] { ran.push_back(3); });
         gate.Open();
@@ -150,6 +157,137 @@ TEST(BackgroundWorkerTest, TheDestructorFinishesWhatRunsAndDestroysWhatWaits)
     EXPECT_TRUE(left->Cancel()) << "it had stayed Scheduled";
     EXPECT_EQ(held.use_count(), 1);
     EXPECT_FALSE(left->Wait());
+}
+
+TEST(BackgroundWorkerTest, TheDestructorWaitsForCallsInProgress)
+{
+    for (int round = 0; round < 200;
+         ++round) // the call gives up, or has just been done: either may use the worker last
+    {
+        std::promise<void> hasBegun;
+        auto worker = std::make_unique<BackgroundWorker>();
+        std::thread caller(
+            [&, raw = worker.get()]
+            {
+                const auto untilTheDestructorHasBegun = [&, raw]
+                {
+                    hasBegun.set_value();
+                    while (raw->IsRunning())
+                    {
+                    }
+                };
+                EXPECT_THAT(Refusal([&] { raw->Call(untilTheDestructorHasBegun); }), AnyOf(NotRunning, "none"));
+            });
+        Await(hasBegun.get_future());
+        worker.reset();
+        caller.join();
+    }
+}
+
+TEST(BackgroundWorkerTest, AFunctionMayDestroyItsOwnWorker)
+{
+    std::promise<void> queueIsGone;
+    std::string ran;
+    std::vector<std::string> warnings;
+    const auto handler = [&](const Exception::Warning& warning) { warnings.emplace_back(warning.what()); };
+    auto worker = std::make_shared<BackgroundWorker>("", handler);
+    Gate gate;
+    gate.Occupy(*worker);
+    const auto scheduled = worker->Schedule(
+        [&, worker]() mutable
+        {
+            worker.reset();
+            ran += "a";
+            Warn(); // goes to the handler even now
+        });
+    worker->Post([&, atTheEnd = std::shared_ptr<void>(nullptr, [&](void*) { queueIsGone.set_value(); })]
+                 { ran += "x"; });
+    const std::weak_ptr<BackgroundWorker> observer = worker;
+    worker.reset();
+    gate.Open();
+    Await(queueIsGone.get_future());
+    EXPECT_TRUE(observer.expired());
+    EXPECT_FALSE(scheduled->Wait()); // a warning is a failure
+    EXPECT_EQ(ran, "a");
+    EXPECT_THAT(warnings, ElementsAre("low"));
+}
+
+TEST(BackgroundWorkerDeathTest, AFunctionMayCallExitWhileItsWorkerIsStatic)
+{
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    const auto exitOnWorker = []
+    {
+        ::alarm(120);
+        static BackgroundWorker g_worker;
+        g_worker.Post([] { std::exit(5); });
+        std::this_thread::sleep_for(std::chrono::hours(1));
+    };
+    EXPECT_EXIT(exitOnWorker(), ::testing::ExitedWithCode(5), "^$");
+}
+
+TEST(BackgroundWorkerTest, AForkedChildHasAStoppedWorkerAndNobodyWaitsThere)
+{
+    Gate gate;
+    auto worker = std::make_unique<BackgroundWorker>();
+    auto series = std::make_unique<ScopedScheduledWork>(worker->Schedule([&] { gate.Pass(); }));
+    gate.AwaitEntry();
+    worker->Post([] {});
+    const pid_t child = ::fork();
+    if (child == 0)
+    {
+        ::alarm(120);
+        const bool isRefused = !worker->IsRunning() && Refusal([&] { worker->Post([] {}); }) == NotRunning &&
+                               Refusal([&] { worker->Call([] {}); }) == NotRunning;
+        worker->Wait();
+        series.reset();
+        worker.reset();
+#ifdef __SANITIZE_THREAD__ // does not support new threads there
+        ::_exit(isRefused ? 0 : 1);
+#else
+        BackgroundWorker own;
+        bool ran = false;
+        own.Call([&] { ran = true; });
+        ::_exit(isRefused && ran ? 0 : 1);
+#endif
+    }
+    gate.Open();
+    int status = -1;
+    ASSERT_EQ(::waitpid(child, &status, 0), child);
+    EXPECT_EQ(status, 0);
+    worker->Wait();
+    EXPECT_TRUE(worker->IsRunning());
+}
+
+TEST(BackgroundWorkerTest, WhatAFunctionHoldsGoesBeforeItsItemHasEnded)
+{
+    struct Probe : Work
+    {
+        using Work::Work;
+        WorkState State()
+        {
+            const std::lock_guard lock(m_mutex);
+            return m_state;
+        }
+    };
+    for (const bool fails : {false, true})
+    {
+        std::shared_ptr<Probe> item;
+        WorkState seen = WorkState::Scheduled;
+        const auto look = [&](void*) { seen = item->State(); };
+        item =
+            std::make_shared<Probe>([fails, held = std::shared_ptr<void>(nullptr, look)] { fails ? Fail() : void(); });
+        BackgroundWorker worker;
+        if (fails)
+        {
+            EXPECT_THROW(worker.Call([&] { (*item)(); }), std::runtime_error);
+        }
+        else
+        {
+            worker.Call([&] { (*item)(); });
+        }
+        EXPECT_EQ(seen, WorkState::Running);
+        EXPECT_EQ(item->State(), fails ? WorkState::Failed : WorkState::Succeeded);
+    }
 }
 
 TEST(BackgroundWorkerTest, EntersTheApartmentAskedForAndTakesTheName)

@@ -33,6 +33,34 @@ TEST(ForegroundWorkerTest, DrainsWhereItsOwnerWaitsCallsOrEnds)
     EXPECT_EQ(ran, "abdef");
 }
 
+TEST(ForegroundWorkerTest, AFunctionMayPostWhenItIsCopiedAndDestroyTheWorkerWhenItRuns)
+{
+    struct PostsItsCopies
+    {
+        explicit PostsItsCopies(ForegroundWorker& theWorker, int& theRuns) : worker(theWorker), runs(theRuns) {}
+        PostsItsCopies(const PostsItsCopies& other) : worker(other.worker), runs(other.runs)
+        {
+            worker.Post([&count = runs] { ++count; });
+        }
+        PostsItsCopies& operator=(const PostsItsCopies&) = delete;
+        void operator()() const { runs += 100; }
+
+        ForegroundWorker& worker;
+        int& runs;
+    };
+    int runs = 0;
+    int warnings = 0;
+    auto worker = std::make_unique<ForegroundWorker>([&](const Exception::Warning&) { ++warnings; });
+    worker->Post(PostsItsCopies(*worker, runs));
+    worker->Wait();
+    EXPECT_GT(runs, 100);
+    worker->Post([&] { worker.reset(), throw Exception::Warning("late"); });
+    worker->Post([&] { runs = -1; });
+    worker->Wait();
+    EXPECT_EQ(warnings, 1);
+    EXPECT_EQ(runs, -1) << "the rest of the batch";
+}
+
 TEST(ForegroundWorkerTest, AnExceptionEndsTheDrainAWarningWithAHandlerDoesNot)
 {
     const Support::LogCollector log;

@@ -2,12 +2,26 @@
 
 #include "Ardo/Kiln/Threading/BackgroundWorker.h"
 
+#include <chrono>
+#include <cstdio>
+#include <cstdlib>
 #include <future>
 
 namespace Ardo::Kiln::Threading
 {
 
-/// A function of a worker that runs until it is let go.
+/// Waits for something that a correct program does at once. A hang ends the test program with a message.
+template <typename Future>
+void Await(const Future& future)
+{
+    if (future.wait_for(std::chrono::minutes(2)) != std::future_status::ready)
+    {
+        std::fputs("a test has waited for two minutes\n", stderr);
+        std::_Exit(1);
+    }
+}
+
+/// A function of a worker that runs until the gate is opened.
 struct Gate
 {
     std::promise<void> entered;
@@ -17,14 +31,17 @@ struct Gate
     void Pass()
     {
         entered.set_value();
-        open.get_future().wait();
+        Await(open.get_future());
     }
+
+    /// Returns when the function has begun; once.
+    void AwaitEntry() { Await(entered.get_future()); }
 
     /// Keeps \p worker busy until the gate opens.
     void Occupy(BackgroundWorker& worker)
     {
         worker.Post([this] { Pass(); });
-        entered.get_future().wait();
+        AwaitEntry();
     }
 
     void Open() { open.set_value(); }

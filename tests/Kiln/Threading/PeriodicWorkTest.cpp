@@ -10,6 +10,7 @@
 #include <boost/asio/io_context.hpp>
 
 #include <atomic>
+#include <thread>
 
 namespace Ardo::Kiln::Threading
 {
@@ -109,7 +110,7 @@ TEST(PeriodicWorkTest, CancelEndsTheSeriesAfterTheRunInProgress)
     BackgroundWorker worker;
     Gate gate;
     ScopedScheduledWork series = InternalEvery(worker, 1ms, [&] { gate.Pass(); }); // a second run would throw
-    gate.entered.get_future().wait();
+    gate.AwaitEntry();
     EXPECT_FALSE(series.Cancel());
     gate.Open();
     series.Wait();
@@ -118,6 +119,57 @@ TEST(PeriodicWorkTest, CancelEndsTheSeriesAfterTheRunInProgress)
     EXPECT_TRUE(series.Cancel()); // between two runs: at once
     series.Wait();
     EXPECT_TRUE(worker.IsRunning());
+}
+
+TEST(PeriodicWorkTest, TheOwnersEndWaitsForARunWhoseSeriesWasReplacedLongAgo)
+{
+    // The last function holds what lets the first one finish: it is destroyed when the owner's destructor has begun.
+    const auto lateRun = [](Gate& gate, std::atomic<bool>& hasEnded)
+    {
+        return [&]
+        {
+            gate.Pass();
+            std::this_thread::sleep_for(20ms); // an owner that does not wait is gone by then
+            hasEnded = true;
+        };
+    };
+    const auto opener = [](Gate& gate) { return std::shared_ptr<void>(nullptr, [&](void*) { gate.Open(); }); };
+    BackgroundWorker worker;
+    for (const int replacements : {1, 2, 5})
+    {
+        Gate gate;
+        std::atomic<bool> hasEnded = false;
+        {
+            Polling::Poller poller(worker, 1ms);
+            poller.Enable(lateRun(gate, hasEnded));
+            gate.AwaitEntry();
+            for (int count = 1; count < replacements; ++count)
+            {
+                poller.Enable([] {});
+            }
+            poller.Enable([held = opener(gate)] {});
+        }
+        EXPECT_TRUE(hasEnded) << replacements;
+
+        Gate other;
+        hasEnded = false;
+        {
+            ScopedScheduledWork series = InternalEvery(worker, 1ms, lateRun(other, hasEnded));
+            other.AwaitEntry();
+            for (int count = 1; count < replacements; ++count)
+            {
+                series = worker.Every(1s, [] {});
+            }
+            ScopedScheduledWork last;
+            last = std::move(series);
+            last = worker.Every(1s, [held = opener(other)] {});
+        }
+        EXPECT_TRUE(hasEnded) << replacements;
+    }
+    Polling::Poller endless(worker, std::chrono::milliseconds::max()); // wraps around to a negative time: at once
+    Counter counter;
+    endless.Enable(std::ref(counter));
+    counter.WaitFor(2);
 }
 
 TEST(PeriodicWorkTest, HandledWarningsDoNotEndASeriesOtherExceptionsDo)

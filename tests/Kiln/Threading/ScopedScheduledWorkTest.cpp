@@ -1,11 +1,14 @@
 #include "Ardo/Kiln/Threading/ScopedScheduledWork.h"
 
 #include "Ardo/Kiln/Threading/Asynchronizer.h"
+#include "Ardo/Kiln/Threading/ForegroundWorker.h"
 #include "Ardo/Kiln/Threading/ScheduledWork.h"
 #include "Ardo/Kiln/Threading/WorkBase.h"
 #include "tests/Kiln/Threading/Gate.h"
 
 #include <gmock/gmock.h>
+
+#include <thread>
 
 namespace Ardo::Kiln::Threading
 {
@@ -118,7 +121,7 @@ TEST(AsynchronizerTest, OnlyTheLatestOfWhatWaitsRuns)
     {
         Asynchronizer latest({}, "Preview");
         latest.Post([&] { gate.Pass(), ran.push_back(1); });
-        gate.entered.get_future().wait();
+        gate.AwaitEntry();
         latest.Post([&] { ran.push_back(2); });
         latest.Post([&] { ran.push_back(3); });
         gate.Open();
@@ -139,13 +142,65 @@ TEST(AsynchronizerTest, OnlyTheLatestOfWhatWaitsRuns)
             ran.push_back(4);
         };
         latest.Post(postOn);
-        other.entered.get_future().wait();
+        other.AwaitEntry();
         other.Open();
     }
     EXPECT_EQ(ran[2], 4) << "what runs is waited for";
     ran.clear();
     worker.Wait();
     EXPECT_THAT(ran, IsEmpty()) << "what waits is cancelled";
+}
+
+TEST(AsynchronizerTest, WhatACancelledRequestHoldsMayPost)
+{
+    std::vector<int> ran;
+    ForegroundWorker worker;
+    {
+        Asynchronizer latest(worker);
+        const auto posting = [&](int number)
+        {
+            const auto post = [&latest, &ran, number](void*)
+            { latest.Post([&ran, number] { ran.push_back(number); }); };
+            return std::shared_ptr<void>(nullptr, post);
+        };
+        latest.Post([&, held = posting(2)] { ran.push_back(1); });
+        latest.Post([&] { ran.push_back(3); }); // cancels 1, which posts 2 in its place
+        worker.Wait();
+        EXPECT_THAT(ran, ElementsAre(2));
+        latest.Post([&, held = posting(5)] { ran.push_back(4); });
+        worker.Wait();
+        worker.Wait();
+        EXPECT_THAT(ran, ElementsAre(2, 4, 5)) << "what a request holds goes with its run";
+        latest.Post([&, held = posting(7)] { ran.push_back(6); });
+    }
+    worker.Wait();
+    EXPECT_THAT(ran, ElementsAre(2, 4, 5)) << "ignored by the destructor";
+}
+
+TEST(AsynchronizerTest, ItsEndWaitsForAPostInProgress)
+{
+    /// Keeps whoever posts until the gate opens.
+    struct SlowWorker : ForegroundWorker
+    {
+        void InternalPost(const std::function<void()>& function) override
+        {
+            ForegroundWorker::InternalPost(function);
+            gate.Pass();
+        }
+        Gate gate;
+    } worker;
+    bool ran = false;
+    auto latest = std::make_unique<Asynchronizer>(worker);
+    std::thread poster([&, raw = latest.get()] { raw->Post([&] { ran = true; }); });
+    worker.gate.AwaitEntry();
+    std::promise<void> end;
+    std::thread ender([&] { latest.reset(), end.set_value(); });
+    EXPECT_EQ(end.get_future().wait_for(std::chrono::milliseconds(100)), std::future_status::timeout);
+    worker.gate.Open();
+    poster.join();
+    ender.join();
+    worker.Wait();
+    EXPECT_FALSE(ran) << "posted, and cancelled by the end";
 }
 
 } // namespace Ardo::Kiln::Threading

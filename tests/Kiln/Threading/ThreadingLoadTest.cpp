@@ -1,6 +1,7 @@
 #include "Ardo/Kiln/Exception/Handler.h"
 #include "Ardo/Kiln/Threading/Asynchronizer.h"
 #include "Ardo/Kiln/Threading/BackgroundWorker.h"
+#include "Ardo/Kiln/Threading/ForegroundWorker.h"
 #include "Ardo/Kiln/Threading/Work.h"
 #include "tests/Kiln/Threading/Gate.h"
 
@@ -141,6 +142,30 @@ TEST(ThreadingLoadTest, AFaultStopsTheWorkerAndEndsItsItem)
     const auto faulting = worker.Schedule([&] { *nowhere = 1; });
     EXPECT_FALSE(faulting->Wait());
     EXPECT_FALSE(faulting->Cancel());
+    EXPECT_EQ(Refusal([&] { worker.Call([] {}); }), NotRunning);
+    Exception::Handler::ResetHandler();
+}
+
+TEST(ThreadingLoadTest, AFaultEndsEveryItemThatItInterrupts)
+{
+    Exception::Handler::SetHandler([](EXCEPTION_POINTERS*, const Exception::Handler::Notify&) {});
+    int* volatile nowhere = nullptr;
+    const auto fault = [&] { *nowhere = 1; };
+    ForegroundWorker inner;
+    BackgroundWorker worker;
+    const auto caught = inner.Schedule(fault);
+    const auto catching = worker.Schedule([&] { Exception::Handler::Execute([&] { inner.Wait(); }); });
+    EXPECT_TRUE(catching->Wait());
+    EXPECT_FALSE(caught->Wait());
+    EXPECT_TRUE(worker.IsRunning());
+
+    ForegroundWorker middle;
+    const auto innermost = inner.Schedule(fault);
+    const auto between = middle.Schedule([&] { inner.Wait(); });
+    const auto outermost = worker.Schedule([&] { middle.Wait(); });
+    EXPECT_FALSE(outermost->Wait());
+    EXPECT_FALSE(between->Wait());
+    EXPECT_FALSE(innermost->Wait());
     EXPECT_EQ(Refusal([&] { worker.Call([] {}); }), NotRunning);
     Exception::Handler::ResetHandler();
 }

@@ -1,5 +1,6 @@
-#include "Ardo/Kiln/Threading/IoContext_p.h"
+#include "Ardo/Kiln/Threading/JobQueue_p.h"
 
+#include "Ardo/Kiln/Platform/ProcessFork.h"
 #include "Ardo/Kiln/Threading/HandleWarnings_p.h"
 #include "Ardo/Kiln/Threading/Spin_p.h"
 
@@ -13,27 +14,34 @@ namespace Ardo::Kiln::Threading
 namespace
 {
 
-/// Functions that a worker keeps room for; a burst of more gives its memory back.
+/// Functions for which an empty queue keeps memory; a longer burst gives its memory back.
 constexpr std::size_t KeptCapacity = 4096;
 
-/// How long a thread that is awake leaves functions for which nobody waits to those who bring them: taking them one by
-/// one costs both sides several times what the functions themselves do.
+/// How long an awake queue waits for more functions before it drains: draining one by one costs both threads several
+/// times a short function's run time.
 constexpr std::chrono::microseconds GatherTime(3);
 
 } // namespace
 
-BackgroundWorker::IoContext::IoContext(bool hasThread,
-                                       const std::function<void(const Exception::Warning&)>& warningHandler)
-    : m_hasThread(hasThread), m_warningHandler(warningHandler), m_guard(m_context.get_executor())
+JobQueue::JobQueue() : m_forkCount(Platform::ForkCount()), m_guard(m_context.get_executor()) {}
+
+JobQueue::~JobQueue() = default;
+
+bool JobQueue::IsStopped() const noexcept
 {
+    return m_isStopped.load(std::memory_order_acquire) || IsOfParent();
 }
 
-void BackgroundWorker::IoContext::Post(const std::function<void()>& function, HandOver handOver)
+bool JobQueue::IsOfParent() const noexcept
 {
-    Job job{function, handOver == HandOver::PostHandlingWarnings}; // its copy may run code that comes here, too
+    return m_forkCount != Platform::ForkCount();
+}
+
+void JobQueue::Post(Job job, Caller caller)
+{
     const std::lock_guard lock(m_queueMutex);
     m_queue.push_back(std::move(job));
-    if (handOver == HandOver::Call)
+    if (caller == Caller::Waits)
     {
         m_isWaitedFor = true;
     }
@@ -53,12 +61,12 @@ void BackgroundWorker::IoContext::Post(const std::function<void()>& function, Ha
     }
 }
 
-void BackgroundWorker::IoContext::PostDrain()
+void JobQueue::PostDrain()
 {
     boost::asio::post(m_context, [this] { Drain(); });
 }
 
-void BackgroundWorker::IoContext::Drain()
+void JobQueue::Drain()
 {
     if (m_next == m_batch.size())
     {
@@ -79,11 +87,11 @@ void BackgroundWorker::IoContext::Drain()
     m_hasDrained = true;
     while (m_next < m_batch.size() && !IsStopped())
     {
-        // What a function holds goes right after its run.
+        // Moved out, so that what the function holds is destroyed right after its run.
         const Job job = std::move(m_batch[m_next++]);
-        if (job.handlesWarnings)
+        if (job.warningHandler != nullptr)
         {
-            CallHandlingWarnings(job.function, m_warningHandler);
+            CallHandlingWarnings(job.function, *job.warningHandler);
         }
         else
         {
@@ -92,14 +100,14 @@ void BackgroundWorker::IoContext::Drain()
     }
 }
 
-void BackgroundWorker::IoContext::Run()
+void JobQueue::Run()
 {
     if (m_next < m_batch.size())
     {
         PostDrain(); // an exception has interrupted the one that took the batch
     }
-    // What run() does, but for a moment of looking around before the thread goes to sleep: waking it up takes longer
-    // than most functions run. A timer that is due meanwhile waits no longer than that.
+    // Like io_context::run(), but spins briefly before it blocks: waking a thread takes longer than most functions run.
+    // A timer that is due meanwhile waits no longer than that.
     while (!IsStopped())
     {
         if (std::exchange(m_hasDrained, false) && SpinUntil([this] { return m_isDrainPosted || IsStopped(); }))
@@ -114,7 +122,7 @@ void BackgroundWorker::IoContext::Run()
     }
 }
 
-void BackgroundWorker::IoContext::Stop()
+void JobQueue::Stop()
 {
     m_isStopped.store(true, std::memory_order_release);
     if (m_holdsGuard.exchange(false))
