@@ -18,7 +18,7 @@ namespace Ardo::Kiln::Logger
 ///
 /// \param name the component's name in UTF-8; empty for the application itself.
 /// \throws std::runtime_error when the name of the executable cannot be read.
-/// Any thread may call it, and any thread may use the logger.
+/// Any thread may call it, and any thread may use the logger; a signal handler may not, because it can deadlock.
 KILN_EXPORT boost::log::sources::severity_logger_mt<SeverityLevel> CreateLogger(std::string_view name);
 
 } // namespace Ardo::Kiln::Logger

@@ -1,6 +1,7 @@
 #include "Ardo/Kiln/Logger/LogFile_p.h"
 
 #include "Ardo/Kiln/FileSystem/WidePath.h"
+#include "Ardo/Kiln/Logger/LogText_p.h"
 #include "Ardo/Kiln/Platform/SharedAppendFile.h"
 
 #include <algorithm>
@@ -17,16 +18,16 @@ using namespace std::chrono_literals;
 namespace
 {
 
-// Large enough that a burst of records costs few system calls, small enough to be lost without grief.
+// Large enough that a burst of records costs few system calls, small enough that losing it is acceptable.
 constexpr std::size_t KeptAtMost = 65536;
 
-// How long a thread waits for another process: long against any rotation, short for a person who waits for the thread.
+// How long a thread waits for another process: longer than any rotation, short for a person who waits for the thread.
 constexpr auto LockPatience = 2s;
 
-// A cause that comes back sooner than this is still the same: a full disk takes a short record now and then.
+// A cause that returns sooner than this is not reported again: a full disk takes a short record now and then.
 constexpr auto HealthyFor = 60s;
 
-// How often a file that is written without the lock is looked at: a look costs as much as a record.
+// How often a file that is written without the lock is inspected: that costs as much as writing a record.
 constexpr auto InspectedAgain = 1ms;
 
 } // namespace
@@ -93,11 +94,15 @@ void LogFile::AppendAtOnce(std::string_view record, std::chrono::system_clock::t
                 m_inspected = now;
             }
             std::size_t written = 0;
-            if (record.size() <= m_room && !m_file->Append(record, written))
+            if (record.size() <= m_room)
             {
-                m_room -= record.size();
-                m_unsynced = true;
-                return;
+                if (!m_file->Append(record, written))
+                {
+                    m_room -= record.size();
+                    m_unsynced = true;
+                    return;
+                }
+                TakeBack(written);
             }
         }
         m_inspected = {};
@@ -161,6 +166,19 @@ void LogFile::AfterFork(bool inChild) noexcept
         m_ends.clear();
     }
     m_mutex.unlock();
+}
+
+bool LogFile::ConflictsWith(const fs::path& path, unsigned fileCount) const
+{
+    for (unsigned number = 1; number < std::max(m_fileCount, fileCount); ++number)
+    {
+        if ((number < m_fileCount && path == RotatedName(m_path, number)) ||
+            (number < fileCount && m_path == RotatedName(path, number)))
+        {
+            return true;
+        }
+    }
+    return false;
 }
 
 void LogFile::Keep(std::string_view record)
@@ -289,7 +307,7 @@ LogFile::Failure LogFile::Open()
 /// Appends as many records as fit. \p full tells that the next one needs a new file.
 LogFile::Failure LogFile::WriteUntilFull(std::size_t& done, bool mayRotate, bool& full)
 {
-    std::uint64_t size = m_file->Inspect().size;
+    const std::uint64_t size = m_file->Inspect().size;
     const bool unfinishedLine = m_file->EndsInsideLine(size); // of a process that died
     const std::size_t begin = done == 0 ? 0 : m_ends[done - 1];
 
@@ -317,7 +335,6 @@ LogFile::Failure LogFile::WriteUntilFull(std::size_t& done, bool mayRotate, bool
     if (unfinishedLine)
     {
         error = m_file->Append("\n", written);
-        size += written;
     }
     if (!error)
     {
@@ -334,7 +351,7 @@ LogFile::Failure LogFile::WriteUntilFull(std::size_t& done, bool mayRotate, bool
     const std::size_t whole = done == 0 ? 0 : m_ends[done - 1] - begin;
     if (m_locked && written > whole)
     {
-        m_file->Truncate(size + whole);
+        m_file->TakeBack(written - whole);
     }
     full = false;
     return {"cannot be written", error};
@@ -351,13 +368,23 @@ std::error_code LogFile::Rotate()
     }
     for (unsigned number = m_fileCount - 1; number > 0; --number)
     {
-        fs::rename(NameOf(number - 1), NameOf(number), error);
+        fs::rename(RotatedName(m_path, number - 1), RotatedName(m_path, number), error);
         if (error && error != std::errc::no_such_file_or_directory)
         {
             return error;
         }
     }
     return {};
+}
+
+/// Removes the last \p count bytes that a failed Append has written without the lock.
+void LogFile::TakeBack(std::size_t count)
+{
+    if (count > 0 && m_file->Lock(m_lockHangs ? 0ms : LockPatience))
+    {
+        m_file->TakeBack(count);
+        m_file->Unlock();
+    }
 }
 
 void LogFile::Close()
@@ -370,17 +397,16 @@ void LogFile::Close()
     m_file.reset();
 }
 
-fs::path LogFile::NameOf(unsigned number) const
+fs::path LogFile::RotatedName(const fs::path& path, unsigned number)
 {
-    fs::path path = m_path;
-    if (number > 0)
+    if (number == 0)
     {
-        fs::path name = m_path.stem();
-        name += "." + std::to_string(number);
-        name += m_path.extension();
-        path.replace_filename(name);
+        return path;
     }
-    return path;
+    fs::path name = path.stem();
+    name += "." + std::to_string(number);
+    name += path.extension();
+    return path.parent_path() / name;
 }
 
 void LogFile::Report(const Failure& failure)
@@ -402,7 +428,9 @@ void LogFile::Report(const Failure& failure)
         return;
     }
     m_lastFailure = failure;
-    std::string line = "Log file " + FileSystem::ToDisplayText(m_path) + " " + failure.what;
+    std::string line = "Log file ";
+    AppendText(line, FileSystem::ToDisplayText(m_path));
+    line.append(" ").append(failure.what);
     if (failure.reason)
     {
         line += ": " + failure.reason.message();

@@ -1,11 +1,12 @@
 #include "Ardo/Kiln/Logger/LogFileRegistry_p.h"
 
+#include "Ardo/Kiln/FileSystem/WidePath.h"
 #include "Ardo/Kiln/Platform/ProcessFork.h"
 
-#include <spdlog/common.h> // the next header needs it
-#include <spdlog/details/periodic_worker.h>
-
+#include <condition_variable>
 #include <mutex>
+#include <stdexcept>
+#include <thread>
 #include <utility>
 #include <vector>
 
@@ -15,13 +16,55 @@ namespace Ardo::Kiln::Logger::LogFileRegistry
 namespace
 {
 
-// Our own and not spdlog's, which belongs to the application where that uses spdlog itself.
+void SyncAll();
+
+/// Calls SyncAll periodically on a thread of its own, until it is destroyed.
+class Flusher
+{
+public:
+    Flusher() : m_thread([this] { Run(); }) {}
+    ~Flusher()
+    {
+        {
+            const std::lock_guard lock(m_mutex);
+            m_isStopped = true;
+        }
+        m_stopped.notify_one();
+        m_thread.join();
+    }
+    Flusher(const Flusher&) = delete;
+    Flusher& operator=(const Flusher&) = delete;
+
+private:
+    void Run()
+    {
+        std::unique_lock lock(m_mutex);
+        while (!m_stopped.wait_for(lock, FlushInterval, [this] { return m_isStopped; }))
+        {
+            try
+            {
+                SyncAll();
+            }
+            catch (const std::exception&)
+            {
+                // No memory: the records stay for the next time.
+            }
+        }
+    }
+
+    std::mutex m_mutex;
+    std::condition_variable m_stopped;
+    bool m_isStopped = false; ///< Guarded by m_mutex.
+    std::thread m_thread;     ///< The last: it uses the others.
+};
+
+// Not spdlog's registry: that belongs to the application if it uses spdlog itself.
 struct Registry
 {
     std::mutex mutex;
-    std::vector<std::shared_ptr<LogFile>> files;               ///< Guarded by mutex.
-    std::unique_ptr<spdlog::details::periodic_worker> flusher; ///< Guarded by mutex.
-    spdlog::details::periodic_worker* ofParent = nullptr;      ///< Never destroyed: a child does not have its thread.
+    std::vector<std::shared_ptr<LogFile>> files; ///< Guarded by mutex.
+    std::unique_ptr<Flusher> flusher;            ///< Guarded by mutex.
+    Flusher* ofParent = nullptr;                 ///< Never destroyed: a forked child does not have this thread.
 };
 
 /// Never destroyed: static objects may log at their end.
@@ -31,7 +74,7 @@ Registry& TheRegistry()
     return g_registry;
 }
 
-/// Writes what is logged until the process exits, with or without a Logging object that goes before.
+/// Writes what is logged until the process exits, also without a Logging object or after its destruction.
 struct ShutdownAtExit
 {
     ~ShutdownAtExit() { Shutdown(); }
@@ -78,6 +121,21 @@ void SyncAll()
 
 } // namespace
 
+void CheckNames(const std::filesystem::path& path, unsigned fileCount)
+{
+    Registry& registry = TheRegistry();
+    const std::lock_guard lock(registry.mutex);
+    for (const auto& file : registry.files)
+    {
+        if (file->ConflictsWith(path, fileCount))
+        {
+            throw std::runtime_error("Log file " + FileSystem::ToDisplayText(path) + " cannot be used: it and " +
+                                     FileSystem::ToDisplayText(file->Path()) +
+                                     " would overwrite each other when they are rotated.");
+        }
+    }
+}
+
 void Add(std::shared_ptr<LogFile> file)
 {
     static const bool g_forkIsHandled = []
@@ -99,7 +157,7 @@ void StartPeriodicFlush()
     const std::lock_guard lock(registry.mutex);
     if (registry.flusher == nullptr)
     {
-        registry.flusher = std::make_unique<spdlog::details::periodic_worker>(SyncAll, std::chrono::seconds(1));
+        registry.flusher = std::make_unique<Flusher>();
     }
 }
 

@@ -2,6 +2,8 @@
 
 #include "Ardo/Kiln/Logger/LogFile_p.h"
 
+#include <chrono>
+#include <filesystem>
 #include <memory>
 
 /// The log files that the process writes, so that none of them keeps its records for longer than a second.
@@ -9,10 +11,18 @@
 namespace Ardo::Kiln::Logger::LogFileRegistry
 {
 
+/// How often StartPeriodicFlush flushes.
+inline constexpr std::chrono::seconds FlushInterval(1);
+
+/// Checks a new file, at \p path and with \p fileCount rotated files, against those of the registry.
+/// \throws std::runtime_error "Log file " + path + " cannot be used: ..." when rotating one of the two would overwrite
+///         the other.
+KILN_EXPORT_FOR_TESTS void CheckNames(const std::filesystem::path& path, unsigned fileCount);
+
 /// Adds a file, which the registry keeps until Shutdown.
 KILN_EXPORT_FOR_TESTS void Add(std::shared_ptr<LogFile> file);
 
-/// Starts the thread that flushes every file each second, if it does not run. It also has the disk take what was
+/// Starts the thread that flushes every file each second, if it does not run. It also waits until the disk has what was
 /// written, so that a power failure costs little more than that second.
 KILN_EXPORT_FOR_TESTS void StartPeriodicFlush();
 

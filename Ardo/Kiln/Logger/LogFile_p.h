@@ -27,7 +27,8 @@ namespace Ardo::Kiln::Logger
 /// the next writer begins a new line.
 ///
 /// Failures never reach the caller. While the file cannot be written its records are kept up to some 64 KiB, later ones
-/// are lost, and standard error gets one line for each cause. A deleted file or folder is made again.
+/// are lost, and standard error gets one line for each cause. The part of a record that a full disk took is removed,
+/// unless another process has appended to it or does not release the lock. A deleted file or folder is made again.
 ///
 /// Any thread may call any method.
 class KILN_EXPORT_FOR_TESTS LogFile
@@ -51,9 +52,9 @@ public:
 
     /// Writes one record, and those kept before it, to the file at once.
     ///
-    /// A record that needs no rotation is appended without the lock between processes, in a single call of the system,
-    /// which keeps it together all the same. That the file was deleted, or filled by others, is noticed within a
-    /// millisecond. \param now the present time.
+    /// A record that needs no rotation is appended without the lock between processes, in a single system call, which
+    /// keeps it in one piece. That the file was deleted, or filled by others, is noticed within a millisecond.
+    /// \param now the present time.
     void AppendAtOnce(std::string_view record, std::chrono::system_clock::time_point now) noexcept;
 
     /// Hands what is kept to the system, so that it survives the end of this process.
@@ -69,6 +70,12 @@ public:
     /// between processes belongs to the open file, and would not keep the two apart.
     void AfterFork(bool inChild) noexcept;
 
+    const std::filesystem::path& Path() const { return m_path; }
+
+    /// Whether rotating this file, or rotating another one at \p path that keeps \p fileCount files, would overwrite
+    /// the other one. Two objects with the same path rotate the same files and do not conflict.
+    bool ConflictsWith(const std::filesystem::path& path, unsigned fileCount) const;
+
 private:
     struct Failure
     {
@@ -83,8 +90,9 @@ private:
     Failure Open();
     Failure WriteUntilFull(std::size_t& done, bool mayRotate, bool& full);
     std::error_code Rotate();
+    void TakeBack(std::size_t count);
     void Close();
-    std::filesystem::path NameOf(unsigned number) const;
+    static std::filesystem::path RotatedName(const std::filesystem::path& path, unsigned number);
     void Report(const Failure& failure);
 
     const std::filesystem::path m_path;

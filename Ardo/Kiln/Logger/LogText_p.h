@@ -11,17 +11,19 @@
 namespace Ardo::Kiln::Logger
 {
 
-// The texts of log lines. A log takes whatever it is given: what is no valid text is written with the replacement
-// character U+FFFD in the place of each wrong unit. Any thread may call the functions.
+// The texts of log lines. Any thread may call the functions.
 
-/// Appends \p utf8 to \p wide. Does not throw but for memory.
-KILN_EXPORT_FOR_TESTS void AppendWide(std::wstring& wide, std::string_view utf8);
+/// Appends \p text, which should be UTF-8, to a log line, which is UTF-8 and stays one line.
+///
+/// Line feed, carriage return and tab are written as \\n, \\r and \\t, other control characters as \\x1B (two digits
+/// below U+0080) or \\u0085 (four digits; also the line ends U+2028 and U+2029). A backslash of the text stays as it
+/// is, so that paths stay readable. Each unit that is no valid text becomes the replacement character U+FFFD.
+///
+/// \throws std::bad_alloc only.
+KILN_EXPORT_FOR_TESTS void AppendText(std::string& line, std::string_view text);
 
-/// Appends \p wide to \p utf8. Does not throw but for memory.
-KILN_EXPORT_FOR_TESTS void AppendUtf8(std::string& utf8, std::wstring_view wide);
-
-/// Appends \p text, which should be UTF-8, to \p utf8, which is.
-KILN_EXPORT_FOR_TESTS void AppendUtf8(std::string& utf8, std::string_view text);
+/// The same for wide text.
+KILN_EXPORT_FOR_TESTS void AppendText(std::string& line, std::wstring_view text);
 
 /// Appends Time::ToLocalTimeISOString(time), at a small part of its cost while the second stays the same. The machine's
 /// time zone is looked up once a second and thread.

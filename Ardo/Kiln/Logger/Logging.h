@@ -23,8 +23,9 @@ namespace Ardo::Kiln::Logger
 /// The extension is ".txtlog" where the instrument server's software is of version 7.7.0 or later, else ".log".
 ///
 /// Any thread may log at any time; Initialize, AddSinks and the destructor are for one thread. A record is written on
-/// the thread that logs it. What goes wrong with a file later costs records and is told once on standard error; it
-/// never reaches whoever logs.
+/// the thread that logs it. What goes wrong with a file later costs records and is reported once on standard error; it
+/// never reaches the code that logs. A signal handler must not log: it waits for ever for a lock that the thread that
+/// it has interrupted may hold.
 class KILN_EXPORT Logging
 {
 public:
@@ -33,9 +34,9 @@ public:
     /// \param baseName the base name of the debug file.
     Logging(std::filesystem::path folderRoot, std::wstring baseName);
 
-    /// Where this object initialised the environment or added sinks: removes every sink from Boost.Log's core, those of
-    /// others too, writes what was logged, and lets another object be initialised. What a thread logs at the very
-    /// moment of the removal may still be printed by the core itself; before and after it is dropped.
+    /// If this object initialised the environment or added sinks: removes every sink from Boost.Log's core, those of
+    /// others too, writes what was logged, and lets another object be initialised. A record that another thread logs
+    /// during the removal may be printed on standard output by the core itself; later ones are dropped.
     ~Logging();
     Logging(const Logging&) = delete;
     Logging& operator=(const Logging&) = delete;
@@ -44,11 +45,15 @@ public:
     /// \throws std::runtime_error "The logging environment is already initialized"; the first one stays as it is.
     /// \throws std::filesystem::filesystem_error "create_directories" with the folder and the system's reason.
     /// \throws std::runtime_error of CheckLogFileAttribute when the debug file cannot be made visible and writable.
+    /// \throws std::runtime_error when the debug file and a definition's file would overwrite each other, see AddSinks.
     void Initialize();
 
     /// Adds one log file for each definition, in this order; may be called again for more.
     /// \throws std::runtime_error of CheckLogFileAttribute when a file cannot be made visible and writable; the files
     ///         before it have been added.
+    /// \throws std::runtime_error "Log file " + path + " cannot be used: ..." when rotating it or another file of this
+    ///         process would overwrite the other, as with definitions "Guide" and "Guide.1"; the files before it have
+    ///         been added. Several definitions of one name share their file.
     void AddSinks(const std::vector<LogDefinition>& definitions);
 
     /// Hands everything that was logged to the system. Any thread may call it.

@@ -59,33 +59,37 @@ std::string_view MessageOf(const boost::log::attribute_value_set& values)
     return message != nullptr ? std::string_view(*message) : std::string_view();
 }
 
-/// The bits of a set of levels. A number outside the enumeration is no level, and so in no set.
+/// All numbers outside the enumeration share one bit.
+constexpr unsigned UnnamedLevels = 1U << 31U;
+
+/// The bit of a level in a set of levels.
 unsigned BitOf(SeverityLevel severity)
 {
-    return severity >= trace && severity <= fatal ? 1U << static_cast<unsigned>(severity) : 0U;
+    return severity >= trace && severity <= fatal ? 1U << static_cast<unsigned>(severity) : UnnamedLevels;
 }
 
 /// A log file and what goes to it: the records of some levels, of some originators where any are named.
 class Output
 {
 public:
-    Output(const std::set<SeverityLevel>& severities, std::vector<std::string> originators)
-        : m_originators(std::move(originators))
+    Output(std::set<SeverityLevel> severities, std::vector<std::string> originators)
+        : m_severities(std::move(severities)), m_originators(std::move(originators))
     {
-        for (const SeverityLevel severity : severities)
+        for (const SeverityLevel severity : m_severities)
         {
-            m_severities |= BitOf(severity);
+            m_severityBits |= BitOf(severity);
         }
     }
     virtual ~Output() = default;
     Output(const Output&) = delete;
     Output& operator=(const Output&) = delete;
 
-    unsigned Severities() const { return m_severities; }
+    unsigned SeverityBits() const { return m_severityBits; }
 
     bool Takes(SeverityLevel severity, const boost::log::attribute_value_set& values) const
     {
-        return (m_severities & BitOf(severity)) != 0 &&
+        const unsigned bit = BitOf(severity);
+        return (m_severityBits & bit) != 0 && (bit != UnnamedLevels || m_severities.contains(severity)) &&
                (m_originators.empty() ||
                 std::find(m_originators.begin(), m_originators.end(), OriginatorOf(values)) != m_originators.end());
     }
@@ -94,12 +98,13 @@ public:
     virtual void Flush() = 0;
 
 private:
-    unsigned m_severities = 0;
+    const std::set<SeverityLevel> m_severities;
+    unsigned m_severityBits = 0; ///< The same, except for the numbers outside the enumeration.
     const std::vector<std::string> m_originators;
 };
 
-/// Writes the debug file. The text file backend of Boost.Log would do if it noticed that its file is gone, and if a
-/// rotation neither cut off nor went on with the same file, which is all that it does with a name without a counter.
+/// Writes the debug file. Not with Boost.Log's text file backend: it does not notice that its file was deleted, and
+/// with a name without a counter its rotation truncates the file.
 class DebugOutput : public Output
 {
 public:
@@ -118,9 +123,9 @@ public:
         line += ' ';
         line += SeverityTag(severity);
         line += ' ';
-        AppendUtf8(line, originator);
+        AppendText(line, originator);
         line += ' ';
-        AppendUtf8(line, message);
+        AppendText(line, message);
         line += '\n';
         m_file->AppendAtOnce(line, now);
     }
@@ -143,13 +148,7 @@ public:
 
     void Write(SeverityLevel severity, std::string_view originator, std::string_view message) override
     {
-        std::wstring text; // both in one, for a single allocation
-        text.reserve(originator.size() + message.size());
-        AppendWide(text, originator);
-        const std::size_t middle = text.size();
-        AppendWide(text, message);
-        const std::wstring_view both(text);
-        m_writer.Write(LevelCode(severity), both.substr(0, middle), both.substr(middle));
+        m_writer.WriteUtf8(LevelCode(severity), originator, message, std::chrono::system_clock::now());
     }
 
     void Flush() override { m_writer.Flush(); }
@@ -162,8 +161,8 @@ private:
 // filter that could change, which ours do not. The names of the methods are those that the core calls.
 // NOLINTBEGIN(readability-identifier-naming)
 
-/// All our log files as one sink: the core asks each sink about each record, and to find the record's level is most of
-/// the answer. Without a file it discards. Does not throw what goes wrong in a file.
+/// All our log files as one sink: the core asks each sink about each record, and finding the record's level is most of
+/// the cost. Without a file it discards. Failures of a file do not leave it as exceptions.
 class LogFilesSink : public boost::log::sinks::sink
 {
 public:
@@ -177,7 +176,7 @@ public:
     {
         const std::lock_guard lock(m_mutex);
         auto table = std::make_unique<Table>(*m_tables.back());
-        table->severities |= output->Severities();
+        table->severityBits |= output->SeverityBits();
         table->outputs.push_back(std::move(output));
         m_tables.push_back(std::move(table));
         m_current.store(m_tables.back().get());
@@ -187,7 +186,7 @@ public:
     {
         const Table& table = *m_current.load();
         const auto severity = SeverityOf(values);
-        return severity && (table.severities & BitOf(*severity)) != 0 &&
+        return severity && (table.severityBits & BitOf(*severity)) != 0 &&
                std::any_of(table.outputs.begin(), table.outputs.end(),
                            [&](const auto& output) { return output->Takes(*severity, values); });
     }
@@ -223,7 +222,7 @@ public:
 private:
     struct Table
     {
-        unsigned severities = 0; ///< That any of the outputs takes.
+        unsigned severityBits = 0; ///< Of the levels that any of the outputs takes.
         std::vector<std::shared_ptr<Output>> outputs;
     };
 
@@ -235,7 +234,7 @@ private:
 
 // NOLINTEND(readability-identifier-naming)
 
-/// Never destroyed, as the core that it keeps alive: static objects may log when others are gone already.
+/// Never destroyed, like the core that it keeps alive: static objects may log after others are destroyed.
 struct Environment
 {
     boost::log::core_ptr core = boost::log::core::get();
@@ -272,11 +271,13 @@ void KeepSinkInCore()
 
 void AddDebugFile(const std::filesystem::path& path)
 {
+    LogFileRegistry::CheckNames(path, FileCount);
     SinkInCore()->Add(std::make_shared<DebugOutput>(path));
 }
 
 void AddDefinitionFile(const std::filesystem::path& path, const LogDefinition& definition)
 {
+    LogFileRegistry::CheckNames(path, FileCount);
     SinkInCore()->Add(std::make_shared<DefinitionOutput>(path, definition));
 }
 

@@ -15,9 +15,11 @@ namespace Ardo::Kiln::Logger
 void KeepSinkInCore();
 
 /// Adds the debug file: debug records, one line each, in the file when the call that logs returns.
+/// \throws std::runtime_error of LogFileRegistry::CheckNames.
 void AddDebugFile(const std::filesystem::path& path);
 
 /// Adds the file of a definition at \p path.
+/// \throws std::runtime_error of LogFileRegistry::CheckNames.
 void AddDefinitionFile(const std::filesystem::path& path, const LogDefinition& definition);
 
 /// Removes every sink, whoever added it; what is logged from now on is dropped.

@@ -2,6 +2,7 @@
 
 #include "Ardo/KilnExport.h"
 
+#include <chrono>
 #include <cstdint>
 #include <filesystem>
 #include <memory>
@@ -14,8 +15,9 @@ namespace Ardo::Kiln::Logger
 /// Writes one text log file, shared with other processes and rotated by size (see LogFile).
 ///
 /// A line is made of date, time with fraction and zone, level, thread, process and "originator: message", separated by
-/// tabs. Lines of code 2 and above reach the file at once, those of code 1 with the next Flush, with a full buffer, or
-/// within a second where the registry of log files flushes, to which each writer adds its file.
+/// tabs; see AppendText for what becomes of control characters. Lines of code 2 and above reach the file at once, those
+/// of code 1 with the next Flush, with a full buffer, or within a second while the registry of log files, to which each
+/// writer adds its file, flushes periodically.
 ///
 /// Any thread may call any method; none of them throws what goes wrong with the file.
 class KILN_EXPORT_FOR_TESTS TextLogWriter
@@ -33,6 +35,10 @@ public:
     /// Writes one line. \p levelCode is 1 (information), 2 (warning), 4 (error) or 8 (critical); any other is a
     /// warning.
     void Write(int levelCode, std::wstring_view originator, std::wstring_view message) noexcept;
+
+    /// The same for UTF-8, with the time of the record.
+    void WriteUtf8(int levelCode, std::string_view originator, std::string_view message,
+                   std::chrono::system_clock::time_point time) noexcept;
 
     /// Hands all lines to the system.
     void Flush() noexcept;

@@ -2,6 +2,7 @@
 
 #include "Ardo/KilnExport.h"
 
+#include <chrono>
 #include <cstdint>
 #include <ctime>
 #include <optional>
@@ -19,5 +20,17 @@ KILN_EXPORT_FOR_TESTS std::optional<std::tm> UtcCalendarTime(std::int64_t second
 ///
 /// On Linux `tm_gmtoff` and `tm_zone` tell the zone of the result; on Windows only `tm_isdst` does.
 KILN_EXPORT_FOR_TESTS std::optional<std::tm> LocalCalendarTime(std::int64_t secondsSinceEpoch) noexcept;
+
+/// The seconds since 1970-01-01T00:00:00Z of \p fields, taken as UTC. The difference to the time that they were made
+/// from by LocalCalendarTime is how far local time was ahead of UTC then. Any thread and any signal handler may call
+/// it.
+inline std::int64_t SecondsOf(const std::tm& fields) noexcept
+{
+    using namespace std::chrono;
+    const sys_days day = year(fields.tm_year + 1900) / (fields.tm_mon + 1) / fields.tm_mday;
+    return (sys_seconds(day) + hours(fields.tm_hour) + minutes(fields.tm_min) + seconds(fields.tm_sec))
+        .time_since_epoch()
+        .count();
+}
 
 } // namespace Ardo::Kiln::Platform

@@ -24,10 +24,7 @@ void RefreshLocalOffset() noexcept
     const auto now = duration_cast<seconds>(system_clock::now().time_since_epoch()).count();
     if (const auto local = LocalCalendarTime(now))
     {
-        const sys_days day = year(local->tm_year + 1900) / (local->tm_mon + 1) / local->tm_mday;
-        const auto time =
-            day.time_since_epoch() + hours(local->tm_hour) + minutes(local->tm_min) + seconds(local->tm_sec);
-        g_offset = static_cast<std::int32_t>(duration_cast<seconds>(time).count() - now);
+        g_offset = static_cast<std::int32_t>(SecondsOf(*local) - now);
     }
 }
 

@@ -15,8 +15,8 @@ namespace Ardo::Kiln::Platform
 
 /// A file that several processes append to, rename and delete while it is open.
 ///
-/// Each Append goes to the end that the file has at that moment. What has to stay together under the eyes of the other
-/// processes is done under Lock. One thread at a time; only FlushToDisk may run beside another method.
+/// Each Append goes to the end that the file has at that moment. Use Lock for writes that must not be interleaved with
+/// other processes'. One thread at a time; only FlushToDisk may run beside another method.
 class KILN_EXPORT_FOR_TESTS SharedAppendFile
 {
 public:
@@ -41,7 +41,7 @@ public:
     /// failure.
     std::error_code Append(std::string_view text, std::size_t& written) noexcept;
 
-    /// A size of 0 and no name when the system does not tell.
+    /// A size of 0 and no name when the system reports an error.
     State Inspect() const noexcept;
 
     /// True if \p path still leads to this very file: nobody has renamed, replaced or deleted it.
@@ -50,10 +50,11 @@ public:
     /// True if the file's last byte is no line feed. \p size is its size.
     bool EndsInsideLine(std::uint64_t size) const noexcept;
 
-    /// Cuts the file to \p size bytes. A failure leaves it as it is. To be called under Lock.
-    void Truncate(std::uint64_t size) noexcept;
+    /// Removes the last \p count bytes that this object appended, unless they are no longer the end of the file. A
+    /// failure leaves them. To be called under Lock, directly after an Append that wrote at least \p count bytes.
+    void TakeBack(std::size_t count) noexcept;
 
-    /// Waits until everything written is on the disk; a failure is not told.
+    /// Waits until everything written is on the disk; a failure is not reported.
     void FlushToDisk() noexcept;
 
     /// Waits at most \p patience for the lock that keeps other processes, and other objects of this process, from the

@@ -10,6 +10,7 @@
 #include <sys/file.h>
 #include <sys/stat.h>
 #include <thread>
+#include <unistd.h>
 
 namespace Ardo::Kiln::Platform
 {
@@ -77,10 +78,14 @@ bool SharedAppendFile::EndsInsideLine(std::uint64_t size) const noexcept
     return size > 0 && ::pread(m_system->file.Get(), &last, 1, static_cast<off_t>(size - 1)) == 1 && last != '\n';
 }
 
-void SharedAppendFile::Truncate(std::uint64_t size) noexcept
+void SharedAppendFile::TakeBack(std::size_t count) noexcept
 {
-    // Whoever appends next sees an unfinished line at the end and begins a new one.
-    static_cast<void>(::ftruncate(m_system->file.Get(), static_cast<off_t>(size)) == 0);
+    const off_t end = ::lseek(m_system->file.Get(), 0, SEEK_CUR); // of the last write, whoever has appended since
+    if (end >= static_cast<off_t>(count) && Inspect().size == static_cast<std::uint64_t>(end))
+    {
+        // If it fails, the next writer finds an unfinished line at the end and begins a new one.
+        static_cast<void>(::ftruncate(m_system->file.Get(), end - static_cast<off_t>(count)) == 0);
+    }
 }
 
 void SharedAppendFile::FlushToDisk() noexcept

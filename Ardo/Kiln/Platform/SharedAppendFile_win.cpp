@@ -96,15 +96,22 @@ bool SharedAppendFile::EndsInsideLine(std::uint64_t size) const noexcept
     return ::ReadFile(m_system->file.Get(), &last, 1, &count, &place) && count == 1 && last != '\n';
 }
 
-void SharedAppendFile::Truncate(std::uint64_t size) noexcept
+void SharedAppendFile::TakeBack(std::size_t count) noexcept
 {
+    LARGE_INTEGER written{}; // the end of the last write, whoever has appended since
+    if (!::SetFilePointerEx(m_system->file.Get(), LARGE_INTEGER{}, &written, FILE_CURRENT) ||
+        written.QuadPart < static_cast<LONGLONG>(count) ||
+        Inspect().size != static_cast<std::uint64_t>(written.QuadPart))
+    {
+        return;
+    }
     // Cutting needs the right to write, which the appending handle must not have.
     const ScopedHandle writer(::ReOpenFile(m_system->file.Get(), GENERIC_WRITE, ShareAll, 0));
     FILE_END_OF_FILE_INFO end{};
-    end.EndOfFile.QuadPart = static_cast<LONGLONG>(size);
+    end.EndOfFile.QuadPart = written.QuadPart - static_cast<LONGLONG>(count);
     if (writer)
     {
-        // Whoever appends next sees an unfinished line at the end and begins a new one.
+        // If it fails, the next writer finds an unfinished line at the end and begins a new one.
         ::SetFileInformationByHandle(writer.Get(), FileEndOfFileInfo, &end, sizeof(end));
     }
 }

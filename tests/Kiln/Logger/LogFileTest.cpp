@@ -143,22 +143,45 @@ TEST_F(LogFileTest, AnObstacleCostsOneLineAndNotTheRecordsThatFitTheMemory)
 
 TEST_F(LogFileTest, WhatADiskTakesOfARecordInPartIsTakenBack)
 {
-    LogFile file(m_path, 0, 3);
     rlimit limit{};
     ASSERT_EQ(::getrlimit(RLIMIT_FSIZE, &limit), 0);
     const rlimit small{1005, limit.rlim_max};
-    for (int number = 0; number < 30; ++number)
+    const auto append = [](LogFile& file, const std::string& record) { file.Append(record); };
+    for (const auto& write : {+append, &WriteAtOnce})
     {
-        file.Append(std::string(99, 'x') + "\n");
+        LogFile file(m_path, 0, 3);
+        testing::internal::CaptureStderr();
+        ::setrlimit(RLIMIT_FSIZE, &small);
+        for (int number = 0; number < 30; ++number)
+        {
+            write(file, std::string(99, 'x') + "\n");
+        }
+        file.Flush();
+        ::setrlimit(RLIMIT_FSIZE, &limit);
+        EXPECT_THAT(testing::internal::GetCapturedStderr(), IsOneLine(std::errc::file_too_large));
+        EXPECT_EQ(Read().size(), 1000U);
+        file.Flush();
+        EXPECT_EQ(Read().size(), 3000U);
+        EXPECT_EQ(Read().find("\n\n"), std::string::npos);
+        fs::remove(m_path);
     }
-    testing::internal::CaptureStderr();
-    ::setrlimit(RLIMIT_FSIZE, &small);
-    file.Flush();
-    ::setrlimit(RLIMIT_FSIZE, &limit);
-    EXPECT_THAT(testing::internal::GetCapturedStderr(), IsOneLine(std::errc::file_too_large));
-    EXPECT_EQ(Read().size(), 1000U);
-    file.Flush();
-    EXPECT_EQ(Read().size(), 3000U);
+}
+
+TEST_F(LogFileTest, WhatOthersHaveAppendedIsNeverTakenBack)
+{
+    Platform::SharedAppendFile ours;
+    Platform::SharedAppendFile theirs;
+    ASSERT_TRUE(!ours.Open(m_path) && !theirs.Open(m_path));
+    std::size_t written = 0;
+    ours.Append("whole\nfragm", written);
+    ours.TakeBack(5);
+    EXPECT_EQ(Read(), "whole\n");
+    ours.Append("fragm", written);
+    theirs.Append("ent\n", written);
+    ours.TakeBack(5);
+    EXPECT_EQ(Read(), "whole\nfragment\n");
+    theirs.TakeBack(100); // more than there is
+    EXPECT_EQ(Read(), "whole\nfragment\n");
 }
 
 TEST_F(LogFileTest, WhatCannotBeRotatedGrowsAndLosesNothing)
