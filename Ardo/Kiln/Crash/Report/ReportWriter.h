@@ -54,8 +54,8 @@ struct ReportParts
 int WriteReports(const ReportNames& names, ReportContents& contents, const ReportParts& parts) noexcept;
 
 /// Writes the minidump of \p contents into \p file, the system's handle, or announces it as faked; says a failure on
-/// the standard error stream. \returns whether there is a minidump in the file now.
-bool WriteDumpTo(void* file, ReportContents& contents, bool isFaked) noexcept;
+/// the standard error stream. \returns the system's error, 0 for none.
+int WriteDumpTo(void* file, ReportContents& contents, bool isFaked) noexcept;
 
 /// Writes "<text><error> \n" to the standard error stream, \p error in decimal.
 void SayError(std::string_view text, int error) noexcept;
