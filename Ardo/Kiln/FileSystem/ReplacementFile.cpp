@@ -99,6 +99,10 @@ std::wstring ReplacementFile::WidePath() const
 
 void ReplacementFile::Commit()
 {
+    if (Path().empty())
+    {
+        throw FileError("file was replaced before", m_target, std::make_error_code(std::errc::bad_file_descriptor));
+    }
     if (const std::error_code error = m_file->MoveTo(m_target))
     {
         throw FileError("cannot replace file", m_target, error);

@@ -68,7 +68,8 @@ public:
     std::wstring WidePath() const;
 
     /// Flushes the file to the disk and gives it the target's name. Whoever wrote it must have closed it.
-    /// \throws std::filesystem::filesystem_error with the system's reason; the target is then as it was.
+    /// \throws std::filesystem::filesystem_error with the system's reason; the target is then as it was, and Commit()
+    ///         may be tried again. After a success it throws, too.
     void Commit();
 
 private:

@@ -1,11 +1,14 @@
 #pragma once
 
+#include "Ardo/Kiln/FileSystem/WidePath.h"
 #include "Ardo/Kiln/Logger/LogDefinition.h"
 #include "Ardo/KilnExport.h"
 
+#include <concepts>
 #include <filesystem>
 #include <string>
 #include <tuple>
+#include <utility>
 #include <vector>
 
 namespace Ardo::Kiln::Logger
@@ -30,9 +33,16 @@ class KILN_EXPORT Logging
 {
 public:
     /// Touches nothing yet.
-    /// \param folderRoot the folder that holds or will hold the folder "Log"; FileSystem::ToPath makes it of wide text.
+    /// \param folderRoot the folder that holds or will hold the folder "Log".
     /// \param baseName the base name of the debug file.
     Logging(std::filesystem::path folderRoot, std::wstring baseName);
+
+    /// The same for wide text: FileSystem::ToPath(\p folderRoot). \throws std::range_error of ToPath.
+    template <std::convertible_to<std::wstring> Wide>
+    Logging(const Wide& folderRoot, std::wstring baseName)
+        : Logging(FileSystem::ToPath(folderRoot), std::move(baseName))
+    {
+    }
 
     /// If this object initialised the environment or added sinks: removes every sink from Boost.Log's core, those of
     /// others too, writes what was logged, and lets another object be initialised. A record that another thread logs

@@ -28,8 +28,13 @@ public:
 const std::error_category& SystemErrors() noexcept
 {
     // Never destroyed: static objects may report errors at their end.
-    static const SystemErrorCategory& g_category = *new SystemErrorCategory();
-    return g_category;
+    static const union Immortal
+    {
+        Immortal() noexcept : category() {}
+        ~Immortal() {}
+        SystemErrorCategory category;
+    } g_immortal;
+    return g_immortal.category;
 }
 
 } // namespace Ardo::Kiln::Platform

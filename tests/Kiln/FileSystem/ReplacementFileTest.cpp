@@ -98,6 +98,7 @@ void CheckReplacement()
         EXPECT_EQ(fs::file_size(file.Path()), 5U);
         file.Commit();
         EXPECT_EQ(file.Path(), fs::path());
+        EXPECT_THROW(file.Commit(), fs::filesystem_error);
     }
     EXPECT_EQ(ReadFile(target), "first");
     EXPECT_EQ(ModeOf(target), 0666U & ~Mask);

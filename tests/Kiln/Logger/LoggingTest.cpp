@@ -91,6 +91,16 @@ TEST_F(LoggingTest, AFolderThatCannotBeMadeIsAnErrorAndMayBeTriedAgain)
                                         std::make_error_code(std::errc::not_a_directory));
     EXPECT_THAT([&] { logging.Initialize(); }, ThrowsMessage<fs::filesystem_error>(expected.what()));
     fs::remove(m_folder / "root");
+    {
+        const fs::path root = m_folder.Path() / "r\xE4t"; // no text: it travels as wide text all the same
+        Support::WriteFile(root, "");
+        Logging wide(FileSystem::ToWide(root), L"B");
+        EXPECT_THAT([&] { wide.Initialize(); },
+                    ThrowsMessage<fs::filesystem_error>(testing::HasSubstr("r\uFFFDt/Log")));
+        fs::remove(root);
+        wide.Initialize();
+        EXPECT_TRUE(fs::exists(root / "Log/B_Dbg.log"));
+    }
     logging.Initialize();
     EXPECT_TRUE(fs::exists(m_folder / "root/Log/B_Dbg.log"));
 }
