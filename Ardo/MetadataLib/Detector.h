@@ -11,8 +11,8 @@ namespace Ardo::MetadataLib
 
 /// A detector of which no more is known than its name, and the base of those of which more is known.
 ///
-/// Copying a detector through a reference to its base would cut off the rest: lists hold DetectorPtr, which copies and
-/// compares whole objects. The concrete classes are AnalyticalDetector, ImagingDetector and ScanningDetector. All
+/// Assigning a detector through a reference to its base would cut off the rest: lists hold DetectorPtr, which copies
+/// and compares whole objects. The concrete classes are AnalyticalDetector, ImagingDetector and ScanningDetector. All
 /// texts are UTF-8.
 class KILN_EXPORT Detector
 {

@@ -5,6 +5,8 @@ namespace Ardo::MetadataLib
 
 DetectorPtr::DetectorPtr() : m_detector(std::make_unique<Detector>()) {}
 
+DetectorPtr::DetectorPtr(const Detector& detector) : m_detector(detector.Clone()) {}
+
 DetectorPtr::DetectorPtr(const DetectorPtr& other) : m_detector(other.m_detector->Clone()) {}
 
 DetectorPtr::DetectorPtr(DetectorPtr&& other) : DetectorPtr()

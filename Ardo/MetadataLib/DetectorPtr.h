@@ -5,6 +5,8 @@
 
 #include <concepts>
 #include <memory>
+#include <type_traits>
+#include <typeinfo>
 #include <utility>
 #include <vector>
 
@@ -22,9 +24,15 @@ public:
     /// Holds an empty Detector.
     DetectorPtr();
 
-    /// Holds \p detector, moved or copied, as the class that it is declared to be.
+    /// Holds a copy of the whole object, whatever class it is declared to be: the copy is made by its Clone().
+    DetectorPtr(const Detector& detector);
+
+    /// Holds what \p detector is moved into. An object of a more special class than it is declared to be is copied, as
+    /// above: moving it would cut off the rest.
     template <std::derived_from<Detector> T>
-    DetectorPtr(T detector) : m_detector(std::make_unique<T>(std::move(detector)))
+    requires(!std::is_const_v<T>)
+    DetectorPtr(T&& detector)
+        : m_detector(typeid(detector) == typeid(T) ? std::make_unique<T>(std::move(detector)) : detector.Clone())
     {
     }
 

@@ -44,6 +44,25 @@ TEST(MetadataTest, DetectorsOfDifferentClassesDifferEvenWithEqualFields)
     EXPECT_FALSE(DetectorPtr(base) == DetectorPtr(scanning));
 }
 
+TEST(MetadataTest, AReferenceToTheBaseGivesTheWholeDetector)
+{
+    const Metadata full = Kiln::Support::FullMetadata();
+    DetectorList list;
+    for (const DetectorPtr& detector : full.Detectors)
+    {
+        list.push_back(*detector);
+    }
+    EXPECT_EQ(list, full.Detectors);
+
+    DetectorList source = full.Detectors;
+    list.clear();
+    for (DetectorPtr& detector : source)
+    {
+        list.push_back(std::move(*detector));
+    }
+    EXPECT_EQ(list, full.Detectors);
+}
+
 TEST(MetadataTest, AHolderNeverLosesItsDetector)
 {
     DetectorPtr first{ImagingDetector()};

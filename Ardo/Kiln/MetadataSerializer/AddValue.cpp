@@ -3,6 +3,8 @@
 #include "Ardo/Kiln/Conversion/String.h"
 #include "Ardo/Kiln/MetadataSerializer/TreeWriter_p.h"
 
+#include <type_traits>
+
 namespace Ardo::Kiln::MetadataSerializer
 {
 
@@ -11,7 +13,22 @@ namespace
 
 using boost::property_tree::ptree;
 
-/// Puts a single value: the node keeps the children that it has.
+/// Puts \p node in the place of the one that is there. The tree's own put_child makes a child without a name for "".
+void Replace(ptree& tree, const std::string& key, ptree& node)
+{
+    if (key.empty())
+    {
+        tree.swap(node);
+    }
+    else
+    {
+        tree.put_child(key, node);
+    }
+}
+
+template <typename T>
+constexpr bool ReplacesNode = std::is_same_v<T, MetadataLib::TimePoint> || std::is_same_v<T, MetadataLib::Uuid>;
+
 template <typename T>
 void Add(ptree& tree, const std::string& key, const T& value)
 {
@@ -19,14 +36,22 @@ void Add(ptree& tree, const std::string& key, const T& value)
     {
         std::string text;
         ToText(value, text);
-        tree.put(key, text);
+        if constexpr (ReplacesNode<T>)
+        {
+            ptree node(text);
+            Replace(tree, key, node);
+        }
+        else
+        {
+            tree.put(key, text);
+        }
     }
     else
     {
         ptree node;
         TreeWriter writer(node, SerializeType::Xml); // composite values look the same in both syntaxes
         VisitFields(value, writer);
-        tree.put_child(key, node);
+        Replace(tree, key, node);
     }
 }
 

@@ -20,10 +20,11 @@ namespace Ardo::Kiln::MetadataSerializer
 /// \name Writers of single values
 ///
 /// Each takes the tree, the place of the node and the value. \p key is a path whose parts are separated by '.', so
-/// "X.<xmlattr>.unit" names a node three levels down and "" the tree itself; missing nodes are made, an existing node
-/// at the place is overwritten. A name that holds a '.' cannot be reached. Numbers are written with "." and without
-/// grouping in any locale: integers in decimal, doubles with 17 significant digits, "nan", "inf" or "-inf". A composite
-/// value is a node with a child for each part. An empty optional writes nothing at all.
+/// "X.<xmlattr>.unit" names a node three levels down and "" the tree itself; missing nodes are made. Numbers, booleans
+/// and strings replace the text of a node that is there, which keeps its children. Times, UUIDs and composite values (a
+/// node with a child for each part) replace the whole node. A name that holds a '.' cannot be reached. Numbers are
+/// written with "." and without grouping in any locale: integers in decimal, doubles with 17 significant digits, "nan",
+/// "inf" or "-inf". An empty optional writes nothing at all.
 ///
 /// Any thread may call them, for a tree of its own. Beyond std::bad_alloc they throw only what stands at them.
 /// \{

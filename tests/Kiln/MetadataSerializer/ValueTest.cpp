@@ -86,6 +86,26 @@ TEST(ValueTest, EachHelperWritesItsFormAndReadsItBack)
     KILN_CHECK(OptionalTransformMatrix, std::optional(matrix), "{a11:1}{a12:2}{a13:3}{a21:4}{a22:5}{a23:6}");
 #undef KILN_CHECK
 
+    ptree node;
+    node.put("t.old", "1");
+    node.put("g.old", "1");
+    node.put("v.old", "1");
+    node.put("i.old", "1");
+    AddStdTimepoint(node, "t", TimePoint());
+    AddGuid(node, "g", {});
+    AddVector3d(node, "v", {});
+    AddInt(node, "i", 2);
+    EXPECT_EQ(Dump(node), "{t:1970-01-01T00:00:00.000Z}{g:00000000-0000-0000-0000-000000000000}{v:{X:0}{Y:0}{Z:0}}"
+                          "{i:2{old:1}}");
+    // An empty path is the tree itself, for values of several parts, too.
+    AddVector3d(node, "", {1, 2, 3});
+    EXPECT_EQ(Dump(node), "{X:1}{Y:2}{Z:3}");
+    EXPECT_TRUE(GetVector3d(node, "") == (Vector3<double>{1, 2, 3}));
+    AddOptionalRectangleInt(node, "", corners);
+    EXPECT_EQ(Dump(node), "{X:10}{Y:20}{Width:100}{Height:50}");
+    AddGuid(node, "", {});
+    EXPECT_EQ(Dump(node), "00000000-0000-0000-0000-000000000000");
+
     ptree empty;
     AddOptionalInt(empty, "a", std::nullopt);
     AddOptionalVector2d(empty, "b", std::nullopt);
