@@ -30,8 +30,7 @@ public:
     /// Holds what \p detector is moved into. An object of a more special class than it is declared to be is copied, as
     /// above: moving it would cut off the rest.
     template <std::derived_from<Detector> T>
-    requires(!std::is_const_v<T>)
-    DetectorPtr(T&& detector)
+    requires(!std::is_const_v<T>) DetectorPtr(T&& detector)
         : m_detector(typeid(detector) == typeid(T) ? std::make_unique<T>(std::move(detector)) : detector.Clone())
     {
     }

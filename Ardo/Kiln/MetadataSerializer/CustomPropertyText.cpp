@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <array>
+#include <boost/throw_exception.hpp>
 #include <iterator>
 #include <stdexcept>
 #include <string_view>
@@ -26,7 +27,7 @@ Number Parsed(const std::string& text, const char* function)
     switch (ParseNumber(text, number, &lost))
     {
     case NumberResult::Invalid:
-        throw std::invalid_argument(std::string("invalid ") + function + " argument");
+        BOOST_THROW_EXCEPTION(std::invalid_argument(std::string("invalid ") + function + " argument"));
     case NumberResult::OutOfRange:
         lost = true;
         break;
@@ -35,7 +36,7 @@ Number Parsed(const std::string& text, const char* function)
     }
     if (lost)
     {
-        throw std::out_of_range(std::string(function) + " argument out of range");
+        BOOST_THROW_EXCEPTION(std::out_of_range(std::string(function) + " argument out of range"));
     }
     return number;
 }

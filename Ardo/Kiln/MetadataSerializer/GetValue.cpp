@@ -18,7 +18,7 @@ struct Converter
     static T Value(const ptree& node, const std::string& key)
     {
         T value{};
-        ReadReport report;
+        ReadReport report(ReadReport::Extensions::Reported);
         TreeReader(node, SerializeType::Xml, report).Read(&node, key, value);
         return value;
     }

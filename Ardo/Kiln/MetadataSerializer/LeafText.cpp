@@ -1,7 +1,9 @@
 #include "Ardo/Kiln/MetadataSerializer/LeafText_p.h"
 
 #include "Ardo/Kiln/Time/IsoString.h"
+#include "Ardo/Kiln/Time/IsoString_p.h"
 
+#include <algorithm>
 #include <boost/property_tree/exceptions.hpp>
 #include <charconv>
 #include <cmath>
@@ -35,6 +37,13 @@ std::string_view Trimmed(std::string_view text)
         text.remove_suffix(1);
     }
     return text;
+}
+
+/// True for \p word in letters of either case. \param word in small letters.
+bool IsWord(std::string_view text, std::string_view word)
+{
+    return std::equal(text.begin(), text.end(), word.begin(), word.end(),
+                      [](char a, char b) { return (a | 0x20) == b; });
 }
 
 /// True if the magnitude of a number without a sign is below 1, judged by its digits: std::from_chars does not tell a
@@ -87,10 +96,13 @@ NumberResult ParseNumber(std::string_view text, Number& value, bool* lost)
     if constexpr (std::is_floating_point_v<Number>)
     {
         Number magnitude = 0;
-        if (number == "nan" || number == "inf")
+        if (IsWord(number, "nan"))
         {
-            magnitude =
-                number == "nan" ? std::numeric_limits<Number>::quiet_NaN() : std::numeric_limits<Number>::infinity();
+            magnitude = std::numeric_limits<Number>::quiet_NaN();
+        }
+        else if (IsWord(number, "inf") || IsWord(number, "infinity"))
+        {
+            magnitude = std::numeric_limits<Number>::infinity();
         }
         else
         {
@@ -284,16 +296,12 @@ bool FromText(const std::string& text, MetadataLib::Uuid& value)
 
 bool FromText(const std::string& text, MetadataLib::TimePoint& value)
 {
-    const std::string date(Trimmed(text));
-    const MetadataLib::TimePoint result = Time::FromLocalTimeISOString(date);
-    // A text that is no time gives the same answer as an empty one, which is a moment near the epoch: a text with
-    // another date that gives it was not understood.
-    static const MetadataLib::TimePoint noTime = Time::FromLocalTimeISOString(std::string());
-    if (date.empty() || (result == noTime && !date.starts_with("1970-01-0") && !date.starts_with("1969-12-31")))
+    const auto time = Time::ReadISOString(std::string(Trimmed(text)));
+    if (!time)
     {
         return false;
     }
-    value = result;
+    value = *time;
     return true;
 }
 

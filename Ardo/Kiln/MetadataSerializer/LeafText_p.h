@@ -39,7 +39,8 @@ enum class NumberResult
 };
 
 /// Reads a decimal number of the type's own syntax, with white space around it and a leading '+' allowed. Only
-/// floating-point types know "nan" and "inf". A value too small for a floating-point type is a zero with \p lost set.
+/// floating-point types know "nan", "inf" and "infinity", in letters of either case as std::stof does. A value too
+/// small for a floating-point type is a zero with \p lost set.
 template <typename Number>
 KILN_EXPORT_FOR_TESTS NumberResult ParseNumber(std::string_view text, Number& value, bool* lost = nullptr);
 

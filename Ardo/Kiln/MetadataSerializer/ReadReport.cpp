@@ -1,21 +1,17 @@
 #include "Ardo/Kiln/MetadataSerializer/ReadReport_p.h"
 
-#include "Ardo/Kiln/Logger/ComponentLog_p.h"
+#include <algorithm>
 
 namespace Ardo::Kiln::MetadataSerializer
 {
 
-namespace
-{
-
-/// At most 80 bytes, cut between characters, without line breaks.
-std::string Shown(std::string_view name)
+std::string Shown(std::string_view text)
 {
     constexpr std::size_t MaxLength = 80;
-    std::string shown(name.substr(0, MaxLength));
-    if (name.size() > MaxLength)
+    std::string shown(text.substr(0, MaxLength));
+    if (text.size() > MaxLength)
     {
-        while (!shown.empty() && (static_cast<unsigned char>(name[shown.size()]) & 0xC0U) == 0x80U)
+        while (!shown.empty() && (static_cast<unsigned char>(text[shown.size()]) & 0xC0U) == 0x80U)
         {
             shown.pop_back();
         }
@@ -28,22 +24,48 @@ std::string Shown(std::string_view name)
     return shown;
 }
 
-} // namespace
-
-void ReadReport::LeftOut(std::string_view what, std::string_view name, const std::string& place)
+bool ReadReport::HasRoom()
 {
-    constexpr std::size_t MaxLines = 20;
-    if (++m_lines > MaxLines)
+    const bool hasRoom = m_findings.size() < MaxDocumentFaults;
+    m_hasMore = m_hasMore || !hasRoom;
+    return hasRoom;
+}
+
+void ReadReport::LeftOut(Finding finding)
+{
+    if (HasRoom())
     {
-        return;
+        m_findings.push_back(std::move(finding));
     }
-    static Logger::ComponentLog log("MetadataSerializer");
-    if (m_lines == MaxLines)
+}
+
+std::vector<ReadReport::Finding*> ReadReport::All()
+{
+    std::vector<Finding*> all;
+    for (Finding& finding : m_findings)
     {
-        log.Warning("Metadata: more is left out, not listed here");
-        return;
+        all.push_back(&finding);
     }
-    log.Warning("Metadata: " + std::string(what) + " \"" + Shown(name) + "\" in \"" + Shown(place) + "\" is left out");
+    if (m_reason)
+    {
+        all.push_back(&*m_reason);
+    }
+    return all;
+}
+
+std::vector<DocumentFault> ReadReport::LeftOut() const
+{
+    std::vector<DocumentFault> faults;
+    for (const Finding& finding : m_findings)
+    {
+        faults.push_back(finding.fault);
+    }
+    std::stable_sort(faults.begin(), faults.end(), [](const auto& a, const auto& b) { return a.line < b.line; });
+    if (m_hasMore)
+    {
+        faults.push_back({0, std::string(), "more is left out, not listed here"});
+    }
+    return faults;
 }
 
 } // namespace Ardo::Kiln::MetadataSerializer

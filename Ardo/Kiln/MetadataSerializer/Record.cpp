@@ -1,15 +1,38 @@
 #include "Ardo/Kiln/MetadataSerializer/Record.h"
 
+#include "Ardo/Kiln/Exception/ErrorInfoContainer_p.h"
+#include "Ardo/Kiln/Logger/ComponentLog_p.h"
+#include "Ardo/Kiln/MetadataSerializer/DocumentLines_p.h"
 #include "Ardo/Kiln/MetadataSerializer/TreeReader_p.h"
 #include "Ardo/Kiln/MetadataSerializer/TreeWriter_p.h"
 #include "Ardo/MetadataLib/Metadata.h"
 
-#include <stdexcept>
-
+#include <boost/exception/exception.hpp>
 #include <boost/property_tree/ptree.hpp>
+#include <stdexcept>
 
 namespace Ardo::Kiln::MetadataSerializer
 {
+
+namespace
+{
+
+/// Sets the lines of what was found, where they can be known, and logs it.
+void Log(ReadReport& report, const boost::property_tree::ptree& tree)
+{
+    TextBeingRead::SetLines(report.All(), tree);
+    static Logger::ComponentLog log("MetadataSerializer");
+    for (const DocumentFault& fault : report.LeftOut())
+    {
+        log.Warning("Metadata: " + ToText(fault));
+    }
+    if (report.Reason() != nullptr)
+    {
+        log.Write(Logger::SeverityLevel::error, "Metadata: " + ToText(*report.Reason()));
+    }
+}
+
+} // namespace
 
 Record::Record(MetadataLib::Metadata& metadata) : m_metadata(&metadata), m_changeable(&metadata) {}
 
@@ -31,8 +54,22 @@ void Record::Deserialize(const boost::property_tree::ptree& tree, SerializeType 
     {
         throw std::logic_error("Record: constant metadata cannot be read into");
     }
-    ReadReport report;
-    TreeReader(tree, type, report).ReadRecord(*m_changeable);
+    ReadReport report(ReadReport::Extensions::Reported);
+    try
+    {
+        TreeReader(tree, type, report).ReadRecord(*m_changeable);
+    }
+    catch (const boost::exception& error)
+    {
+        Log(report, tree);
+        if (report.Reason() != nullptr)
+        {
+            Exception::GiveErrorInfoContainer(error);
+            error << DocumentFaultInfo(*report.Reason());
+        }
+        throw;
+    }
+    Log(report, tree);
 }
 
 } // namespace Ardo::Kiln::MetadataSerializer

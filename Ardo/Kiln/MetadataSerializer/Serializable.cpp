@@ -1,19 +1,17 @@
 #include "Ardo/Kiln/MetadataSerializer/Serializable.h"
 
-#include "Ardo/Kiln/MetadataSerializer/DocumentScan_p.h"
+#include "Ardo/Kiln/MetadataSerializer/Document_p.h"
+#include "Ardo/Kiln/MetadataSerializer/DocumentLines_p.h"
 #include "Ardo/Kiln/MetadataSerializer/DocumentTree_p.h"
+#include "Ardo/Kiln/MetadataSerializer/JsonTree_p.h"
 #include "Ardo/Kiln/MetadataSerializer/Namespaces.h"
 #include "Ardo/Kiln/MetadataSerializer/TextSink_p.h"
 #include "Ardo/Kiln/MetadataSerializer/TreeCheck_p.h"
 #include "Ardo/Kiln/MetadataSerializer/XmlCharacters_p.h"
-#include "Ardo/Kiln/MetadataSerializer/XmlTree_p.h"
 
-#include <algorithm>
-#include <boost/property_tree/json_parser.hpp>
 #include <boost/property_tree/ptree.hpp>
 #include <boost/property_tree/xml_parser.hpp>
 #include <ostream>
-#include <string_view>
 
 namespace Ardo::Kiln::MetadataSerializer
 {
@@ -63,60 +61,15 @@ std::string WriteXml(ptree& document)
     return replaced ? RestoreWhiteSpace(text) : text;
 }
 
-/// JSON has no place for the text of a node with children.
-bool FitsJson(const ptree& tree)
-{
-    return (tree.empty() || tree.data().empty()) &&
-           std::all_of(tree.begin(), tree.end(), [](const auto& node) { return FitsJson(node.second); });
-}
-
 std::string WriteJson(const ptree& document)
 {
-    using boost::property_tree::json_parser::json_parser_error;
-    // What write_json does, but its own check of the tree copies every text twice.
-    if (!FitsJson(document))
-    {
-        BOOST_PROPERTY_TREE_THROW(
-            json_parser_error("ptree contains data that cannot be represented in JSON format", std::string(), 0));
-    }
-    std::string text;
-    TextSink sink(text);
-    std::ostream stream(&sink);
-    boost::property_tree::json_parser::write_json_helper(stream, document, 0, true);
-    stream << std::endl;
-    if (!stream.good())
-    {
-        BOOST_PROPERTY_TREE_THROW(json_parser_error("write error", std::string(), 0));
-    }
-    // The writer passes bytes beyond ASCII on as they are, between quotes: one look at the whole finds what a look at
-    // each text would.
+    std::string text = JsonText(document);
+    // The writer copies bytes beyond ASCII unchanged, so the whole document can be validated at once.
     if (FindInvalid(text, TextRule::Utf8) < text.size())
     {
         CheckUtf8(document); // throws, and says which
     }
     return text;
-}
-
-void ReadXml(std::string_view text, ptree& document)
-{
-    // A text that comes out of a C interface may have kept its terminator, which ends it for the parser, too.
-    while (text.ends_with('\0'))
-    {
-        text.remove_suffix(1);
-    }
-    ScanXml(text);
-    ParseXml(text, document);
-}
-
-void ReadJson(std::string_view text, ptree& document)
-{
-    namespace detail = boost::property_tree::json_parser::detail;
-    ScanJson(text);
-    // What read_json does, but from the text itself: through a stream the parser takes half as long again.
-    detail::standard_callbacks<ptree> callbacks;
-    detail::encoding<char> encoding;
-    detail::read_json_internal(text.data(), text.data() + text.size(), encoding, callbacks, std::string());
-    document.swap(callbacks.output());
 }
 
 } // namespace
@@ -130,6 +83,7 @@ std::string Serializable::SerializeToString(SerializeType type) const
     ptree& metadata = document.push_back({RootKey(), ptree()})->second;
     metadata.swap(content);
     AddNamespaces(metadata);
+    CheckLimits(document, type);
     std::string text = type == SerializeType::Xml ? WriteXml(document) : WriteJson(document);
     if (text.size() > MaxTextSize)
     {
@@ -147,21 +101,9 @@ void Serializable::DeserializeFromString(const std::string& text, SerializeType 
     {
         return;
     }
-    ptree document;
-    if (type == SerializeType::Xml)
-    {
-        ReadXml(text, document);
-    }
-    else
-    {
-        ReadJson(text, document);
-    }
-    const auto metadata = document.find(RootKey());
-    if (metadata == document.not_found())
-    {
-        ThrowNoSuchNode(RootKey());
-    }
-    Deserialize(metadata->second, type);
+    const Document document(text, type);
+    const TextBeingRead beingRead(document, type);
+    Deserialize(document.Metadata(), type);
 }
 
 } // namespace Ardo::Kiln::MetadataSerializer

@@ -1,6 +1,8 @@
 #include "Ardo/Kiln/MetadataSerializer/TreeCheck_p.h"
 
 #include "Ardo/Kiln/MetadataSerializer/DocumentTree_p.h"
+#include "Ardo/Kiln/MetadataSerializer/ReadReport_p.h"
+#include "Ardo/Kiln/MetadataSerializer/Serializable.h"
 #include "Ardo/Kiln/MetadataSerializer/XmlCharacters_p.h"
 
 #include <algorithm>
@@ -26,7 +28,7 @@ struct Place
     const Place* parent;
     const std::string& name;
 
-    std::string Text() const { return parent != nullptr ? parent->Text() + "." + name : name; }
+    std::string Text() const { return (parent != nullptr ? parent->Text() : std::string()) + "/" + Shown(name); }
 };
 
 std::string CodePointText(std::string_view text)
@@ -91,10 +93,57 @@ bool PrepareNode(Tree& tree, const Place* parent, bool attributes)
             BOOST_PROPERTY_TREE_THROW(
                 boost::property_tree::ptree_bad_data("\"" + place.Text() + "\" is no XML name", name));
         }
+        if (attributes && tree.count(name) > 1)
+        {
+            BOOST_PROPERTY_TREE_THROW(
+                boost::property_tree::ptree_bad_data("\"" + place.Text() + "\" is an attribute given twice", name));
+        }
         replaced = PrepareNode(child, &place, attributes) || replaced;
     }
     return replaced;
 }
+
+/// Counts the nodes of a tree as readers count those of its document.
+class LimitCheck
+{
+public:
+    explicit LimitCheck(SerializeType type) : m_isXml(type == SerializeType::Xml) {}
+
+    /// \param depth of the elements, or of the object, in \p tree.
+    void Check(const Tree& tree, std::size_t depth)
+    {
+        if (!tree.empty())
+        {
+            Compare(depth, Serializable::MaxDepth, "levels");
+        }
+        for (const auto& [name, child] : tree)
+        {
+            if (m_isXml && name == AttributesKey())
+            {
+                Compare(child.size(), Serializable::MaxAttributeCount, "attributes of an element");
+                m_nodes += child.size();
+                continue;
+            }
+            Compare(++m_nodes, Serializable::MaxNodeCount, "nodes");
+            Check(child, depth + 1);
+        }
+        Compare(m_nodes, Serializable::MaxNodeCount, "nodes");
+    }
+
+private:
+    static void Compare(std::size_t count, std::size_t limit, const char* what)
+    {
+        if (count > limit)
+        {
+            BOOST_PROPERTY_TREE_THROW(boost::property_tree::ptree_bad_data(
+                "the document has more than the " + std::to_string(limit) + " " + what + " that readers take",
+                std::string()));
+        }
+    }
+
+    bool m_isXml;
+    std::size_t m_nodes = 0;
+};
 
 void CheckNode(const Tree& tree, const Place* parent)
 {
@@ -108,6 +157,11 @@ void CheckNode(const Tree& tree, const Place* parent)
 }
 
 } // namespace
+
+void CheckLimits(const Tree& document, SerializeType type)
+{
+    LimitCheck(type).Check(document, 1);
+}
 
 bool PrepareForXml(Tree& tree)
 {

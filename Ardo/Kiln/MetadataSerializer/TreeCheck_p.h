@@ -1,10 +1,16 @@
 #pragma once
 
+#include "Ardo/Kiln/MetadataSerializer/SerializeType.h"
+
 #include <boost/property_tree/ptree_fwd.hpp>
 #include <string>
 
 namespace Ardo::Kiln::MetadataSerializer
 {
+
+/// Holds a document against the limits of readers before it is written.
+/// \throws boost::property_tree::ptree_bad_data if it has too many nodes or is nested too deep.
+void CheckLimits(const boost::property_tree::ptree& document, SerializeType type);
 
 /// Prepares a tree for the writer of XML. A text keeps its tabs, line feeds and carriage returns in any reader only if
 /// they are character references, and the writer has no way to say that: where it matters they are replaced by control

@@ -11,6 +11,7 @@
 #include <algorithm>
 #include <boost/property_tree/ptree.hpp>
 #include <optional>
+#include <set>
 #include <string>
 #include <utility>
 #include <vector>
@@ -39,12 +40,13 @@ public:
     void ReadRecord(T& record)
     {
         VisitFields(record, *this);
-        if (m_found != m_tree.size())
+        if (m_found != m_tree.size() || (m_attributes != nullptr && m_foundAttributes != m_attributes->size()))
         {
             NameCollector known;
             VisitFields(record, known);
-            ReportUnknown(known.m_names);
+            ReportUnknown(known);
         }
+        ReportText();
     }
 
     template <FixedString Name, typename T>
@@ -57,38 +59,21 @@ public:
     void Attribute(FieldName<Name> name, T& value)
     {
         const std::string& key = name.Node().first;
-        if (m_type != SerializeType::Xml)
-        {
-            Read(Find(key), key, value);
-            return;
-        }
-        if (m_attributes == nullptr)
-        {
-            m_attributes = Find(AttributesKey());
-        }
-        const Tree* found = nullptr;
-        if (m_attributes != nullptr)
-        {
-            const auto child = m_attributes->find(key);
-            found = child != m_attributes->not_found() ? &child->second : nullptr;
-        }
-        Read(found, key, value);
+        Read(FindAttribute(key), key, value);
     }
 
     template <FixedString Name, typename T>
     void AttributeForOthers(FieldName<Name> name, T&)
     {
-        if (m_type != SerializeType::Xml)
-        {
-            Find(name.Node().first); // known, so that it is not reported
-        }
+        FindAttribute(name.Node().first); // known, so that it is not reported
     }
 
     template <FixedString Name, typename T>
     void OwnText(FieldName<Name> name, T& value)
     {
         const std::string& key = name.Node().first;
-        Read(m_type == SerializeType::Xml ? &m_tree : Find(key), key, value);
+        m_hasOwnText = m_type == SerializeType::Xml;
+        Read(m_hasOwnText ? &m_tree : Find(key), key, value);
     }
 
     template <FixedString Name, typename T>
@@ -104,16 +89,20 @@ public:
     void Converted(Adapter, FieldName<Name> name, T& value)
     {
         typename Adapter::Document document{};
-        operator()(name, document);
-        value = Adapter::FromDocument(document);
+        const std::string& key = name.Node().first;
+        const Tree* const node = Find(key);
+        Read(node, key, document);
+        value = FromDocument<Adapter>(document, node, key);
     }
 
     template <typename Adapter, FixedString Name, typename T>
     void Converted(Adapter, FieldName<Name> name, std::optional<T>& value)
     {
         std::optional<typename Adapter::Document> document;
-        operator()(name, document);
-        value = document ? std::optional<T>(Adapter::FromDocument(*document)) : std::nullopt;
+        const std::string& key = name.Node().first;
+        const Tree* const node = Find(key);
+        Read(node, key, document);
+        value = document ? std::optional<T>(FromDocument<Adapter>(*document, node, key)) : std::nullopt;
     }
 
     template <FixedString Name, FixedString ItemName, typename T>
@@ -159,19 +148,21 @@ public:
             value = T();
             if (node != nullptr)
             {
-                ReadName(node->data(), key, value);
+                ReadName(*node, key, value);
             }
         }
         else
         {
             if (node == nullptr)
             {
+                Stop(nullptr, std::string(), Quoted(key) + " is missing");
                 ThrowNoSuchNode(key);
             }
             if constexpr (SingleValue<T>)
             {
                 if (!FromText(node->data(), value))
                 {
+                    Stop(node, key, "the value " + Quoted(node->data()) + " is " + NoSuchValue(value));
                     ThrowConversionFailed<T>(node->data());
                 }
                 ReportChildren(*node, key);
@@ -196,6 +187,8 @@ public:
         {
             if (!FromText(node->data(), *value))
             {
+                Report(node, key,
+                       "the value " + Quoted(node->data()) + " is " + NoSuchValue(*value) + " and is left out");
                 value.reset();
             }
             ReportChildren(*node, key);
@@ -222,14 +215,14 @@ private:
             m_names.push_back(&name.Node().first);
         }
         template <FixedString Name, typename T>
-        void Attribute(FieldName<Name> name, T& value)
+        void Attribute(FieldName<Name> name, T&)
         {
-            operator()(name, value);
+            m_attributes.push_back(&name.Node().first);
         }
         template <FixedString Name, typename T>
         void AttributeForOthers(FieldName<Name> name, T& value)
         {
-            operator()(name, value);
+            Attribute(name, value);
         }
         template <FixedString Name, typename T>
         void OwnText(FieldName<Name> name, T& value)
@@ -263,6 +256,7 @@ private:
         }
 
         std::vector<const std::string*> m_names;
+        std::vector<const std::string*> m_attributes; ///< Elements in JSON.
     };
 
     TreeReader(const Tree& tree, SerializeType type, ReadReport& report, const TreeReader* parent,
@@ -288,6 +282,44 @@ private:
         return &child->second;
     }
 
+    /// The first attribute of that name in XML, the first child in JSON, or null.
+    const Tree* FindAttribute(const std::string& key)
+    {
+        if (m_type != SerializeType::Xml)
+        {
+            return Find(key);
+        }
+        if (m_attributes == nullptr)
+        {
+            m_attributes = Find(AttributesKey());
+        }
+        if (m_attributes == nullptr)
+        {
+            return nullptr;
+        }
+        const auto child = m_attributes->find(key);
+        if (child == m_attributes->not_found())
+        {
+            return nullptr;
+        }
+        ++m_foundAttributes;
+        return &child->second;
+    }
+
+    template <typename Adapter, typename Document>
+    auto FromDocument(const Document& document, const Tree* node, const std::string& key)
+    {
+        try
+        {
+            return Adapter::FromDocument(document);
+        }
+        catch (const boost::property_tree::ptree_bad_data&)
+        {
+            Stop(node, key, "an edge that does not fit 32 bits");
+            throw;
+        }
+    }
+
     template <typename T>
     void ReadChild(const Tree& node, const std::string& key, T& record)
     {
@@ -295,18 +327,19 @@ private:
     }
 
     template <typename T>
-    void ReadName(const std::string& text, const std::string& key, T& value)
+    void ReadName(const Tree& node, const std::string& key, T& value)
     {
         const auto& names = EnumerationNames<T>::Names;
-        const auto name = std::find(names.begin(), names.end(), text);
+        const auto name = std::find(names.begin(), names.end(), node.data());
         if (name != names.end())
         {
             value = static_cast<T>(name - names.begin() + 1);
         }
         else
         {
-            m_report.LeftOut("the value", text, Place() + "." + key);
+            Report(&node, key, "the value " + Quoted(node.data()) + " is left out");
         }
+        ReportChildren(node, key);
     }
 
     /// Calls \p read with a reader for each child named \p itemName; reports the others.
@@ -320,25 +353,58 @@ private:
                 TreeReader item(node.second, m_type, m_report, this, node.first);
                 read(item);
             }
-            else if (!IsMarkup(node))
+            else
             {
-                m_report.LeftOut("the element", node.first, Place());
+                ReportUnread(node);
             }
         }
+        ReportText();
     }
 
     void ReadDetectors(MetadataLib::DetectorList& detectors);
     void ReadCustomPropertyGroup(MetadataLib::CustomPropertyMap& properties);
-    void ReportUnknown(const std::vector<const std::string*>& known);
-    void ReportChildren(const Tree& node, const std::string& key);
+    void ReadCustomProperty(MetadataLib::CustomPropertyMap& properties, std::set<std::string>& names);
 
-    /// The names of the nodes from the root to this one, separated by '.', for people.
+    // What is found is told with its place. The texts are made before it is known whether anybody wants them: that
+    // happens for documents with faults only.
+
+    /// Reports something about \p node, the child or attribute \p key of this reader's node; null: this node itself.
+    void Report(const Tree* node, const std::string& key, const std::string& text);
+    /// Reports why reading stops here; the caller throws.
+    void Stop(const Tree* node, const std::string& key, const std::string& reason);
+    ReadReport::Finding FindingAt(const Tree* node, const std::string& key, const std::string& text) const;
+
+    void ReportUnknown(const NameCollector& known);
+    void ReportChildren(const Tree& node, const std::string& key);
+    /// Reports a child that nobody reads; of attributes, each one.
+    void ReportUnread(const Node& child);
+    /// Reports text that stands among elements.
+    void ReportText();
+    void ReportAttributes(const Tree& attributes, const std::vector<const std::string*>& known);
+
+    /// The text in quotes and in bounds.
+    static std::string Quoted(const std::string& text) { return '"' + Shown(text) + '"'; }
+
+    // What a text is not that does not convert.
+    static std::string NoSuchValue(bool) { return "no boolean"; }
+    static std::string NoSuchValue(std::int32_t) { return "no whole number of 32 bits"; }
+    static std::string NoSuchValue(double) { return "no number"; }
+    static std::string NoSuchValue(const MetadataLib::Uuid&) { return "no UUID"; }
+    static std::string NoSuchValue(MetadataLib::TimePoint) { return "no time"; }
+    static std::string NoSuchValue(const std::string&) { return "no text"; }
+
+    /// The names of the nodes from the root to this one, for people: "/Metadata/Optics".
     std::string Place() const;
+    /// The path to this reader's node, or on to a child or attribute of it. Searches each level.
+    NodePath Path(const Tree* child) const;
 
     const Tree& m_tree;
-    Tree::const_iterator m_next; ///< The child that the next field should find.
-    std::size_t m_found = 0;     ///< Children that belong to fields.
-    const Tree* m_attributes = nullptr;
+    Tree::const_iterator m_next;        ///< The child that the next field should find.
+    std::size_t m_found = 0;            ///< Children that belong to fields.
+    const Tree* m_attributes = nullptr; ///< Null until an attribute was looked for and there are any.
+    std::size_t m_foundAttributes = 0;  ///< Attributes that belong to fields.
+    bool m_hasOwnText = false;          ///< The text of the node is the value of a field.
+    bool m_isOpen = false;              ///< Content that is not known is allowed.
     SerializeType m_type;
     ReadReport& m_report;
     const TreeReader* m_parent;

@@ -170,7 +170,7 @@ private:
         {
             const std::string& type = detector->DetectorType.value();
             const auto* imaging = dynamic_cast<const MetadataLib::ImagingDetector*>(detector.get());
-            if (!IsXmlName(type) || type.find(':') != std::string::npos)
+            if (!IsXmlNcName(type))
             {
                 BOOST_PROPERTY_TREE_THROW(
                     boost::property_tree::ptree_bad_data("a detector type has to be an XML name without colon", type));

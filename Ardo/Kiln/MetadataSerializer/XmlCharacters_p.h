@@ -40,4 +40,10 @@ KILN_EXPORT_FOR_TESTS std::size_t FindInvalid(std::string_view text, TextRule ru
 /// True for a text that can be the name of an element or attribute.
 KILN_EXPORT_FOR_TESTS bool IsXmlName(std::string_view text);
 
+/// True for a name without colon (NCName).
+inline bool IsXmlNcName(std::string_view text)
+{
+    return IsXmlName(text) && text.find(':') == std::string_view::npos;
+}
+
 } // namespace Ardo::Kiln::MetadataSerializer

@@ -1,6 +1,7 @@
 #include "Ardo/Kiln/MetadataSerializer/XmlTree_p.h"
 
 #include "Ardo/Kiln/MetadataSerializer/DocumentTree_p.h"
+#include "Ardo/Kiln/MetadataSerializer/PropertyTreeVersion_p.h"
 
 #include <algorithm>
 #include <boost/property_tree/detail/rapidxml.hpp>
@@ -18,6 +19,7 @@ namespace
 
 using boost::property_tree::ptree;
 using boost::property_tree::xml_parser::xml_parser_error;
+// A private part of the property tree library, used in this file only.
 namespace rapidxml = boost::property_tree::detail::rapidxml;
 using XmlNode = rapidxml::xml_node<char>;
 

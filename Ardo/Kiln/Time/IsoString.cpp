@@ -1,5 +1,7 @@
 #include "Ardo/Kiln/Time/IsoString.h"
 
+#include "Ardo/Kiln/Time/IsoString_p.h"
+
 #include <QDateTime>
 
 #include <algorithm>
@@ -83,6 +85,13 @@ std::optional<milliseconds> ReadUtcPattern(std::string_view text)
            std::chrono::seconds(second) + milliseconds(GetDigits(text, Millisecond, 3));
 }
 
+/// The nearest time point that there is.
+TimePoint ToTimePoint(const QDateTime& time)
+{
+    const qint64 sinceEpoch = std::clamp(time.toMSecsSinceEpoch(), -MaxMilliseconds, MaxMilliseconds);
+    return TimePoint(Ticks(sinceEpoch * TicksPerMillisecond));
+}
+
 } // namespace
 
 std::string ToUtcTimeISOString(TimePoint time)
@@ -116,13 +125,19 @@ std::string ToLocalTimeISOString(TimePoint time)
 
 TimePoint FromLocalTimeISOString(const std::string& text)
 {
+    const auto utc = ReadUtcPattern(text);
+    return utc ? TimePoint(*utc) : ToTimePoint(QDateTime::fromString(QString::fromStdString(text), Qt::ISODateWithMs));
+}
+
+std::optional<TimePoint> ReadISOString(const std::string& text)
+{
     if (const auto utc = ReadUtcPattern(text))
     {
         return TimePoint(*utc);
     }
-    const qint64 sinceEpoch =
-        QDateTime::fromString(QString::fromStdString(text), Qt::ISODateWithMs).toMSecsSinceEpoch();
-    return TimePoint(Ticks(std::clamp(sinceEpoch, -MaxMilliseconds, MaxMilliseconds) * TicksPerMillisecond));
+    const QDateTime time = QDateTime::fromString(QString::fromStdString(text), Qt::ISODateWithMs);
+    // A local time that the clock has skipped is invalid as a whole; it still has a date, a time of day and a moment.
+    return time.date().isValid() && time.time().isValid() ? std::optional(ToTimePoint(time)) : std::nullopt;
 }
 
 } // namespace Ardo::Kiln::Time

@@ -142,12 +142,12 @@ TEST(DocumentTest, TextThatADocumentCannotHoldIsRefusedWithItsPlace)
         const char* message; ///< Empty where JSON can hold the text.
         bool json;
     } rows[] = {
-        {"a\x01", "\"Metadata.Core.Comment\" holds the character U+0001, which XML cannot hold", true},
-        {std::string("a\0b", 3), "\"Metadata.Core.Comment\" holds the character U+0000, which XML cannot hold", true},
-        {"\uFFFE", "\"Metadata.Core.Comment\" holds the character U+FFFE, which XML cannot hold", true},
-        {"\xC3", "\"Metadata.Core.Comment\" holds bytes that are not UTF-8", false},
-        {"\xED\xA0\x80", "\"Metadata.Core.Comment\" holds bytes that are not UTF-8", false},
-        {"\xC0\xAF", "\"Metadata.Core.Comment\" holds bytes that are not UTF-8", false},
+        {"a\x01", "\"/Metadata/Core/Comment\" holds the character U+0001, which XML cannot hold", true},
+        {std::string("a\0b", 3), "\"/Metadata/Core/Comment\" holds the character U+0000, which XML cannot hold", true},
+        {"\uFFFE", "\"/Metadata/Core/Comment\" holds the character U+FFFE, which XML cannot hold", true},
+        {"\xC3", "\"/Metadata/Core/Comment\" holds bytes that are not UTF-8", false},
+        {"\xED\xA0\x80", "\"/Metadata/Core/Comment\" holds bytes that are not UTF-8", false},
+        {"\xC0\xAF", "\"/Metadata/Core/Comment\" holds bytes that are not UTF-8", false},
     };
     for (const auto& [text, message, json] : rows)
     {

@@ -118,7 +118,6 @@ TEST(SchemaTest, FaultsAreFoundWithTheirElement)
         {"unitPrefixPower=\"0\">0.5<", ">0.5<", "IntensityScale"},
         {"type=\"int64\"", "type=\"int128\"", "CustomProperty"},
         {"<ExposureTime>0.10000000000000001</ExposureTime>", "", "ExposureTime2"},
-        {"<DetectorName>Screen", "<Inserted>maybe</Inserted><DetectorName>Screen", "Inserted"},
         {"T22:13:20.123Z", " 22:13", "FileDatetime"},
     };
     std::vector<std::string> documents;

@@ -1,0 +1,37 @@
+#pragma once
+
+#include "Ardo/Kiln/MetadataSerializer/Document_p.h"
+#include "Ardo/Kiln/MetadataSerializer/ReadReport_p.h"
+#include "Ardo/Kiln/MetadataSerializer/SerializeType.h"
+
+#include <boost/property_tree/ptree_fwd.hpp>
+#include <vector>
+
+namespace Ardo::Kiln::MetadataSerializer
+{
+
+/// Sets the line of each finding whose node is in the document. One pass over the text, whatever their number.
+void SetLines(const std::vector<ReadReport::Finding*>& findings, const Document& document, SerializeType type);
+
+/// The text that this thread is reading, for whoever reads the tree that was made from it and has to name lines.
+/// Serializable::Deserialize, which is given the tree alone, may be anybody's.
+class TextBeingRead
+{
+public:
+    /// \p document has to outlive the object.
+    TextBeingRead(const Document& document, SerializeType type);
+    ~TextBeingRead();
+    TextBeingRead(const TextBeingRead&) = delete;
+    TextBeingRead& operator=(const TextBeingRead&) = delete;
+
+    /// Sets the lines if \p tree is below the root of the document that this thread is reading, otherwise leaves them
+    /// unknown.
+    static void SetLines(const std::vector<ReadReport::Finding*>& findings, const boost::property_tree::ptree& tree);
+
+private:
+    const Document& m_document;
+    SerializeType m_type;
+    const TextBeingRead* m_outer; ///< A document read while another one is.
+};
+
+} // namespace Ardo::Kiln::MetadataSerializer

@@ -1,0 +1,408 @@
+#pragma once
+
+#include "Ardo/Kiln/MetadataSerializer/XmlCharacters_p.h"
+
+#include <algorithm>
+#include <charconv>
+#include <cstddef>
+#include <cstdint>
+#include <string_view>
+#include <vector>
+
+namespace Ardo::Kiln::MetadataSerializer
+{
+
+/// Walks through an XML document without recursion and tells an observer what it meets, in document order:
+///
+///   Element(at), Attribute(at), Comment(at)    a node of the tree begins at the offset \p at
+///   Enter(at), Leave()                         the content of the last element begins, ends
+///   Fail(message, at)                          the document is not well-formed (XML 1.0); has to throw
+///
+/// The walk follows the parser of the property tree step by step, so that nothing which looks like a tag inside a
+/// comment, a CDATA section or an attribute is taken for one. Where that parser reports an error of its own the walk
+/// stops without a word. A document type declaration may hold a name only: a document can neither declare entities of
+/// its own nor name anything to be loaded.
+template <typename Observer>
+class XmlScanner
+{
+public:
+    XmlScanner(std::string_view text, Observer& observer) : m_text(text), m_observer(observer) {}
+
+    void Scan()
+    {
+        m_at = m_start = m_text.starts_with("\xEF\xBB\xBF") ? 3 : 0;
+        bool more = true;
+        while (more)
+        {
+            const std::size_t begin = m_at;
+            m_at = std::min(m_text.find('<', m_at), m_text.size());
+            if (m_open.empty())
+            {
+                more = IsBlank(begin, m_at); // the parser wants no text here
+            }
+            else
+            {
+                CheckText(begin, m_at);
+            }
+            more = more && m_at < m_text.size() && Markup();
+        }
+    }
+
+private:
+    char Peek(std::size_t ahead = 0) const { return m_at + ahead < m_text.size() ? m_text[m_at + ahead] : '\0'; }
+
+    static bool IsSpace(char c) { return c == ' ' || c == '\t' || c == '\n' || c == '\r'; }
+
+    bool IsBlank(std::size_t begin, std::size_t end) const
+    {
+        return std::all_of(m_text.begin() + begin, m_text.begin() + end, IsSpace);
+    }
+
+    void SkipSpace()
+    {
+        while (IsSpace(Peek()))
+        {
+            ++m_at;
+        }
+    }
+
+    static bool EndsElementName(char c) { return IsSpace(c) || c == '/' || c == '>' || c == '?'; }
+
+    static bool EndsAttributeName(char c) { return EndsElementName(c) || c == '!' || c == '<' || c == '='; }
+
+    /// Moves behind a name and answers it.
+    template <typename Ends>
+    std::string_view Name(const Ends& ends)
+    {
+        const std::size_t begin = m_at;
+        while (m_at < m_text.size() && !ends(m_text[m_at]))
+        {
+            ++m_at;
+        }
+        return m_text.substr(begin, m_at - begin);
+    }
+
+    /// Moves behind the next \p end, which is searched from \p offset bytes ahead. False if there is none.
+    bool SkipPast(std::string_view end, std::size_t offset)
+    {
+        const std::size_t found = m_text.find(end, std::min(m_at + offset, m_text.size()));
+        if (found == std::string_view::npos)
+        {
+            return false;
+        }
+        m_at = found + end.size();
+        return true;
+    }
+
+    /// From a '<' on. False where the parser will stop with an error.
+    bool Markup()
+    {
+        const std::string_view rest = m_text.substr(m_at, 10);
+        if (rest.starts_with("</"))
+        {
+            return EndTag();
+        }
+        if (rest.starts_with("<!--"))
+        {
+            return Comment();
+        }
+        if (rest.starts_with("<![CDATA["))
+        {
+            if (m_open.empty())
+            {
+                m_observer.Fail("text outside the root element", m_at);
+            }
+            return SkipPast("]]>", 9);
+        }
+        if (rest.starts_with("<!DOCTYPE") && rest.size() > 9 && IsSpace(rest[9]))
+        {
+            return DocumentType();
+        }
+        if (rest.starts_with("<!"))
+        {
+            m_observer.Fail("unknown declaration", m_at);
+        }
+        if (rest.starts_with("<?"))
+        {
+            return Instruction(rest);
+        }
+        return Element();
+    }
+
+    bool EndTag()
+    {
+        const std::size_t begin = m_at;
+        m_at += 2;
+        const std::string_view name = Name(EndsElementName);
+        SkipSpace();
+        if (Peek() != '>' || m_open.empty())
+        {
+            return false;
+        }
+        if (name != m_open.back())
+        {
+            m_observer.Fail("mismatched end tag", begin);
+        }
+        ++m_at;
+        m_open.pop_back();
+        m_observer.Leave();
+        return true;
+    }
+
+    bool Comment()
+    {
+        const std::size_t begin = m_at;
+        m_observer.Comment(begin);
+        if (!SkipPast("--", 4))
+        {
+            return false;
+        }
+        if (Peek() != '>')
+        {
+            m_observer.Fail("\"--\" within a comment", begin);
+        }
+        ++m_at;
+        return true;
+    }
+
+    /// A processing instruction or the declaration of the document.
+    bool Instruction(std::string_view rest)
+    {
+        const std::size_t begin = m_at;
+        const auto isLetter = [rest](std::size_t at, char lower)
+        { return at < rest.size() && (rest[at] | 0x20) == lower; };
+        const bool isXml = isLetter(2, 'x') && isLetter(3, 'm') && isLetter(4, 'l');
+        // The parser takes the blank after "<?xml" for granted.
+        const bool isDeclaration = isXml && rest.size() > 5 && IsSpace(rest[5]);
+        if (!SkipPast("?>", isDeclaration ? 6 : 2))
+        {
+            return false;
+        }
+        const std::string_view content = m_text.substr(begin + 2, m_at - begin - 4);
+        const std::string_view target = content.substr(
+            0, static_cast<std::size_t>(std::find_if(content.begin(), content.end(), IsSpace) - content.begin()));
+        if (isDeclaration ? begin != m_start || !IsDeclaration(content)
+                          : !IsXmlName(target) || (isXml && target.size() == 3))
+        {
+            m_observer.Fail(isDeclaration ? "invalid XML declaration" : "invalid processing instruction", begin);
+        }
+        return true;
+    }
+
+    /// Takes ' name="value"' off the front of \p text; empty if it does not begin so.
+    static std::string_view TakeValue(std::string_view& text, std::string_view name)
+    {
+        const auto trim = [](std::string_view part)
+        {
+            part.remove_prefix(std::min(part.find_first_not_of(" \t\r\n"), part.size()));
+            return part;
+        };
+        std::string_view rest = trim(text);
+        if (rest.size() == text.size() || !rest.starts_with(name))
+        {
+            return {};
+        }
+        rest = trim(rest.substr(name.size()));
+        if (!rest.starts_with('='))
+        {
+            return {};
+        }
+        rest = trim(rest.substr(1));
+        const std::size_t end =
+            rest.starts_with('"') || rest.starts_with('\'') ? rest.find(rest.front(), 1) : rest.npos;
+        if (end == rest.npos)
+        {
+            return {};
+        }
+        text = rest.substr(end + 1);
+        return rest.substr(1, end - 1);
+    }
+
+    /// Checks what stands in '<?xml version="1.0" encoding="utf-8"?>'. Any encoding may be named: the text is UTF-8
+    /// whatever programs have written there that kept it in another form.
+    static bool IsDeclaration(std::string_view content)
+    {
+        if (!content.starts_with("xml"))
+        {
+            return false;
+        }
+        content.remove_prefix(3);
+        const std::string_view version = TakeValue(content, "version");
+        if (version.size() < 3 || !version.starts_with("1.") ||
+            version.find_first_not_of("0123456789", 2) != std::string_view::npos)
+        {
+            return false;
+        }
+        const std::size_t before = content.size();
+        const std::string_view encoding = TakeValue(content, "encoding");
+        const auto isEncodingCharacter = [](char c)
+        { return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '-' && c <= '9' && c != '/') || c == '_'; };
+        if (content.size() != before && (encoding.empty() || (encoding.front() | 0x20) < 'a' ||
+                                         !std::all_of(encoding.begin(), encoding.end(), isEncodingCharacter)))
+        {
+            return false;
+        }
+        const std::size_t behind = content.size();
+        const std::string_view standalone = TakeValue(content, "standalone");
+        return (content.size() == behind || standalone == "yes" || standalone == "no") &&
+               std::all_of(content.begin(), content.end(), IsSpace);
+    }
+
+    bool DocumentType()
+    {
+        const std::size_t begin = m_at;
+        m_at += 9;
+        SkipSpace();
+        const std::string_view name = Name(EndsElementName);
+        SkipSpace();
+        if (Peek() != '>' || !IsXmlName(name) || m_hasDocumentType || m_hasRoot)
+        {
+            m_observer.Fail("a document type declaration of more than a name, or where none may stand", begin);
+        }
+        m_hasDocumentType = true;
+        ++m_at;
+        return true;
+    }
+
+    bool Element()
+    {
+        const std::size_t begin = m_at;
+        if (m_open.empty() && m_hasRoot)
+        {
+            m_observer.Fail("more than one root element", begin);
+        }
+        m_hasRoot = true;
+        m_observer.Element(begin);
+        ++m_at;
+        const std::string_view name = Name(EndsElementName);
+        if (name.empty())
+        {
+            return false;
+        }
+        CheckName(name, begin);
+        SkipSpace();
+        m_attributes.clear();
+        while (m_at < m_text.size() && !EndsAttributeName(m_text[m_at]))
+        {
+            if (!Attribute())
+            {
+                return false;
+            }
+        }
+        if (Peek() == '>')
+        {
+            m_observer.Enter(m_at);
+            m_open.push_back(name);
+            ++m_at;
+            return true;
+        }
+        if (Peek() == '/' && Peek(1) == '>')
+        {
+            // The parser enters it as deep as one with an end tag, if only for a moment.
+            m_observer.Enter(m_at);
+            m_observer.Leave();
+            m_at += 2;
+            return true;
+        }
+        return false;
+    }
+
+    bool Attribute()
+    {
+        const std::size_t begin = m_at;
+        m_observer.Attribute(begin);
+        const std::string_view name = Name(EndsAttributeName);
+        SkipSpace();
+        if (Peek() != '=')
+        {
+            return false;
+        }
+        ++m_at;
+        SkipSpace();
+        const char quote = Peek();
+        const std::size_t value = m_at + 1;
+        if ((quote != '"' && quote != '\'') || !SkipPast({&quote, 1}, 1))
+        {
+            return false;
+        }
+        CheckName(name, begin);
+        // The observer keeps their number small.
+        if (std::find(m_attributes.begin(), m_attributes.end(), name) != m_attributes.end())
+        {
+            m_observer.Fail("an attribute given twice", begin);
+        }
+        m_attributes.push_back(name);
+        if (const std::size_t at = m_text.substr(0, m_at).find('<', value); at != std::string_view::npos)
+        {
+            m_observer.Fail("\"<\" within an attribute", at);
+        }
+        CheckReferences(value, m_at - 1);
+        if (!IsSpace(Peek()) && m_at < m_text.size() && !EndsAttributeName(m_text[m_at]))
+        {
+            m_observer.Fail("no white space between attributes", m_at);
+        }
+        SkipSpace();
+        return true;
+    }
+
+    void CheckName(std::string_view name, std::size_t at) const
+    {
+        if (!IsXmlName(name))
+        {
+            m_observer.Fail("invalid name", at);
+        }
+    }
+
+    void CheckText(std::size_t begin, std::size_t end) const
+    {
+        const std::size_t at = m_text.substr(begin, end - begin).find("]]>");
+        if (at != std::string_view::npos)
+        {
+            m_observer.Fail("\"]]>\" within text", begin + at);
+        }
+        CheckReferences(begin, end);
+    }
+
+    /// The parser would turn references to any number into bytes, and take any other "&" for text.
+    void CheckReferences(std::size_t begin, std::size_t end) const
+    {
+        const std::string_view part = m_text.substr(begin, end - begin);
+        for (std::size_t at = part.find('&'); at != std::string_view::npos; at = part.find('&', at + 1))
+        {
+            const std::string_view rest = part.substr(at + 1);
+            if (rest.starts_with('#') ? !IsCharacterReference(rest.substr(1)) : !IsEntity(rest))
+            {
+                m_observer.Fail(rest.starts_with('#') ? "invalid character reference"
+                                                      : "a reference to an unknown entity, or a bare \"&\"",
+                                begin + at);
+            }
+        }
+    }
+
+    static bool IsEntity(std::string_view text)
+    {
+        return text.starts_with("lt;") || text.starts_with("gt;") || text.starts_with("amp;") ||
+               text.starts_with("quot;") || text.starts_with("apos;");
+    }
+
+    static bool IsCharacterReference(std::string_view text)
+    {
+        const bool hexadecimal = text.starts_with('x');
+        const char* const first = text.data() + (hexadecimal ? 1 : 0);
+        const char* const last = text.data() + text.size();
+        std::uint32_t value = 0;
+        const auto [stop, error] = std::from_chars(first, last, value, hexadecimal ? 16 : 10);
+        return error == std::errc() && stop != last && *stop == ';' && IsXmlCharacter(value);
+    }
+
+    std::string_view m_text;
+    Observer& m_observer;
+    std::size_t m_start = 0; ///< Behind a byte order mark.
+    std::size_t m_at = 0;
+    bool m_hasDocumentType = false;
+    bool m_hasRoot = false;
+    std::vector<std::string_view> m_open;       ///< Names of the elements whose end tags are to come.
+    std::vector<std::string_view> m_attributes; ///< Names of the current element's attributes.
+};
+
+} // namespace Ardo::Kiln::MetadataSerializer

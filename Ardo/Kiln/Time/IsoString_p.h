@@ -1,0 +1,15 @@
+#pragma once
+
+#include "Ardo/Kiln/Time/TimePoint.h"
+#include "Ardo/KilnExport.h"
+
+#include <optional>
+#include <string>
+
+namespace Ardo::Kiln::Time
+{
+
+/// What FromLocalTimeISOString answers, or nothing for a text that is no time. Any thread may call it.
+KILN_EXPORT_FOR_TESTS std::optional<TimePoint> ReadISOString(const std::string& text);
+
+} // namespace Ardo::Kiln::Time
