@@ -7,9 +7,9 @@
 #include "Ardo/Kiln/Time/IsoString.h"
 
 #include <charconv>
-#include <cmath>
 #include <iostream>
 #include <limits>
+#include <vector>
 
 namespace Ardo::Kiln::Tool
 {
@@ -76,12 +76,6 @@ std::string Switch(const std::optional<bool>& state, const char* on, const char*
     return !state ? "" : *state ? on : off;
 }
 
-/// The number behind a quantity in its unit without prefix.
-double Plain(const MetadataLib::Quantity& quantity)
-{
-    return quantity.Value * std::pow(10.0, quantity.UnitPrefixPower.value_or(0));
-}
-
 std::string Area(double x, double y, const std::string& unitX, const std::string& unitY)
 {
     return QuantityText(x, unitX) + " x " + QuantityText(y, unitY);
@@ -123,8 +117,8 @@ void DescribePixels(Report& report, const ImageIO::TiffReader& reader, const Met
     }
     else
     {
-        const double x = Plain(result.PixelSize->X);
-        const double y = Plain(result.PixelSize->Y);
+        const double x = InBaseUnit(result.PixelSize->X);
+        const double y = InBaseUnit(result.PixelSize->Y);
         const std::string unitX = Text(result.PixelSize->X.Unit);
         const std::string unitY = Text(result.PixelSize->Y.Unit);
         report.Line(Area(x, y, unitX, unitY));
@@ -242,16 +236,25 @@ void DescribeDetectors(Report& report, const Metadata& metadata)
     }
 }
 
+void DescribeRecord(Report& report, const ImageIO::TiffReader& reader, const Metadata& metadata)
+{
+    DescribePixels(report, reader, metadata);
+    DescribeOrigin(report, metadata);
+    DescribeColumn(report, metadata);
+    DescribeStageAndScan(report, metadata);
+    DescribeDetectors(report, metadata);
+}
+
 } // namespace
 
 void Info(const std::string& file)
 {
     const InputFile input(file);
     ImageIO::TiffReader reader;
-    std::string damage;
+    std::vector<std::string> damages;
     try
     {
-        reader.Open(input.WidePath());
+        reader.OpenFields(input.WidePath());
     }
     catch (const std::runtime_error& error)
     {
@@ -259,29 +262,44 @@ void Info(const std::string& file)
         {
             throw Failure(file + ": " + error.what());
         }
-        damage = error.what();
+        damages.push_back(file + ": damaged: " + error.what());
     }
 
     Report report;
     DescribeImage(report, reader);
-    if (reader.GetMetadataText().empty())
+    if (const std::string text = reader.GetMetadataText(); text.empty())
     {
         report.Section("Record");
         report.Line("none");
     }
     else
     {
-        const Metadata& metadata = reader.GetMetadata();
-        DescribePixels(report, reader, metadata);
-        DescribeOrigin(report, metadata);
-        DescribeColumn(report, metadata);
-        DescribeStageAndScan(report, metadata);
-        DescribeDetectors(report, metadata);
+        try
+        {
+            DescribeRecord(report, reader, ReadDocument({text, MetadataSerializer::SerializeType::Xml}, file));
+        }
+        catch (const Failure& failure)
+        {
+            report.Section("Record");
+            report.Line("cannot be read");
+            damages.emplace_back(failure.what());
+        }
+    }
+    try
+    {
+        reader.ReadPixels();
+    }
+    catch (const std::runtime_error& error)
+    {
+        if (damages.empty() || reader.GetStripCount() > 0)
+        {
+            damages.push_back(file + ": damaged: " + error.what());
+        }
     }
     Print(Printable(file) + "\n" + report.Text());
-    if (!damage.empty())
+    for (const std::string& damage : damages)
     {
-        std::cerr << "kiln: " << Printable(file) << ": damaged: " << Printable(damage) << '\n';
+        std::cerr << "kiln: " << Printable(damage) << '\n';
     }
 }
 

@@ -2,6 +2,7 @@
 
 #include "apps/kiln/Failure.h"
 #include "Ardo/Kiln/ImageIO/TiffReader.h"
+#include "Ardo/Kiln/MetadataSerializer/DocumentFault.h"
 #include "Ardo/Kiln/MetadataSerializer/Record.h"
 
 #include <array>
@@ -9,6 +10,28 @@
 
 namespace Ardo::Kiln::Tool
 {
+
+namespace
+{
+
+using MetadataSerializer::Serializable;
+using MetadataSerializer::SerializeType;
+
+std::string EmbeddedText(const InputFile& tiff, const std::string& name)
+{
+    try
+    {
+        ImageIO::TiffReader reader;
+        reader.OpenFields(tiff.WidePath());
+        return reader.GetMetadataText();
+    }
+    catch (const std::runtime_error& error)
+    {
+        throw Failure(name + ": " + error.what());
+    }
+}
+
+} // namespace
 
 FileKind KindOf(const InputFile& file)
 {
@@ -30,55 +53,49 @@ FileKind KindOf(const InputFile& file)
     return first == '<' ? FileKind::Xml : first == '{' ? FileKind::Json : FileKind::Other;
 }
 
-std::optional<std::string> EmbeddedDocument(const InputFile& tiff)
+std::optional<RecordDocument> DocumentOf(const InputFile& file, const std::string& name)
 {
-    ImageIO::TiffReader reader;
-    reader.OpenFields(tiff.WidePath());
-    std::string text = reader.GetMetadataText();
-    return text.empty() ? std::nullopt : std::optional(std::move(text));
+    switch (KindOf(file))
+    {
+    case FileKind::Tiff:
+        if (std::string text = EmbeddedText(file, name); !text.empty())
+        {
+            return RecordDocument{std::move(text), SerializeType::Xml};
+        }
+        break;
+    case FileKind::Xml:
+        return RecordDocument{file.Text(Serializable::MaxTextSize), SerializeType::Xml};
+    case FileKind::Json:
+        return RecordDocument{file.Text(Serializable::MaxTextSize), SerializeType::Json};
+    case FileKind::Other:
+        break;
+    }
+    return std::nullopt;
+}
+
+MetadataLib::Metadata ReadDocument(const RecordDocument& document, const std::string& name)
+{
+    if (document.text.size() > Serializable::MaxTextSize) // the reader would pass over it without a word
+    {
+        throw Failure(name + ": the record has " + std::to_string(document.text.size()) + " bytes, readers take " +
+                      std::to_string(Serializable::MaxTextSize));
+    }
+    try
+    {
+        MetadataLib::Metadata metadata;
+        MetadataSerializer::Record(metadata).DeserializeFromString(document.text, document.type);
+        return metadata;
+    }
+    catch (const std::exception& error)
+    {
+        throw Failure(name + ": " + ToText(MetadataSerializer::FaultOf(error)));
+    }
 }
 
 std::optional<MetadataLib::Metadata> ReadRecord(const InputFile& file, const std::string& name)
 {
-    using MetadataSerializer::SerializeType;
-
-    try
-    {
-        std::string text;
-        auto type = SerializeType::Xml;
-        switch (KindOf(file))
-        {
-        case FileKind::Tiff:
-            if (auto document = EmbeddedDocument(file))
-            {
-                text = *std::move(document);
-            }
-            break;
-        case FileKind::Json:
-            type = SerializeType::Json;
-            [[fallthrough]];
-        case FileKind::Xml:
-            text = file.Text(MaximumDocumentSize);
-            break;
-        case FileKind::Other:
-            break;
-        }
-        if (text.empty())
-        {
-            return std::nullopt;
-        }
-        MetadataLib::Metadata metadata;
-        MetadataSerializer::Record(metadata).DeserializeFromString(text, type);
-        return metadata;
-    }
-    catch (const Failure&)
-    {
-        throw;
-    }
-    catch (const std::exception& error)
-    {
-        throw Failure(name + ": " + error.what());
-    }
+    const auto document = DocumentOf(file, name);
+    return document ? std::optional(ReadDocument(*document, name)) : std::nullopt;
 }
 
 } // namespace Ardo::Kiln::Tool

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "apps/kiln/Streams.h"
+#include "Ardo/Kiln/MetadataSerializer/SerializeType.h"
 #include "Ardo/MetadataLib/Metadata.h"
 
 #include <optional>
@@ -8,9 +9,6 @@
 
 namespace Ardo::Kiln::Tool
 {
-
-/// Longer documents are no records: their reader would pass over them without a word.
-inline constexpr std::size_t MaximumDocumentSize = 20'971'520;
 
 /// What a file is, told from its first bytes.
 enum class FileKind
@@ -23,12 +21,23 @@ enum class FileKind
 
 FileKind KindOf(const InputFile& file);
 
-/// The text of the XML document in a TIFF file, or nothing when it has none. Damaged pixels do not matter.
-std::optional<std::string> EmbeddedDocument(const InputFile& tiff);
+/// A record as text.
+struct RecordDocument
+{
+    std::string text;
+    MetadataSerializer::SerializeType type;
+};
+
+/// The document that a file is, or that a TIFF file holds, well-formed or not; nothing when there is none. The pixels
+/// of a TIFF are not looked at. \param name names the file in messages. \throws Failure when the file cannot be read,
+/// or the document is longer than readers take.
+std::optional<RecordDocument> DocumentOf(const InputFile& file, const std::string& name);
+
+/// Reads a document. \throws Failure with the name, line and element when it is no record.
+MetadataLib::Metadata ReadDocument(const RecordDocument& document, const std::string& name);
 
 /// The record of a TIFF, XML or JSON file; nothing when the file is an image without one.
-/// \param name names the file in messages. \throws Failure or the reader's own exception when the record is not
-/// readable.
+/// \throws Failure as the two functions above.
 std::optional<MetadataLib::Metadata> ReadRecord(const InputFile& file, const std::string& name);
 
 } // namespace Ardo::Kiln::Tool

@@ -2,6 +2,7 @@
 
 #include "generated/MetadataSchema.h"
 
+#include <algorithm>
 #include <climits>
 
 #include <libxml/parser.h>
@@ -37,7 +38,14 @@ void Collect(void* faults, xmlErrorPtr error)
     {
         return;
     }
-    SchemaValidator::Fault fault{error->line, "", error->message != nullptr ? error->message : "unknown fault"};
+    SchemaValidator::Fault fault{static_cast<std::size_t>(std::max(error->line, 0)), "",
+                                 error->message != nullptr ? error->message : "unknown fault"};
+    constexpr std::size_t MaximumLength = 300; // it quotes the document
+    if (fault.text.size() > MaximumLength)
+    {
+        fault.text.resize(MaximumLength);
+        fault.text += "...";
+    }
     while (!fault.text.empty() && fault.text.back() == '\n')
     {
         fault.text.pop_back();
@@ -46,11 +54,35 @@ void Collect(void* faults, xmlErrorPtr error)
     {
         if (xmlChar* path = xmlGetNodePath(node))
         {
-            fault.path = reinterpret_cast<const char*>(path);
+            fault.place = reinterpret_cast<const char*>(path);
             xmlFree(path);
         }
     }
     collected.push_back(std::move(fault));
+}
+
+void Drop(void*, const char*, ...) {}
+
+bool IsNamed(const xmlNode& node, std::string_view name)
+{
+    return node.type == XML_ELEMENT_NODE && reinterpret_cast<const char*>(node.name) == name;
+}
+
+/// Gives detectors of the type "Metadata" another name: the schema, which declares the root element, would take each
+/// for a whole document.
+void RenameDetectors(const xmlNode& root)
+{
+    for (const xmlNode* section = root.children; section != nullptr; section = section->next)
+    {
+        for (xmlNode* node = IsNamed(*section, "Detectors") ? section->children : nullptr; node != nullptr;
+             node = node->next)
+        {
+            if (IsNamed(*node, "Metadata"))
+            {
+                xmlNodeSetName(node, reinterpret_cast<const xmlChar*>("Detector"));
+            }
+        }
+    }
 }
 
 } // namespace
@@ -62,6 +94,8 @@ struct SchemaValidator::Implementation
 
 SchemaValidator::SchemaValidator() : m_implementation(std::make_unique<Implementation>())
 {
+    // What the library has no structured error for would go to standard error as it is.
+    xmlSetGenericErrorFunc(nullptr, Drop);
     Faults faults;
     const SchemaParser parser(
         xmlSchemaNewMemParserCtxt(Generated::MetadataSchema, static_cast<int>(sizeof(Generated::MetadataSchema))));
@@ -94,8 +128,10 @@ Faults SchemaValidator::Validate(const std::string& xml)
     }
 
     const Document document(
-        xmlCtxtReadMemory(parser.get(), xml.data(), static_cast<int>(xml.size()), nullptr, nullptr,
-                          XML_PARSE_NONET | XML_PARSE_NOERROR | XML_PARSE_NOWARNING | XML_PARSE_BIG_LINES));
+        // The encoding is that of readers, whatever the document says of itself. Its size has been checked.
+        xmlCtxtReadMemory(parser.get(), xml.data(), static_cast<int>(xml.size()), nullptr, "UTF-8",
+                          XML_PARSE_NONET | XML_PARSE_NOERROR | XML_PARSE_NOWARNING | XML_PARSE_BIG_LINES |
+                              XML_PARSE_HUGE));
     if (!document)
     {
         if (xmlErrorPtr error = xmlCtxtGetLastError(parser.get()))
@@ -110,12 +146,14 @@ Faults SchemaValidator::Validate(const std::string& xml)
     }
 
     // The schema also declares elements that stand deeper; none of them is a document.
-    const xmlNode* const root = xmlDocGetRootElement(document.get());
+    xmlNode* const root = xmlDocGetRootElement(document.get());
     if (root == nullptr || std::string_view(reinterpret_cast<const char*>(root->name)) != "Metadata")
     {
-        return {{root != nullptr ? static_cast<int>(xmlGetLineNo(root)) : 0, "", "the root element is not 'Metadata'"}};
+        return {{root != nullptr ? static_cast<std::size_t>(xmlGetLineNo(root)) : 0, "",
+                 "the root element is not 'Metadata'"}};
     }
 
+    RenameDetectors(*root);
     xmlSchemaSetValidStructuredErrors(context.get(), Collect, &faults);
     if (xmlSchemaValidateDoc(context.get(), document.get()) != 0 && faults.empty())
     {

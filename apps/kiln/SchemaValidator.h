@@ -1,5 +1,7 @@
 #pragma once
 
+#include "Ardo/Kiln/MetadataSerializer/DocumentFault.h"
+
 #include <memory>
 #include <string>
 #include <vector>
@@ -11,13 +13,7 @@ namespace Ardo::Kiln::Tool
 class SchemaValidator
 {
 public:
-    /// One place where a document is not what the schema says.
-    struct Fault
-    {
-        int line;         ///< From 1; 0 when the place is unknown.
-        std::string path; ///< The element, for example "/Metadata/Optics/SpotIndex"; empty when unknown.
-        std::string text; ///< What is wrong there.
-    };
+    using Fault = MetadataSerializer::DocumentFault;
 
     /// \throws std::runtime_error when the schema itself cannot be read.
     SchemaValidator();
@@ -25,9 +21,9 @@ public:
     SchemaValidator(const SchemaValidator&) = delete;
     SchemaValidator& operator=(const SchemaValidator&) = delete;
 
-    /// \param xml a whole document; text that is not XML is a fault, too. No entity of it is expanded and nothing that
-    /// it names is loaded. \returns its faults in document order, at most MaximumFaults of them; empty: a valid
-    /// document.
+    /// \param xml a whole document in UTF-8 that MetadataSerializer::CheckDocument takes for a record: other text may
+    /// cost more time than grows with its length. Text that is not XML is a fault. Nothing that it names is loaded.
+    /// \returns its faults in document order, at most MaximumFaults of them; empty: a valid document.
     std::vector<Fault> Validate(const std::string& xml);
 
     static constexpr std::size_t MaximumFaults = 100;

@@ -4,9 +4,12 @@
 #include "apps/kiln/SchemaValidator.h"
 #include "apps/kiln/ToolLog.h"
 
-#include "Ardo/Kiln/MetadataSerializer/Record.h"
+#include "Ardo/Kiln/MetadataSerializer/DocumentFault.h"
 
+#include <algorithm>
+#include <iterator>
 #include <string>
+#include <vector>
 
 namespace Ardo::Kiln::Tool
 {
@@ -14,42 +17,83 @@ namespace Ardo::Kiln::Tool
 namespace
 {
 
-/// The XML document that \p file is or holds. A JSON document is read and written as XML: its faults of syntax and of
-/// content are the reader's, with their place.
-std::string XmlOf(const InputFile& file, const std::string& name)
+using MetadataSerializer::DocumentFault;
+using MetadataSerializer::SerializeType;
+using Faults = std::vector<DocumentFault>;
+
+/// True when the text is a document that holds a "Metadata", with few faults for the reader: the cost of the schema
+/// then is that of reading.
+bool IsForSchema(const Faults& readerFaults)
 {
-    switch (KindOf(file))
+    // Neither an error of the parser nor "more is left out" has a place in the document.
+    return std::none_of(readerFaults.begin(), readerFaults.end(),
+                        [](const DocumentFault& fault) { return fault.place.empty(); });
+}
+
+/// The path of a fault of the schema without the numbers of siblings: "/Metadata/Detectors/Ceta" for ".../Ceta[2]".
+std::string WithoutNumbers(const std::string& path)
+{
+    std::string names;
+    bool isNumber = false;
+    for (const char c : path)
     {
-    case FileKind::Xml:
-        return file.Text(MaximumDocumentSize);
-    case FileKind::Tiff:
-        if (auto document = EmbeddedDocument(file))
+        isNumber = c == '[' || (isNumber && c != '/');
+        if (!isNumber)
         {
-            return *std::move(document);
+            names += c;
         }
-        break;
-    case FileKind::Json:
-        if (auto record = ReadRecord(file, name))
-        {
-            return MetadataSerializer::Record(*record).SerializeToString(MetadataSerializer::SerializeType::Xml);
-        }
-        break;
-    case FileKind::Other:
-        break;
     }
-    throw Failure(name + ": holds no record");
+    return names;
+}
+
+/// True if the schema's fault says what the reader's does, which for an unknown element stands one level higher.
+bool IsSame(const DocumentFault& schema, const DocumentFault& reader)
+{
+    return schema.line == reader.line && (WithoutNumbers(schema.place) + '/').starts_with(reader.place + '/');
+}
+
+/// The reader goes first: it bounds what a document costs, and knows what the schema cannot say, such as the values of
+/// custom properties. A JSON document is the reader's alone.
+Faults FaultsOf(const RecordDocument& document)
+{
+    const Faults readerFaults = CheckDocument(document.text, document.type);
+    if (document.type != SerializeType::Xml || !IsForSchema(readerFaults))
+    {
+        return readerFaults;
+    }
+    Faults faults = SchemaValidator().Validate(document.text);
+    if (faults.size() == SchemaValidator::MaximumFaults)
+    {
+        return faults;
+    }
+    Faults others;
+    std::copy_if(readerFaults.begin(), readerFaults.end(), std::back_inserter(others),
+                 [&faults](const DocumentFault& fault)
+                 {
+                     return std::none_of(faults.begin(), faults.end(),
+                                         [&fault](const DocumentFault& other) { return IsSame(other, fault); });
+                 });
+    faults.insert(faults.end(), others.begin(), others.end());
+    std::stable_sort(faults.begin(), faults.end(),
+                     [](const DocumentFault& a, const DocumentFault& b) { return a.line < b.line; });
+    return faults;
 }
 
 } // namespace
 
 bool Validate(const std::string& file)
 {
-    const auto faults = SchemaValidator().Validate(XmlOf(InputFile(file), file));
+    const auto document = DocumentOf(InputFile(file), file);
+    if (!document)
+    {
+        throw Failure(file + ": holds no record");
+    }
+    const Faults faults = FaultsOf(*document);
     std::string report;
-    for (const auto& fault : faults)
+    for (const DocumentFault& fault : faults)
     {
         report += Printable(file) + ":" + (fault.line > 0 ? std::to_string(fault.line) + ":" : "") + " " +
-                  (fault.path.empty() ? "" : Printable(fault.path) + ": ") + Printable(fault.text) + "\n";
+                  (fault.place.empty() ? "" : Printable(fault.place) + ": ") + Printable(fault.text) + "\n";
     }
     if (faults.size() == SchemaValidator::MaximumFaults)
     {

@@ -8,6 +8,24 @@
 namespace Ardo::Kiln::Tool
 {
 
+namespace
+{
+
+std::string Written(const MetadataLib::Metadata& record, MetadataSerializer::SerializeType type,
+                    const std::string& name)
+{
+    try
+    {
+        return MetadataSerializer::Record(record).SerializeToString(type);
+    }
+    catch (const std::exception& error)
+    {
+        throw Failure(name + ": " + error.what()); // a JSON document can hold what XML cannot
+    }
+}
+
+} // namespace
+
 void WriteMetadata(const std::string& file, const std::string& format, const std::string& output)
 {
     using MetadataSerializer::SerializeType;
@@ -18,7 +36,7 @@ void WriteMetadata(const std::string& file, const std::string& format, const std
         throw Failure(file + ": holds no record");
     }
     const auto type = format == "json" ? SerializeType::Json : SerializeType::Xml;
-    WriteText(output, MetadataSerializer::Record(*record).SerializeToString(type));
+    WriteText(output, Written(*record, type, file));
     LogInfo("wrote the record of " + file + " as " + format + " to " + output);
 }
 

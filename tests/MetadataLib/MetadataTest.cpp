@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <functional>
+#include <limits>
 #include <utility>
 
 namespace Ardo::MetadataLib
@@ -61,6 +62,15 @@ TEST(MetadataTest, AReferenceToTheBaseGivesTheWholeDetector)
         list.push_back(std::move(*detector));
     }
     EXPECT_EQ(list, full.Detectors);
+}
+
+TEST(MetadataTest, APrefixPowerMovesThePointExactly)
+{
+    EXPECT_EQ(InBaseUnit({107, "m", -9}), 107e-9);
+    EXPECT_EQ(InBaseUnit({2.5, "V", 3}), 2500);
+    EXPECT_EQ(InBaseUnit({2.5e-10, "m", {}}), 2.5e-10);
+    EXPECT_EQ(InBaseUnit({0, "m", std::numeric_limits<std::int32_t>::max()}), 0);
+    EXPECT_EQ(InBaseUnit({1, "m", std::numeric_limits<std::int32_t>::min()}), 0);
 }
 
 TEST(MetadataTest, AHolderNeverLosesItsDetector)

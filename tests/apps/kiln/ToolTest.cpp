@@ -23,11 +23,52 @@ using Support::WriteFile;
 using testing::EndsWith;
 using testing::HasSubstr;
 using testing::IsEmpty;
+using testing::Not;
 using testing::StartsWith;
 
 const std::string Kiln = Quoted(KILN_TOOL);
 const std::string Cell = Quoted(KILN_TEST_DATA "/images/cell.png");
 const std::string Ihc = Quoted(KILN_TEST_DATA "/images/ihc.png");
+
+std::string Repeated(const std::string& text, std::size_t count)
+{
+    std::string result;
+    for (std::size_t i = 0; i < count; ++i)
+    {
+        result += text;
+    }
+    return result;
+}
+
+/// A TIFF file with one black pixel and \p text in the tag of the record.
+std::string TiffWithRecord(const std::string& text)
+{
+    std::string file("II*\0\x08\0\0\0", 8);
+    const auto put = [&file](std::uint32_t value, int bytes)
+    {
+        for (; bytes > 0; --bytes, value >>= 8U)
+        {
+            file += static_cast<char>(value & 0xFFU);
+        }
+    };
+    constexpr std::uint32_t Entries = 9;
+    constexpr std::uint32_t End = 8 + 2 + Entries * 12 + 4;
+    const auto size = static_cast<std::uint32_t>(text.size() + 1);
+    const std::uint32_t fields[Entries][4] = {{256, 3, 1, 1}, {257, 3, 1, 1}, {258, 3, 1, 8},
+                                              {259, 3, 1, 1}, {262, 3, 1, 1}, {273, 4, 1, End},
+                                              {278, 3, 1, 1}, {279, 4, 1, 1}, {34683, 2, size, End + 4}};
+    put(Entries, 2);
+    for (const auto& field : fields)
+    {
+        put(field[0], 2);
+        put(field[1], 2);
+        put(field[2], 4);
+        put(field[3], 4);
+    }
+    put(0, 4);
+    put(0, 4); // the pixel, at an even offset
+    return file + text + '\0';
+}
 
 class ToolTest : public testing::Test
 {
@@ -345,6 +386,107 @@ TEST_F(ToolTest, ValidateNamesEachFaultWithItsPlace)
         const ProcessResult result = Run("kiln validate broken");
         EXPECT_EQ(result.status, 1) << text.substr(0, 60);
         EXPECT_NE(result.output + result.error, "") << text.substr(0, 60);
+    }
+}
+
+TEST_F(ToolTest, ARecordThatCannotBeReadIsNamedWithLineAndElementAndNothingIsInvented)
+{
+    Must("kiln import " + Cell + " cell.tif");
+    const std::string good = Must("kiln metadata cell.tif");
+    const auto with = [&good](const std::string& from, const std::string& to)
+    {
+        std::string text = good;
+        return text.replace(text.find(from), from.size(), to);
+    };
+    const std::string group = "<CustomPropertyGroup><CustomProperties><CustomProperty name='n' value='x' type='int32'/>"
+                              "</CustomProperties></CustomPropertyGroup>";
+    const struct
+    {
+        std::string text;
+        std::string fault; ///< In what is said of it.
+    } rows[] = {
+        {with("</Metadata>", group + "</Metadata>"), "/Metadata/CustomPropertyGroup/CustomProperties/CustomProperty: "},
+        {with("<X>0<", "<X>left<"), "/Metadata/StageSettings/StagePosition/X: "},
+        {good, ""},
+        {with("</Core>", "</Kore>"), "mismatched end tag"},
+        {"<Metadata><Core/></Metadata>", "Guid"},
+        {"no record", "expected <"},
+        {with("<Core>", "<!--" + std::string(20'971'520, 'x') + "--><Core>"), "readers take 20971520"},
+    };
+    const std::vector<std::string> commands = {"info r.tif", "metadata r.tif", "validate r.tif", "compare r.tif r.tif",
+                                               "import " + Cell + " out.tif --metadata r.tif"};
+    for (const auto& [text, fault] : rows)
+    {
+        WriteFile(m_folder / "r.tif", TiffWithRecord(text));
+        const ProcessResult info = Run("kiln info r.tif");
+        EXPECT_EQ(info.status, 0) << fault;
+        EXPECT_THAT(info.output, HasSubstr("1 x 1 pixels"));
+        const bool isRead = fault.empty();
+        EXPECT_EQ(info.output.find("cannot be read") == std::string::npos, isRead) << fault;
+        EXPECT_EQ(info.output.find("Stage ") != std::string::npos, isRead) << info.output;
+        for (const std::string& command : commands)
+        {
+            const ProcessResult result = Run("kiln " + command);
+            const std::string said = result.output + result.error;
+            EXPECT_TRUE(isRead || (said.find(fault) != std::string::npos && said.find("r.tif:") != std::string::npos))
+                << command << '\n'
+                << said;
+            EXPECT_THAT(said, Not(HasSubstr("unspecified")));
+            EXPECT_TRUE(command == "info r.tif" || (result.status == 0) == isRead || command.starts_with("import"))
+                << command << '\n'
+                << said;
+        }
+    }
+    EXPECT_THAT(Run("kiln info r.tif").error, testing::StartsWith("kiln: r.tif: "));
+}
+
+TEST_F(ToolTest, ARecordIsValidWhenItIsReadWithoutLossInEitherSyntax)
+{
+    Must(Quoted(KILN_EXAMPLE_RECORD) + " 'one cell' 550 660 '107 nm' > record.xml");
+    Must("kiln metadata record.xml --format json --output record.json");
+    const std::string json = ReadFile(m_folder / "record.json");
+    const auto without = [](std::string text, const std::string& begin, const std::string& end)
+    {
+        const auto at = text.find(begin);
+        return text.erase(at, text.find(end, at) - at);
+    };
+    const auto with = [](std::string text, const std::string& from, const std::string& to)
+    { return text.replace(text.find(from), from.size(), to); };
+    const std::string xml = ReadFile(m_folder / "record.xml");
+    std::string attributes;
+    for (int i = 0; i < 200'000; ++i)
+    {
+        attributes += " a" + std::to_string(i) + "=''";
+    }
+    const struct
+    {
+        std::string text;
+        std::string fault; ///< Empty: valid.
+    } rows[] = {
+        {without(xml, "<Instrument>", "<Acquisition>"), ""},
+        {without(json, "\"Instrument\"", "\"Acquisition\""), ""},
+        {with(xml, "<Core>", "<Core><Colour/>"), ":3: /Metadata/Core/Colour: "},
+        {with(json, "\"Core\": {", "\"Core\": {\n\"Colour\": \"\","), ":8: /Metadata/Core: the element \"Colour\""},
+        {with(json, "200000", "1e999"), "/Metadata/Optics/AccelerationVoltage: the value \"1e999\" is no number"},
+        {with(json, "\"DetectorType\": \"", "\"DetectorType\": \"no name "), "is no XML name"},
+        {with(xml, "<Core>", "<Core a='\xE9'>"), "not UTF-8"},
+        // Much of it costs no more time than there is of it.
+        {with(xml, "<Core>", "<Core" + attributes + ">"), "more than 100 attributes"},
+        {with(xml, "</Metadata>", Repeated("<x/>", 200'000) + "</Metadata>"), "more is left out"},
+        {"<Metadata a='\x1B[31m'/>", "a character that XML excludes"},
+        {with(xml, "<Core>", "<Core\xC2\x9B>"), "invalid name"},
+    };
+    for (const auto& [text, fault] : rows)
+    {
+        WriteFile(m_folder / "r", text);
+        const ProcessResult result = Run("kiln validate r");
+        EXPECT_EQ(result.status, fault.empty() ? 0 : 1) << result.output;
+        EXPECT_THAT(result.output, HasSubstr(fault.empty() ? "r: valid" : fault));
+        EXPECT_EQ(result.error, "");
+        for (const char c : result.output)
+        {
+            EXPECT_TRUE(c == '\n' || static_cast<unsigned char>(c) >= 0x20) << result.output;
+        }
     }
 }
 
