@@ -1,6 +1,12 @@
 #include "apps/crash_probe/Conditions.h"
 
 #include "Ardo/Kiln/Exception/MiniDumpGenerator.h"
+#include "Ardo/Kiln/Logger/CreateLogger.h"
+#include "Ardo/Kiln/Logger/Logging.h"
+#include "Ardo/Kiln/Logger/SeveritySets.h"
+
+#include <boost/log/sources/record_ostream.hpp>
+#include <boost/log/sources/severity_feature.hpp>
 
 #include <csignal>
 #include <cstdio>
@@ -60,10 +66,22 @@ void NoAddressSpace()
     }
 }
 
+/// Logs a record that the log file keeps in memory until its next flush.
+void LogRecord()
+{
+    const char* const folder = std::getenv("XDG_DATA_HOME");
+    auto& logging = *new Logger::Logging(folder != nullptr ? folder : ".", L"Probe"); // lives until the crash
+    logging.Initialize();
+    logging.AddSinks({{L"Probe", 1 << 20, {}, Logger::InfoAndAbove}});
+    auto logger = Logger::CreateLogger("Probe");
+    BOOST_LOG_SEV(logger, Logger::info) << "the last record";
+}
+
 constexpr Condition List[] = {
     {"full-disk", "no file can grow beyond 4 KiB", &FullDisk},
     {"no-descriptors", "all file descriptors are in use", &NoDescriptors},
     {"no-memory", "no memory and no address space is left", &NoAddressSpace},
+    {"log", "a record was logged just before", &LogRecord},
     {"fake-dump", "minidumps are only pretended", [] { Exception::MiniDumpGenerator::SetFakeWriteDump(true); }},
 };
 

@@ -43,7 +43,7 @@ constinit std::atomic<bool> Handler::g_monitorThreadExceptions = false;
 constinit bool Handler::g_alreadyCrashed = false;
 constinit std::mutex Handler::g_alreadyCrashedLock;
 constinit std::atomic<std::uint32_t> Handler::g_crashedThread = 0;
-constinit std::atomic<int> Handler::g_peopleAsked = 0;
+constinit std::atomic<bool> Handler::g_answerIsAwaited = false;
 constinit std::atomic<const Handler::FaultHandler*> Handler::g_defaultExceptionHandler = nullptr;
 constinit std::atomic<bool> Handler::g_unhandledFilterInstalled = false;
 constinit std::atomic<long (*)(EXCEPTION_POINTERS*)> Handler::g_previousUnhandledFilter = nullptr;

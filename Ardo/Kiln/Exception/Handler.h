@@ -39,13 +39,16 @@ struct Notification;
 ///
 /// The functions that deal with a fault run on the faulted thread (Windows) or on a thread of the library on its
 /// behalf, while it stands still (Linux). There they may allocate and lock; what the faulted thread holds locked stays
-/// locked. On Linux a handling that takes longer than 10 s, the person's answer not counted, is given up, and the
-/// reports are written without it.
+/// locked. On Linux handling that takes longer than 10 s is given up, and the reports are written without it. Only the
+/// library's own work counts: a FaultHandler, a Notify and the answer that it leads to take as long as they need.
 class KILN_EXPORT Handler
 {
 public:
     /// Hands a notification to whoever presents it and answers its promise, and returns: the answer is waited for
-    /// afterwards. A notification that is dropped unanswered counts as answered by default.
+    /// afterwards, without a time limit and also on the thread that would present it. A notification that is dropped
+    /// unanswered counts as answered by default. The library's own presenter, which stands in for an empty function,
+    /// answers by default where nobody can: without windows, when the user-interface thread is at fault itself, and
+    /// when it has not taken the question up within 30 s.
     using Notify = std::function<void(std::shared_ptr<Notification>)>;
 
     /// Deals with one fatal fault, \p pointers, which are never null and valid during the call only.
@@ -193,7 +196,8 @@ private:
     static bool g_alreadyCrashed; ///< Guarded by g_alreadyCrashedLock.
     static std::mutex g_alreadyCrashedLock;
     static std::atomic<std::uint32_t> g_crashedThread; ///< Whose fault g_alreadyCrashedLock is held for; 0: free.
-    static std::atomic<int> g_peopleAsked;             ///< How many threads wait for an answer just now.
+    static std::atomic<bool>
+        g_answerIsAwaited; ///< Whether the holder of the lock waits for the application or a person.
     static std::atomic<const FaultHandler*> g_defaultExceptionHandler; ///< Null: DefaultExceptionHandler.
     static std::atomic<bool> g_unhandledFilterInstalled;
     static std::atomic<long (*)(EXCEPTION_POINTERS*)> g_previousUnhandledFilter;

@@ -8,6 +8,7 @@
 #include "Ardo/Kiln/Exception/HandlerState_p.h"
 #include "Ardo/Kiln/Exception/Notification.h"
 #include "Ardo/Kiln/Exception/NotifyException.h"
+#include "Ardo/Kiln/Logger/LogFileRegistry_p.h"
 #include "Ardo/Kiln/Platform/ProcessEnd.h"
 #include "Ardo/Kiln/Platform/StandardError.h"
 
@@ -16,6 +17,7 @@
 #include <chrono>
 #include <cstdlib>
 #include <future>
+#include <optional>
 #include <thread>
 
 namespace Ardo::Kiln::Exception
@@ -27,20 +29,14 @@ namespace
 namespace FaultCode = Crash::FaultCode;
 using Crash::FaultDispatch;
 
-constexpr unsigned long long GreatestFlagsThatAskNobody = 127;
+constexpr unsigned long long MaxFlagsThatAskNobody = 127;
 
-/// How long an answer is waited for when the thread that would present the question has faulted itself.
-constexpr std::chrono::seconds AnswerOfFaultedThread{3};
-
-/// How long something is waited for before it is asked whether waiting still makes sense.
-constexpr std::chrono::milliseconds Glance{20};
-
-/// The thread that loaded the library: the one that talks to the person, as a rule.
-const std::uint32_t g_firstThread = FaultDispatch::ThreadId();
+/// Polling interval of the waits below.
+constexpr std::chrono::milliseconds PollInterval{20};
 
 constexpr std::size_t ReserveSize = 2 << 20; // for two reports; so large that it comes from the system, and goes back
 
-std::atomic<void*> g_reserve = nullptr; ///< Memory for the day when there is none.
+std::atomic<void*> g_reserve = nullptr; ///< Emergency memory, released when allocation fails during a report.
 
 void KeepReserve() noexcept
 {
@@ -64,18 +60,14 @@ public:
     Reserve& operator=(const Reserve&) = delete;
 };
 
-/// Counts those who wait for a person, as long as it lives.
-class Waiting
+/// Calls \p function, which belongs to the application. The time that it takes does not count: it may wait for a
+/// person.
+template <class Function>
+void CallApplication(const Function& function)
 {
-public:
-    explicit Waiting(std::atomic<int>& count) : m_count(count) { ++m_count; }
-    ~Waiting() { --m_count; }
-    Waiting(const Waiting&) = delete;
-    Waiting& operator=(const Waiting&) = delete;
-
-private:
-    std::atomic<int>& m_count;
-};
+    const FaultDispatch::ScopedTimeLimitPause pause;
+    function();
+}
 
 } // namespace
 
@@ -95,7 +87,7 @@ Handler::CrashLock::CrashLock() : m_isNested(IsHeld())
     std::optional<FaultDispatch::ScopedTimeLimitPause> pause;
     while (!g_alreadyCrashedLock.try_lock())
     {
-        if (g_peopleAsked == 0)
+        if (!g_answerIsAwaited)
         {
             pause.reset();
         }
@@ -103,7 +95,7 @@ Handler::CrashLock::CrashLock() : m_isNested(IsHeld())
         {
             pause.emplace();
         }
-        std::this_thread::sleep_for(Glance);
+        std::this_thread::sleep_for(PollInterval);
     }
     g_crashedThread = FaultDispatch::ThreadId();
 }
@@ -123,6 +115,7 @@ bool Handler::CrashLock::IsHeld() noexcept
 
 void Handler::CrashLock::Unlock() noexcept
 {
+    g_answerIsAwaited = false; // if what awaited it has been left by a jump
     g_crashedThread = 0;
     g_alreadyCrashedLock.unlock();
 }
@@ -142,8 +135,17 @@ void Handler::HandleException(EXCEPTION_POINTERS* pointers, const Notify& notify
     }
     try
     {
-        const FaultHandler* const handler = g_defaultExceptionHandler;
-        handler != nullptr ? (*handler)(pointers, notify) : DefaultExceptionHandler(pointers, notify);
+        if (const FaultHandler* const handler = g_defaultExceptionHandler)
+        {
+            const Reserve reserve; // with an allocation under the time limit, which ends if the heap is locked
+            g_answerIsAwaited = true;
+            CallApplication([&] { (*handler)(pointers, notify); });
+            g_answerIsAwaited = false;
+        }
+        else
+        {
+            DefaultExceptionHandler(pointers, notify);
+        }
     }
     catch (...)
     {
@@ -183,7 +185,8 @@ void Handler::ReportUnderLock(EXCEPTION_POINTERS* pointers, std::string_view mes
 void Handler::ReportAndDump(EXCEPTION_POINTERS* pointers, std::string_view message, const Notify& notify) noexcept
 {
     const Reserve reserve;
-    Crash::FaultReports reports(pointers);
+    const std::string logFiles = Logger::LogFileRegistry::FlushAfterFault();
+    Crash::FaultReports reports(pointers, logFiles);
     MinidumpActions answer;
     try
     {
@@ -207,13 +210,14 @@ void Handler::ReportAndDump(EXCEPTION_POINTERS* pointers, std::string_view messa
     {
         if (answer.function)
         {
-            answer.function();
+            CallApplication(answer.function);
         }
     }
     catch (...)
     {
         // The presenter's affair; the fault is dealt with.
     }
+    Logger::LogFileRegistry::FlushAfterFault(); // what others have logged while a person was asked
 }
 
 std::exception_ptr Handler::ConvertToExceptionPtr(std::string_view message, const std::string& report)
@@ -227,46 +231,47 @@ std::exception_ptr Handler::ConvertToExceptionPtr(std::string_view message, cons
 
 MinidumpActions Handler::AskUserForMinidump(const std::exception_ptr& exception, const Notify& notify)
 {
-    if (g_handlerFlags <= GreatestFlagsThatAskNobody && !notify)
+    if (g_handlerFlags <= MaxFlagsThatAskNobody && !notify)
     {
         return {};
     }
+    g_answerIsAwaited = true;
+    MinidumpActions actions;
     try
     {
         auto notification = std::make_shared<Notification>();
         notification->exception = exception;
         std::future<MinidumpActions> answer = notification->reply.get_future();
-        if (notify)
-        {
-            // No reference is kept: a notification that the presenter drops must not leave us waiting for ourselves.
-            notify(std::move(notification));
-        }
-        else
-        {
-            NotifyException(notification);
-            notification.reset();
-        }
-        if (FaultDispatch::FirstThreadIsAtFault() || FaultDispatch::ThreadId() == g_firstThread)
-        {
-            // Nothing that was posted to the thread at fault will ever be looked at; others may still answer.
-            return answer.wait_for(AnswerOfFaultedThread) == std::future_status::ready ? answer.get()
-                                                                                       : MinidumpActions();
-        }
-        const Waiting waiting(g_peopleAsked);
-        const FaultDispatch::ScopedTimeLimitPause pause;
-        while (answer.wait_for(Glance) != std::future_status::ready)
-        {
-            if (FaultDispatch::HasNoUserInterface())
+        CallApplication(
+            [&]
             {
-                return {};
-            }
-        }
-        return answer.get();
+                if (notify)
+                {
+                    // No reference is kept: a notification that the presenter drops must not leave us waiting for
+                    // ourselves.
+                    notify(std::move(notification));
+                    actions = answer.get();
+                    return;
+                }
+                NotifyException(notification);
+                notification.reset();
+                // The library's own presenter: the thread that shows the question may fault before it is answered.
+                while (answer.wait_for(PollInterval) != std::future_status::ready)
+                {
+                    if (FaultDispatch::HasNoUserInterface())
+                    {
+                        return;
+                    }
+                }
+                actions = answer.get();
+            });
     }
     catch (...)
     {
-        return {}; // a presenter that fails, or that drops the question
+        actions = {}; // a presenter that fails, or that drops the question
     }
+    g_answerIsAwaited = false;
+    return actions;
 }
 
 std::string Handler::GetReport(Crash::FaultReports& reports)

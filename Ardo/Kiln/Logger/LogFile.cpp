@@ -1,6 +1,7 @@
 #include "Ardo/Kiln/Logger/LogFile_p.h"
 
 #include "Ardo/Kiln/FileSystem/WidePath.h"
+#include "Ardo/Kiln/Logger/LockWithin_p.h"
 #include "Ardo/Kiln/Logger/LogText_p.h"
 #include "Ardo/Kiln/Platform/SharedAppendFile.h"
 
@@ -132,6 +133,22 @@ void LogFile::Flush() noexcept
     catch (...)
     {
         // No memory: the records stay for the next time.
+    }
+}
+
+void LogFile::FlushAfterFault(std::chrono::milliseconds limit) noexcept
+{
+    try
+    {
+        const auto lock = LockWithin(m_mutex, limit);
+        if (lock.owns_lock() && !m_ends.empty())
+        {
+            WriteKept();
+        }
+    }
+    catch (...)
+    {
+        // No memory: the records are lost with the process.
     }
 }
 

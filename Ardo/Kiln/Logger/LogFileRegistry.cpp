@@ -1,6 +1,7 @@
 #include "Ardo/Kiln/Logger/LogFileRegistry_p.h"
 
 #include "Ardo/Kiln/FileSystem/WidePath.h"
+#include "Ardo/Kiln/Logger/LockWithin_p.h"
 #include "Ardo/Kiln/Platform/ProcessFork.h"
 
 #include <condition_variable>
@@ -158,6 +159,35 @@ void StartPeriodicFlush()
     if (registry.flusher == nullptr)
     {
         registry.flusher = std::make_unique<Flusher>();
+    }
+}
+
+std::string FlushAfterFault() noexcept
+{
+    constexpr std::chrono::milliseconds LockLimit(100);
+    try
+    {
+        std::vector<std::shared_ptr<LogFile>> files;
+        {
+            Registry& registry = TheRegistry();
+            const auto lock = LockWithin(registry.mutex, LockLimit);
+            if (!lock.owns_lock())
+            {
+                return {};
+            }
+            files = registry.files;
+        }
+        std::string paths;
+        for (const auto& file : files)
+        {
+            paths += FileSystem::ToDisplayText(file->Path()) + '\n';
+            file->FlushAfterFault(LockLimit);
+        }
+        return paths;
+    }
+    catch (...)
+    {
+        return {};
     }
 }
 

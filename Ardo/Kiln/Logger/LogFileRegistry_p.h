@@ -5,6 +5,7 @@
 #include <chrono>
 #include <filesystem>
 #include <memory>
+#include <string>
 
 /// The log files that the process writes, so that none of them keeps its records for longer than a second.
 /// Any thread may call the functions.
@@ -25,6 +26,11 @@ KILN_EXPORT_FOR_TESTS void Add(std::shared_ptr<LogFile> file);
 /// Starts the thread that flushes every file each second, if it does not run. It also waits until the disk has what was
 /// written, so that a power failure costs little more than that second.
 KILN_EXPORT_FOR_TESTS void StartPeriodicFlush();
+
+/// Flushes every file after a fault: as far as the locks are free that the thread at fault may hold. Never throws.
+/// \returns the paths of the files as UTF-8 with replacement characters, each followed by a line feed; empty without
+///          memory, or if the registry itself is locked.
+KILN_EXPORT_FOR_TESTS std::string FlushAfterFault() noexcept;
 
 /// Ends that thread, flushes every file and empties the registry. Does nothing to an empty one.
 KILN_EXPORT_FOR_TESTS void Shutdown();

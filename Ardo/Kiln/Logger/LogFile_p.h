@@ -60,6 +60,10 @@ public:
     /// Hands what is kept to the system, so that it survives the end of this process.
     void Flush() noexcept;
 
+    /// Flush after a fault, whose thread may hold this file's lock for ever: then nothing happens.
+    /// \param limit how long to wait for the lock.
+    void FlushAfterFault(std::chrono::milliseconds limit) noexcept;
+
     /// Flush, then waits until the disk has what was written since the last time. Other threads go on logging.
     void Sync() noexcept;
 

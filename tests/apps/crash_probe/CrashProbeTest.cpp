@@ -317,7 +317,7 @@ TEST(CrashProbeTest, ReportsAreMadeWhateverTheStateOfTheProcess)
         {"--execute --handler nothing read-null", 0, 0, ""},
         {"--execute --handler throws read-null", 0, 1},
         {"--execute --handler faults read-null", Ended + SIGSEGV, 1},
-        {"--execute --handler hangs read-null", Ended + SIGSEGV, 1}, // watchdog
+        {"--execute --handler slow read-null", 0, 0, "", "returned\n"},
         {"--notify yes read-null", 0, 1, "ReadNull() at ", "asked\nfunction called\nreturned\n"},
         {"--thread worker --notify yes throw-std", 0, 1, "ThrowStandard() at ", "asked\nfunction called\nreturned\n"},
         {"--thread worker --notify no read-null", 0, 0, "", "asked\nfunction called\nreturned\n"},
@@ -326,7 +326,8 @@ TEST(CrashProbeTest, ReportsAreMadeWhateverTheStateOfTheProcess)
         {"--thread worker --notify faults read-null", Ended + SIGSEGV, 1},
         {"--thread worker --notify faults --times 2 throw-int", 0, 2, "Misbehave(", "asked\nreturned\nasked\nreturned\n"},
         {"--thread worker throw-std", Ended + SIGABRT, 1, "ThrowStandard() at ", ") is being abnormally terminated\nterminate called"},
-        {"--thread worker --notify hangs read-null", Ended + SIGSEGV, 1}, // watchdog
+        {"--thread worker --notify slow read-null", 0, 0, "", "asked\nfunction called\nreturned\n"},
+        {"--notify slow read-null", 0, 0, "", "asked\nfunction called\nreturned\n"},
     };
     // clang-format on
     std::vector<Child> children;
@@ -351,6 +352,22 @@ TEST(CrashProbeTest, ReportsAreMadeWhateverTheStateOfTheProcess)
         EXPECT_EQ(child.dumps.size(), (state.traits & NoDump) != 0 ? 0U : state.reports);
         EXPECT_EQ(child.others, 0U);
         EXPECT_THAT(child.report, HasSubstr(state.frame));
+    }
+}
+
+TEST(CrashProbeTest, LogIsFlushedAndItsFilesAreNamed)
+{
+    std::vector<Child> children;
+    children.emplace_back("--with log read-null");
+    children.emplace_back("--with log --thread worker --execute throw-std");
+    RunAll(children);
+    for (const Child& child : children)
+    {
+        SCOPED_TRACE(child.arguments);
+        const auto file = child.folder->Path() / "Log" / "Probe.log";
+        EXPECT_THAT(ReadFile(file), HasSubstr("the last record\n"));
+        EXPECT_THAT(child.report, HasSubstr("\r\n Log files \r\n"));
+        EXPECT_THAT(child.report, HasSubstr("\r\n" + file.string() + "\r\n"));
     }
 }
 
