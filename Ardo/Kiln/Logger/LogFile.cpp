@@ -4,9 +4,9 @@
 #include "Ardo/Kiln/Logger/LockWithin_p.h"
 #include "Ardo/Kiln/Logger/LogText_p.h"
 #include "Ardo/Kiln/Platform/SharedAppendFile.h"
+#include "Ardo/Kiln/Platform/StandardError.h"
 
 #include <algorithm>
-#include <cstdio>
 #include <limits>
 #include <utility>
 
@@ -453,7 +453,7 @@ void LogFile::Report(const Failure& failure)
         line += ": " + failure.reason.message();
     }
     line += "\n";
-    std::fputs(line.c_str(), stderr); // in one call, so that lines of several threads do not mix
+    Platform::WriteStandardError(line); // in one call, so that lines of several threads do not mix
 }
 
 } // namespace Ardo::Kiln::Logger

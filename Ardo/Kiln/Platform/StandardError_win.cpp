@@ -6,10 +6,16 @@
 namespace Ardo::Kiln::Platform
 {
 
+bool HasStandardError() noexcept
+{
+    const HANDLE stream = ::GetStdHandle(STD_ERROR_HANDLE);
+    return stream != nullptr && stream != INVALID_HANDLE_VALUE;
+}
+
 void WriteStandardError(std::string_view text) noexcept
 {
     const HANDLE stream = ::GetStdHandle(STD_ERROR_HANDLE);
-    while (!text.empty() && stream != nullptr && stream != INVALID_HANDLE_VALUE)
+    while (!text.empty() && HasStandardError())
     {
         constexpr std::size_t Largest = 1U << 20U;
         DWORD count = 0;

@@ -3,6 +3,7 @@
 #include "Ardo/Kiln/Crash/CrashRequest_linux.h"
 #include "Ardo/Kiln/Crash/Process/MapsReader_linux.h"
 #include "Ardo/Kiln/Crash/Writer/SystemCall_linux.h"
+#include "Ardo/Kiln/Platform/StandardError.h"
 
 #include <algorithm>
 #include <atomic>
@@ -52,6 +53,7 @@ struct Launch
     char addressText[24];
     const char* arguments[4];
     int descriptor;
+    bool hasStandardError;
     int timeoutMilliseconds;
 };
 Launch g_launch;
@@ -144,15 +146,21 @@ void Sleep(int milliseconds) noexcept
     SystemCall(SYS_nanosleep, Word(&time));
 }
 
+/// Whether nobody will unlock: the lock was inherited by a fork(), or its thread has ended.
+bool HasEnded(std::uint64_t owner) noexcept
+{
+    return owner >> 32 != Self() >> 32 ||
+           SystemCall(SYS_tgkill, static_cast<long>(owner >> 32), static_cast<long>(owner & 0xFFFFFFFF), 0) == -ESRCH;
+}
+
 bool Lock(int timeoutMilliseconds) noexcept
 {
     const std::uint64_t self = Self();
     for (int waited = 0; waited <= timeoutMilliseconds; ++waited)
     {
         std::uint64_t owner = 0;
-        // A lock of another process was inherited by a fork(): nobody here will open it.
         if (g_owner.compare_exchange_strong(owner, self, std::memory_order_acquire) ||
-            (owner >> 32 != self >> 32 && g_owner.compare_exchange_strong(owner, self, std::memory_order_acquire)))
+            (HasEnded(owner) && g_owner.compare_exchange_strong(owner, self, std::memory_order_acquire)))
         {
             return true;
         }
@@ -179,9 +187,10 @@ int BecomeWriter()
             SystemCall(SYS_prlimit64, 0, resource, Word(&limit), 0);
         }
     }
-    // What somebody types at the terminal is for the application.
+    // What somebody types at the terminal is for the application, and nobody may read the standard error stream any
+    // more.
     constexpr auto bit = [](int signal) { return std::uint64_t{1} << (signal - 1); };
-    constexpr std::uint64_t blocked = bit(SIGINT) | bit(SIGQUIT) | bit(SIGTSTP) | bit(SIGHUP);
+    constexpr std::uint64_t blocked = bit(SIGINT) | bit(SIGQUIT) | bit(SIGTSTP) | bit(SIGHUP) | bit(SIGPIPE);
     SystemCall(SYS_rt_sigprocmask, SIG_SETMASK, Word(&blocked), 0, SignalSetSize);
     SystemCall(SYS_execve, Word(g_launch.program), Word(g_launch.arguments), Word(g_launch.environment));
     return 127;
@@ -189,6 +198,10 @@ int BecomeWriter()
 
 void LeaveOnlyStandardStreams(int keep) noexcept
 {
+    if (!g_launch.hasStandardError)
+    {
+        SystemCall(SYS_close, STDERR_FILENO); // a file of the application
+    }
     if (keep == WriterDescriptor)
     {
         SystemCall(SYS_fcntl, keep, F_SETFD, 0);
@@ -306,6 +319,7 @@ bool CrashWriterProcess::Run(CrashRequest& request, int descriptor, int timeoutM
         g_launch.arguments[1] = g_launch.processText;
         g_launch.arguments[2] = g_launch.addressText;
         g_launch.descriptor = descriptor;
+        g_launch.hasStandardError = Platform::HasStandardError();
         g_launch.timeoutMilliseconds = timeoutMilliseconds;
         const int error = RunWriter();
         if (request.systemError == 0)
