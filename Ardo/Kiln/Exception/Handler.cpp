@@ -7,6 +7,7 @@
 #include "Ardo/Kiln/Exception/Notification.h"
 #include "Ardo/Kiln/Exception/Warning.h"
 #include "Ardo/Kiln/Logger/CreateLogger.h"
+#include "Ardo/Kiln/Platform/ProcessFork.h"
 #include "Ardo/Kiln/Platform/StandardError.h"
 
 #include <boost/log/sources/record_ostream.hpp>
@@ -14,6 +15,7 @@
 
 #include <array>
 #include <deque>
+#include <memory>
 #include <stdexcept>
 #include <utility>
 
@@ -27,6 +29,9 @@ using Crash::FaultDispatch;
 
 constexpr const char* FlagsTooLate = "Handler::SetFlags should be set before instantiation of secondary threads";
 
+thread_local int g_instancesOfThread = 0;    // of Handler
+thread_local bool g_holdsLockAtFork = false; // whether the forking thread deals with a fault
+
 } // namespace
 
 /// One call of Execute or ExecuteOrNotify.
@@ -39,7 +44,7 @@ struct Handler::GuardedCall
 // All of these live from before the first constructor until after the last destructor of the process.
 constinit std::atomic<unsigned long long> Handler::g_handlerFlags = 0;
 constinit std::atomic<bool> Handler::g_globalInitialized = false;
-constinit std::atomic<bool> Handler::g_monitorThreadExceptions = false;
+constinit std::atomic<bool> Handler::g_monitorThreadExceptions = true;
 constinit bool Handler::g_alreadyCrashed = false;
 constinit std::mutex Handler::g_alreadyCrashedLock;
 constinit std::atomic<std::uint32_t> Handler::g_crashedThread = 0;
@@ -86,7 +91,9 @@ void Handler::Initialize()
 
 Handler::Handler()
 {
+    PrepareForFork();
     ++g_instances;
+    ++g_instancesOfThread;
     if (!g_globalInitialized.exchange(true))
     {
         ResetHandler();
@@ -98,11 +105,33 @@ Handler::Handler()
 Handler::~Handler()
 {
     --g_instances;
+    --g_instancesOfThread;
     const Handler* const own = GetThreadLocalHandler();
     if (own == nullptr || own == this)
     {
         RemoveThread();
     }
+}
+
+void Handler::PrepareForFork()
+{
+    static const bool g_isPrepared =
+        (Platform::OnFork([] { g_holdsLockAtFork = CrashLock::IsHeld(); }, [] {}, &ResetInChild), true);
+    static_cast<void>(g_isPrepared);
+}
+
+void Handler::ResetInChild() noexcept
+{
+    g_instances = g_instancesOfThread;
+    g_alreadyCrashed = false;
+    g_peopleAsked = 0;
+    if (g_holdsLockAtFork)
+    {
+        g_crashedThread = FaultDispatch::ThreadId(); // has another number in the child
+        return;
+    }
+    g_crashedThread = 0;
+    std::construct_at(&g_alreadyCrashedLock); // its owner does not exist here
 }
 
 Handler* Handler::GetThreadLocalHandler() noexcept
@@ -113,10 +142,10 @@ Handler* Handler::GetThreadLocalHandler() noexcept
 
 Handler::ThreadState& Handler::StateOfCallingThread()
 {
-    /// Dies with the thread.
-    struct Farewell
+    /// A thread-local object: destroyed when the thread ends.
+    struct ThreadExitCleanup
     {
-        ~Farewell()
+        ~ThreadExitCleanup()
         {
             std::unique_ptr<ThreadState> state(ThreadState::Get());
             if (state != nullptr && state->notify != nullptr)
@@ -127,7 +156,7 @@ Handler::ThreadState& Handler::StateOfCallingThread()
             }
             else if (state != nullptr)
             {
-                state->handler.reset(); // finds the state while it says farewell to the thread
+                state->handler.reset(); // still needs the state of the thread
                 RemoveThread();
                 FaultDispatch::ThreadData() = nullptr;
             }
@@ -136,10 +165,10 @@ Handler::ThreadState& Handler::StateOfCallingThread()
     ThreadState* state = ThreadState::Get();
     if (state == nullptr)
     {
-        state = std::make_unique<ThreadState>().release(); // owned by the farewell
+        state = std::make_unique<ThreadState>().release(); // owned by the cleanup
         FaultDispatch::ThreadData() = state;
-        static thread_local const Farewell farewell;
-        static_cast<void>(farewell); // a thread that comes here after it, in another farewell, leaves its state behind
+        static thread_local const ThreadExitCleanup cleanup;
+        static_cast<void>(cleanup); // a thread that comes here after it, in another cleanup, leaves its state behind
     }
     return *state;
 }
@@ -281,9 +310,15 @@ void Handler::Execute(const std::function<void()>& work)
 
 void Handler::ExecuteOrNotify(const std::function<void()>& work, const Notify& notify)
 {
+    GuardedCall call{work, notify};
+    if (!g_monitorThreadExceptions && g_instancesOfThread == 0)
+    {
+        CallCatching(&call);
+        return;
+    }
+    PrepareForFork();
     FaultDispatch::MonitorThread();
-    static std::once_flag prepared;
-    std::call_once(prepared, &Prepare);
+    PrepareOnce();
     ThreadState& state = StateOfCallingThread();
 
     /// What holds during the call. In this frame, to which faults come back.
@@ -328,19 +363,24 @@ void Handler::ExecuteOrNotify(const std::function<void()>& work, const Notify& n
     };
 
     const Frame frame(state, notify);
-    GuardedCall call{work, notify};
-    FaultDispatch::CallGuarded(
+    FaultDispatch::CallGuarded(&CallCatching, &call, &HandleFaultOfWork);
+}
+
+void Handler::PrepareOnce()
+{
+    static std::once_flag g_isPrepared;
+    std::call_once(g_isPrepared, &Prepare);
+}
+
+void Handler::CallCatching(void* guardedCall)
+{
+    Crash::CatchAll(
         [](void* argument)
         {
-            Crash::CatchAll(
-                [](void* guarded)
-                {
-                    const auto& [theWork, theNotify] = *static_cast<GuardedCall*>(guarded);
-                    theNotify ? FilterWarnings(theWork, theNotify) : FilterWarnings(theWork);
-                },
-                [](void* guarded) { HandleExceptionOfWork(*static_cast<GuardedCall*>(guarded)); }, argument);
+            const auto& [work, notify] = *static_cast<GuardedCall*>(argument);
+            notify ? FilterWarnings(work, notify) : FilterWarnings(work);
         },
-        &call, &HandleFaultOfWork);
+        [](void* argument) { HandleExceptionOfWork(*static_cast<GuardedCall*>(argument)); }, guardedCall);
 }
 
 void Handler::FilterWarnings(const std::function<void()>& work)
@@ -378,6 +418,7 @@ void Handler::FilterWarnings(const std::function<void()>& work, const Notify& no
 
 void Handler::HandleExceptionOfWork(GuardedCall& call)
 {
+    PrepareOnce();
     Crash::CaughtException fault;
     HandleException(fault.Pointers(), call.notify);
     KillCurrentProcess();

@@ -80,8 +80,13 @@ public:
     ///         standard error stream before, and with EndProcess set the process ends instead. Nothing has changed.
     static void SetFlags(unsigned long long flags);
 
-    /// Notes whether threads are to be monitored of which the application does not know. A note only: threads that
-    /// never call Initialize are monitored as far as the system allows, whatever is set here.
+    /// Sets whether threads are guarded that have not asked for it, true at start. With false, Execute on a thread that
+    /// is not monitored by Initialize, and so each worker of a process without flags, calls its work without a guard
+    /// against faults, and installs nothing: no signal handler, no thread, no alternate stack (see
+    /// docs/crash-reports.md, "What is installed"). Exceptions that leave the work are dealt with as before.
+    ///
+    /// To be called before the first worker is made, in a process with fault handlers of its own such as a language
+    /// runtime's or a plug-in host's. What is installed already stays.
     static void SetMonitorAllThread(bool monitor);
 
     /// Has fatal faults of Execute's work dealt with by \p handler instead of the default handler, which reports them.
@@ -95,13 +100,16 @@ public:
     /// Calls \p work, and returns when it has ended, in whatever way:
     ///
     /// - A fault is dealt with. The destructors of what the work had on its stack do not run, and what it had locked
-    ///   stays locked. After a corrupted heap or stack the system ends the process nevertheless.
+    ///   stays locked. After abort() and std::terminate(), and so after a corrupted heap or stack, the process ends
+    ///   nevertheless, when the reports are written.
     /// - A Warning that leaves the work is logged, and that is all.
     /// - Any other exception that leaves it is dealt with as a fault, whether the flags are set or not.
     ///
-    /// With EndProcess set the process ends instead in the first and last case. The end of the thread that the work
-    /// asks for (`pthread_exit`, cancellation) passes through. Calls may nest; the innermost deals with the fault.
-    /// \param work an empty one is an exception, too.
+    /// With EndProcess set the process ends instead in the first and last case. The first call in a process installs
+    /// the fault handlers of the process, unless SetMonitorAllThread(false) was called. On Linux it unblocks the fault
+    /// signals of the calling thread, as Initialize does: the kernel kills a process for a fault whose signal is
+    /// blocked. The end of the thread that the work asks for (`pthread_exit`, cancellation) passes through. Calls may
+    /// nest; the innermost deals with the fault. \param work an empty one is an exception, too.
     static void Execute(const std::function<void()>& work);
 
     /// The same, but a Warning, and the question whether reports are wanted, go to \p notify. A warning waits for no
@@ -124,13 +132,19 @@ private:
     struct GuardedCall;
     class CrashLock;
 
+    /// Has a forked child start with what it has: the calling thread, and no fault that another one deals with.
+    /// \throws std::bad_alloc.
+    static void PrepareForFork();
+    static void ResetInChild() noexcept;
+
     static void InitializeGlobal();
     static void InitializeThread();
     static void RemoveGlobal();
     static void RemoveThread();
 
-    /// Makes ready what must not be asked for only after a fault.
+    /// Acquires in advance what the handling of a fault needs.
     static void Prepare() noexcept;
+    static void PrepareOnce();
 
     /// The object of the thread on whose behalf the caller runs, or null.
     static Handler* GetThreadLocalHandler() noexcept;
@@ -180,6 +194,8 @@ private:
     static long RegisterLastExceptionOnThread(EXCEPTION_POINTERS* pointers);
     static long HandleFaultOfWork(EXCEPTION_POINTERS* pointers);
 
+    /// Calls the work of a GuardedCall, and deals with an exception that leaves it.
+    static void CallCatching(void* guardedCall);
     static void HandleExceptionOfWork(GuardedCall& call);
 
     /// Announces the thread, and goes on with the terminate handler that was set before.
