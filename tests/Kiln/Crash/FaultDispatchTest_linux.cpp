@@ -59,11 +59,11 @@ void Touch()
     std::_Exit(::write(STDERR_FILENO, text.data(), text.size()) > 0 ? 0 : 1);
 }
 
-void SetBefore(void (*handler)(int))
+void SetBefore(int signal, void (*handler)(int))
 {
     struct sigaction action = {};
     action.sa_handler = handler;
-    ::sigaction(SIGSEGV, &action, nullptr);
+    ::sigaction(signal, &action, nullptr);
 }
 
 class FaultDispatchDeathTest : public testing::Test
@@ -114,22 +114,13 @@ TEST_F(FaultDispatchDeathTest, HandsOnToTheHandlerBefore)
     EXPECT_EXIT(
         {
             Prepare();
-            SetBefore([](int) { Repair(); });
+            SetBefore(SIGSEGV, [](int) { Repair(); });
             FaultDispatch::SetUnhandledFilter(&Filter<'u', 1>);
             FaultDispatch::MonitorThread();
             *static_cast<volatile char*>(g_page) = 1;
             Tell();
         },
         testing::ExitedWithCode(0), "^u\n$");
-    // One that returns without having removed the cause does not keep the process going round for ever.
-    EXPECT_EXIT(
-        {
-            Prepare();
-            SetBefore([](int) {});
-            FaultDispatch::MonitorThread();
-            Touch();
-        },
-        testing::KilledBySignal(SIGSEGV), "");
 }
 
 } // namespace

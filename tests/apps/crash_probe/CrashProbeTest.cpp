@@ -164,12 +164,13 @@ const struct Class
     {"C000001D ILLEGAL_INSTRUCTION", "SIGILL", SIGILL, {"illegal"}},
     {"C0000096 PRIV_INSTRUCTION", "SIGSEGV", SIGSEGV, {"privileged"}},
     {"80000003 BREAKPOINT", "SIGTRAP", SIGTRAP, {"breakpoint"}},
-    {"40000015 Unknown exception", "SIGABRT", SIGABRT, {"abort", "terminate", "pure-virtual"}},
-    {"C0000420 Unknown exception", "SIGABRT", SIGABRT, {"assert"}},
+    {"40000015 Unknown exception", "SIGABRT", SIGABRT, {"abort", "terminate", "pure-virtual"}, Ends},
+    {"C0000420 Unknown exception", "SIGABRT", SIGABRT, {"assert"}, Ends},
     {"C0000374 Unknown exception", "SIGABRT", SIGABRT, {"double-free", "corrupt-heap"}, Ends | NotSanitized},
     {"C0000409 Unknown exception", "SIGABRT", SIGABRT, {"smash-stack"}, Ends},
     {"E06D7363 CXX_EXCEPTION", "SIGABRT", SIGABRT,
-     {"throw-std", "throw-int", "throw-error", "throw-noexcept", "throw-destructor", "rethrow", "rethrow-stored"}, Thrown},
+     {"throw-std", "throw-int", "throw-error", "rethrow", "rethrow-stored"}, Thrown},
+    {"E06D7363 CXX_EXCEPTION", "SIGABRT", SIGABRT, {"throw-noexcept", "throw-destructor"}, Thrown | Ends},
     {"E06D7363 CXX_EXCEPTION", "SIGABRT", SIGABRT, {"throw-warning"}, Thrown | Ignored},
 };
 // clang-format on

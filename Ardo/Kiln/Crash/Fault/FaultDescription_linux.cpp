@@ -70,7 +70,7 @@ void SetReportPlace(const char* dumpFolder, const char* applicationName, const c
     {
         request.record = *pointers->ExceptionRecord;
         request.context = *pointers->ContextRecord;
-        const bool fromSignal = thread != nullptr && pointers == &thread->pointers;
+        const bool fromSignal = thread != nullptr && thread->Owns(pointers);
         request.signal = fromSignal ? thread->signal : SignalOfCode(request.record.ExceptionCode);
         request.signalCode = fromSignal ? thread->signalCode : 0;
         if (thread != nullptr && request.record.ExceptionCode == FaultCode::CxxException &&

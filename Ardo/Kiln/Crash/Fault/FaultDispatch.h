@@ -27,6 +27,20 @@ inline constexpr long ExecuteHandler = 1; ///< It is dealt with.
 /// the thread at fault was doing. If they do not come to an end within the time limit, or fault themselves, the reports
 /// are written without them. Filters see a C++ exception (code FaultCode::CxxException) when it is thrown, on the
 /// throwing thread.
+///
+/// On Linux, besides:
+/// - A handler of the application that was installed before is called after the filters, with the signal mask that it
+///   would have otherwise. It may recover in any way, as often as it likes. If it returns several times and the fault
+///   comes again without a single instruction in between, the process ends. One that is installed afterwards and calls
+///   its predecessor is served as well. A signal that the application ignores stays ignored; its own faults and abort()
+///   cannot be ignored.
+/// - abort() ends the process, also if the filter of a guarded call deals with it.
+/// - exit(), called by another thread while a fault is being dealt with, waits: the process ends by the fault, or the
+///   thread at fault goes on. Neither exit() nor SIGTERM, SIGINT, SIGHUP and SIGQUIT wait for a person: see
+///   HasNoUserInterface.
+/// - A child of vfork() that faults ends by the signal, without filters. A forked child has no thread for filters until
+/// it
+///   calls Start; reports are written without them.
 class KILN_EXPORT_FOR_TESTS FaultDispatch
 {
 public:
@@ -36,8 +50,9 @@ public:
     /// calls it anew. Only the first call does so; later ones see to it that the handlers are still in place.
     static void Start() noexcept;
 
-    /// Makes the calling thread ready: on Linux its alternate stack, its bounds and its place for fault records.
-    /// Threads that never call it are monitored as far as the system allows. Calls Start.
+    /// Makes the calling thread ready: on Linux its alternate stack, its bounds and its place for fault records, and
+    /// unblocks its fault signals, because the kernel kills a process for a fault whose signal is blocked. Threads that
+    /// never call it are monitored as far as the system allows. Calls Start.
     static void MonitorThread() noexcept;
 
     /// Adds \p filter to the calling thread's vectored filters, as the first that is asked. At most 8.
@@ -80,7 +95,9 @@ public:
     };
 
     /// Whether a question that is shown now will not be answered, because the first thread of the process, which
-    /// serves the user interface, has faulted too. May change at any time: poll it while waiting for an answer.
+    /// serves the user interface, has faulted too, or because the process has been asked to end meanwhile. May change
+    /// at any time: poll it while waiting for an answer. On Linux a wait of filters that goes on for more than 2 s
+    /// after the process has been asked to end is given up.
     static bool HasNoUserInterface() noexcept;
 
     /// How long filters may take, in milliseconds; 10000 at start. For tests, before the first fault.

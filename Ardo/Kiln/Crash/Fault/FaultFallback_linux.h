@@ -23,4 +23,7 @@ struct FaultFallback
 /// Sets the fallback. Before the first call of FaultDispatch::Start.
 void SetFaultFallback(const FaultFallback& fallback) noexcept;
 
+/// The fallback that was set; without functions before.
+const FaultFallback& Fallback() noexcept;
+
 } // namespace Ardo::Kiln::Crash

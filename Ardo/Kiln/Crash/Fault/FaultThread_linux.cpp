@@ -35,8 +35,8 @@ struct ThreadMemory
 [[gnu::tls_model("initial-exec")]] thread_local FaultThread* g_onBehalf = nullptr;
 [[gnu::tls_model("initial-exec")]] thread_local pid_t g_onBehalfId = 0;
 
-// For threads that fault and were never adopted. Static, because a fault may find no memory.
-std::array<FaultThread, 4> g_reserve;
+// For a thread that faults and was never adopted. Static, because a fault may find no memory.
+FaultThread g_reserve;
 
 std::atomic<CreateThread> g_createThread = nullptr;
 std::atomic<bool> g_adoptNewThreads = false;
@@ -148,31 +148,20 @@ void AdoptThread() noexcept
     g_thread = &own->thread;
 }
 
-FaultThread* BorrowFaultThread() noexcept
+FaultThread& BorrowFaultThread() noexcept
 {
-    if (g_thread != nullptr)
+    if (g_thread == nullptr)
     {
-        return g_thread;
+        g_thread = &g_reserve;
     }
-    for (FaultThread& reserved : g_reserve)
-    {
-        pid_t nobody = 0;
-        if (reserved.borrower.compare_exchange_strong(nobody, gettid()))
-        {
-            g_thread = &reserved;
-            return &reserved;
-        }
-    }
-    return nullptr;
+    return *g_thread;
 }
 
-void ReturnFaultThread(FaultThread* thread) noexcept
+void ReturnFaultThread(FaultThread& thread) noexcept
 {
-    if (thread->borrower != 0)
+    if (&thread == &g_reserve)
     {
-        thread->depth = 0;
         g_thread = nullptr;
-        thread->borrower = 0;
     }
 }
 

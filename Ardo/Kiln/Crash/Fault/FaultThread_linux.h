@@ -32,8 +32,18 @@ struct FaultThread
 {
     static constexpr std::size_t MaximumFilters = 8;
 
-    // At one address for the life of the thread: the loop detector compares it.
-    EXCEPTION_POINTERS pointers = {&record, &context};
+    /// How filters see the fault. At one address as long as the same fault comes again, at another one for the next
+    /// fault after the thread has recovered: the loop detector compares it.
+    EXCEPTION_POINTERS* Pointers() noexcept { return &blocks[usedBlock]; }
+
+    /// Whether \p pointers is of this object.
+    bool Owns(const EXCEPTION_POINTERS* pointers) const noexcept
+    {
+        return pointers == &blocks[0] || pointers == &blocks[1];
+    }
+
+    std::array<EXCEPTION_POINTERS, 2> blocks = {{{&record, &context}, {&record, &context}}};
+    std::size_t usedBlock = 0;
     EXCEPTION_RECORD record = {};
     CONTEXT context = {};
     int signal = 0;
@@ -47,10 +57,7 @@ struct FaultThread
     void* data = nullptr;
     LastThrow lastThrow;
     bool terminating = false; ///< Inside std::terminate, because of an exception.
-    void* handedOn = nullptr; ///< Address of the fault last handed on to another handler, and how often in a row.
-    unsigned timesHandedOn = 0;
-    unsigned depth = 0;              ///< How many of its faults are being handled: above 1, one of the handling itself.
-    std::atomic<pid_t> borrower = 0; ///< For the records that threads without one borrow: who has it.
+    unsigned depth = 0;       ///< How many of its faults are being handled: above 1, one of the handling itself.
 };
 
 /// The calling thread's record, or null.
@@ -60,11 +67,12 @@ FaultThread* OwnFaultThread() noexcept;
 /// stack's bounds are found out too. Nothing happens when there is no memory.
 void AdoptThread() noexcept;
 
-/// The calling thread's record, or one of a few reserved ones; null when all are in use. A signal handler may call it.
-FaultThread* BorrowFaultThread() noexcept;
+/// The calling thread's record, or the reserved one for threads that have none. Only for the owner of the fault slot,
+/// so that one reserved record serves all. A signal handler may call it.
+FaultThread& BorrowFaultThread() noexcept;
 
-/// Gives a borrowed record back; nothing happens for the thread's own.
-void ReturnFaultThread(FaultThread* thread) noexcept;
+/// Gives a borrowed record back; nothing happens for the thread's own. Before the fault slot is released.
+void ReturnFaultThread(FaultThread& thread) noexcept;
 
 /// The record of the thread on whose behalf the caller runs: of another one inside a filter, else the caller's own or
 /// null.

@@ -170,7 +170,7 @@ CaughtException::CaughtException() noexcept : m_block(new (m_memory) Block)
 {
     static_assert(sizeof(Block) <= sizeof m_memory && alignof(Block) <= 16);
     static_assert(std::is_trivially_destructible_v<Block>);
-    FaultDispatch::MonitorThread();
+    AdoptThread();
     FaultThread* const thread = OwnFaultThread();
     const bool known = thread != nullptr && RememberCurrentException(*thread);
     EXCEPTION_RECORD& record = m_block->record;

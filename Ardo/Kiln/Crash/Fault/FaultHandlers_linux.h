@@ -1,0 +1,45 @@
+#pragma once
+
+#include <signal.h>
+#include <ucontext.h>
+
+namespace Ardo::Kiln::Crash
+{
+
+/// The signal handler of all FaultSignals. Clears the processor's alignment check, which the kernel leaves on, and
+/// calls KilnOnFault.
+extern "C" void KilnFaultEntry(int signal, siginfo_t* info, void* context);
+
+/// Installs KilnFaultEntry for all FaultSignals and remembers what was installed before.
+///
+/// A handler that somebody has installed over ours since stays: it is responsible for calling ours. After SIG_DFL and
+/// SIG_IGN ours is installed again. Any thread may call it; not a signal handler.
+void InstallFaultHandlers() noexcept;
+
+// What a signal handler does with the signal in the end. System calls only.
+
+/// Whether a function, which was installed before ours, handles \p signal.
+bool HasPreviousHandler(int signal) noexcept;
+
+/// Whether the system's default action handled \p signal before ours was installed.
+bool EndsByDefault(int signal) noexcept;
+
+/// Whether the application ignores this signal: it was ignored before ours was installed, and it was sent. The kernel
+/// does not let a program ignore its own faults, nor does abort() end because its signal is ignored.
+bool IsIgnored(int signal, const siginfo_t& info, const ucontext_t& context) noexcept;
+
+/// Calls the handler that was installed before, with the signal mask that it would have without ours. It may jump out.
+/// Nothing happens if there is none.
+void CallPreviousHandler(int signal, siginfo_t* info, ucontext_t& context) noexcept;
+
+/// Ends the process by \p signal, with its default action, as soon as the signal handler that calls this returns: a
+/// core file shows the registers of the fault. Whatever other threads do meanwhile, the process does not go on.
+///
+/// Process 1 of a container, which the kernel protects from signals, ends with the status 128 + \p signal unless a
+/// fault of an instruction can end it by the signal itself; the call does not return then.
+void EndBySignal(int signal, siginfo_t* info) noexcept;
+
+/// Whether ours handles \p signal at the moment.
+bool IsOursInstalled(int signal) noexcept;
+
+} // namespace Ardo::Kiln::Crash
