@@ -1,0 +1,62 @@
+#include "Ardo/Kiln/Exception/HandlerState_p.h"
+
+#include <chrono>
+#include <optional>
+#include <thread>
+
+namespace Ardo::Kiln::Exception
+{
+
+using Crash::FaultDispatch;
+
+namespace
+{
+
+constexpr std::chrono::milliseconds PollInterval{20};
+
+} // namespace
+
+Handler::CrashLock::CrashLock() : m_isNested(IsHeld())
+{
+    if (m_isNested)
+    {
+        return;
+    }
+    // The holder may be waiting for a person: that time does not count here either.
+    std::optional<FaultDispatch::ScopedTimeLimitPause> pause;
+    while (!g_alreadyCrashedLock.try_lock())
+    {
+        if (!g_answerIsAwaited)
+        {
+            pause.reset();
+        }
+        else if (!pause)
+        {
+            pause.emplace();
+        }
+        std::this_thread::sleep_for(PollInterval);
+    }
+    g_crashedThread = FaultDispatch::ThreadId();
+}
+
+Handler::CrashLock::~CrashLock()
+{
+    if (!m_isNested)
+    {
+        Unlock();
+    }
+}
+
+bool Handler::CrashLock::IsHeld() noexcept
+{
+    return g_crashedThread == FaultDispatch::ThreadId();
+}
+
+void Handler::CrashLock::Unlock() noexcept
+{
+    g_answerIsAwaited = false; // if what awaited it has been left by a jump
+    g_crashedThread = 0;
+    g_alreadyCrashedLock.unlock();
+}
+
+} // namespace Ardo::Kiln::Exception
