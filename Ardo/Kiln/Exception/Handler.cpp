@@ -124,7 +124,7 @@ void Handler::ResetInChild() noexcept
 {
     g_instances = g_instancesOfThread;
     g_alreadyCrashed = false;
-    g_peopleAsked = 0;
+    g_answerIsAwaited = g_answerIsAwaited && g_holdsLockAtFork;
     if (g_holdsLockAtFork)
     {
         g_crashedThread = FaultDispatch::ThreadId(); // has another number in the child
