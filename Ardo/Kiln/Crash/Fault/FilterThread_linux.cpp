@@ -92,6 +92,7 @@ void FilterThread::Run() noexcept
                 m_verdict = Verdict::Failed;
             }
         }
+        m_pauses = 0; // a filter that has faulted has left its pauses open
         ActOnBehalf(nullptr, 0);
         state = Posted;
         m_state.compare_exchange_strong(state, Done);

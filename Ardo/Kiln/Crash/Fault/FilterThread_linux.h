@@ -49,9 +49,9 @@ public:
     FaultFilter SetUnhandledFilter(FaultFilter filter) noexcept { return m_unhandledFilter.exchange(filter); }
     bool HasUnhandledFilter() const noexcept { return m_unhandledFilter != nullptr; }
 
-    /// Between the two calls, which nest, the time limit of filters does not count. Any thread may call them.
-    void PauseTimeLimit() noexcept { ++m_pauses; }
-    void ContinueTimeLimit() noexcept { --m_pauses; }
+    /// Between the two calls, which nest, the time limit of filters does not count. For other threads they do nothing.
+    void PauseTimeLimit() noexcept { m_pauses += IsCaller() ? 1U : 0U; }
+    void ContinueTimeLimit() noexcept { m_pauses -= IsCaller() ? 1U : 0U; }
 
     /// How long filters may take, in milliseconds; 10000 at start.
     void SetTimeLimit(int milliseconds) noexcept { m_timeLimit = milliseconds; }
