@@ -63,6 +63,21 @@ void Collect(void* faults, xmlErrorPtr error)
 
 void Drop(void*, const char*, ...) {}
 
+/// Puts blanks in the place of the XML declaration: documents are UTF-8, whatever it says, and the library would look
+/// for another encoding or refuse one that it does not know.
+std::string WithoutDeclaration(std::string xml)
+{
+    const std::size_t begin = xml.starts_with("\xEF\xBB\xBF") ? 3 : 0;
+    const std::size_t end = xml.compare(begin, 5, "<?xml") == 0 ? xml.find("?>", begin) : std::string::npos;
+    if (end != std::string::npos)
+    {
+        std::replace_if(
+            xml.begin() + static_cast<std::ptrdiff_t>(begin), xml.begin() + static_cast<std::ptrdiff_t>(end + 2),
+            [](char c) { return c != '\n'; }, ' ');
+    }
+    return xml;
+}
+
 bool IsNamed(const xmlNode& node, std::string_view name)
 {
     return node.type == XML_ELEMENT_NODE && reinterpret_cast<const char*>(node.name) == name;
@@ -127,9 +142,10 @@ Faults SchemaValidator::Validate(const std::string& xml)
         return {{0, "", "the document is too long"}};
     }
 
+    const std::string text = WithoutDeclaration(xml);
     const Document document(
-        // The encoding is that of readers, whatever the document says of itself. Its size has been checked.
-        xmlCtxtReadMemory(parser.get(), xml.data(), static_cast<int>(xml.size()), nullptr, "UTF-8",
+        // The size has been checked by the reader.
+        xmlCtxtReadMemory(parser.get(), text.data(), static_cast<int>(text.size()), nullptr, "UTF-8",
                           XML_PARSE_NONET | XML_PARSE_NOERROR | XML_PARSE_NOWARNING | XML_PARSE_BIG_LINES |
                               XML_PARSE_HUGE));
     if (!document)

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Ardo/Kiln/MetadataSerializer/DocumentFault.h"
 #include "Ardo/Kiln/MetadataSerializer/Record.h"
 #include "Ardo/MetadataLib/Metadata.h"
 
@@ -39,31 +40,41 @@ inline std::optional<MetadataLib::Metadata> ReadFuzzed(const std::string& text, 
     return std::nullopt;
 }
 
-/// What can be read can be written, and the written document is read back to the same document. Texts are compared, for
-/// a NaN does not equal itself.
+inline void Require(bool condition, const char* what, const std::string& text)
+{
+    if (!condition)
+    {
+        std::cerr << what << ":\n" << text << '\n';
+        std::abort();
+    }
+}
+
+/// What can be read is checked to be readable; if the check finds no fault it can be written, and the written document
+/// is without fault and read back to the same document. Texts are compared, for a NaN does not equal itself.
 inline int FuzzMetadata(const std::uint8_t* data, std::size_t size, SerializeType type)
 {
-    auto metadata = ReadFuzzed(std::string(reinterpret_cast<const char*>(data), size), type);
+    const std::string text(reinterpret_cast<const char*>(data), size);
+    const bool isFaultless = CheckDocument(text, type).empty();
+    const auto metadata = ReadFuzzed(text, type);
+    Require(metadata || !isFaultless, "without fault, but not read", text);
     if (!metadata)
     {
         return 0;
     }
-    std::string first;
+    std::string written;
     try
     {
-        first = Record(*metadata).SerializeToString(type);
+        written = Record(*metadata).SerializeToString(type);
     }
-    catch (const boost::property_tree::ptree_bad_data&)
+    catch (const boost::property_tree::ptree_bad_data& error)
     {
-        return 0; // a detector type that is no name, or a text that this syntax cannot hold: only JSON reads such
+        Require(!isFaultless, error.what(), text); // a detector type that is no name
+        return 0;
     }
-    auto copy = ReadFuzzed(first, type);
-    if (!copy || Record(*copy).SerializeToString(type) != first)
-    {
-        std::cerr << "written:\n" << first << "\nwritten again:\n";
-        std::cerr << (copy ? Record(*copy).SerializeToString(type) : "not read") << '\n';
-        std::abort();
-    }
+    Require(CheckDocument(written, type).empty(), "written with a fault", written);
+    const auto copy = ReadFuzzed(written, type);
+    Require(copy.has_value(), "written, but not read", written);
+    Require(Record(*copy).SerializeToString(type) == written, "read back differently", written);
     return 0;
 }
 

@@ -50,7 +50,7 @@ struct SizeAsXY
     static MetadataLib::Size2D<double> FromDocument(const Document& value) { return {value.x, value.y}; }
 };
 
-/// The type of an aperture. Documents have misspelled one of them since they exist, and readers look for it.
+/// The type of an aperture. One name is misspelled in the file format; readers depend on it.
 struct ApertureTypeText
 {
     using Document = std::string;

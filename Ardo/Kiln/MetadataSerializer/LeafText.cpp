@@ -297,7 +297,8 @@ bool FromText(const std::string& text, MetadataLib::Uuid& value)
 bool FromText(const std::string& text, MetadataLib::TimePoint& value)
 {
     const auto time = Time::ReadISOString(std::string(Trimmed(text)));
-    if (!time)
+    // An offset can move a time beyond the years that can be written.
+    if (!time || Time::ToUtcTimeISOString(*time).empty())
     {
         return false;
     }

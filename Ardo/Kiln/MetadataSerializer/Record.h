@@ -44,15 +44,18 @@ public:
 
     /// Fills the metadata from a tree. "Core", "Acquisition", "StageSettings" and "ScanSettings" have to be there; a
     /// section that is not leaves its fields as they were. Elements of lists are appended, so start from an empty
-    /// Metadata. Unknown elements, names outside an enumeration and custom properties of an unknown type are left out
-    /// and logged at level warning, at most twenty lines a call.
+    /// Metadata. Unknown elements and attributes, text among elements, names outside an enumeration, values of optional
+    /// elements that do not convert, and custom properties of an unknown type are left out and logged at level warning,
+    /// at most MaxDocumentFaults a call. Of custom properties of one name the last counts.
+    ///
+    /// Each of the following carries a DocumentFaultInfo with the element, the value and, in DeserializeFromString, the
+    /// line; the same is logged at level error.
     /// \throws boost::property_tree::ptree_bad_path "No such node" if a required element is missing.
     /// \throws boost::property_tree::ptree_bad_data if the text of a required element does not convert.
     /// \throws std::bad_optional_access if a detector has no "DetectorType".
     /// \throws std::invalid_argument or std::out_of_range, with texts like "stof argument out of range", if the value
-    /// of
-    ///         a custom property is no number of its type. "true", "false", "1" and "0" are booleans; any other text of
-    ///         a "bool" is a ptree_bad_data.
+    ///         of a custom property is no number of its type. "true", "false", "1" and "0" are booleans; any other text
+    ///         of a "bool" is a ptree_bad_data.
     /// \throws std::logic_error if the record was made of constant metadata.
     void Deserialize(const boost::property_tree::ptree& tree, SerializeType type) override;
 

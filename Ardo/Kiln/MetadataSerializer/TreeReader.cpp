@@ -13,8 +13,9 @@ namespace
 /// True for attributes that any element may have: they say something about names, or where a schema is.
 bool IsForEveryElement(const std::string& attribute)
 {
-    return attribute == "xmlns" || attribute.starts_with("xmlns:") || attribute == "xsi:schemaLocation" ||
-           attribute == "xsi:noNamespaceSchemaLocation";
+    constexpr std::string_view Prefix = "xmlns:";
+    return attribute == "xmlns" || attribute == "xsi:schemaLocation" || attribute == "xsi:noNamespaceSchemaLocation" ||
+           (attribute.starts_with(Prefix) && IsXmlNcName(std::string_view(attribute).substr(Prefix.size())));
 }
 
 } // namespace

@@ -1,8 +1,11 @@
 #include "Ardo/Kiln/MetadataSerializer/Record.h"
 
+#include "Ardo/Kiln/MetadataSerializer/DocumentFault.h"
 #include "Ardo/MetadataLib/Metadata.h"
 #include "tests/Support/FullMetadata.h"
+#include "tests/Support/LogCollector.h"
 
+#include <boost/exception/get_error_info.hpp>
 #include <boost/property_tree/ptree.hpp>
 #include <gmock/gmock.h>
 
@@ -245,7 +248,13 @@ TEST(RecordTest, ValuesThatDoNotConvertAreErrorsUnlessTheyAreOptional)
     tree.put("Optics.SpotIndex", "2147483648");
     tree.put("Core.ParentGuid", "parent");
     tree.put("Detectors.AnalyticalDetector.BeginEnergy", "1e3");
+    Support::LogCollector log;
     const Metadata metadata = FromTree(tree, SerializeType::Xml);
+    EXPECT_THAT(log.Messages(), testing::UnorderedElementsAre(
+                                    testing::HasSubstr("/Metadata/Optics/Focus: the value \"near\" is no number"),
+                                    testing::HasSubstr("/Metadata/Optics/SpotIndex: the value \"2147483648\""),
+                                    testing::HasSubstr("/Metadata/Core/ParentGuid: the value \"parent\" is no UUID"),
+                                    testing::HasSubstr("/BeginEnergy: the value \"1e3\" is no whole number")));
     EXPECT_EQ(metadata.Optics.Focus, std::nullopt);
     EXPECT_EQ(metadata.Optics.SpotIndex, std::nullopt);
     EXPECT_EQ(metadata.Core.ParentGuid, std::nullopt);
@@ -257,6 +266,56 @@ TEST(RecordTest, ValuesThatDoNotConvertAreErrorsUnlessTheyAreOptional)
         broken.put(path, "x");
         EXPECT_THROW(FromTree(broken, SerializeType::Xml), ptree_bad_data) << path;
     }
+}
+
+TEST(RecordTest, WhereReadingStopsTravelsWithTheException)
+{
+    const auto read = [](std::string text, SerializeType type, const std::string& from, const std::string& to)
+    {
+        text.replace(text.find(from), from.size(), to);
+        std::string told;
+        std::string what;
+        Support::LogCollector log;
+        try
+        {
+            Metadata metadata;
+            Record(metadata).DeserializeFromString(text, type);
+        }
+        catch (const std::exception& error)
+        {
+            const auto* fault = boost::get_error_info<DocumentFaultInfo>(error);
+            told = fault != nullptr ? ToText(*fault) : "nothing";
+            what = error.what();
+            EXPECT_EQ(ToText(FaultOf(error)), told);
+            EXPECT_THAT(log.Messages(), testing::ElementsAre(testing::HasSubstr(told)));
+            EXPECT_THAT(CheckDocument(text, type), testing::ElementsAre(*fault));
+        }
+        return what + " | " + told;
+    };
+    Metadata full = Support::FullMetadata();
+    const std::string xml = Record(full).SerializeToString(SerializeType::Xml);
+    const std::string json = Record(full).SerializeToString(SerializeType::Json);
+    const std::string noDouble = std::string("conversion of data to type \"") + typeid(double).name() + "\" failed | ";
+    const std::string inDetectors = "/Metadata/Detectors/ImagingDetector";
+    EXPECT_EQ(read(xml, SerializeType::Xml, "<Begin>", "<Begin>x"),
+              noDouble + "line 348: /Metadata/Detectors/ScanningDetector/CollectionAngleRange/Begin: "
+                         "the value \"x0.029999999999999999\" is no number");
+    EXPECT_EQ(read(json, SerializeType::Json, "\"Begin\": \"", "\"Begin\": \"x"),
+              noDouble + "line 356: /Metadata/Detectors/ScanningDetector/CollectionAngleRange/Begin: "
+                         "the value \"x0.029999999999999999\" is no number");
+    EXPECT_EQ(read(xml, SerializeType::Xml, "<ExposureTime>0.10000000000000001</ExposureTime>", ""),
+              "No such node (ExposureTime) | line 297: " + inDetectors + ": \"ExposureTime\" is missing");
+    EXPECT_EQ(read(xml, SerializeType::Xml, "type=\"Electrostatic\"", ""),
+              "No such node (type) | line 325: " + inDetectors + "/Shutters/Shutter: \"type\" is missing");
+    EXPECT_EQ(read(xml, SerializeType::Xml, "unitPrefixPower=\"0\">0.5<", "\nunitPrefixPower=\"-\">0.5<"),
+              std::string("conversion of data to type \"") + typeid(std::int32_t).name() +
+                  "\" failed | line 380: /Metadata/BinaryResult/IntensityScale/unitPrefixPower: "
+                  "the value \"-\" is no whole number of 32 bits");
+    EXPECT_EQ(read(xml, SerializeType::Xml, "value=\"-9223372036854775808\"", "value=\"\""),
+              "invalid stoll argument | line 425: /Metadata/CustomPropertyGroup/CustomProperties/CustomProperty: "
+              "the value \"\" of the custom property \"int64\" is no int64 that can be held");
+    EXPECT_EQ(read(json, SerializeType::Json, "\"DetectorType\": \"ImagingDetector\"", "\"Type\": \"\""),
+              "bad optional access | line 299: " + inDetectors + ": a detector without \"DetectorType\"");
 }
 
 TEST(RecordTest, CustomPropertiesConvertByTheirType)

@@ -189,7 +189,8 @@ TEST(ValueTest, NumbersAreReadAsPeopleWriteThemAndNothingElse)
         EXPECT_EQ(GetOptionalGuid(Text(text), ""), std::nullopt) << text;
     }
     EXPECT_EQ(GetGuid(Text(" 09ABCDEF-0001-0203-0405-060708090AFF\n"), "").bytes[3], 0xEF);
-    for (const char* text : {"yesterday", "", "2023-02-30T00:00:00Z"})
+    for (const char* text :
+         {"yesterday", "", "2023-02-30T00:00:00Z", "1970-01-01x", "1969-12-31-", "0001-01-01T00:00:00+01:00"})
     {
         EXPECT_EQ(GetOptionalStdTimepoint(Text(text), ""), std::nullopt) << text;
     }

@@ -465,6 +465,8 @@ TEST_F(ToolTest, ARecordIsValidWhenItIsReadWithoutLossInEitherSyntax)
     } rows[] = {
         {without(xml, "<Instrument>", "<Acquisition>"), ""},
         {without(json, "\"Instrument\"", "\"Acquisition\""), ""},
+        {with(xml, "\"utf-8\"", "\"UTF-16\""), ""},
+        {with(xml, "\"utf-8\"", "\"latin-1\""), ""}, // the text is UTF-8 all the same
         {with(xml, "<Core>", "<Core><Colour/>"), ":3: /Metadata/Core/Colour: "},
         {with(json, "\"Core\": {", "\"Core\": {\n\"Colour\": \"\","), ":8: /Metadata/Core: the element \"Colour\""},
         {with(json, "200000", "1e999"), "/Metadata/Optics/AccelerationVoltage: the value \"1e999\" is no number"},
