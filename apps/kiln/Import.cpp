@@ -232,7 +232,7 @@ void Import(const ImportOptions& options)
     }
     catch (const std::filesystem::filesystem_error& error)
     {
-        throw Failure(options.output + ": " + error.code().message());
+        throw Failure(options.output + ": " + ReasonOf(error));
     }
     catch (const std::exception& error)
     {

@@ -178,8 +178,13 @@ void WriteText(const std::string& name, std::string_view text)
     }
     catch (const fs::filesystem_error& error)
     {
-        throw Failure(name + ": " + error.code().message());
+        throw Failure(name + ": " + ReasonOf(error));
     }
+}
+
+std::string ReasonOf(const fs::filesystem_error& error)
+{
+    return error.code() == std::errc::invalid_argument ? "is not a file that can be replaced" : error.code().message();
 }
 
 void PrintFile(const fs::path& path)

@@ -48,6 +48,9 @@ void Print(std::string_view text);
 /// Writes \p text to a file that is complete or not there, or to standard output for "-". \throws Failure.
 void WriteText(const std::string& name, std::string_view text);
 
+/// Why FileSystem::ReplacementFile could not write a file, in words for a person.
+std::string ReasonOf(const std::filesystem::filesystem_error& error);
+
 /// Copies a temporary file to standard output. \throws Failure when not all of it gets there.
 void PrintFile(const std::filesystem::path& path);
 

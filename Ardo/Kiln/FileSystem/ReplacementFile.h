@@ -46,7 +46,9 @@ public:
     ///        followed, also one to a file that does not exist yet: that file is written, and the link stays.
     /// \throws std::filesystem::filesystem_error when the target is something other than a regular file, is read-only
     ///         (see IsReadOnly) or may not be written by this process, when links lead in a circle, or when the folder
-    ///         does not take a new file. Its text is valid UTF-8.
+    ///         does not take a new file. Its text is valid UTF-8. The code is is_a_directory for a folder,
+    ///         invalid_argument for a pipe, a device and a name that can be none, permission_denied for a file that may
+    ///         not be written, else the system's.
     explicit ReplacementFile(const std::filesystem::path& target);
 
     /// The same for wide text: ToPath(\p target). \throws std::range_error of ToPath.

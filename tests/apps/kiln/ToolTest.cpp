@@ -258,6 +258,7 @@ TEST_F(ToolTest, APipeIsReadFromItsBeginningAndAFileOfAnyName)
     const std::vector<std::pair<std::string, std::string>> lines = {
         {"echo >record; " + drop + " metadata record", "kiln: record: Permission denied\n"},
         {"kiln metadata /dev/null", "kiln: /dev/null: is neither a file nor a pipe\n"},
+        {"kiln metadata ?.xml --output pipe", "kiln: pipe: is not a file that can be replaced\n"},
         {"kiln metadata $(printf 'b\\344')", "kiln: b\uFFFD: No such file or directory\n"}};
     for (const auto& [line, error] : lines)
     {
