@@ -3,6 +3,7 @@
 find_package(Qt5 5.15 REQUIRED COMPONENTS Core Gui Widgets)
 find_package(Boost 1.74 REQUIRED COMPONENTS log)
 find_package(TIFF 4.5 REQUIRED)
+find_package(JPEG REQUIRED)
 find_package(spdlog 1.10 REQUIRED) # brings fmt
 if(NOT WIN32)
     # Names, files and lines of a stack. It comes without a package file of CMake's.

@@ -1,16 +1,13 @@
-#include "Ardo/Kiln/ImageIO/QtImage_p.h"
+#include "Ardo/Kiln/ImageIO/ImageDecoders_p.h"
+#include "Ardo/Kiln/ImageIO/ReadImageException.h"
 
-#include <cstdint>
-#include <limits>
 #include <new>
 #include <stdexcept>
-#include <string_view>
 
-#include <boost/crc.hpp>
-#include <QBuffer>
-#include <QByteArray>
 #include <QImage>
 #include <QImageReader>
+#include <QIODevice>
+#include <QtEndian>
 
 namespace Ardo::Kiln::ImageIO
 {
@@ -20,10 +17,6 @@ namespace
 
 using Imaging::PixelKind;
 
-/// The most pixels that one byte of a file can become: black-and-white ones of a deflated PNG, 8 in a byte, 1032 bytes
-/// in a byte. No format of real images comes near.
-constexpr std::uint64_t LargestExpansion = 8256; // 8 x 1032
-
 PixelKind KindOf(const QImage& image)
 {
     switch (image.format())
@@ -32,6 +25,14 @@ PixelKind KindOf(const QImage& image)
         return PixelKind::UInt8;
     case QImage::Format_Grayscale16:
         return PixelKind::UInt16;
+    case QImage::Format_RGBX64:
+    case QImage::Format_RGBA64:
+    case QImage::Format_RGBA64_Premultiplied:
+    case QImage::Format_BGR30:
+    case QImage::Format_RGB30:
+    case QImage::Format_A2BGR30_Premultiplied:
+    case QImage::Format_A2RGB30_Premultiplied:
+        RefuseKind("colours, or grey with an opacity, of more than 8 bits a sample");
     case QImage::Format_Mono:
     case QImage::Format_MonoLSB:
     case QImage::Format_Indexed8:
@@ -60,85 +61,24 @@ QImage::Format FormatOf(PixelKind kind)
     }
 }
 
-std::uint32_t BigEndian(std::string_view bytes)
+/// The most pixels that one byte of a file can become.
+std::uint64_t LargestExpansion(QIODevice& file, const std::string& format)
 {
-    std::uint32_t value = 0;
-    for (const char byte : bytes.substr(0, 4))
+    constexpr std::uint64_t Deflate = 1032; // bytes: 258 of two bits, see zlib's technical notes
+    constexpr std::uint64_t Lzw = 2731;     // a table entry of 4096 pixels of 12 bits
+    if (format == "gif")
     {
-        value = value << 8 | static_cast<unsigned char>(byte);
+        return Lzw;
     }
-    return value;
-}
-
-/// Refuses a PNG file that is cut or has a wrong checksum (ISO/IEC 15948, section 5). Qt would answer the rows
-/// before the damage as if they were the whole image, and its decoder prints what it thinks of the rest.
-void CheckPng(std::string_view bytes)
-{
-    constexpr std::string_view Signature = "\x89PNG\r\n\x1A\n";
-    constexpr std::size_t ChunkFrame = 12; // length and name before, checksum behind the data
-    if (!bytes.starts_with(Signature))
+    if (format == "png")
     {
-        return;
+        // Depth and colour type of the header, ISO/IEC 15948, section 11.2.2.
+        const QByteArray header = file.peek(26);
+        const int channels = header.size() < 26 || header[25] == 0 || header[25] == 3 ? 1 : header[25] == 4 ? 2 : 3;
+        const auto bits = static_cast<std::uint64_t>(header.size() < 26 ? 1 : header[24] * channels);
+        return 8 * Deflate / std::max<std::uint64_t>(bits, 1);
     }
-    bytes.remove_prefix(Signature.size());
-    for (std::string_view name; name != "IEND";)
-    {
-        const std::size_t length = BigEndian(bytes);
-        if (bytes.size() < ChunkFrame || length > bytes.size() - ChunkFrame)
-        {
-            throw std::runtime_error("the PNG file is cut");
-        }
-        name = bytes.substr(4, 4);
-        boost::crc_32_type checksum;
-        checksum.process_bytes(name.data(), name.size() + length);
-        if (checksum.checksum() != BigEndian(bytes.substr(8 + length)))
-        {
-            throw std::runtime_error("the PNG file is damaged");
-        }
-        bytes.remove_prefix(ChunkFrame + length);
-    }
-}
-
-/// Refuses a JPEG file that ends before its end marker (ITU-T T.81, annex B). Qt would fill up what is missing in grey.
-void CheckJpeg(std::string_view bytes)
-{
-    constexpr std::string_view StartOfImage = "\xFF\xD8";
-    constexpr unsigned int EndOfImage = 0xD9;
-    if (!bytes.starts_with(StartOfImage))
-    {
-        return;
-    }
-    for (std::size_t at = bytes.find('\xFF', 2); at < bytes.size() - 1; at = bytes.find('\xFF', at))
-    {
-        const auto marker = static_cast<unsigned char>(bytes[at + 1]);
-        if (marker == EndOfImage)
-        {
-            return;
-        }
-        const bool isFill = marker == 0xFF;
-        const bool isInsideScan = marker <= 0x01 || (marker >= 0xD0 && marker <= 0xD7); // stuffed bytes and restarts
-        at += isFill ? 1 : isInsideScan ? 2 : at + 4 > bytes.size() ? 4 : 2 + (BigEndian(bytes.substr(at)) & 0xFFFF);
-    }
-    throw std::runtime_error("the JPEG file is cut");
-}
-
-/// Refuses a Windows bitmap that is shorter than it says. Qt would answer what is missing in black.
-void CheckBitmap(std::string_view bytes)
-{
-    constexpr std::size_t HeaderSize = 14;
-    if (!bytes.starts_with("BM") || bytes.size() < HeaderSize)
-    {
-        return;
-    }
-    std::uint32_t size = 0;
-    for (std::size_t at = 5; at > 1; --at)
-    {
-        size = size << 8 | static_cast<unsigned char>(bytes[at]);
-    }
-    if (size > bytes.size())
-    {
-        throw std::runtime_error("the bitmap file is cut");
-    }
+    return 8 * Deflate;
 }
 
 } // namespace
@@ -148,39 +88,40 @@ bool HasQtImageReaders()
     return !QImageReader::supportedImageFormats().isEmpty();
 }
 
-std::unique_ptr<Imaging::const_raw_image> DecodeWithQt(const unsigned char* bytes, std::size_t size)
+std::unique_ptr<Imaging::const_raw_image> DecodeWithQt(QIODevice& file)
 {
-    if (size > static_cast<std::size_t>(std::numeric_limits<int>::max()))
-    {
-        throw std::runtime_error("larger than 2 GiB");
-    }
-    const std::string_view file(reinterpret_cast<const char*>(bytes), size);
-    CheckPng(file);
-    CheckJpeg(file);
-    CheckBitmap(file);
-
-    QByteArray content = QByteArray::fromRawData(reinterpret_cast<const char*>(bytes), static_cast<int>(size));
-    QBuffer buffer(&content);
-    buffer.open(QIODevice::ReadOnly);
-    QImageReader reader(&buffer);
+    // Readers of text formats may search the whole file for what an image begins with.
+    constexpr qint64 LargestOther = qint64{256} << 20;
+    const bool isKnown = CheckIsWhole(file);
+    QImageReader reader(&file);
     reader.setDecideFormatFromContent(true);
+    if ((!isKnown && file.size() > LargestOther) || !reader.canRead())
+    {
+        throw ReadImageException(ReadImageException::Cause::NotAnImage, "no image of a known format");
+    }
 
     // Qt makes room for whatever size the file states.
+    const std::string format = reader.format().toStdString();
     const QSize stated = reader.size();
-    if (!reader.canRead() || !stated.isValid() || stated.isEmpty())
+    if (!stated.isValid() || stated.isEmpty())
     {
-        throw std::runtime_error("no image of a known format");
+        throw std::runtime_error("the " + format + " file states no size");
     }
-    if (static_cast<std::uint64_t>(stated.width()) * static_cast<std::uint64_t>(stated.height()) >
-        size * LargestExpansion)
+    file.seek(0);
+    CheckCanHold(static_cast<std::uint64_t>(file.size()), static_cast<std::uint64_t>(stated.width()),
+                 static_cast<std::uint64_t>(stated.height()), LargestExpansion(file, format));
+    if (format == "xbm")
     {
-        throw std::runtime_error(std::to_string(stated.width()) + " x " + std::to_string(stated.height()) +
-                                 " pixels in " + std::to_string(size) + " bytes");
+        CheckXbm(file, stated);
+        file.seek(0);
     }
-    QImage image = reader.read();
+
+    // The first reader has read up to the pixels.
+    QImageReader again(&file, reader.format());
+    QImage image = again.read();
     if (image.isNull())
     {
-        throw std::runtime_error(reader.errorString().toStdString());
+        throw std::runtime_error("the " + format + " file is damaged: " + again.errorString().toStdString());
     }
 
     const PixelKind kind = KindOf(image);
@@ -193,6 +134,18 @@ std::unique_ptr<Imaging::const_raw_image> DecodeWithQt(const unsigned char* byte
         std::shared_ptr<const void>(pixels, pixels->constBits()),
         Imaging::size_2d{static_cast<std::uint32_t>(pixels->width()), static_cast<std::uint32_t>(pixels->height())},
         kind, static_cast<std::size_t>(pixels->bytesPerLine()));
+}
+
+std::unique_ptr<Imaging::const_raw_image> DecodeDevice(QIODevice& file)
+{
+    const QByteArray start = file.peek(3);
+    if (start.startsWith("\xFF\xD8"))
+    {
+        return DecodeJpeg(file);
+    }
+    const bool isPnm = start.size() == 3 && start[0] == 'P' && start[1] >= '1' && start[1] <= '6' &&
+                       (QChar(start[2]).isSpace() || start[2] == '#');
+    return isPnm ? DecodePnm(file) : DecodeWithQt(file);
 }
 
 } // namespace Ardo::Kiln::ImageIO

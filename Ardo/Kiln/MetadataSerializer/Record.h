@@ -25,8 +25,6 @@ public:
     explicit Record(MetadataLib::Metadata& metadata);
     /// Refers to \p metadata, for writing only.
     explicit Record(const MetadataLib::Metadata& metadata);
-    /// The record would outlive what it refers to.
-    explicit Record(const MetadataLib::Metadata&& metadata) = delete;
     /// Copies refer to the same metadata.
     Record(const Record&) = default;
     Record(Record&&) = default;

@@ -1,0 +1,30 @@
+#pragma once
+
+#include "Ardo/Kiln/Platform/RandomAccessFile.h"
+
+#include <QIODevice>
+
+namespace Ardo::Kiln::ImageIO
+{
+
+/// A file as Qt's image readers take it: read where they ask for it, never whole. The file has to outlive the device.
+class FileDevice : public QIODevice
+{
+public:
+    /// Opens the device for reading. \p file stays the caller's.
+    explicit FileDevice(Platform::RandomAccessFile& file);
+
+    bool isSequential() const override { return false; }
+    qint64 size() const override;
+    bool seek(qint64 position) override;
+
+protected:
+    qint64 readData(char* bytes, qint64 size) override;
+    qint64 writeData(const char*, qint64) override { return -1; }
+
+private:
+    Platform::RandomAccessFile& m_file;
+    qint64 m_position = 0;
+};
+
+} // namespace Ardo::Kiln::ImageIO

@@ -1,0 +1,72 @@
+#pragma once
+
+#include "Ardo/Imaging/const_raw_image.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <string>
+
+class QIODevice;
+class QSize;
+
+/// The decoders behind ImageFile: one a format, or a family of formats. They throw ReadImageException, or
+/// std::runtime_error whose text is the reason for a damaged file.
+namespace Ardo::Kiln::ImageIO
+{
+
+class TiffFile;
+
+/// The image of the current directory. See ImageFile for what becomes of its samples.
+std::unique_ptr<Imaging::const_raw_image> DecodeTiff(TiffFile& file);
+
+/// The image in a file that is not TIFF, told by its content.
+std::unique_ptr<Imaging::const_raw_image> DecodeDevice(QIODevice& file);
+
+/// The image in a JPEG file, turned as its Exif data say.
+std::unique_ptr<Imaging::const_raw_image> DecodeJpeg(QIODevice& file);
+
+/// The image in a file of the portable any-map family, P1 to P6: PBM, PGM, PPM.
+std::unique_ptr<Imaging::const_raw_image> DecodePnm(QIODevice& file);
+
+/// The image in a file that one of Qt's readers knows.
+std::unique_ptr<Imaging::const_raw_image> DecodeWithQt(QIODevice& file);
+
+/// True if Qt has an image reader at all. Any thread may call it.
+bool HasQtImageReaders();
+
+/// Refuses a PNG, BMP or GIF file that is cut, as far as it can be told without decoding it; Qt's readers would fill up
+/// what is missing. \returns false for a file of another format.
+bool CheckIsWhole(QIODevice& file);
+
+/// Refuses an XBM file, a piece of C source, that has less numbers than its size needs. \param size in pixels.
+void CheckXbm(QIODevice& file, const QSize& size);
+
+/// \throws std::runtime_error with the numbers if \p fileSize bytes cannot become \p width x \p height pixels, of which
+/// a byte of the format gives \p pixelsPerByte at most.
+void CheckCanHold(std::uint64_t fileSize, std::uint64_t width, std::uint64_t height, std::uint64_t pixelsPerByte);
+
+/// \throws ReadImageException of cause Unsupported.
+[[noreturn]] void RefuseKind(const std::string& reason);
+
+/// An image whose pixels are still to be filled in, without gaps between the rows.
+struct NewImage
+{
+    NewImage(std::uint64_t width, std::uint64_t height, Imaging::PixelKind kind);
+
+    unsigned char* Row(std::uint64_t y) const noexcept { return bytes + rowSize * y; }
+    std::unique_ptr<Imaging::const_raw_image> Finish() const;
+
+    std::shared_ptr<const void> owner;
+    unsigned char* bytes;
+    std::size_t rowSize;
+    Imaging::size_2d size;
+    Imaging::PixelKind kind;
+};
+
+/// \p image with its rows and columns in the order in which they are to be seen.
+/// \param orientation the code of the tag Orientation (TIFF 6.0, section 8), which Exif has too; 1 and what is no such
+///                    code leave the image as it is.
+std::unique_ptr<Imaging::const_raw_image> Oriented(std::unique_ptr<Imaging::const_raw_image> image, int orientation);
+
+} // namespace Ardo::Kiln::ImageIO

@@ -1,0 +1,165 @@
+#include "Ardo/Kiln/ImageIO/ImageFile.h"
+
+#include "Ardo/Kiln/FileSystem/WidePath.h"
+#include "Ardo/Kiln/ImageIO/FileDevice_p.h"
+#include "Ardo/Kiln/ImageIO/ImageDecoders_p.h"
+#include "Ardo/Kiln/ImageIO/ReadImageException.h"
+#include "Ardo/Kiln/ImageIO/TiffFile_p.h"
+#include "Ardo/Kiln/ImageIO/TiffTags_p.h"
+#include "Ardo/Kiln/MetadataSerializer/Record.h"
+#include "Ardo/Kiln/Platform/RandomAccessFile.h"
+
+#include <array>
+#include <new>
+#include <stdexcept>
+#include <string_view>
+#include <vector>
+
+#include <tiffio.h>
+
+namespace Ardo::Kiln::ImageIO
+{
+
+namespace
+{
+
+using Cause = ReadImageException::Cause;
+
+/// Runs \p function, whose failures are those of a file of the format that it is for.
+template <typename Function>
+auto Reading(Function function)
+{
+    try
+    {
+        return function();
+    }
+    catch (const ReadImageException&)
+    {
+        throw;
+    }
+    catch (const std::system_error& error)
+    {
+        throw ReadImageException(Cause::System, error.what(), error.code());
+    }
+    catch (const std::bad_alloc&)
+    {
+        throw ReadImageException(Cause::System, "not enough memory",
+                                 std::make_error_code(std::errc::not_enough_memory));
+    }
+    catch (const std::runtime_error& error)
+    {
+        throw ReadImageException(Cause::Damaged, error.what());
+    }
+}
+
+bool IsTiff(std::string_view start)
+{
+    using namespace std::string_view_literals;
+    return start.starts_with("II*\0"sv) || start.starts_with("MM\0*"sv) || start.starts_with("II+\0"sv) ||
+           start.starts_with("MM\0+"sv);
+}
+
+} // namespace
+
+/// One of the two.
+struct ImageFile::Content
+{
+    std::unique_ptr<Platform::RandomAccessFile> file; ///< Of a format that is not TIFF.
+    std::unique_ptr<TiffFile> tiff;
+    std::vector<std::uint64_t> pages; ///< Where the directories of a TIFF file begin.
+
+    /// Makes \p page the current one of a TIFF file.
+    void Select(std::uint32_t page)
+    {
+        if (page >= (tiff == nullptr ? 1 : pages.size()))
+        {
+            throw std::out_of_range("no such page");
+        }
+        if (tiff != nullptr)
+        {
+            if (page > 0 || TIFFCurrentDirOffset(tiff->Handle()) != pages[page])
+            {
+                tiff->SelectPage(pages[page]);
+            }
+            if (const std::string fault = tiff->DirectoryFault(); !fault.empty())
+            {
+                throw ReadImageException(Cause::Damaged, fault);
+            }
+        }
+    }
+};
+
+ImageFile::ImageFile(const std::wstring& path) : m_content(std::make_unique<Content>())
+{
+    const std::filesystem::path name = FileSystem::ToPath(path);
+    Reading(
+        [&]
+        {
+            using Platform::RandomAccessFile;
+            auto file = std::make_unique<RandomAccessFile>(name, RandomAccessFile::Access::Read);
+            std::array<char, 4> start{};
+            if (file->ReadAt(0, start.data(), start.size()) < 0)
+            {
+                throw std::system_error(file->LastError());
+            }
+            if (!IsTiff({start.data(), start.size()}))
+            {
+                m_content->file = std::move(file);
+                return;
+            }
+            m_content->tiff = std::make_unique<TiffFile>(std::move(file), path);
+            m_content->pages = m_content->tiff->Pages();
+            m_content->Select(0);
+        });
+}
+
+ImageFile::~ImageFile() = default;
+ImageFile::ImageFile(ImageFile&&) noexcept = default;
+ImageFile& ImageFile::operator=(ImageFile&&) noexcept = default;
+
+std::uint32_t ImageFile::PageCount() const noexcept
+{
+    return m_content->tiff == nullptr ? 1 : static_cast<std::uint32_t>(m_content->pages.size());
+}
+
+std::unique_ptr<Imaging::const_raw_image> ImageFile::ReadImage(std::uint32_t page)
+{
+    return Reading(
+        [&]
+        {
+            m_content->Select(page);
+            if (m_content->tiff != nullptr)
+            {
+                return DecodeTiff(*m_content->tiff);
+            }
+            FileDevice device(*m_content->file);
+            return DecodeDevice(device);
+        });
+}
+
+std::string ImageFile::ReadMetadataText(std::uint32_t page)
+{
+    return Reading(
+        [&]
+        {
+            m_content->Select(page);
+            char* text = nullptr;
+            const bool hasText =
+                m_content->tiff != nullptr && TIFFGetField(m_content->tiff->Handle(), Tag::XmlMetadata, &text) == 1;
+            return hasText ? std::string(text) : std::string();
+        });
+}
+
+std::optional<MetadataLib::Metadata> ImageFile::ReadMetadata(std::uint32_t page)
+{
+    const std::string text = ReadMetadataText(page);
+    if (text.empty())
+    {
+        return std::nullopt;
+    }
+    MetadataLib::Metadata metadata;
+    MetadataSerializer::Record(metadata).DeserializeFromString(text, MetadataSerializer::SerializeType::Xml);
+    return metadata;
+}
+
+} // namespace Ardo::Kiln::ImageIO

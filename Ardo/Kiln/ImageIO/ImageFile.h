@@ -1,0 +1,79 @@
+#pragma once
+
+#include "Ardo/Imaging/const_raw_image.h"
+#include "Ardo/KilnExport.h"
+#include "Ardo/MetadataLib/Metadata.h"
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+
+namespace Ardo::Kiln::ImageIO
+{
+
+/// An image file of any format, open for reading: its images, and the record of each.
+///
+/// The format is told by the content, never by the name. TIFF files may have several images, called pages; of every
+/// other format there is one, of an animation the first.
+///
+/// What becomes of the samples:
+/// - 8 and 16 bits of grey, floats, and RGB and RGBA of 8 bits stay as they are. Grey with an opacity becomes Rgba8.
+/// - Grey of less than 8 bits is spread over 0 to 255; of 9 to 15 bits it stays as it is, in 16.
+/// - Grey whose 0 is white (TIFF) is turned over, so that 0 is black.
+/// - A palette becomes UInt8 if all its colours are grey, else Rgb8 or Rgba8.
+/// - Signed integers of 8 and 16 bits become Float32, every value as it is. Integers of 32 bits do if a float holds
+/// each
+///   of them. Floats of 64 bits are rounded to 32.
+/// - Colours that are multiplied with their opacity are divided by it.
+/// - YCbCr becomes Rgb8, in JPEG files, too. Samples of a PNM file stay as they are whatever its largest value is.
+/// - Colours of more than 8 bits a sample, other colour spaces, complex numbers and floats of 16 bits are refused.
+/// Rows and columns are in the order in which a person is to see them, whatever orientation a TIFF or JPEG file states.
+///
+/// Files may be hostile: the file is not read whole before its kind and the size of its image are known, an image that
+/// it cannot possibly hold is refused before memory is asked for, and memory stays within a small multiple of the image
+/// and the file. TIFF, PNG, JPEG, BMP, GIF, PNM and XBM files that are cut are refused; of XPM, and of formats that
+/// further readers of Qt know, what a cut file gives is up to those readers. What Qt's readers have to say goes to Qt's
+/// message handler, which is the application's.
+///
+/// Needs no application object. Belongs to one thread at a time; different ones work side by side.
+///
+///     ImageFile file(L"image.tif");
+///     const auto image = file.ReadImage();
+///     const auto record = file.ReadMetadata(); // of the same open file
+class KILN_EXPORT ImageFile
+{
+public:
+    /// Opens \p path and reads what its beginning says. On Linux a byte of the name that is no part of UTF-8 travels as
+    /// U+DC80 to U+DCFF (FileSystem::ToWide).
+    /// \throws ReadImageException \throws std::range_error of FileSystem::ToPath if the name can be no path.
+    explicit ImageFile(const std::wstring& path);
+    ~ImageFile();
+    ImageFile(const ImageFile&) = delete;
+    ImageFile& operator=(const ImageFile&) = delete;
+    /// \p other can only be destroyed or assigned to.
+    ImageFile(ImageFile&& other) noexcept;
+    ImageFile& operator=(ImageFile&& other) noexcept;
+
+    /// The number of images, at least 1.
+    [[nodiscard]] std::uint32_t PageCount() const noexcept;
+
+    /// The pixels of an image. \param page from 0.
+    /// \throws ReadImageException \throws std::out_of_range if there is no such page.
+    std::unique_ptr<Imaging::const_raw_image> ReadImage(std::uint32_t page = 0);
+
+    /// The document of tag 34683 of a TIFF image, whether it is a record or not; empty if there is none. The pixels are
+    /// not read. \param page from 0.
+    /// \throws ReadImageException \throws std::out_of_range if there is no such page.
+    std::string ReadMetadataText(std::uint32_t page = 0);
+
+    /// The record of an image; nothing if it has none. The pixels are not read. \param page from 0.
+    /// \throws what ReadMetadataText() and MetadataSerializer::Serializable::DeserializeFromString throw.
+    std::optional<MetadataLib::Metadata> ReadMetadata(std::uint32_t page = 0);
+
+private:
+    struct Content;
+    std::unique_ptr<Content> m_content;
+};
+
+} // namespace Ardo::Kiln::ImageIO
