@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <optional>
 #include <string>
 
@@ -13,6 +14,8 @@ struct ImportOptions
     std::string output;    ///< The TIFF to write; "-" for standard output.
     std::string pixelSize; ///< A length such as "107 nm", or metres as a plain number; empty when not given.
     std::string metadata;  ///< A record to embed (XML, JSON or TIFF); empty when not given.
+    /// Which image of the file, from 1; not given: the first, and it is said that there are others.
+    std::optional<std::uint32_t> page;
     bool progress = false; ///< Show the progress also when nobody seems to look.
 };
 

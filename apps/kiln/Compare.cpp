@@ -158,8 +158,8 @@ bool Compare(const std::string& first, const std::string& second, bool allowAddi
     std::string compared;
     if (isImage(firstFile) && isImage(secondFile))
     {
-        const auto image = ReadImage(firstFile, first);
-        ComparePixels(*image, *ReadImage(secondFile, second), differences);
+        const auto image = LoadImage(firstFile, first, 0, false).image;
+        ComparePixels(*image, *LoadImage(secondFile, second, 0, false).image, differences);
         compared = std::to_string(std::uint64_t{image->Size().width} * image->Size().height) + " pixels";
     }
     auto firstRecord = ReadRecord(firstFile, first);

@@ -1,27 +1,39 @@
 #include "apps/kiln/Image.h"
 
 #include "apps/kiln/Failure.h"
-#include "Ardo/Kiln/ImageIO/ReadImageFromFile.h"
+#include "apps/kiln/Record.h"
+#include "Ardo/Kiln/ImageIO/ImageFile.h"
+#include "Ardo/Kiln/ImageIO/ReadImageException.h"
 
-#include <stdexcept>
-#include <string_view>
+#include <utility>
 
 namespace Ardo::Kiln::Tool
 {
 
-std::unique_ptr<Imaging::const_raw_image> ReadImage(const InputFile& file, const std::string& name)
+LoadedImage LoadImage(const InputFile& file, const std::string& name, std::uint32_t page, bool withRecord)
 {
+    LoadedImage loaded;
     try
     {
-        return ImageIO::ReadImageFromFile(file.WidePath());
+        ImageIO::ImageFile opened(file.WidePath());
+        loaded.pageCount = opened.PageCount();
+        if (page >= loaded.pageCount)
+        {
+            throw Failure(name + ": has no page " + std::to_string(page + 1) + ", only " +
+                          std::to_string(loaded.pageCount));
+        }
+        loaded.image = opened.ReadImage(page);
+        if (std::string text = withRecord ? opened.ReadMetadataText(page) : ""; !text.empty())
+        {
+            loaded.record =
+                ReadDocument({std::move(text), MetadataSerializer::SerializeType::Xml}, name + ": its record");
+        }
     }
-    catch (const std::runtime_error& error)
+    catch (const ImageIO::ReadImageException& failure)
     {
-        // The reader has two texts for all failures and logs what happened.
-        const bool isOfUnknownKind = error.what() == std::string_view("null IRawImage2");
-        throw Failure(
-            name + (isOfUnknownKind ? ": pixels of a kind that cannot be taken over" : ": cannot be read as an image"));
+        throw Failure(name + ": " + failure.Reason());
     }
+    return loaded;
 }
 
 std::string KindText(Imaging::PixelKind kind)

@@ -3,6 +3,7 @@
 #include "apps/kiln/Failure.h"
 #include "apps/kiln/Image.h"
 #include "apps/kiln/Record.h"
+#include "apps/kiln/Statistics.h"
 #include "apps/kiln/ToolLog.h"
 
 #include "Ardo/Kiln/Conversion/String.h"
@@ -14,15 +15,11 @@
 #include "Ardo/Kiln/ImageIO/TiffExporter.h"
 #include "Ardo/Kiln/Types/Guid.h"
 
-#include <algorithm>
 #include <chrono>
 #include <cmath>
-#include <cstring>
 #include <functional>
-#include <limits>
-#include <memory>
+#include <iostream>
 #include <optional>
-#include <vector>
 
 namespace Ardo::Kiln::Tool
 {
@@ -31,7 +28,6 @@ namespace
 {
 
 using Imaging::const_raw_image;
-using Imaging::PixelKind;
 using MetadataLib::Metadata;
 
 double ParseMetres(const std::string& text)
@@ -50,66 +46,6 @@ double ParseMetres(const std::string& text)
                          "' is no positive length, such as \"107 nm\" or 107e-9 (metres)");
     }
     return metres;
-}
-
-/// What the grey values of an image are like.
-struct Statistics
-{
-    double minimum = std::numeric_limits<double>::infinity();
-    double maximum = -std::numeric_limits<double>::infinity();
-    double mean = 0.0;
-    double standardDeviation = 0.0;
-};
-
-template <typename Sample>
-std::optional<Statistics> MeasureSamples(const const_raw_image& image)
-{
-    // Welford's method: one pass, no cancellation between large sums.
-    Statistics result;
-    double squares = 0.0;
-    double count = 0.0;
-    for (std::uint32_t y = 0; y < image.Size().height; ++y)
-    {
-        const auto* row = static_cast<const unsigned char*>(image.Row(y));
-        for (std::uint32_t x = 0; x < image.Size().width; ++x)
-        {
-            Sample sample;
-            std::memcpy(&sample, row + x * sizeof(Sample), sizeof(Sample));
-            const auto value = static_cast<double>(sample);
-            if (!std::isfinite(value))
-            {
-                continue;
-            }
-            result.minimum = std::min(result.minimum, value);
-            result.maximum = std::max(result.maximum, value);
-            const double distance = value - result.mean;
-            result.mean += distance / ++count;
-            squares += distance * (value - result.mean);
-        }
-    }
-    if (count == 0.0)
-    {
-        return std::nullopt;
-    }
-    result.standardDeviation = std::sqrt(squares / count);
-    return result;
-}
-
-std::optional<Statistics> Measure(const const_raw_image& image)
-{
-    switch (image.Kind())
-    {
-    case PixelKind::UInt8:
-        return MeasureSamples<std::uint8_t>(image);
-    case PixelKind::UInt16:
-        return MeasureSamples<std::uint16_t>(image);
-    case PixelKind::Float32:
-        return MeasureSamples<float>(image);
-    case PixelKind::Rgb8:
-    case PixelKind::Rgba8:
-        break;
-    }
-    return std::nullopt; // colours have no single value
 }
 
 MetadataLib::TimePoint Now()
@@ -158,18 +94,44 @@ void DescribeImage(Metadata& metadata, const const_raw_image& image, const Impor
         Complete(result.PixelValueMean, statistics->mean);
         Complete(result.PixelValueStandardDeviation, statistics->standardDeviation);
     }
-    if (!options.pixelSize.empty())
-    {
-        const double metres = ParseMetres(options.pixelSize);
-        const MetadataLib::Quantity side{metres, "m", std::nullopt};
-        result.PixelSize = MetadataLib::PixelSizeRecord{side, side};
-    }
-
     if (options.output != StandardStream)
     {
         Complete(metadata.Core.FileName, FileSystem::ToDisplayText(ToPath(options.output).filename()));
     }
     Complete(metadata.Core.FileDatetime, Now());
+}
+
+/// The record to be written. That of the image itself stays as it is; nothing is added to it but what was asked for.
+Metadata RecordFor(const LoadedImage& loaded, const ImportOptions& options)
+{
+    Metadata metadata;
+    if (loaded.record)
+    {
+        metadata = *loaded.record;
+        LogDebug("record of the image itself");
+    }
+    else if (options.metadata.empty())
+    {
+        metadata = NewRecord();
+        DescribeImage(metadata, *loaded.image, options);
+        LogDebug("record from the image alone");
+    }
+    else if (auto record = ReadRecord(InputFile(options.metadata), options.metadata))
+    {
+        metadata = *std::move(record);
+        DescribeImage(metadata, *loaded.image, options);
+        LogDebug("record from " + options.metadata);
+    }
+    else
+    {
+        throw Failure(options.metadata + ": holds no record");
+    }
+    if (!options.pixelSize.empty())
+    {
+        const MetadataLib::Quantity side{ParseMetres(options.pixelSize), "m"};
+        metadata.BinaryResult.PixelSize = MetadataLib::PixelSizeRecord{side, side};
+    }
+    return metadata;
 }
 
 } // namespace
@@ -183,22 +145,14 @@ void Import(const ImportOptions& options)
     }
 
     const InputFile input(options.image);
-    const auto image = ReadImage(input, options.image);
-    Metadata metadata;
-    if (options.metadata.empty())
+    const LoadedImage loaded = LoadImage(input, options.image, options.page.value_or(1) - 1, options.metadata.empty());
+    const auto& image = loaded.image;
+    if (loaded.pageCount > 1 && !options.page)
     {
-        metadata = NewRecord();
+        std::cerr << "kiln: " << Printable(options.image) << ": the first of " << loaded.pageCount
+                  << " pages is taken; --page takes another\n";
     }
-    else if (auto record = ReadRecord(InputFile(options.metadata), options.metadata))
-    {
-        metadata = *std::move(record);
-    }
-    else
-    {
-        throw Failure(options.metadata + ": holds no record");
-    }
-    DescribeImage(metadata, *image, options);
-    LogDebug("record from " + (options.metadata.empty() ? std::string("the image alone") : options.metadata));
+    const Metadata metadata = RecordFor(loaded, options);
 
     const auto write = [&](const std::filesystem::path& file, const std::function<void()>& commit)
     {

@@ -3,6 +3,8 @@
 #include "apps/kiln/QuantityText.h"
 #include "apps/kiln/Record.h"
 
+#include "Ardo/Kiln/ImageIO/ImageFile.h"
+#include "Ardo/Kiln/ImageIO/ReadImageException.h"
 #include "Ardo/Kiln/ImageIO/TiffReader.h"
 #include "Ardo/Kiln/Time/IsoString.h"
 
@@ -98,13 +100,19 @@ std::string KindText(const ImageIO::TiffReader& reader)
     }
 }
 
-void DescribeImage(Report& report, const ImageIO::TiffReader& reader)
+void DescribeImage(Report& report, const ImageIO::TiffReader& reader, std::uint32_t pageCount)
 {
     report.Section("Image");
     report.Line(std::to_string(reader.GetImageWidth()) + " x " + std::to_string(reader.GetImageHeight()) + " pixels, " +
                 KindText(reader));
-    report.Line(std::to_string(reader.GetStripCount()) + (reader.GetStripCount() == 1 ? " strip of " : " strips of ") +
-                std::to_string(reader.GetRowsPerStrip()) + " rows");
+    report.Line(reader.GetStripCount() == 0 ? "tiles"
+                                            : std::to_string(reader.GetStripCount()) +
+                                                  (reader.GetStripCount() == 1 ? " strip of " : " strips of ") +
+                                                  std::to_string(reader.GetRowsPerStrip()) + " rows");
+    if (pageCount > 1)
+    {
+        report.Line("the first of " + std::to_string(pageCount) + " pages");
+    }
 }
 
 void DescribePixels(Report& report, const ImageIO::TiffReader& reader, const Metadata& metadata)
@@ -245,6 +253,31 @@ void DescribeRecord(Report& report, const ImageIO::TiffReader& reader, const Met
     DescribeDetectors(report, metadata);
 }
 
+/// What is said of a file's pixels.
+struct PixelReport
+{
+    std::uint32_t pageCount = 1;
+    std::string fault; ///< Empty if the first image can be read.
+};
+
+/// Reads the image, as import does.
+PixelReport ExaminePixels(const InputFile& file)
+{
+    PixelReport report;
+    try
+    {
+        ImageIO::ImageFile opened(file.WidePath());
+        report.pageCount = opened.PageCount();
+        opened.ReadImage();
+    }
+    catch (const ImageIO::ReadImageException& failure)
+    {
+        const bool isForeign = failure.GetCause() == ImageIO::ReadImageException::Cause::Unsupported;
+        report.fault = (isForeign ? "pixels that cannot be taken over: " : "damaged: ") + failure.Reason();
+    }
+    return report;
+}
+
 } // namespace
 
 void Info(const std::string& file)
@@ -252,6 +285,7 @@ void Info(const std::string& file)
     const InputFile input(file);
     ImageIO::TiffReader reader;
     std::vector<std::string> damages;
+    bool areFieldsWhole = true;
     try
     {
         reader.OpenFields(input.WidePath());
@@ -262,15 +296,20 @@ void Info(const std::string& file)
         {
             throw Failure(file + ": " + error.what());
         }
-        damages.push_back(file + ": damaged: " + error.what());
+        areFieldsWhole = reader.GetStripCount() == 0; // tiles, which this reader leaves to others
     }
 
+    const PixelReport pixels = ExaminePixels(input);
+    if (!pixels.fault.empty())
+    {
+        damages.push_back(file + ": " + pixels.fault);
+    }
     Report report;
-    DescribeImage(report, reader);
+    DescribeImage(report, reader, pixels.pageCount);
     if (const std::string text = reader.GetMetadataText(); text.empty())
     {
         report.Section("Record");
-        report.Line("none");
+        report.Line(areFieldsWhole ? "none" : "none that can be read");
     }
     else
     {
@@ -283,17 +322,6 @@ void Info(const std::string& file)
             report.Section("Record");
             report.Line("cannot be read");
             damages.emplace_back(failure.what());
-        }
-    }
-    try
-    {
-        reader.ReadPixels();
-    }
-    catch (const std::runtime_error& error)
-    {
-        if (damages.empty() || reader.GetStripCount() > 0)
-        {
-            damages.push_back(file + ": damaged: " + error.what());
         }
     }
     Print(Printable(file) + "\n" + report.Text());

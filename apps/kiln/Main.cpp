@@ -92,6 +92,9 @@ int Run(int argc, char** argv)
     command->add_option("--pixel-size", import.pixelSize,
                         "Width and height of a pixel: \"107 nm\", or a plain number of metres");
     command->add_option("--metadata", import.metadata, "The record to embed: an XML, JSON or TIFF file");
+    constexpr std::uint32_t MostPages = 65'536;
+    command->add_option("--page", import.page, "Which image of a file that has several, from 1")
+        ->check(CLI::Range(std::uint32_t{1}, MostPages));
     command->add_flag("--progress", import.progress, "Show the progress on standard error also when it is no console");
     on(command, [&] { Import(import); });
 

@@ -1,7 +1,8 @@
 #include "apps/kiln/Record.h"
 
 #include "apps/kiln/Failure.h"
-#include "Ardo/Kiln/ImageIO/TiffReader.h"
+#include "Ardo/Kiln/ImageIO/ImageFile.h"
+#include "Ardo/Kiln/ImageIO/ReadImageException.h"
 #include "Ardo/Kiln/MetadataSerializer/DocumentFault.h"
 #include "Ardo/Kiln/MetadataSerializer/Record.h"
 
@@ -21,13 +22,11 @@ std::string EmbeddedText(const InputFile& tiff, const std::string& name)
 {
     try
     {
-        ImageIO::TiffReader reader;
-        reader.OpenFields(tiff.WidePath());
-        return reader.GetMetadataText();
+        return ImageIO::ImageFile(tiff.WidePath()).ReadMetadataText();
     }
-    catch (const std::runtime_error& error)
+    catch (const ImageIO::ReadImageException& failure)
     {
-        throw Failure(name + ": " + error.what());
+        throw Failure(name + ": " + failure.Reason());
     }
 }
 

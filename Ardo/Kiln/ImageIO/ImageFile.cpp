@@ -157,6 +157,10 @@ std::optional<MetadataLib::Metadata> ImageFile::ReadMetadata(std::uint32_t page)
     {
         return std::nullopt;
     }
+    if (text.size() > MetadataSerializer::Serializable::MaxTextSize) // which would be passed over without a word
+    {
+        throw ReadImageException(Cause::Unsupported, "a record of " + std::to_string(text.size()) + " bytes");
+    }
     MetadataLib::Metadata metadata;
     MetadataSerializer::Record(metadata).DeserializeFromString(text, MetadataSerializer::SerializeType::Xml);
     return metadata;

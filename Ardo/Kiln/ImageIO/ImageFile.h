@@ -68,6 +68,8 @@ public:
     std::string ReadMetadataText(std::uint32_t page = 0);
 
     /// The record of an image; nothing if it has none. The pixels are not read. \param page from 0.
+    /// \throws ReadImageException of cause Unsupported for a document above
+    ///         MetadataSerializer::Serializable::MaxTextSize.
     /// \throws what ReadMetadataText() and MetadataSerializer::Serializable::DeserializeFromString throw.
     std::optional<MetadataLib::Metadata> ReadMetadata(std::uint32_t page = 0);
 

@@ -377,7 +377,8 @@ TEST_F(ImageFileTest, WhatIsCutOrDamagedIsRefused)
         SCOPED_TRACE(format);
         EXPECT_NE(Read(file), "");
         const std::size_t end = file.find_last_not_of(" \n};") + 1; // white space may follow the last number of text
-        for (std::size_t size = 0; size < (format == std::string("XBM") ? end : file.size()); ++size)
+        for (std::size_t size = 0; size < (format == std::string("XBM") ? end : file.size());
+             size += size < 60 || file.size() - size < 30 ? 1u : 29u)
         {
             EXPECT_NE(Refusal(file.substr(0, size)), "") << size;
         }

@@ -125,7 +125,7 @@ TEST_F(ReadImageFromFileTest, WhatIsNoImageIsNamedAndItsReasonLogged)
         Save(image, format);
         EXPECT_EQ(ReadImageFromFile(m_name)->Size(), (Imaging::size_2d{64, 64})) << format;
         png = ReadFile(m_path);
-        for (std::size_t size = 0; size < png.size(); ++size)
+        for (std::size_t size = 0; size < png.size(); size += size < 60 || png.size() - size < 30 ? 1u : 29u)
         {
             EXPECT_EQ(Error(png.substr(0, size)), m_openError) << format << size;
         }

@@ -268,6 +268,68 @@ TEST_F(ToolTest, APipeIsReadFromItsBeginningAndAFileOfAnyName)
     }
 }
 
+TEST_F(ToolTest, AnImportKeepsTheRecordOfItsImage)
+{
+    Must(Quoted(KILN_EXAMPLE_RECORD) + " 'one cell' 550 660 '107 nm' > record.xml");
+    Must("kiln import " + Cell + " cell.tif --metadata record.xml");
+    Must("kiln import cell.tif again.tif");
+    EXPECT_EQ(Must("kiln metadata again.tif"), Must("kiln metadata cell.tif"));
+    EXPECT_THAT(Must("kiln compare cell.tif again.tif"), HasSubstr("363000 pixels, "));
+    Must("kiln import cell.tif again.tif --pixel-size '5 nm'");
+    const std::string differences = Run("kiln compare cell.tif again.tif").output;
+    EXPECT_THAT(differences, HasSubstr("/BinaryResult/PixelSize/X/value: (missing) | 5.0"));
+    EXPECT_THAT(differences, testing::Not(testing::ContainsRegex("different: .(Core|Acq|BinaryResult/[^P])")));
+    Must("kiln metadata cell.tif | sed 's/one cell/other cell/' > other.xml");
+    Must("kiln import cell.tif again.tif --metadata other.xml");
+    EXPECT_THAT(Must("kiln info again.tif"), HasSubstr("other cell"));
+
+    Must("sed 's|<Core>|<Cory>|; s|</Core>|</Cory>|' cell.tif > broken.tif");
+    const ProcessResult broken = Run("kiln import broken.tif again.tif");
+    EXPECT_EQ(broken.status, 1);
+    EXPECT_THAT(broken.error, HasSubstr("broken.tif: its record: "));
+    Must("kiln import broken.tif again.tif --metadata record.xml");
+
+    std::string cut = ReadFile(m_folder / "cell.tif");
+    cut.resize(cut.size() - 1000);
+    WriteFile(m_folder / "cut.tif", cut);
+    for (const std::string command : {"compare cell.tif cut.tif", "metadata cut.tif", "import cut.tif again.tif"})
+    {
+        const ProcessResult result = Run("kiln " + command);
+        EXPECT_EQ(result.status, 1) << command;
+        EXPECT_THAT(result.error, HasSubstr("cut.tif: ")) << command;
+        EXPECT_THAT(result.error, HasSubstr("beyond the end of the file")) << command;
+    }
+}
+
+TEST_F(ToolTest, OfSeveralPagesOneIsTakenAndTheirNumberIsSaid)
+{
+    Must("kiln import " + Cell + " one.tif");
+    Must(Quoted("/usr/bin/python3") + R"( - <<'EOF'
+import struct
+data = bytearray(open("one.tif", "rb").read())
+first, = struct.unpack_from("<I", data, 4)
+count, = struct.unpack_from("<H", data, first)
+directory = bytearray(data[first:first + 2 + 12 * count + 4])
+for entry in range(count):
+    at = 2 + 12 * entry
+    if struct.unpack_from("<H", directory, at)[0] in (257, 278): # the second page has ten rows
+        struct.pack_into("<HII", directory, at + 2, 4, 1, 10)
+data += bytes(len(data) % 2)
+struct.pack_into("<I", data, first + 2 + 12 * count, len(data))
+open("two.tif", "wb").write(data + directory)
+EOF
+)");
+    EXPECT_THAT(Must("kiln info two.tif"), HasSubstr("the first of 2 pages"));
+    const ProcessResult first = Run("kiln import two.tif out.tif");
+    EXPECT_EQ(first.status, 0);
+    EXPECT_EQ(first.error, "kiln: two.tif: the first of 2 pages is taken; --page takes another\n");
+    Must("kiln metadata one.tif | sed 's/660/10/' > ten.xml");
+    Must("kiln import two.tif out.tif --page 2 --metadata ten.xml");
+    EXPECT_THAT(Must("kiln info out.tif"), HasSubstr("550 x 10 pixels"));
+    EXPECT_EQ(Run("kiln import two.tif out.tif --page 3").error, "kiln: two.tif: has no page 3, only 2\n");
+    EXPECT_EQ(Run("kiln import two.tif out.tif --page 0").status, 2);
+}
+
 TEST_F(ToolTest, DifferencesAreNamedAndEndWithStatusOne)
 {
     Must("kiln import " + Cell + " cell.tif --pixel-size 1e-7");

@@ -1,0 +1,22 @@
+#pragma once
+
+#include "Ardo/Imaging/const_raw_image.h"
+
+#include <optional>
+
+namespace Ardo::Kiln::Tool
+{
+
+/// What the grey values of an image are like. Values that are no finite numbers do not count.
+struct Statistics
+{
+    double minimum;
+    double maximum;
+    double mean;
+    double standardDeviation; ///< Of all pixels, not of a sample of them.
+};
+
+/// Reads the pixels once. \returns nothing for colours, which have no single value, and for an image without a number.
+std::optional<Statistics> Measure(const Imaging::const_raw_image& image);
+
+} // namespace Ardo::Kiln::Tool
