@@ -206,54 +206,18 @@ private:
         FromText(text, value);
     };
 
-    /// Visitor that collects the names of a record's elements.
+    /// Visitor that collects the names of a record's elements and attributes.
     struct NameCollector
     {
-        template <FixedString Name, typename T>
-        void operator()(FieldName<Name> name, T&)
-        {
-            m_names.push_back(&name.Node().first);
-        }
-        template <FixedString Name, typename T>
-        void Attribute(FieldName<Name> name, T&)
-        {
-            m_attributes.push_back(&name.Node().first);
-        }
-        template <FixedString Name, typename T>
-        void AttributeForOthers(FieldName<Name> name, T& value)
-        {
-            Attribute(name, value);
-        }
-        template <FixedString Name, typename T>
-        void OwnText(FieldName<Name> name, T& value)
-        {
-            operator()(name, value);
-        }
-        template <FixedString Name, typename T>
-        void MayBeMissing(FieldName<Name> name, T& value)
-        {
-            operator()(name, value);
-        }
-        template <typename Adapter, FixedString Name, typename T>
-        void Converted(Adapter, FieldName<Name> name, T& value)
-        {
-            operator()(name, value);
-        }
-        template <FixedString Name, FixedString ItemName, typename T>
-        void List(FieldName<Name> name, FieldName<ItemName>, T& value, WhenEmpty)
-        {
-            operator()(name, value);
-        }
-        template <FixedString Name, typename T>
-        void Detectors(FieldName<Name> name, T& value)
-        {
-            operator()(name, value);
-        }
-        template <FixedString Name, typename T>
-        void CustomProperties(FieldName<Name> name, T& value)
-        {
-            operator()(name, value);
-        }
+        void operator()(auto name, auto&) { m_names.push_back(&name.Node().first); }
+        void Attribute(auto name, auto&) { m_attributes.push_back(&name.Node().first); }
+        void AttributeForOthers(auto name, auto& value) { Attribute(name, value); }
+        void OwnText(auto name, auto& value) { operator()(name, value); }
+        void MayBeMissing(auto name, auto& value) { operator()(name, value); }
+        void Converted(auto, auto name, auto& value) { operator()(name, value); }
+        void List(auto name, auto, auto& value, WhenEmpty) { operator()(name, value); }
+        void Detectors(auto name, auto& value) { operator()(name, value); }
+        void CustomProperties(auto name, auto& value) { operator()(name, value); }
 
         std::vector<const std::string*> m_names;
         std::vector<const std::string*> m_attributes; ///< Elements in JSON.

@@ -1,11 +1,10 @@
 #pragma once
 
 #include "Ardo/Kiln/MetadataSerializer/XmlCharacters_p.h"
+#include "Ardo/Kiln/MetadataSerializer/XmlSyntax_p.h"
 
 #include <algorithm>
-#include <charconv>
 #include <cstddef>
-#include <cstdint>
 #include <string_view>
 #include <vector>
 
@@ -181,71 +180,12 @@ private:
         const std::string_view content = m_text.substr(begin + 2, m_at - begin - 4);
         const std::string_view target = content.substr(
             0, static_cast<std::size_t>(std::find_if(content.begin(), content.end(), IsSpace) - content.begin()));
-        if (isDeclaration ? begin != m_start || !IsDeclaration(content)
+        if (isDeclaration ? begin != m_start || !IsXmlDeclaration(content)
                           : !IsXmlName(target) || (isXml && target.size() == 3))
         {
             m_observer.Fail(isDeclaration ? "invalid XML declaration" : "invalid processing instruction", begin);
         }
         return true;
-    }
-
-    /// Takes ' name="value"' off the front of \p text; empty if it does not begin so.
-    static std::string_view TakeValue(std::string_view& text, std::string_view name)
-    {
-        const auto trim = [](std::string_view part)
-        {
-            part.remove_prefix(std::min(part.find_first_not_of(" \t\r\n"), part.size()));
-            return part;
-        };
-        std::string_view rest = trim(text);
-        if (rest.size() == text.size() || !rest.starts_with(name))
-        {
-            return {};
-        }
-        rest = trim(rest.substr(name.size()));
-        if (!rest.starts_with('='))
-        {
-            return {};
-        }
-        rest = trim(rest.substr(1));
-        const std::size_t end =
-            rest.starts_with('"') || rest.starts_with('\'') ? rest.find(rest.front(), 1) : rest.npos;
-        if (end == rest.npos)
-        {
-            return {};
-        }
-        text = rest.substr(end + 1);
-        return rest.substr(1, end - 1);
-    }
-
-    /// Checks what stands in '<?xml version="1.0" encoding="utf-8"?>'. Any encoding may be named: the text is UTF-8
-    /// whatever programs have written there that kept it in another form.
-    static bool IsDeclaration(std::string_view content)
-    {
-        if (!content.starts_with("xml"))
-        {
-            return false;
-        }
-        content.remove_prefix(3);
-        const std::string_view version = TakeValue(content, "version");
-        if (version.size() < 3 || !version.starts_with("1.") ||
-            version.find_first_not_of("0123456789", 2) != std::string_view::npos)
-        {
-            return false;
-        }
-        const std::size_t before = content.size();
-        const std::string_view encoding = TakeValue(content, "encoding");
-        const auto isEncodingCharacter = [](char c)
-        { return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '-' && c <= '9' && c != '/') || c == '_'; };
-        if (content.size() != before && (encoding.empty() || (encoding.front() | 0x20) < 'a' ||
-                                         !std::all_of(encoding.begin(), encoding.end(), isEncodingCharacter)))
-        {
-            return false;
-        }
-        const std::size_t behind = content.size();
-        const std::string_view standalone = TakeValue(content, "standalone");
-        return (content.size() == behind || standalone == "yes" || standalone == "no") &&
-               std::all_of(content.begin(), content.end(), IsSpace);
     }
 
     bool DocumentType()
@@ -369,30 +309,14 @@ private:
         const std::string_view part = m_text.substr(begin, end - begin);
         for (std::size_t at = part.find('&'); at != std::string_view::npos; at = part.find('&', at + 1))
         {
-            const std::string_view rest = part.substr(at + 1);
-            if (rest.starts_with('#') ? !IsCharacterReference(rest.substr(1)) : !IsEntity(rest))
+            if (!IsXmlReference(part.substr(at + 1)))
             {
-                m_observer.Fail(rest.starts_with('#') ? "invalid character reference"
-                                                      : "a reference to an unknown entity, or a bare \"&\"",
+                m_observer.Fail(part.substr(at + 1).starts_with('#')
+                                    ? "invalid character reference"
+                                    : "a reference to an unknown entity, or a bare \"&\"",
                                 begin + at);
             }
         }
-    }
-
-    static bool IsEntity(std::string_view text)
-    {
-        return text.starts_with("lt;") || text.starts_with("gt;") || text.starts_with("amp;") ||
-               text.starts_with("quot;") || text.starts_with("apos;");
-    }
-
-    static bool IsCharacterReference(std::string_view text)
-    {
-        const bool hexadecimal = text.starts_with('x');
-        const char* const first = text.data() + (hexadecimal ? 1 : 0);
-        const char* const last = text.data() + text.size();
-        std::uint32_t value = 0;
-        const auto [stop, error] = std::from_chars(first, last, value, hexadecimal ? 16 : 10);
-        return error == std::errc() && stop != last && *stop == ';' && IsXmlCharacter(value);
     }
 
     std::string_view m_text;
