@@ -1,5 +1,7 @@
 #pragma once
 
+#include "Ardo/KilnExport.h"
+
 namespace Ardo::Kiln::Crash
 {
 
@@ -10,6 +12,6 @@ struct CrashRequest;
 ///
 /// Makes system calls only; a signal handler may call it. Uses \p request's `text`. What fails is left out; no
 /// half-written file keeps its final name.
-void WriteReportsHere(CrashRequest& request) noexcept;
+KILN_EXPORT_FOR_TESTS void WriteReportsHere(CrashRequest& request) noexcept;
 
 } // namespace Ardo::Kiln::Crash
