@@ -1,5 +1,19 @@
 # How every target of this project is compiled: language level, warnings, sanitizers.
 
+if(NOT CMAKE_SYSTEM_NAME MATCHES "^(Linux|Windows)$" OR NOT CMAKE_SYSTEM_PROCESSOR MATCHES "^(x86_64|amd64|AMD64)$"
+   OR NOT CMAKE_SIZEOF_VOID_P EQUAL 8)
+    message(FATAL_ERROR "Common supports 64-bit x86 processors on Linux and Windows, not ${CMAKE_SYSTEM_PROCESSOR} on "
+                        "${CMAKE_SYSTEM_NAME}.")
+endif()
+set(kilnOldestGNU 12)
+set(kilnOldestClang 14)
+set(kilnOldestMSVC 19.30)
+if(NOT DEFINED kilnOldest${CMAKE_CXX_COMPILER_ID}
+   OR CMAKE_CXX_COMPILER_VERSION VERSION_LESS kilnOldest${CMAKE_CXX_COMPILER_ID})
+    message(FATAL_ERROR "Common supports gcc from version 12, clang from version 14 and MSVC from version 19.30 on, not "
+                        "${CMAKE_CXX_COMPILER_ID} ${CMAKE_CXX_COMPILER_VERSION}.")
+endif()
+
 set(CMAKE_CXX_STANDARD 20)
 set(CMAKE_CXX_STANDARD_REQUIRED ON)
 set(CMAKE_CXX_EXTENSIONS OFF)
