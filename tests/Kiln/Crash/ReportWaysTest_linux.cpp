@@ -125,7 +125,8 @@ TEST_F(ReportWaysTest, FilesAndMessagesAreTheSame)
         EXPECT_EQ(Support::ReadFile(m_folder / names[0]).substr(0, 4), "MDMP");
         const auto report = Support::ReadFile(m_folder / names[1]);
         EXPECT_THAT(report, HasSubstr("Revision: 0.0.0.0 \r\nRelease mode \r\n"));
-        EXPECT_THAT(report, HasSubstr("Exception code: C0000095 INT_OVERFLOW\r\nFaulting module: CrashReportTests\r\n"));
+        EXPECT_THAT(report,
+                    HasSubstr("Exception code: C0000095 INT_OVERFLOW\r\nFaulting module: CrashReportTests\r\n"));
         EXPECT_THAT(report, HasSubstr("\r\n Fault \r\nProcess: " + std::to_string(::getpid()) + ", thread: "));
         EXPECT_THAT(report, HasSubstr("Error code (C0000095) : INT_OVERFLOW\r\nAt address 0x"));
         for (const auto& name : names)
