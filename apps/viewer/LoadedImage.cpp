@@ -6,11 +6,10 @@
 #include "Ardo/Kiln/Exception/ErrorDialog.h"
 #include "Ardo/Kiln/Exception/Warning.h"
 #include "Ardo/Kiln/Formatting/SI.h"
-#include "Ardo/Kiln/ImageIO/ReadImageFromFile.h"
-#include "Ardo/Kiln/ImageIO/TiffReader.h"
+#include "Ardo/Kiln/ImageIO/ImageFile.h"
+#include "Ardo/Kiln/ImageIO/ReadImageException.h"
 #include "Ardo/Kiln/Time/IsoString.h"
 
-#include <QFile>
 #include <QFileInfo>
 
 #include <algorithm>
@@ -19,6 +18,7 @@
 #include <limits>
 #include <optional>
 #include <string>
+#include <vector>
 
 namespace Ardo::Kiln::Viewer
 {
@@ -29,36 +29,71 @@ namespace
 using Imaging::const_raw_image;
 using Imaging::PixelKind;
 
+/// The values that are shown black and white.
+struct Limits
+{
+    double black = std::numeric_limits<double>::infinity();
+    double white = -std::numeric_limits<double>::infinity();
+};
+
+/// The limits between which all but a thousandth of the values lie on either side, so that a few hot or dead pixels do
+/// not decide. Where that leaves nothing between them, the smallest and the largest value. Taken from every pixel of a
+/// small image and from a million of a large one.
+template <class Sample>
+Limits FindLimits(const const_raw_image& image)
+{
+    constexpr std::uint64_t MostSamples = 1'000'000;
+    const auto [width, height] = image.Size();
+    const std::uint64_t step = std::max<std::uint64_t>(1, std::uint64_t{width} * height / MostSamples);
+    std::vector<double> samples;
+    Limits all;
+    std::uint64_t index = 0;
+    for (std::uint32_t y = 0; y < height; ++y)
+    {
+        const auto* const row = static_cast<const Sample*>(image.Row(y));
+        for (std::uint32_t x = 0; x < width; ++x, ++index)
+        {
+            const double value = row[x];
+            if (std::isfinite(value))
+            {
+                all = {std::min(all.black, value), std::max(all.white, value)};
+                if (index % step == 0)
+                {
+                    samples.push_back(value);
+                }
+            }
+        }
+    }
+    constexpr std::size_t FewSamples = 64; // of which each one may matter
+    if (samples.size() < FewSamples)
+    {
+        return all;
+    }
+    const auto outliers = static_cast<std::ptrdiff_t>(std::max<std::size_t>(1, samples.size() / 1000));
+    std::nth_element(samples.begin(), samples.begin() + outliers, samples.end());
+    const double black = samples[static_cast<std::size_t>(outliers)];
+    std::nth_element(samples.begin(), samples.end() - 1 - outliers, samples.end());
+    const double white = *(samples.end() - 1 - outliers);
+    return white > black ? Limits{black, white} : all;
+}
+
 /// Makes samples of type \p Sample grey values of 8 bits. What is no number becomes black.
 template <class Sample>
 void Stretch(const const_raw_image& image, QImage& picture)
 {
-    const Imaging::size_2d size = image.Size();
-    double smallest = std::numeric_limits<double>::infinity();
-    double largest = -smallest;
-    const auto forEach = [&](const auto& function)
+    const auto [black, white] = FindLimits<Sample>(image);
+    const double scale = white > black ? 255.0 / (white - black) : 0.0;
+    for (std::uint32_t y = 0; y < image.Size().height; ++y)
     {
-        for (std::uint32_t y = 0; y < size.height; ++y)
+        const auto* const row = static_cast<const Sample*>(image.Row(y));
+        uchar* const line = picture.scanLine(static_cast<int>(y));
+        for (std::uint32_t x = 0; x < image.Size().width; ++x)
         {
-            const auto* const row = static_cast<const Sample*>(image.Row(y));
-            uchar* const line = picture.scanLine(static_cast<int>(y));
-            for (std::uint32_t x = 0; x < size.width; ++x)
-            {
-                const double value = row[x];
-                function(std::isfinite(value), value, line[x]);
-            }
+            const double value = row[x];
+            const double grey = std::clamp((value - black) * scale, 0.0, 255.0);
+            line[x] = std::isfinite(value) ? static_cast<uchar>(grey) : uchar{0};
         }
-    };
-    forEach(
-        [&](bool isNumber, double value, uchar& grey)
-        {
-            grey = 0;
-            smallest = isNumber ? std::min(smallest, value) : smallest;
-            largest = isNumber ? std::max(largest, value) : largest;
-        });
-    const double scale = largest > smallest ? 255.0 / (largest - smallest) : 0.0;
-    forEach([&](bool isNumber, double value, uchar& grey)
-            { grey = isNumber ? static_cast<uchar>((value - smallest) * scale) : grey; });
+    }
 }
 
 QImage MakePicture(const const_raw_image& image)
@@ -130,41 +165,39 @@ QString Facts(const MetadataLib::Metadata& metadata)
     return facts + Line("Comment", QString::fromStdString(metadata.Core.Comment.value_or("")));
 }
 
-bool IsTiff(const QString& path)
-{
-    QFile file(path);
-    const QByteArray begin = file.open(QIODevice::ReadOnly) ? file.read(2) : QByteArray();
-    return begin == "II" || begin == "MM";
-}
-
 } // namespace
 
 LoadedImage LoadImageFile(const QString& path)
+try
 {
-    const std::unique_ptr<const_raw_image> image = ImageIO::ReadImageFromFile(path.toStdWString());
+    ImageIO::ImageFile file(path.toStdWString());
+    const std::unique_ptr<const_raw_image> image = file.ReadImage();
     LoadedImage loaded;
     loaded.picture = MakePicture(*image);
     loaded.facts = Line("File", QFileInfo(path).fileName()) +
                    Line("Size", QStringLiteral("%1 x %2").arg(image->Size().width).arg(image->Size().height));
-    if (IsTiff(path))
+    if (file.PageCount() > 1)
     {
-        try
+        loaded.facts += Line("Images", QStringLiteral("the first of %1").arg(file.PageCount()));
+    }
+    try
+    {
+        if (const auto metadata = file.ReadMetadata())
         {
-            ImageIO::TiffReader reader;
-            reader.Open(path.toStdWString());
-            if (!reader.GetMetadataText().empty())
-            {
-                loaded.facts += Facts(reader.GetMetadata());
-            }
-        }
-        catch (const std::exception& exception)
-        {
-            // The picture is worth showing without them.
-            Exception::ErrorDialog::ShowWarningDialog(
-                Exception::Warning(std::string("The metadata cannot be read: ") + exception.what()));
+            loaded.facts += Facts(*metadata);
         }
     }
+    catch (const std::exception& exception)
+    {
+        // The picture is worth showing without them.
+        Exception::ErrorDialog::ShowWarningDialog(
+            Exception::Warning(std::string("The metadata cannot be read: ") + exception.what()));
+    }
     return loaded;
+}
+catch (const ImageIO::ReadImageException& failure)
+{
+    throw Exception::Error(QFileInfo(path).fileName().toStdString() + ": " + failure.Reason());
 }
 
 } // namespace Ardo::Kiln::Viewer

@@ -9,7 +9,7 @@ namespace Ardo::Kiln::Viewer
 /// What the window shows of a file.
 struct LoadedImage
 {
-    QImage picture; ///< Grey values stretched from the smallest to the largest where they have more than 8 bits.
+    QImage picture; ///< Grey values of more than 8 bits stretched, without a thousandth at each end.
     QString facts;  ///< Lines about the image and its metadata.
 };
 

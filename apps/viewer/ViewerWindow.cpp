@@ -13,6 +13,7 @@
 #include <QFileDialog>
 #include <QLabel>
 #include <QMenuBar>
+#include <QPlainTextEdit>
 #include <QScrollArea>
 #include <QStatusBar>
 #include <QVBoxLayout>
@@ -38,7 +39,7 @@ void ShowAnError()
 ViewerWindow::ViewerWindow(std::function<void(const std::string&)> failed)
     : m_failed(std::move(failed)),
       m_picture(new QLabel),
-      m_facts(new QLabel),
+      m_facts(new QPlainTextEdit),
       m_loader(Exception::ErrorDialog::ShowWarningDialog, "Viewer files")
 {
     QMenu* const file = menuBar()->addMenu(QStringLiteral("&File"));
@@ -51,9 +52,11 @@ ViewerWindow::ViewerWindow(std::function<void(const std::string&)> failed)
     auto* const scrolled = new QScrollArea;
     scrolled->setWidget(m_picture);
     scrolled->setAlignment(Qt::AlignCenter);
-    m_facts->setTextFormat(Qt::PlainText); // comments come from files
-    m_facts->setTextInteractionFlags(Qt::TextSelectableByMouse | Qt::TextSelectableByKeyboard);
-    m_facts->setWordWrap(true);
+    // Comments come from files: they are plain text, wrap within words, too, and scroll instead of growing.
+    constexpr int LinesShown = 8;
+    m_facts->setReadOnly(true);
+    m_facts->setWordWrapMode(QTextOption::WrapAtWordBoundaryOrAnywhere);
+    m_facts->setFixedHeight(LinesShown * m_facts->fontMetrics().lineSpacing());
     auto* const content = new QWidget;
     auto* const layout = new QVBoxLayout(content);
     layout->addWidget(scrolled, 1);
@@ -99,8 +102,7 @@ void ViewerWindow::Show(const LoadedImage& image)
 {
     m_picture->setPixmap(QPixmap::fromImage(image.picture));
     m_picture->adjustSize();
-    m_facts->setText(image.facts.trimmed());
-    centralWidget()->layout()->activate(); // the picture makes room for the facts at once
+    m_facts->setPlainText(image.facts.trimmed());
     statusBar()->clearMessage();
 }
 

@@ -8,6 +8,7 @@
 #include <string>
 
 class QLabel;
+class QPlainTextEdit;
 
 namespace Ardo::Kiln::Viewer
 {
@@ -33,7 +34,7 @@ private:
 
     std::function<void(const std::string&)> m_failed;
     QLabel* m_picture;
-    QLabel* m_facts;
+    QPlainTextEdit* m_facts;
     Threading::Asynchronizer m_loader; ///< Last: its thread ends before what it works for.
 };
 

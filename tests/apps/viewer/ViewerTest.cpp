@@ -1,11 +1,15 @@
 #include "Ardo/Imaging/const_raw_image.h"
 #include "Ardo/Kiln/ImageIO/ReadImageFromFile.h"
+#include "Ardo/Kiln/ImageIO/TiffExporter.h"
+#include "Ardo/MetadataLib/Metadata.h"
 #include "tests/Support/Process.h"
 #include "tests/Support/ScopedTempDir.h"
 
 #include <gmock/gmock.h>
 
 #include <cstring>
+#include <utility>
+#include <vector>
 
 namespace Ardo::Kiln
 {
@@ -28,9 +32,33 @@ TEST(ViewerTest, APictureOfTheWindowShowsTheFileAndAFileThatIsNoneIsAnError)
     ASSERT_EQ(size, empty->Stride() * empty->Size().height);
     EXPECT_NE(std::memcmp(full->Row(0), empty->Row(0), size), 0);
 
+    // A hot pixel in a faint gradient, a comment of many lines and one of a single word.
+    std::vector<std::uint16_t> pixels(256 * 256);
+    for (std::size_t i = 0; i < pixels.size(); ++i)
+    {
+        pixels[i] = static_cast<std::uint16_t>(1000 + i % 256);
+    }
+    pixels[1234] = 65535;
+    for (std::string comment : {std::string(5000, 'x'), std::string(5000, '\n')})
+    {
+        MetadataLib::Metadata metadata;
+        metadata.Core.Comment = std::move(comment);
+        ImageIO::TiffExporter().WriteUInt16Image((folder / "faint.tif").wstring(), pixels.data(), 256, 256, &metadata);
+        ASSERT_EQ(Support::RunShell(viewer + "faint.tif", folder.Path()).status, 0);
+        const auto window = picture();
+        EXPECT_EQ(window->Size(), empty->Size());
+        const auto grey = [&](std::uint32_t x)
+        {
+            const auto* const row = static_cast<const unsigned char*>(window->Row(window->Size().height / 3));
+            return row[x * Imaging::BytesPerPixel(window->Kind())];
+        };
+        EXPECT_LT(grey(window->Size().width / 2 - 100), 60);
+        EXPECT_GT(grey(window->Size().width / 2 + 100), 200);
+    }
+
     const Support::ProcessResult missing = Support::RunShell(viewer + "missing.tif", folder.Path());
     EXPECT_EQ(missing.status, 1);
-    EXPECT_THAT(missing.error, ::testing::HasSubstr("viewer: ReadImageFromFile: failed to open file -missing.tif"));
+    EXPECT_THAT(missing.error, ::testing::HasSubstr("viewer: missing.tif: No such file or directory"));
 }
 
 } // namespace Ardo::Kiln
