@@ -27,7 +27,8 @@ public:
     /// Compares the fields of this class only.
     bool operator==(const Detector&) const = default;
 
-    /// A copy of the whole object, of the same class. \throws std::bad_alloc only.
+    /// A copy of the whole object, of the same class.
+    /// \throws std::bad_alloc only.
     virtual std::unique_ptr<Detector> Clone() const;
 
     /// True if \p other is of the same class and has equal fields.

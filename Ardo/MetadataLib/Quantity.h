@@ -20,7 +20,8 @@ struct Quantity
 };
 
 /// The number in the unit without prefix: 1.07e-7 for 107 with the prefix power -9. Not rounded where the power is not
-/// given or 0. \throws nothing; a number out of range is 0 or infinite.
+/// given or 0.
+/// \throws nothing; a number out of range is 0 or infinite.
 KILN_EXPORT double InBaseUnit(const Quantity& quantity) noexcept;
 
 /// A number whose unit and prefix are always given.

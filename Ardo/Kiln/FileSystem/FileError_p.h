@@ -12,7 +12,8 @@ namespace Ardo::Kiln::FileSystem
 class FileError : public std::filesystem::filesystem_error
 {
 public:
-    /// \param operation what was attempted, in English. \param code the system's reason.
+    /// \param operation what was attempted, in English.
+    /// \param code the system's reason.
     FileError(const std::string& operation, const std::filesystem::path& path, std::error_code code);
 
     const char* what() const noexcept override { return m_text.what(); }

@@ -51,7 +51,8 @@ public:
     ///         not be written, else the system's.
     explicit ReplacementFile(const std::filesystem::path& target);
 
-    /// The same for wide text: ToPath(\p target). \throws std::range_error of ToPath.
+    /// The same for wide text: ToPath(\p target).
+    /// \throws std::range_error of ToPath.
     template <std::convertible_to<std::wstring> Wide>
     explicit ReplacementFile(const Wide& target) : ReplacementFile(ToPath(target))
     {

@@ -23,7 +23,8 @@ namespace Ardo::Kiln::FileSystem
 ///         a value above 0x10FFFF.
 KILN_EXPORT std::filesystem::path ToPath(const std::wstring& text);
 
-/// The wide text of a path: ToPath(ToWide(path)) is \p path. \throws std::bad_alloc only.
+/// The wide text of a path: ToPath(ToWide(path)) is \p path.
+/// \throws std::bad_alloc only.
 ///
 ///     TiffReader reader;
 ///     reader.Open(FileSystem::ToWide(path));

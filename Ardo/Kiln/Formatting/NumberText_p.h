@@ -16,7 +16,8 @@ public:
     static constexpr int MostDecimals = 1100;
 
     /// As "%.<decimals>f". A negative count rounds to that power of ten, half to even like printf, and shows no
-    /// decimals. \param value finite and less than 1e9 in magnitude.
+    /// decimals.
+    /// \param value finite and less than 1e9 in magnitude.
     void WriteFixed(double value, int decimals) noexcept;
 
     /// As "%.<decimals>e", with \p exponentSign ('e' or 'E') before the exponent. A negative count rounds to that power

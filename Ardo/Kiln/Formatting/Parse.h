@@ -22,17 +22,18 @@ namespace Ardo::Kiln::Formatting
 ///
 /// \param unit the base unit, one of Units; "1/..." is a reciprocal, masses are asked for in "kg".
 /// \throws std::invalid_argument with "invalid stod argument" if there is no number, or a separator that is not part of
-/// it. \throws std::out_of_range with "stod argument out of range" if no double comes near the number. \throws
-/// std::invalid_argument and std::out_of_range like PrefixExponent if the exponent of \p unit is malformed.
+///         it.
+/// \throws std::out_of_range with "stod argument out of range" if no double comes near the number.
+/// \throws std::invalid_argument and std::out_of_range like PrefixExponent if the exponent of \p unit is malformed.
 KILN_EXPORT double Parse(const std::wstring& text, const std::wstring& unit);
 
 /// Parse for a text that a person typed: nothing in it is ignored. The unit in \p text must be \p unit, with or without
 /// one prefix, or absent, which means \p unit itself; nothing may stand between number and unit. Any thread may call
 /// it.
 ///
-/// \throws std::invalid_argument with "unexpected unit" if \p text has another unit, with "invalid stod argument" if
-/// there is
-///         more than a number in front of it, and otherwise like Parse.
+/// \throws std::invalid_argument with "unexpected unit" if \p text has another unit.
+/// \throws std::invalid_argument with "invalid stod argument" if there is more than a number before the unit.
+/// \throws std::invalid_argument and std::out_of_range like Parse.
 KILN_EXPORT double ParseStrictly(const std::wstring& text, const std::wstring& unit);
 
 /// Parse without an exception: true and the number in \p result, or false and \p result unchanged. Any thread may call

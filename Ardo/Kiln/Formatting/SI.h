@@ -45,12 +45,10 @@ KILN_EXPORT std::wstring SI(double value, const std::wstring& unit, int decimals
                             Prefix minPrefix, Prefix maxPrefix);
 
 /// The full form.
-/// \param resolution in the base unit: as many decimals are shown as it takes to tell values that far apart, and \p
-/// decimals
-///        is ignored. Its sign does not matter. 0 and what is not finite: not given.
-/// \param reference in the base unit: picks the prefix instead of the value, so that a column of numbers can share one.
-/// Its
-///        sign does not matter. Not finite: not given.
+/// \param resolution in the base unit: as many decimals are shown as are needed to tell values that differ by it apart.
+///        \p decimals is then ignored. Its sign does not matter. 0 or not finite: not given.
+/// \param reference in the base unit: selects the prefix instead of \p value, so that all numbers of a column can have
+///        the same prefix. Its sign does not matter. Not finite: not given.
 /// \param minPrefix the smallest prefix allowed.
 /// \param maxPrefix the largest prefix allowed.
 /// \param keepTrailingZeros false: zeros at the end of the decimals are left out.

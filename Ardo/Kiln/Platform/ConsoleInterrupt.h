@@ -9,7 +9,8 @@ namespace Ardo::Kiln::Platform
 /// Forgets what was remembered before.
 ///
 /// On Linux a process for which interrupts are ignored, as for one that a shell runs in the background, goes on
-/// ignoring them. On Windows Ctrl-Break counts, too. \returns false when the system refuses, and nothing has changed.
+/// ignoring them. On Windows Ctrl-Break counts, too.
+/// \returns false when the system refuses, and nothing has changed.
 KILN_EXPORT_FOR_TESTS bool CatchConsoleInterrupts() noexcept;
 
 /// Ctrl-C does again what it did before CatchConsoleInterrupts.

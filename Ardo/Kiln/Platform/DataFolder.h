@@ -11,8 +11,9 @@ namespace Ardo::Kiln::Platform
 /// The folders below which products keep data that is no document, the preferred first. Never empty.
 ///
 /// On Windows %ProgramData%. On Linux $XDG_DATA_HOME if that is an absolute path, else .local/share in the home folder
-/// of the user. Then the system's folder for temporary files, if the user has no home folder.
-/// Not for a faulted process: it asks the environment. \throws std::bad_alloc only.
+/// of the user. Then the system's folder for temporary files, if the user has no home folder. Not for a faulted
+/// process: it asks the environment.
+/// \throws std::bad_alloc only.
 KILN_EXPORT_FOR_TESTS std::vector<std::filesystem::path> DataFolders();
 
 /// Creates \p folder with all parents that are missing, for files that nobody else may read. No allocation; on Linux

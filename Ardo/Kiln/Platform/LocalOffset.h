@@ -11,8 +11,8 @@ namespace Ardo::Kiln::Platform
 /// its time zone. Any thread may call it.
 KILN_EXPORT_FOR_TESTS void RefreshLocalOffset() noexcept;
 
-/// Seconds that local time was ahead of UTC when RefreshLocalOffset was last called; it was when the library was
-/// loaded. Any thread and any signal handler may call it.
+/// Seconds that local time was ahead of UTC when RefreshLocalOffset was last called. The library calls it when it is
+/// loaded. Any thread and any signal handler may call this function.
 KILN_EXPORT_FOR_TESTS std::int32_t LocalOffset() noexcept;
 
 } // namespace Ardo::Kiln::Platform

@@ -18,8 +18,9 @@ namespace Ardo::Kiln::Platform
 ///     [General]
 ///     Installation%20Path=/mnt/server
 ///
+/// Nothing is kept between calls. Any thread may call it.
 /// \param key begins with `SOFTWARE\`; Linux distinguishes upper and lower case.
-/// Nothing is kept between calls. Any thread may call it. \throws std::bad_alloc only.
+/// \throws std::bad_alloc only.
 KILN_EXPORT_FOR_TESTS std::optional<std::wstring> ReadMachineSetting(const std::wstring& key, const std::wstring& name);
 
 } // namespace Ardo::Kiln::Platform

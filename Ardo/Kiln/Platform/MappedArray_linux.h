@@ -28,8 +28,8 @@ public:
     MappedArray(const MappedArray&) = delete;
     MappedArray& operator=(const MappedArray&) = delete;
 
-    /// Makes the array \p count elements long; new ones are all zero bytes. \returns false if there is no memory: the
-    /// array is as it was then.
+    /// Makes the array \p count elements long; new ones are all zero bytes.
+    /// \returns false if there is no memory: the array is as it was then.
     bool Resize(std::size_t count) noexcept
     {
         if (count * sizeof(T) > m_bytes && !Grow(count * sizeof(T)))
@@ -46,7 +46,8 @@ public:
         return true;
     }
 
-    /// Adds \p value. \returns false if there is no memory.
+    /// Adds \p value.
+    /// \returns false if there is no memory.
     bool Add(const T& value) noexcept
     {
         const std::size_t place = m_size;

@@ -27,10 +27,12 @@ private:
     std::size_t m_length = 0;
 };
 
-/// Reads the file \p path, at most \p limit bytes of it, to the end of \p text. \returns 0 or the error number.
+/// Reads the file \p path, at most \p limit bytes of it, to the end of \p text.
+/// \returns 0 or the error number.
 int ReadWholeFile(const char* path, MappedArray<char>& text, std::size_t limit = std::size_t{64} << 20) noexcept;
 
-/// Reads the beginning of a small file into \p buffer. \returns what was read; nothing if that failed.
+/// Reads the beginning of a small file into \p buffer.
+/// \returns what was read; nothing if that failed.
 std::string_view ReadSmallFile(const char* path, char* buffer, std::size_t size) noexcept;
 
 /// Takes an unsigned number from the beginning of \p text, and the one character behind it.
@@ -39,7 +41,8 @@ std::uint64_t TakeNumber(std::string_view& text, int base) noexcept;
 /// Takes what is before the next \p separator, and the separator; everything if there is none.
 std::string_view TakeUntil(std::string_view& text, char separator) noexcept;
 
-/// The numbers of all threads of \p process. \returns 0 or the error number.
+/// The numbers of all threads of \p process.
+/// \returns 0 or the error number.
 int ReadThreadIds(std::int32_t process, MappedArray<std::int32_t>& ids) noexcept;
 
 } // namespace Ardo::Kiln::Platform

@@ -25,7 +25,8 @@ namespace
 }
 
 /// Repeats \p call, which is told how many bytes are done and how many to do next, until \p size bytes are done or it
-/// does none. \returns the bytes done, or -1 with errno.
+/// does none.
+/// \returns the bytes done, or -1 with errno.
 template <typename Call>
 std::int64_t Transfer(std::int64_t size, Call call) noexcept
 {

@@ -19,7 +19,8 @@ namespace
 }
 
 /// Repeats \p call, which is told its place in the file, how many bytes are done and how many to do next, until \p size
-/// bytes are done or it does none. \returns the bytes done, or -1 with the system's last error.
+/// bytes are done or it does none.
+/// \returns the bytes done, or -1 with the system's last error.
 template <typename Call>
 std::int64_t Transfer(std::uint64_t offset, std::int64_t size, Call call) noexcept
 {

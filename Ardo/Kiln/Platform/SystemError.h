@@ -18,7 +18,8 @@ KILN_EXPORT_FOR_TESTS const std::error_category& SystemErrors() noexcept;
 KILN_EXPORT_FOR_TESTS std::error_code LastSystemError() noexcept;
 
 /// The system's words for an error number, in UTF-8 and without a full stop: on Linux in English whatever the locale,
-/// on Windows in the language of the system. Any thread may call it. \throws std::bad_alloc only.
+/// on Windows in the language of the system. Any thread may call it.
+/// \throws std::bad_alloc only.
 std::string SystemErrorText(int error);
 
 } // namespace Ardo::Kiln::Platform

@@ -25,7 +25,8 @@ struct SystemInformation
 };
 
 /// Asks the system about the machine and the process \p processId. Makes system calls and takes no lock but the
-/// allocator's. Any thread may call it. \throws std::bad_alloc only.
+/// allocator's. Any thread may call it.
+/// \throws std::bad_alloc only.
 KILN_EXPORT_FOR_TESTS SystemInformation ReadSystemInformation(std::uint32_t processId);
 
 } // namespace Ardo::Kiln::Platform

@@ -29,8 +29,9 @@ public:
     TemporaryFile(const TemporaryFile&) = delete;
     TemporaryFile& operator=(const TemporaryFile&) = delete;
 
-    /// Creates the empty file. To be called once. \p folder: absolute. \throws std::bad_alloc, or std::exception
-    /// without random numbers. \returns the system's reason on failure.
+    /// Creates the empty file. To be called once. \p folder: absolute.
+    /// \throws std::bad_alloc, or std::exception without random numbers.
+    /// \returns the system's reason on failure.
     std::error_code Create(const std::filesystem::path& folder, Rights rights);
 
     /// Opens the file, in this process only, until MoveTo() has succeeded. Empty before Create() and after MoveTo().

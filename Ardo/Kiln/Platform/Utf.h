@@ -13,10 +13,11 @@ namespace Ardo::Kiln::Platform
 ///
 /// On Windows the wide text is UTF-16, made by the system's code page 65001. On Linux one unit is one code point.
 /// Overlong forms, surrogates, values above 0x10FFFF and incomplete sequences are invalid on both.
+/// Any thread may call it.
 /// \param text not empty, shorter than 2^31 bytes; may contain NUL.
 /// \param wide receives the result; its content is unspecified after a failure.
-/// \return 0, or the system's error number: 1113, ERROR_NO_UNICODE_TRANSLATION, for invalid text.
-/// Any thread may call it. \throws std::bad_alloc only.
+/// \returns 0, or the system's error number: 1113, ERROR_NO_UNICODE_TRANSLATION, for invalid text.
+/// \throws std::bad_alloc only.
 KILN_EXPORT_FOR_TESTS std::uint32_t Utf8ToWide(std::string_view text, std::wstring& wide);
 
 /// The way back, as strict: an unpaired surrogate (Windows), or a unit that is a surrogate or above 0x10FFFF (Linux),

@@ -45,7 +45,7 @@ inline std::string PixelsOf(const TiffReader& reader)
 }
 
 /// Writes such values with one of the exporter's operations.
-/// \return The bytes of the pixels after the write, which may change them, and of some pixels behind them.
+/// \returns the bytes of the pixels after the write, which may change them, and of some pixels behind them.
 template <typename Pixel, typename... Rest>
 std::string
 WritePattern(TiffExporter& exporter, const std::filesystem::path& path, std::uint32_t width, std::uint32_t height,
