@@ -48,6 +48,7 @@ struct CrashRequest
     char exceptionMessage[1024] = {};              ///< Its what().
     std::uint32_t throwFrameCount = 0;             ///< 0: where it was thrown is not known.
     std::uint64_t throwFrames[MaximumFrames] = {}; ///< Return addresses, the throwing function first.
+    std::uint32_t interposesRuntime = 1;           ///< See FaultDispatch::InterposesRuntime.
 
     // Null-terminated UTF-8.
     char dumpFolder[1024] = {};     ///< Where CreateFiles creates them; empty: nowhere.

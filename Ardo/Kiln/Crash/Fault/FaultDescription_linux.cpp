@@ -2,6 +2,7 @@
 
 #include "Ardo/Kiln/Crash/CrashRequest_linux.h"
 #include "Ardo/Kiln/Crash/Fault/CallerContext_linux.h"
+#include "Ardo/Kiln/Crash/Fault/FaultDispatch.h"
 #include "Ardo/Kiln/Crash/Fault/FaultSignal_linux.h"
 #include "Ardo/Kiln/Crash/Fault/FaultThread_linux.h"
 #include "Ardo/Kiln/Crash/FaultCode.h"
@@ -62,6 +63,7 @@ void SetReportPlace(const char* dumpFolder, const char* applicationName, const c
     request.exceptionType[0] = '\0';
     request.exceptionMessage[0] = '\0';
     request.throwFrameCount = 0;
+    request.interposesRuntime = FaultDispatch::InterposesRuntime() ? 1 : 0;
     if (pointers == nullptr)
     {
         CaptureCallerContext(request.context);

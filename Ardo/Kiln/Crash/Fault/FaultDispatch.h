@@ -100,6 +100,17 @@ public:
     /// after the process has been asked to end is given up.
     static bool HasNoUserInterface() noexcept;
 
+    /// Has \p function called when exit() is called, with the other threads still running. The last one set, once; null
+    /// for none. On Windows never: exit() ends the other threads first, and what they were doing with them.
+    static void CallAtExit(void (*function)()) noexcept;
+
+    /// Whether the functions of the C and C++ libraries that start threads and throw exceptions go through this library
+    /// when other modules call them. False on Linux if this library was loaded after those: by dlopen, or only as a
+    /// dependency of another library than the program. Then threads that do not use this library have no alternate
+    /// stack, so that a stack overflow of theirs ends the process without a report, and it is not known where
+    /// exceptions were thrown. Always true on Windows, and before Start.
+    static bool InterposesRuntime() noexcept;
+
     /// How long filters may take, in milliseconds; 10000 at start. For tests, before the first fault.
     static void SetTimeLimit(int milliseconds) noexcept;
 };

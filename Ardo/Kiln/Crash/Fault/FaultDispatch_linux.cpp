@@ -5,9 +5,13 @@
 #include "Ardo/Kiln/Crash/Fault/FaultProcess_linux.h"
 #include "Ardo/Kiln/Crash/Fault/FaultSignal_linux.h"
 #include "Ardo/Kiln/Crash/Fault/FaultThread_linux.h"
+#include "Ardo/Kiln/Crash/Fault/ThreadStart_linux.h"
 #include "Ardo/Kiln/Crash/Fault/ThrowHook_linux.h"
 #include "Ardo/Kiln/Crash/FaultCode.h"
 #include "Ardo/Kiln/Platform/ProcessFork.h"
+
+#include <dlfcn.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cstdlib>
@@ -24,15 +28,42 @@ std::atomic<FaultFilter> g_throwFilter = nullptr;
 
 void* g_unusedData = nullptr; // for a thread without a record, which has nothing to remember
 
+std::atomic<void (*)()> g_atExit = nullptr;
+std::atomic<bool> g_interposesRuntime = true;
+
 /// A fault that is being dealt with ends the process, or the thread goes on: exit() waits for it, so that the reports
 /// are written and the process does not end as if nothing had happened.
-void WaitForFault() noexcept
+void OnExit() noexcept
 {
-    if (g_process.id == getpid() && !g_process.filters.IsCaller())
+    if (g_process.filters.IsCaller() || (g_process.id != 0 && g_process.id != getpid()))
     {
-        g_process.ending.ExitBegins();
-        g_process.slot.WaitUntilFree();
+        return; // a filter ends the process itself, or a child of vfork() does
     }
+    g_process.ending.ExitBegins();
+    g_process.slot.WaitUntilFree();
+    if (auto* const function = g_atExit.load())
+    {
+        function();
+    }
+}
+
+void RegisterForExit() noexcept
+{
+    static const bool g_isRegistered = std::atexit(&OnExit) == 0;
+    static_cast<void>(g_isRegistered);
+}
+
+/// The file that a symbol is found in: by other modules, or behind this library.
+const void* ModuleOf(void* scope, const char* symbol) noexcept
+{
+    Dl_info info = {};
+    void* const address = dlsym(scope, symbol);
+    return address != nullptr && dladdr(address, &info) != 0 ? info.dli_fbase : nullptr;
+}
+
+bool IsInterposed(const char* symbol) noexcept
+{
+    return ModuleOf(RTLD_DEFAULT, symbol) != ModuleOf(RTLD_NEXT, symbol);
 }
 
 /// What is done once, and holds in forked children too.
@@ -55,18 +86,8 @@ void PrepareOnce() noexcept
     g_process.id = getpid();
     InstallFaultHandlers();
     InstallTerminateHandler();
-    std::atexit(&WaitForFault);
-}
-
-void UnblockFaultSignals() noexcept
-{
-    sigset_t faults;
-    sigemptyset(&faults);
-    for (const int signal : FaultSignals)
-    {
-        sigaddset(&faults, signal);
-    }
-    pthread_sigmask(SIG_UNBLOCK, &faults, nullptr);
+    RegisterForExit();
+    g_interposesRuntime = IsInterposed("pthread_create") && IsInterposed("__cxa_throw");
 }
 
 } // namespace
@@ -165,6 +186,17 @@ FaultDispatch::ScopedTimeLimitPause::~ScopedTimeLimitPause()
 bool FaultDispatch::HasNoUserInterface() noexcept
 {
     return g_process.slot.FirstThreadWaits() || g_process.ending.IsRequested();
+}
+
+void FaultDispatch::CallAtExit(void (*function)()) noexcept
+{
+    g_atExit = function;
+    RegisterForExit();
+}
+
+bool FaultDispatch::InterposesRuntime() noexcept
+{
+    return g_interposesRuntime;
 }
 
 void FaultDispatch::SetTimeLimit(int milliseconds) noexcept

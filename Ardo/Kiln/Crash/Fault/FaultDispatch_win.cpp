@@ -177,6 +177,13 @@ bool FaultDispatch::HasNoUserInterface() noexcept
     return false;
 }
 
+void FaultDispatch::CallAtExit(void (*)()) noexcept {}
+
+bool FaultDispatch::InterposesRuntime() noexcept
+{
+    return true;
+}
+
 void FaultDispatch::SetTimeLimit(int /*milliseconds*/) noexcept {}
 
 } // namespace Ardo::Kiln::Crash

@@ -162,6 +162,17 @@ void InstallFaultHandlers() noexcept
     g_isInstalled = true;
 }
 
+void UnblockFaultSignals() noexcept
+{
+    sigset_t faults;
+    sigemptyset(&faults);
+    for (const int signal : FaultSignals)
+    {
+        sigaddset(&faults, signal);
+    }
+    pthread_sigmask(SIG_UNBLOCK, &faults, nullptr);
+}
+
 bool IsOursInstalled(int signal) noexcept
 {
     struct sigaction action = {};

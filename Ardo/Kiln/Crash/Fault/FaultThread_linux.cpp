@@ -16,8 +16,6 @@ namespace Ardo::Kiln::Crash
 namespace
 {
 
-using CreateThread = int (*)(pthread_t*, const pthread_attr_t*, void* (*)(void*), void*);
-
 // A handler needs up to 14 KiB for the processor's registers alone on today's machines.
 constexpr std::size_t AlternateStackSize = 0x10000;
 constexpr std::size_t GuardSize = 4096;
@@ -37,20 +35,6 @@ struct ThreadMemory
 
 // For a thread that faults and was never adopted. Static, because a fault may find no memory.
 FaultThread g_reserve;
-
-std::atomic<CreateThread> g_createThread = nullptr;
-std::atomic<bool> g_adoptNewThreads = false;
-
-CreateThread SystemCreateThread() noexcept
-{
-    CreateThread create = g_createThread.load(std::memory_order_relaxed);
-    if (create == nullptr)
-    {
-        create = reinterpret_cast<CreateThread>(dlsym(RTLD_NEXT, "pthread_create"));
-        g_createThread.store(create, std::memory_order_relaxed);
-    }
-    return create;
-}
 
 /// Takes the alternate stack away again when a thread ends. The record goes last: until then its thread may fault.
 void Release(void* memory)
@@ -93,20 +77,6 @@ void FindStack(FaultThread& thread) noexcept
         thread.stackHigh = thread.stackLow + size;
     }
     pthread_attr_destroy(&attributes);
-}
-
-struct ThreadStart
-{
-    void* (*body)(void*);
-    void* argument;
-};
-
-void* RunAdopted(void* start)
-{
-    const ThreadStart own = *static_cast<ThreadStart*>(start);
-    delete static_cast<ThreadStart*>(start);
-    AdoptThread();
-    return own.body(own.argument);
 }
 
 } // namespace
@@ -181,50 +151,9 @@ pid_t ThreadIdOnBehalf() noexcept
     return g_onBehalf != nullptr ? g_onBehalfId : gettid();
 }
 
-int CreatePlainThread(pthread_t* thread, void* (*body)(void*), void* argument) noexcept
-{
-#ifdef __SANITIZE_THREAD__
-    return ::pthread_create(thread, nullptr, body, argument); // that sanitizer has to know every thread
-#else
-    const CreateThread create = SystemCreateThread();
-    return create != nullptr ? create(thread, nullptr, body, argument) : ENOSYS;
-#endif
-}
-
-void AdoptNewThreads() noexcept
+void PrepareAdoption() noexcept
 {
     MemoryKey();
-#ifndef __SANITIZE_THREAD__ // whose own start of a thread has to come before all that is instrumented
-    g_adoptNewThreads = true;
-#endif
 }
 
 } // namespace Ardo::Kiln::Crash
-
-/// Stands before the C library's: a thread without an alternate stack that overflows its own is killed by the kernel
-/// before any handler runs, so every thread gets one, also those that know nothing of this library.
-extern "C" KILN_EXPORT int pthread_create(pthread_t* thread, const pthread_attr_t* attributes, void* (*body)(void*),
-                                          void* argument) noexcept
-{
-    using namespace Ardo::Kiln::Crash;
-    const CreateThread create = SystemCreateThread();
-    if (create == nullptr)
-    {
-        return ENOSYS;
-    }
-    if (!g_adoptNewThreads)
-    {
-        return create(thread, attributes, body, argument);
-    }
-    auto* const start = new (std::nothrow) ThreadStart{body, argument};
-    if (start == nullptr)
-    {
-        return EAGAIN;
-    }
-    const int error = create(thread, attributes, RunAdopted, start);
-    if (error != 0)
-    {
-        delete start;
-    }
-    return error;
-}

@@ -84,10 +84,7 @@ void ActOnBehalf(FaultThread* thread, pid_t threadId) noexcept;
 /// The system's number of that thread.
 pid_t ThreadIdOnBehalf() noexcept;
 
-/// Starts a thread past the interposed pthread_create.
-int CreatePlainThread(pthread_t* thread, void* (*body)(void*), void* argument) noexcept;
-
-/// From now on new threads get a record and an alternate stack when they start.
-void AdoptNewThreads() noexcept;
+/// Acquires what AdoptThread needs from the process. Once, before the first fault.
+void PrepareAdoption() noexcept;
 
 } // namespace Ardo::Kiln::Crash

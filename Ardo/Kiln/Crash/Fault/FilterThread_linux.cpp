@@ -3,6 +3,7 @@
 #include "Ardo/Kiln/Crash/Fault/FaultFallback_linux.h"
 #include "Ardo/Kiln/Crash/Fault/FaultSignal_linux.h"
 #include "Ardo/Kiln/Crash/Fault/Futex_linux.h"
+#include "Ardo/Kiln/Crash/Fault/ThreadStart_linux.h"
 
 #include <pthread.h>
 

@@ -147,6 +147,11 @@ void AddFaultSection(TextSink& text, const FaultFacts& facts, std::string_view e
     text << "\r\n Fault \r\n"
          << "Process: " << facts.processId << ", thread: " << facts.threadId << "\r\n";
     AddFault(text, facts, exceptionType, module, "\r\n");
+    if (!facts.interposesRuntime)
+    {
+        text
+            << "Loaded after the C library: stack overflows of other threads and places of throws are not reported\r\n";
+    }
     std::string_view files = facts.logFiles;
     text << (files.empty() ? "" : "\r\n Log files \r\n");
     while (!files.empty())

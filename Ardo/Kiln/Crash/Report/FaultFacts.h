@@ -32,6 +32,8 @@ struct FaultFacts
     std::string_view exceptionMessage;          ///< Its message; empty: none.
     std::span<const std::uint64_t> throwFrames; ///< Return addresses of where it was thrown; empty: not known.
 
+    bool interposesRuntime = true; ///< See FaultDispatch::InterposesRuntime.
+
     std::string_view applicationVersion;
     std::string_view logFiles; ///< Paths of the process's log files, each followed by a line feed.
 };

@@ -53,6 +53,7 @@ FaultFacts FactsOf(const CrashRequest& request) noexcept
     facts.exceptionType = TextOf(request.exceptionType);
     facts.exceptionMessage = TextOf(request.exceptionMessage);
     facts.throwFrames = {request.throwFrames, std::min(request.throwFrameCount, CrashRequest::MaximumFrames)};
+    facts.interposesRuntime = request.interposesRuntime != 0;
     facts.applicationVersion = TextOf(request.fullVersion);
     facts.logFiles = TextOf(request.logFiles);
     return facts;
