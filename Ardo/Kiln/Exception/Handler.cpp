@@ -14,9 +14,11 @@
 #include <boost/log/sources/severity_feature.hpp>
 
 #include <array>
+#include <chrono>
 #include <deque>
 #include <memory>
 #include <stdexcept>
+#include <thread>
 #include <utility>
 
 namespace Ardo::Kiln::Exception
@@ -28,6 +30,10 @@ namespace
 using Crash::FaultDispatch;
 
 constexpr const char* FlagsTooLate = "Handler::SetFlags should be set before instantiation of secondary threads";
+
+constexpr std::chrono::milliseconds ReportsAtExit{60'000}; // how long exit() waits for another thread's reports
+constexpr std::chrono::milliseconds AnswerAtExit{2'000};   // and for the answer to its question
+constexpr std::chrono::milliseconds PollAtExit{20};
 
 thread_local int g_instancesOfThread = 0;    // of Handler
 thread_local bool g_holdsLockAtFork = false; // whether the forking thread deals with a fault
@@ -74,6 +80,32 @@ void Log(const Warning& warning) noexcept
 
 } // namespace
 
+namespace
+{
+
+/// Logs, once, what crash handling lacks in a process that did not load the library at its start.
+void WarnIfLoadedLate() noexcept
+{
+    static std::atomic<bool> g_hasWarned = false;
+    if (FaultDispatch::InterposesRuntime() || g_hasWarned.exchange(true))
+    {
+        return;
+    }
+    try
+    {
+        Log(Warning(
+            "Crash reports are incomplete, because this library was loaded after the C library: stack overflows of "
+            "threads that do not use it leave no report, and where exceptions were thrown is not known. Link the "
+            "program itself with it."));
+    }
+    catch (...)
+    {
+        // no memory for a warning
+    }
+}
+
+} // namespace
+
 // Monitoring -----------------------------------------------------------------------------------------------------
 
 void Handler::Initialize()
@@ -91,7 +123,7 @@ void Handler::Initialize()
 
 Handler::Handler()
 {
-    PrepareForFork();
+    PrepareProcess();
     ++g_instances;
     ++g_instancesOfThread;
     if (!g_globalInitialized.exchange(true))
@@ -113,11 +145,24 @@ Handler::~Handler()
     }
 }
 
-void Handler::PrepareForFork()
+void Handler::PrepareProcess()
 {
     static const bool g_isPrepared =
-        (Platform::OnFork([] { g_holdsLockAtFork = CrashLock::IsHeld(); }, [] {}, &ResetInChild), true);
+        (Platform::OnFork([] { g_holdsLockAtFork = CrashLock::IsHeld(); }, [] {}, &ResetInChild),
+         FaultDispatch::CallAtExit(&WaitForReports), true);
     static_cast<void>(g_isPrepared);
+}
+
+void Handler::WaitForReports()
+{
+    // The library's own work ends by itself; whether an answer ever comes is not known.
+    std::chrono::milliseconds forReports = ReportsAtExit;
+    std::chrono::milliseconds forAnswer = AnswerAtExit;
+    while (g_crashedThread != 0 && !CrashLock::IsHeld() && forReports.count() > 0 && forAnswer.count() > 0)
+    {
+        std::this_thread::sleep_for(PollAtExit);
+        (g_answerIsAwaited ? forAnswer : forReports) -= PollAtExit;
+    }
 }
 
 void Handler::ResetInChild() noexcept
@@ -202,9 +247,13 @@ void Handler::InitializeGlobal()
     {
         FaultDispatch::SetThrowFilter(&RegisterLastExceptionOnThread);
     }
-    if ((flags & CatchUncaught) != 0)
+    if (flags != 0)
     {
         FaultDispatch::Start();
+        WarnIfLoadedLate();
+    }
+    if ((flags & CatchUncaught) != 0)
+    {
         g_previousUnhandledFilter = FaultDispatch::SetUnhandledFilter(&HandleUncaughtExceptions);
         g_unhandledFilterInstalled = true;
     }
@@ -316,7 +365,7 @@ void Handler::ExecuteOrNotify(const std::function<void()>& work, const Notify& n
         CallCatching(&call);
         return;
     }
-    PrepareForFork();
+    PrepareProcess();
     FaultDispatch::MonitorThread();
     PrepareOnce();
     ThreadState& state = StateOfCallingThread();

@@ -34,6 +34,9 @@ struct Notification;
 ///     Handler::Initialize();                                                             // on each thread
 ///     Handler::Execute([] { RunTheApplication(); });
 ///
+/// Nothing is installed before SetFlags sets flags or Execute is called. docs/crash-reports.md, "What is installed",
+/// tells what these install in the process, how it gets on with handlers of the application, and how to do without it.
+///
 /// An object of this class marks the thread that made it as monitored; Initialize makes it, and the thread's end
 /// destroys it. Any thread may call the functions, unless they say otherwise.
 ///
@@ -132,10 +135,14 @@ private:
     struct GuardedCall;
     class CrashLock;
 
-    /// Has a forked child start with what it has: the calling thread, and no fault that another one deals with.
-    /// \throws std::bad_alloc.
-    static void PrepareForFork();
+    /// Registers the two functions below. \throws std::bad_alloc.
+    static void PrepareProcess();
+
+    /// A forked child starts with what it has: the calling thread, and no fault that another one deals with.
     static void ResetInChild() noexcept;
+
+    /// At exit: lets another thread that deals with an exception write its reports.
+    static void WaitForReports();
 
     static void InitializeGlobal();
     static void InitializeThread();

@@ -43,6 +43,9 @@ class JobQueue;
 /// does. A child process made by fork has no copy of the thread. There the worker counts as stopped, its destructor
 /// returns at once, and the queued functions are neither run nor destroyed.
 ///
+/// The first worker of a process installs the process's fault handlers, which stay: see Exception::Handler::Execute
+/// and, to have workers unguarded and nothing installed, Exception::Handler::SetMonitorAllThread.
+///
 /// Where exceptions of functions go:
 /// - Call: those derived from std::exception are thrown again in the caller, and the worker goes on;
 /// - Post, Schedule and Every on a worker with a warning handler: an Exception::Warning goes to the handler, on the
