@@ -13,9 +13,14 @@ struct Condition
     const char* name;
     const char* description;
     void (*apply)();
+    bool isEarly = false; ///< Applied before the flags are set; others just before the crash.
 };
 
 std::span<const Condition> Conditions();
+
+/// Runs \p work on a thread that the C library starts, in its C11 form ("c11") or for a timer ("timer"), and waits for
+/// ever: the work ends the process.
+[[noreturn]] void RunOnForeignThread(const std::string& kind, const std::function<void()>& work);
 
 /// Runs \p work in a forked child, tells on standard output how the child ended, and returns in the parent only.
 void RunInChild(const std::function<void()>& work);

@@ -8,6 +8,7 @@
 #include <boost/log/sources/record_ostream.hpp>
 #include <boost/log/sources/severity_feature.hpp>
 
+#include <array>
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
@@ -17,6 +18,8 @@
 #include <fcntl.h>
 #include <sys/resource.h>
 #include <sys/wait.h>
+#include <threads.h>
+#include <time.h>
 #include <unistd.h>
 
 namespace Ardo::Kiln::CrashProbe
@@ -77,7 +80,30 @@ void LogRecord()
     BOOST_LOG_SEV(logger, Logger::info) << "the last record";
 }
 
+/// Standard error is a pipe that nobody reads.
+void BrokenPipe()
+{
+    std::array<int, 2> pipe{};
+    if (::pipe(pipe.data()) == 0)
+    {
+        ::dup2(pipe[1], STDERR_FILENO);
+        ::close(pipe[0]);
+        ::close(pipe[1]);
+    }
+}
+
+/// For a process that was started without standard error: its first file gets that number.
+void FileInItsPlace()
+{
+    if (::open("data", O_CREAT | O_RDWR, S_IRUSR | S_IWUSR) != STDERR_FILENO)
+    {
+        Say("has a standard error stream");
+    }
+}
+
 constexpr Condition List[] = {
+    {"broken-pipe", "standard error is a pipe that nobody reads", &BrokenPipe, true},
+    {"file-as-stderr", "a file of the application has the number of standard error (2>&-)", &FileInItsPlace, true},
     {"full-disk", "no file can grow beyond 4 KiB", &FullDisk},
     {"no-descriptors", "all file descriptors are in use", &NoDescriptors},
     {"no-memory", "no memory and no address space is left", &NoAddressSpace},
@@ -90,6 +116,41 @@ constexpr Condition List[] = {
 std::span<const Condition> Conditions()
 {
     return List;
+}
+
+void RunOnForeignThread(const std::string& kind, const std::function<void()>& work)
+{
+    static const std::function<void()>* g_work = nullptr;
+    g_work = &work;
+    if (kind == "c11")
+    {
+        thrd_t thread{};
+        ::thrd_create(
+            &thread,
+            [](void*)
+            {
+                (*g_work)();
+                return 0;
+            },
+            nullptr);
+    }
+    else
+    {
+        sigevent event{};
+        event.sigev_notify = SIGEV_THREAD;
+        event.sigev_notify_function = [](sigval) { (*g_work)(); };
+        timer_t timer{};
+        const itimerspec soon{{0, 0}, {0, 1}};
+        if (::timer_create(CLOCK_MONOTONIC, &event, &timer) == 0 && ::timer_delete(timer) == 0 &&
+            ::timer_create(CLOCK_MONOTONIC, &event, &timer) == 0)
+        {
+            ::timer_settime(timer, 0, &soon, nullptr);
+        }
+    }
+    for (;;)
+    {
+        ::pause();
+    }
 }
 
 void RunInChild(const std::function<void()>& work)

@@ -7,6 +7,8 @@
 #include <CLI/CLI.hpp>
 
 #include <algorithm>
+#include <atomic>
+#include <chrono>
 #include <cstdio>
 #include <functional>
 #include <iostream>
@@ -73,21 +75,26 @@ struct Options
     bool inChild = false;
 };
 
+void Apply(const std::string& name, bool isEarly)
+{
+    for (const Condition& condition : Conditions())
+    {
+        if (condition.name == name && condition.isEarly == isEarly)
+        {
+            condition.apply();
+        }
+    }
+}
+
 /// What the thread that crashes does.
 void Crash(const Options& options, const Scenario& scenario)
 {
-    if (options.thread != "bare")
+    if (options.thread == "main" || options.thread == "worker")
     {
         Handler::Initialize();
     }
     PrintIds();
-    const auto condition =
-        std::find_if(Conditions().begin(), Conditions().end(),
-                     [&](const Condition& candidate) { return candidate.name == options.condition; });
-    if (condition != Conditions().end())
-    {
-        condition->apply();
-    }
+    Apply(options.condition, false);
     for (unsigned count = 0; count < options.times; ++count)
     {
         if (!options.execute)
@@ -108,8 +115,38 @@ void Crash(const Options& options, const Scenario& scenario)
     EndQuietly(); // what the crash has left locked would hold up an orderly end
 }
 
+/// A forked child, whose parent has another monitored thread, sets its own flags.
+void CrashInChild(const Options& options, const std::function<void()>& crash)
+{
+    const bool isMonitored = options.thread != "bare";
+    std::atomic<bool> isReady = !isMonitored;
+    if (isMonitored)
+    {
+        std::thread(
+            [&isReady]
+            {
+                Handler::Initialize();
+                isReady = true;
+                isReady.notify_one();
+                std::this_thread::sleep_for(std::chrono::hours(1));
+            })
+            .detach();
+        isReady.wait(false);
+    }
+    RunInChild(
+        [&]
+        {
+            if (isMonitored)
+            {
+                Handler::SetFlags(options.flags);
+            }
+            crash();
+        });
+}
+
 void Run(const Options& options, const Scenario& scenario)
 {
+    Apply(options.condition, true);
     if (options.flags != 0)
     {
         Handler::SetFlags(options.flags);
@@ -121,11 +158,15 @@ void Run(const Options& options, const Scenario& scenario)
     const auto crash = [&] { Crash(options, scenario); };
     if (options.inChild)
     {
-        RunInChild(crash);
+        CrashInChild(options, crash);
     }
     else if (options.thread == "main")
     {
         crash();
+    }
+    else if (options.thread == "c11" || options.thread == "timer")
+    {
+        RunOnForeignThread(options.thread, crash);
     }
     else
     {
@@ -178,9 +219,11 @@ int main(int argc, char** argv)
     bool list = false;
     app.add_option("SCENARIO", name, "How to crash");
     app.add_flag("--list", list, "Print the scenarios and conditions and exit");
-    app.add_option("--thread", options.thread,
-                   "Where: main or worker call Handler::Initialize, bare is a thread that calls nothing")
-        ->check(CLI::IsMember({"main", "worker", "bare"}));
+    app.add_option(
+           "--thread", options.thread,
+           "Where: main or worker call Handler::Initialize, bare is a thread that calls nothing, and so are those "
+           "of thrd_create (c11) and of a timer")
+        ->check(CLI::IsMember({"main", "worker", "bare", "c11", "timer"}));
     app.add_flag("--execute", options.execute, "Inside Handler::Execute");
     app.add_option("--times", options.times, "How often, if the crash can be survived");
     app.add_option("--flags", options.flags, "The flags of Handler::SetFlags; 15 unless given");

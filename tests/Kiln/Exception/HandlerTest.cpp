@@ -13,9 +13,11 @@
 #include <boost/exception/get_error_info.hpp>
 #include <gmock/gmock.h>
 
+#include <csignal>
 #include <cstdlib>
 #include <pthread.h>
 #include <thread>
+#include <unistd.h>
 
 namespace Ardo::Kiln::Exception
 {
@@ -118,9 +120,10 @@ protected:
         return count;
     }
 
-private:
     Support::ScopedTempDir m_folder;
 };
+
+using HandlerDeathTest = HandlerTest;
 
 TEST_F(HandlerTest, FlagsBelongToTheFirstThread)
 {
@@ -347,6 +350,53 @@ TEST_F(HandlerTest, AThreadMayEndInsideTheWork)
             .join();
         EXPECT_FALSE(goesOn);
     }
+}
+
+TEST_F(HandlerDeathTest, WorkersOfAHostThatSaysNoInstallNothing)
+{
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    const auto run = [this]
+    {
+        struct sigaction before = {};
+        struct sigaction after = {};
+        ::sigaction(SIGSEGV, nullptr, &before);
+        Handler::SetMonitorAllThread(false);
+        std::thread([] { Handler::Execute([] {}); }).join();
+        Handler::Execute([] { throw std::runtime_error("dealt with all the same"); });
+        ::sigaction(SIGSEGV, nullptr, &after);
+        std::size_t threads = 0;
+        for ([[maybe_unused]] const auto& task : std::filesystem::directory_iterator("/proc/self/task"))
+        {
+            ++threads;
+        }
+        std::filesystem::remove_all(m_folder.Path());
+        std::_Exit(before.sa_sigaction == after.sa_sigaction ? static_cast<int>(threads) : 0);
+    };
+    EXPECT_EXIT(run(), ::testing::ExitedWithCode(1), "dealt with all the same");
+}
+
+TEST_F(HandlerDeathTest, ExitWaitsForAnotherThreadsReports)
+{
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    const auto run = [this]
+    {
+        Handler::SetHandler(
+            [](EXCEPTION_POINTERS*, const Handler::Notify&)
+            {
+                std::thread([] { std::exit(3); }).detach();
+                while (!Crash::FaultDispatch::HasNoUserInterface()) // it has been called
+                {
+                    std::this_thread::yield();
+                }
+                std::this_thread::sleep_for(std::chrono::milliseconds(100)); // an exit that does not wait comes first
+                throw std::runtime_error("reports are written");
+            });
+        static const std::filesystem::path folder = m_folder.Path();
+        std::atexit([] { std::filesystem::remove_all(folder); }); // called after what Execute registers
+        Handler::Execute([] { throw std::runtime_error("at the end"); });
+        ::pause();
+    };
+    EXPECT_EXIT(run(), ::testing::ExitedWithCode(3), "Minidump faked");
 }
 
 } // namespace
