@@ -43,7 +43,7 @@ void MeasureThrow(benchmark::State& state, int depth, unsigned long long flags)
 const bool Registered = []
 {
     constexpr unsigned long long rememberThrows = 0x8;
-    for (const int depth : {3, 30})
+    for (const int depth : {3, 30, 100})
     {
         const std::string name = "Throw/Depth" + std::to_string(depth);
         const auto add = [&](const char* role, unsigned long long flags)

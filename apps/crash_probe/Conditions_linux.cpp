@@ -13,6 +13,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <exception>
 #include <fstream>
 
 #include <fcntl.h>
@@ -101,6 +102,17 @@ void FileInItsPlace()
     }
 }
 
+/// As applications do that have their own idea of a last word.
+void OwnTerminateHandler()
+{
+    std::set_terminate(
+        []
+        {
+            Say("own terminate handler");
+            std::abort();
+        });
+}
+
 constexpr Condition List[] = {
     {"broken-pipe", "standard error is a pipe that nobody reads", &BrokenPipe, true},
     {"file-as-stderr", "a file of the application has the number of standard error (2>&-)", &FileInItsPlace, true},
@@ -109,6 +121,7 @@ constexpr Condition List[] = {
     {"no-memory", "no memory and no address space is left", &NoAddressSpace},
     {"log", "a record was logged just before", &LogRecord},
     {"fake-dump", "minidumps are only pretended", [] { Exception::MiniDumpGenerator::SetFakeWriteDump(true); }},
+    {"own-terminate", "the application has set a terminate handler after the library", &OwnTerminateHandler},
 };
 
 } // namespace

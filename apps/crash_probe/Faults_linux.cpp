@@ -159,6 +159,13 @@ void Breakpoint()
     asm volatile("int3\n nop"); // <- breakpoint
 }
 
+/// The breakpoint is the last instruction: behind it stands the next function.
+void BreakpointAtTheEnd()
+{
+    asm volatile("int3"); // <- breakpoint-last
+    __builtin_unreachable();
+}
+
 // What the C library ends a program for ---------------------------------------------------------------------------
 
 void Abort()
@@ -333,6 +340,7 @@ constexpr Scenario List[] = {
     {"illegal", "an instruction that does not exist", &Illegal},
     {"privileged", "an instruction of the kernel", &Privileged},
     {"breakpoint", "a breakpoint without a debugger", &Breakpoint},
+    {"breakpoint-last", "a breakpoint as the last instruction of a function", &BreakpointAtTheEnd},
     {"abort", "call abort", &Abort},
     {"assert", "an assertion that does not hold", &Assert},
     {"double-free", "free a block twice", &DoubleFree},

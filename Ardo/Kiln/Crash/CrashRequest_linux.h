@@ -15,7 +15,7 @@ namespace Ardo::Kiln::Crash
 /// out of the faulted one and writes its answers back. Both sides are built together; `size` guards against a mix.
 struct CrashRequest
 {
-    static constexpr std::uint32_t MaximumFrames = 48;       ///< Of `throwFrames`.
+    static constexpr std::uint32_t MaximumFrames = 32;       ///< Of `throwFrames`.
     static constexpr std::int32_t UnknownOffset = INT32_MIN; ///< The writer asks for the machine's time zone itself.
 
     /// What the writer is to do.
@@ -42,10 +42,12 @@ struct CrashRequest
     EXCEPTION_RECORD record = {}; ///< The fault.
     CONTEXT context = {};         ///< Registers of `threadId`, from which its stack is walked.
 
-    // The C++ exception, for a fault that is one; empty texts otherwise. Null-terminated UTF-8, cut at a character
-    // border.
-    char exceptionType[256] = {};                  ///< As the compiler mangles it.
-    char exceptionMessage[1024] = {};              ///< Its what().
+    // Null-terminated UTF-8 on one line; see CopyVisible.
+    char abortReason[2048] = {}; ///< What the C library says about an abort(); empty: nothing.
+
+    // The C++ exception, for a fault that is one; empty texts otherwise.
+    char exceptionType[1024] = {};                 ///< As the compiler mangles it; cut without a mark.
+    char exceptionMessage[8192] = {};              ///< Its what(), as CopyVisible makes it.
     std::uint32_t throwFrameCount = 0;             ///< 0: where it was thrown is not known.
     std::uint64_t throwFrames[MaximumFrames] = {}; ///< Return addresses, the throwing function first.
     std::uint32_t interposesRuntime = 1;           ///< See FaultDispatch::InterposesRuntime.

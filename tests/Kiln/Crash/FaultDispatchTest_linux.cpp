@@ -1,11 +1,26 @@
 #include "Ardo/Kiln/Crash/Fault/FaultDispatch.h"
+
+#include "Ardo/Kiln/Crash/Fault/CaughtException.h"
+#include "Ardo/Kiln/Crash/Fault/LastThrow.h"
 #include "Ardo/Kiln/Crash/FaultCode.h"
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <atomic>
 #include <csignal>
 #include <cstdlib>
+#include <deque>
+#include <exception>
+#include <map>
+#include <mutex>
+#include <random>
 #include <string>
+#include <thread>
+#include <utility>
+#include <vector>
+
+#include <execinfo.h>
 #include <sys/mman.h>
 #include <unistd.h>
 
@@ -121,6 +136,173 @@ TEST_F(FaultDispatchDeathTest, HandsOnToTheHandlerBefore)
             Tell();
         },
         testing::ExitedWithCode(0), "^u\n$");
+}
+
+// Exceptions of several kinds wander between threads: each keeps the place of its throw, and none has another's.
+
+constexpr int Kinds = 4;
+constexpr int Threads = 4;
+
+template <int Kind>
+struct Thrown
+{
+};
+
+template <int Kind>
+[[gnu::noinline]] std::exception_ptr Throw()
+{
+    try
+    {
+        throw Thrown<Kind>();
+    }
+    catch (...)
+    {
+        return std::current_exception();
+    }
+}
+
+std::vector<void*> g_callers; ///< Of the function that has thrown.
+
+/// Throws behind as many calls as \p path has bits, in one or the other function, with frames of different sizes.
+[[gnu::noinline]] void ThrowBehind(unsigned path)
+{
+    auto* const room = static_cast<volatile char*>(__builtin_alloca(16 + (path % 5) * 64));
+    room[0] = 0;
+    if (path <= 1)
+    {
+        void* frames[64];
+        const int count = ::backtrace(frames, 64);
+        g_callers.assign(frames + 1, frames + count);
+        throw Thrown<0>();
+    }
+    if (path % 2 == 0)
+    {
+        ThrowBehind(path / 2);
+    }
+    else
+    {
+        room[0] = 2; // keeps it another call
+        ThrowBehind(path / 2);
+        room[0] = 3;
+    }
+    room[0] = 1; // no tail call
+}
+
+class ThrowPlaceTest : public testing::Test
+{
+protected:
+    ThrowPlaceTest()
+    {
+        FaultDispatch::Start();
+        FaultDispatch::SetThrowFilter(
+            [](EXCEPTION_POINTERS* pointers)
+            {
+                RememberThrow(pointers);
+                return FilterResult::ContinueSearch;
+            });
+    }
+    ~ThrowPlaceTest() override { FaultDispatch::SetThrowFilter(nullptr); }
+
+    /// What is known of the exception when nobody catches it.
+    static LastThrow Describe(const std::exception_ptr& exception)
+    {
+        try
+        {
+            std::rethrow_exception(exception);
+        }
+        catch (...)
+        {
+            CaughtException caught;
+            return LastThrowOfThread();
+        }
+    }
+};
+
+TEST_F(ThrowPlaceTest, PlacesStayWithTheirExceptions)
+{
+    std::exception_ptr (*const functions[Kinds])() = {&Throw<0>, &Throw<1>, &Throw<2>, &Throw<3>};
+    std::map<std::string, std::uint64_t> places; // by type
+    for (auto* const function : functions)
+    {
+        const LastThrow last = Describe(function());
+        EXPECT_GT(last.frameCount, 2U);
+        EXPECT_EQ(last.frames[0], last.address);
+        places[last.type] = last.address;
+    }
+    ASSERT_EQ(places.size(), std::size_t(Kinds));
+
+    constexpr int Rounds = 500;
+    std::mutex mutex;
+    std::deque<std::exception_ptr> wandering;
+    std::atomic<int> known = 0;
+    std::atomic<int> wrong = 0;
+    const auto work = [&](int seed)
+    {
+        for (int round = 0; round < Rounds; ++round)
+        {
+            auto exception = functions[(seed + round) % Kinds]();
+            {
+                const std::lock_guard lock(mutex);
+                wandering.push_back(std::move(exception));
+                exception = std::move(wandering.front());
+                if (wandering.size() > std::size_t(Threads) * 2)
+                {
+                    wandering.pop_front();
+                }
+                else
+                {
+                    wandering.front() = exception;
+                }
+            }
+            const LastThrow last = Describe(exception);
+            known += last.address != 0 ? 1 : 0;
+            wrong += last.address != 0 && last.address != places.at(last.type) ? 1 : 0;
+        }
+    };
+    std::vector<std::thread> threads;
+    for (int seed = 0; seed < Threads; ++seed)
+    {
+        threads.emplace_back(work, seed);
+    }
+    for (std::thread& thread : threads)
+    {
+        thread.join();
+    }
+    EXPECT_EQ(wrong, 0);
+    EXPECT_GT(known, Threads * Rounds * 9 / 10); // an exception may lose its place to others, seldom
+}
+
+TEST_F(ThrowPlaceTest, FramesAreThoseOfThisThrowWhateverTheLastOne)
+{
+    std::mt19937 random(1);
+    for (int round = 0; round < 2000; ++round)
+    {
+        const unsigned path = std::uniform_int_distribution<unsigned>()(random) >> round % 31;
+        try
+        {
+            ThrowBehind(path);
+        }
+        catch (const Thrown<0>&)
+        {
+            const CaughtException caught;
+            const LastThrow& last = LastThrowOfThread();
+            ASSERT_EQ(last.frameCount, std::min<std::size_t>(g_callers.size() + 1, LastThrow::MaximumFrames));
+            for (std::uint32_t frame = 1; frame < last.frameCount; ++frame)
+            {
+                ASSERT_EQ(last.frames[frame], reinterpret_cast<std::uintptr_t>(g_callers[frame - 1])) << round;
+            }
+        }
+    }
+}
+
+TEST_F(ThrowPlaceTest, OnlyThrownExceptionsHaveAPlace)
+{
+    Throw<0>(); // leaves its address to the next one
+    const auto made = std::make_exception_ptr(Thrown<0>());
+    EXPECT_EQ(Describe(made).address, 0U);
+    EXPECT_EQ(Describe(made).type, std::string(typeid(Thrown<0>).name()));
+    FaultDispatch::SetThrowFilter(nullptr); // and none that nobody remembers
+    EXPECT_EQ(Describe(Throw<0>()).address, 0U);
 }
 
 } // namespace

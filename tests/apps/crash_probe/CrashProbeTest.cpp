@@ -173,13 +173,13 @@ const struct Class
     {"C0000090 FLT_INVALID_OPERATION", "SIGFPE", SIGFPE, {"float-invalid"}},
     {"C000001D ILLEGAL_INSTRUCTION", "SIGILL", SIGILL, {"illegal"}},
     {"C0000096 PRIV_INSTRUCTION", "SIGSEGV", SIGSEGV, {"privileged"}},
-    {"80000003 BREAKPOINT", "SIGTRAP", SIGTRAP, {"breakpoint"}},
-    {"40000015 Unknown exception", "SIGABRT", SIGABRT, {"abort", "terminate", "pure-virtual"}, Ends},
+    {"80000003 BREAKPOINT", "SIGTRAP", SIGTRAP, {"breakpoint", "breakpoint-last"}},
+    {"40000015 Unknown exception", "SIGABRT", SIGABRT, {"abort", "terminate", "pure-virtual", "abort-caught"}, Ends},
     {"C0000420 Unknown exception", "SIGABRT", SIGABRT, {"assert"}, Ends},
     {"C0000374 Unknown exception", "SIGABRT", SIGABRT, {"double-free", "corrupt-heap"}, Ends | NotSanitized},
     {"C0000409 Unknown exception", "SIGABRT", SIGABRT, {"smash-stack"}, Ends},
     {"E06D7363 CXX_EXCEPTION", "SIGABRT", SIGABRT,
-     {"throw-std", "throw-int", "throw-error", "rethrow", "rethrow-stored"}, Thrown},
+     {"throw-std", "throw-int", "throw-error", "rethrow", "rethrow-stored", "rethrow-elsewhere"}, Thrown},
     {"E06D7363 CXX_EXCEPTION", "SIGABRT", SIGABRT, {"throw-noexcept", "throw-destructor"}, Thrown | Ends},
     {"E06D7363 CXX_EXCEPTION", "SIGABRT", SIGABRT, {"throw-warning"}, Thrown | Ignored},
 };
@@ -399,6 +399,88 @@ TEST(CrashProbeTest, LogIsFlushedAndItsFilesAreNamed)
         EXPECT_THAT(ReadFile(file), HasSubstr("the last record\n"));
         EXPECT_THAT(child.report, HasSubstr("\r\n Log files \r\n"));
         EXPECT_THAT(child.report, HasSubstr("\r\n" + file.string() + "\r\n"));
+    }
+}
+
+TEST(CrashProbeTest, ReportsTellTypeAndTextOfWhatEndedTheProcess)
+{
+    const char* const cxx = "Exception code: E06D7363 CXX_EXCEPTION\r\n";
+    const char* const failed = "Exception message: [not known: what() has failed itself]";
+    const char* const late = "Exception message: [not known: what() did not return in time]";
+    const char* const place = "\r\n Thrown at \r\n  void Ardo::Kiln::CrashProbe::(anonymous namespace)::ThrowText<";
+    const char* const noPlace = " Thrown at ";
+    const char* const own = "own terminate handler\n";
+    const std::string cut = std::string("\xC3\xA4\xC3\xA4 [cut: 20000 bytes] \r");
+    // clang-format off
+    const struct Row
+    {
+        const char* arguments;
+        int signal; ///< 0: the process ends by itself.
+        std::vector<std::string> told;
+        const char* notTold = "FORGED\r\n";
+        const char* said = "";
+        unsigned traits = 0;
+    } rows[] = {
+        // The C library's reason
+        {"assert", SIGABRT, {"Reason of the abort: ", "Assert(): Assertion `g_number == 1' failed.\r\n"}},
+        {"double-free", SIGABRT, {"\r\nReason of the abort: double free or corruption ("}, "", "", NotSanitized},
+        {"smash-stack", SIGABRT, {"\r\nReason of the abort: *** stack smashing detected ***: terminated\r\n"}},
+        {"abort", SIGABRT, {"40000015"}, "Reason of the abort"},
+        // what()
+        {"text-faults", SIGABRT, {cxx, failed, place, "Exception thrown is of type Ardo::Kiln::CrashProbe::"}},
+        {"text-faults-noexcept", SIGABRT, {cxx, failed, place}},
+        {"text-throws", SIGABRT, {cxx, failed, place}},
+        {"text-aborts", SIGABRT, {cxx, failed, place}},
+        {"text-hangs", SIGABRT, {cxx, late, place}},
+        {"text-nowhere", SIGABRT, {cxx, failed, place}},
+        {"--thread bare text-hangs", SIGABRT, {cxx, late, place}},
+        {"--execute text-hangs", 0, {cxx, late, place}, "", "returned\n"},
+        {"--thread worker --execute text-faults", 0, {cxx, failed, place}, "", "returned\n"},
+        {"--thread worker --execute text-throws", 0, {cxx, failed, place}, "", "returned\n"},
+        {"text-unasked", SIGABRT, {cxx, "Exception thrown is of type int\r\n"}, "Exception message"},
+        {"text-forges", SIGABRT, {cxx, "message: first\\r\\nException code: 00000000 FORGED\\n\\x1B[2J\\xFF\\u2028 \r"}},
+        {"text-long", SIGABRT, {cxx, cut}},
+        // Places
+        {"rethrow-made", SIGABRT, {cxx, "Exception message: made, not thrown \r"}, noPlace},
+        // Another terminate handler
+        {"--with own-terminate throw-std", SIGABRT, {cxx, "the stage is stuck", " Thrown at \r\n  Ardo", "WithCleanup("}, "", own},
+        {"--with own-terminate throw-noexcept", SIGABRT, {cxx, "message: through noexcept", " Thrown at \r\n  Ardo"}, "", own},
+        {"--with own-terminate rethrow-elsewhere", SIGABRT, {cxx, "from another thread", " Thrown at \r\n  Ardo"}, "", own},
+        {"--with own-terminate --thread bare throw-int", SIGABRT, {cxx, "is of type int", " Thrown at \r\n  Ardo"}, "", own},
+        {"--with own-terminate text-faults", SIGABRT, {cxx, failed, place}, "", own},
+        {"--with own-terminate text-hangs", SIGABRT, {cxx, late, place}, "", own},
+        {"--with own-terminate terminate", SIGABRT, {"40000015"}, "Thrown at", own},
+        {"--with own-terminate abort-caught", SIGABRT, {"40000015"}, "Thrown at"},
+    };
+    // clang-format on
+    std::vector<Child> children;
+    std::vector<const Row*> expected;
+    for (const Row& row : rows)
+    {
+        if (!IsSanitized || (row.traits & NotSanitized) == 0)
+        {
+            children.emplace_back(row.arguments);
+            expected.push_back(&row);
+        }
+    }
+    RunAll(children);
+    for (std::size_t index = 0; index < children.size(); ++index)
+    {
+        const Row& row = *expected[index];
+        const Child& child = children[index];
+        SCOPED_TRACE(child.arguments);
+        EXPECT_EQ(child.result.status, row.signal != 0 ? Ended + row.signal : 0) << child.result.error;
+        EXPECT_EQ(child.reports, 1U);
+        EXPECT_EQ(child.dumps.size(), 1U);
+        for (const std::string& text : row.told)
+        {
+            EXPECT_THAT(child.report, HasSubstr(text));
+        }
+        if (*row.notTold != '\0')
+        {
+            EXPECT_THAT(child.report, testing::Not(HasSubstr(row.notTold)));
+        }
+        EXPECT_THAT(child.result.output, HasSubstr(row.said));
     }
 }
 

@@ -6,12 +6,14 @@
 #include "Ardo/Kiln/Crash/Fault/FaultSignal_linux.h"
 #include "Ardo/Kiln/Crash/Fault/FaultThread_linux.h"
 #include "Ardo/Kiln/Crash/FaultCode.h"
+#include "Ardo/Kiln/Crash/VisibleText.h"
 
 #include <time.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <cstring>
+#include <string_view>
 
 namespace Ardo::Kiln::Crash
 {
@@ -62,6 +64,7 @@ void SetReportPlace(const char* dumpFolder, const char* applicationName, const c
     request.hasFault = pointers != nullptr ? 1 : 0;
     request.exceptionType[0] = '\0';
     request.exceptionMessage[0] = '\0';
+    request.abortReason[0] = '\0';
     request.throwFrameCount = 0;
     request.interposesRuntime = FaultDispatch::InterposesRuntime() ? 1 : 0;
     if (pointers == nullptr)
@@ -75,6 +78,7 @@ void SetReportPlace(const char* dumpFolder, const char* applicationName, const c
         const bool fromSignal = thread != nullptr && thread->Owns(pointers);
         request.signal = fromSignal ? thread->signal : SignalOfCode(request.record.ExceptionCode);
         request.signalCode = fromSignal ? thread->signalCode : 0;
+        CopyVisible(request.abortReason, fromSignal ? thread->abortReason : std::string_view());
         if (thread != nullptr && request.record.ExceptionCode == FaultCode::CxxException &&
             thread->lastThrow.code == FaultCode::CxxException)
         {

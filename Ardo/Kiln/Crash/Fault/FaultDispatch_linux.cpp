@@ -1,13 +1,15 @@
 #include "Ardo/Kiln/Crash/Fault/FaultDispatch.h"
 
+#include "Ardo/Kiln/Crash/Fault/AbortReason_linux.h"
 #include "Ardo/Kiln/Crash/Fault/FaultFallback_linux.h"
 #include "Ardo/Kiln/Crash/Fault/FaultHandlers_linux.h"
 #include "Ardo/Kiln/Crash/Fault/FaultProcess_linux.h"
 #include "Ardo/Kiln/Crash/Fault/FaultSignal_linux.h"
 #include "Ardo/Kiln/Crash/Fault/FaultThread_linux.h"
+#include "Ardo/Kiln/Crash/Fault/LanguageRuntime_linux.h"
+#include "Ardo/Kiln/Crash/Fault/TerminateHandler_linux.h"
 #include "Ardo/Kiln/Crash/Fault/ThreadStart_linux.h"
 #include "Ardo/Kiln/Crash/Fault/ThrowHook_linux.h"
-#include "Ardo/Kiln/Crash/FaultCode.h"
 #include "Ardo/Kiln/Platform/ProcessFork.h"
 
 #include <dlfcn.h>
@@ -24,7 +26,6 @@ namespace
 {
 
 constinit FaultProcess& g_process = g_faultProcess;
-std::atomic<FaultFilter> g_throwFilter = nullptr;
 
 void* g_unusedData = nullptr; // for a thread without a record, which has nothing to remember
 
@@ -69,7 +70,8 @@ bool IsInterposed(const char* symbol) noexcept
 /// What is done once, and holds in forked children too.
 void PrepareOnce() noexcept
 {
-    PrepareClassification();
+    PrepareAbortReason();
+    PrepareLanguageRuntime();
     if (Fallback().prepare != nullptr)
     {
         Fallback().prepare();
@@ -145,7 +147,7 @@ FaultFilter FaultDispatch::SetUnhandledFilter(FaultFilter filter) noexcept
 
 void FaultDispatch::SetThrowFilter(FaultFilter filter) noexcept
 {
-    g_throwFilter = filter;
+    SetHookFilter(filter);
 }
 
 void*& FaultDispatch::ThreadData() noexcept
@@ -202,36 +204,6 @@ bool FaultDispatch::InterposesRuntime() noexcept
 void FaultDispatch::SetTimeLimit(int milliseconds) noexcept
 {
     g_process.filters.SetTimeLimit(milliseconds);
-}
-
-void ShowThrow(void* object, const std::type_info* type, void* address) noexcept
-{
-    FaultThread* const thread = OwnFaultThread();
-    const FaultFilter other = g_throwFilter;
-    if (thread == nullptr || (thread->filterCount == 0 && other == nullptr))
-    {
-        return;
-    }
-    EXCEPTION_RECORD record = {};
-    CONTEXT context = {};
-    EXCEPTION_POINTERS pointers = {&record, &context};
-    record.ExceptionCode = FaultCode::CxxException;
-    record.ExceptionFlags = FaultFlag::Noncontinuable;
-    record.ExceptionAddress = address;
-    record.NumberParameters = 3;
-    record.ExceptionInformation[0] = CxxExceptionMagic;
-    record.ExceptionInformation[1] = reinterpret_cast<std::uintptr_t>(object);
-    record.ExceptionInformation[2] = reinterpret_cast<std::uintptr_t>(type);
-    context.ContextFlags = ContextFlag::Control;
-    context.Rip = reinterpret_cast<std::uintptr_t>(address);
-    for (std::size_t at = thread->filterCount; at > 0; --at)
-    {
-        thread->filters[at - 1](&pointers);
-    }
-    if (thread->filterCount == 0)
-    {
-        other(&pointers);
-    }
 }
 
 } // namespace Ardo::Kiln::Crash

@@ -8,7 +8,9 @@
 #include "Ardo/Kiln/Crash/Fault/FaultProcess_linux.h"
 #include "Ardo/Kiln/Crash/Fault/FaultSignal_linux.h"
 #include "Ardo/Kiln/Crash/Fault/FaultThread_linux.h"
+#include "Ardo/Kiln/Crash/Fault/GuardedQuestion_linux.h"
 #include "Ardo/Kiln/Crash/Fault/RecoveryCheck_linux.h"
+#include "Ardo/Kiln/Crash/Fault/TerminateHandler_linux.h"
 #include "Ardo/Kiln/Crash/FaultCode.h"
 
 #include <unistd.h>
@@ -196,7 +198,8 @@ extern "C" void KilnOnFault(int signal, siginfo_t* info, void* context)
     {
         EndBySignal(signal, info); // a child of vfork(): its parent goes on in this memory
     }
-    else if (!g_recovery.TakeStep(signal, *info, registers) && !IsIgnored(signal, *info, registers))
+    else if (!GiveUpQuestion(*info) && !DescribeBeforeAbort(*info, registers) &&
+             !g_recovery.TakeStep(signal, *info, registers) && !IsIgnored(signal, *info, registers))
     {
         g_process.filters.LeaveFaultedFilter();
         HandleFault(signal, info, registers);

@@ -31,8 +31,4 @@ struct FaultProcess
 /// The only object.
 extern constinit FaultProcess g_faultProcess;
 
-/// What happens to an exception that nobody catches, on the thread that has thrown it. Remembers the exception for the
-/// report, and calls what was set before; the C library's abort() then raises the signal.
-void InstallTerminateHandler() noexcept;
-
 } // namespace Ardo::Kiln::Crash

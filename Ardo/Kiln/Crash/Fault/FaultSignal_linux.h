@@ -16,9 +16,6 @@ struct FaultThread;
 /// The signals that are faults.
 inline constexpr std::array<int, 7> FaultSignals = {SIGSEGV, SIGBUS, SIGFPE, SIGILL, SIGTRAP, SIGSYS, SIGABRT};
 
-/// Looks up what ClassifySignal needs; once, before the first fault.
-void PrepareClassification() noexcept;
-
 /// Fills the record and registers of \p thread, the calling one, from its signal. System calls only.
 void ClassifySignal(FaultThread& thread, int signal, const siginfo_t& info, const ucontext_t& context) noexcept;
 

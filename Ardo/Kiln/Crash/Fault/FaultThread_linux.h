@@ -2,6 +2,7 @@
 
 #include "Ardo/Kiln/Crash/Fault/FaultDispatch.h"
 #include "Ardo/Kiln/Crash/Fault/LastThrow.h"
+#include "Ardo/Kiln/Crash/Fault/ThrowTrace_linux.h"
 #include "Ardo/Kiln/Platform/StructuredException.h"
 
 #include <setjmp.h>
@@ -12,6 +13,7 @@
 #include <atomic>
 #include <cstddef>
 #include <cstdint>
+#include <string_view>
 
 namespace Ardo::Kiln::Crash
 {
@@ -48,6 +50,7 @@ struct FaultThread
     CONTEXT context = {};
     int signal = 0;
     int signalCode = 0;
+    std::string_view abortReason; ///< With SIGABRT what the C library says; see TakeAbortReason.
 
     std::uintptr_t stackLow = 0; ///< Lowest address of its stack; 0 when not known.
     std::uintptr_t stackHigh = 0;
@@ -56,6 +59,7 @@ struct FaultThread
     GuardFrame* guard = nullptr; ///< The innermost.
     void* data = nullptr;
     LastThrow lastThrow;
+    StackTrace throwTrace;    ///< Of the last throw that was remembered.
     bool terminating = false; ///< Inside std::terminate, because of an exception.
     unsigned depth = 0;       ///< How many of its faults are being handled: above 1, one of the handling itself.
 };

@@ -8,26 +8,31 @@
 namespace Ardo::Kiln::Crash
 {
 
-/// What a thread last threw, as far as it was remembered.
+/// What is known of the C++ exception that a thread has found uncaught. Type and message are asked for only then: most
+/// exceptions are caught, and what() is the application's code.
 struct LastThrow
 {
-    static constexpr std::uint32_t MaximumFrames = 48; ///< How much of the call stack is kept.
+    static constexpr std::uint32_t MaximumFrames = 32; ///< How much of the call stack of the throw is kept.
 
-    std::uint32_t code = 0;                   ///< 0: nothing yet.
-    std::uint64_t address = 0;                ///< The instruction that threw.
-    const void* object = nullptr;             ///< The C++ exception object; only compared, never followed.
-    char type[256] = {};                      ///< The compiler's name of its type, null-terminated.
-    char message[1024] = {};                  ///< what() of a std::exception, null-terminated UTF-8; empty for others.
-    std::uint32_t frameCount = 0;             ///< How many of `frames` are set.
+    std::uint32_t code = 0;                   ///< FaultCode::CxxException; 0: there was none.
+    std::uint64_t address = 0;                ///< The instruction behind the throw; 0: not known.
+    const void* object = nullptr;             ///< The exception object; only compared, never followed.
+    char type[1024] = {};                     ///< The compiler's name of its type, null-terminated.
+    char message[8192] = {};                  ///< what() of a std::exception, see CopyVisible; empty for others.
+    bool hasMessage = true;                   ///< False: what() has failed, and `message` tells how.
+    std::uint32_t frameCount = 0;             ///< How many of `frames` are set; 0: not known.
     std::uint64_t frames[MaximumFrames] = {}; ///< Return addresses, the throwing function first.
 };
 
-/// Remembers \p pointers as what the calling thread last threw: for a C++ exception its type, message and call stack.
-/// \p pointers not null.
+/// A vectored filter's part: remembers for a C++ exception that is being thrown where that is, \p pointers not null.
+///
+/// On Linux by exception object: the place is known also when the object is stored and raised again on another thread,
+/// as long as not too many others are thrown meanwhile. On Windows the exception last thrown on the thread, also when
+/// it is a stored one that is raised again, as that is a copy.
 KILN_EXPORT_FOR_TESTS void RememberThrow(const EXCEPTION_POINTERS* pointers) noexcept;
 
-/// What the thread on whose behalf the caller runs (see FaultDispatch) last had remembered.
-/// Valid until that thread throws again or ends.
+/// The exception last found uncaught on the thread on whose behalf the caller runs (see FaultDispatch): by a
+/// CaughtException, on Linux also by std::terminate. Valid until that thread finds the next one, or ends.
 KILN_EXPORT_FOR_TESTS const LastThrow& LastThrowOfThread() noexcept;
 
 } // namespace Ardo::Kiln::Crash

@@ -5,21 +5,9 @@ namespace Ardo::Kiln::Crash
 
 struct FaultThread;
 
-/// Sees to it that the last throw of \p thread, the calling one, is the exception that it is dealing with: when it is
-/// another, its type and message are filled in, and where it was thrown is not known. \return whether it is dealing
-/// with a C++ exception.
-bool RememberCurrentException(FaultThread& thread) noexcept;
-
-/// The state of the language runtime's list of caught exceptions, to go back to when catch blocks are left by a jump.
-class CaughtExceptions
-{
-public:
-    CaughtExceptions() noexcept;
-    void Restore() noexcept;
-
-private:
-    void* m_caught;
-    unsigned m_uncaught;
-};
+/// Describes the exception that \p thread, the calling one, is dealing with in a catch block or in std::terminate: sets
+/// its lastThrow. Asks the exception for its text under protection; an exception whose what() fails has a message that
+/// says so. Not for signal handlers. \return whether there is a C++ exception.
+bool RememberCaughtException(FaultThread& thread) noexcept;
 
 } // namespace Ardo::Kiln::Crash

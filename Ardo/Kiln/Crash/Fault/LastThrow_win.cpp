@@ -1,16 +1,15 @@
-#include "Ardo/Kiln/Crash/Fault/LastThrow.h"
+#include "Ardo/Kiln/Crash/Fault/LastThrow_win.h"
 
-#include "Ardo/Kiln/Crash/Fault/CaughtException.h"
+#include "Ardo/Kiln/Crash/Fault/FaultDispatch.h"
+#include "Ardo/Kiln/Crash/Fault/LastThrow.h"
 #include "Ardo/Kiln/Crash/FaultCode.h"
+#include "Ardo/Kiln/Crash/VisibleText.h"
 
 #include <windows.h>
 
 #include <algorithm>
-#include <cstring>
 #include <exception>
-#include <iterator>
-#include <new>
-#include <type_traits>
+#include <string_view>
 
 namespace Ardo::Kiln::Crash
 {
@@ -18,10 +17,20 @@ namespace Ardo::Kiln::Crash
 namespace
 {
 
+/// Where the calling thread last threw.
+struct ThrowPlace
+{
+    std::uint64_t address = 0;
+    const void* object = nullptr;
+    USHORT frameCount = 0;
+    void* frames[LastThrow::MaximumFrames] = {};
+};
+
+thread_local ThrowPlace g_place;
 thread_local LastThrow g_last;
 
-/// Type and message of the exception that a catch block is dealing with.
-void DescribeCurrent(LastThrow& last)
+/// Type and text, from memory and functions of the application.
+void AskException(LastThrow& last)
 {
     try
     {
@@ -29,17 +38,14 @@ void DescribeCurrent(LastThrow& last)
     }
     catch (const std::exception& exception)
     {
-        const char* const type = typeid(exception).name();
+        const std::string_view type = typeid(exception).name();
+        last.type[type.copy(last.type, sizeof last.type - 1)] = '\0';
         const char* const text = exception.what();
-        const std::size_t typeLength = std::min(std::strlen(type), sizeof last.type - 1);
-        const std::size_t length = std::min(std::strlen(text), sizeof last.message - 1);
-        *std::copy_n(type, typeLength, last.type) = '\0';
-        *std::copy_n(text, length, last.message) = '\0';
+        CopyVisible(last.message, text != nullptr ? text : "");
     }
     catch (...)
     {
-        last.type[0] = '\0';
-        last.message[0] = '\0';
+        last.type[0] = '\0'; // nothing is known of it
     }
 }
 
@@ -48,19 +54,12 @@ void DescribeCurrent(LastThrow& last)
 void RememberThrow(const EXCEPTION_POINTERS* pointers) noexcept
 {
     const EXCEPTION_RECORD& record = *pointers->ExceptionRecord;
-    g_last.code = record.ExceptionCode;
-    g_last.address = reinterpret_cast<ULONG_PTR>(record.ExceptionAddress);
-    g_last.object = nullptr;
-    g_last.type[0] = '\0'; // what is thrown tells them when it is caught
-    g_last.message[0] = '\0';
-    g_last.frameCount = 0;
-    if (record.ExceptionCode == FaultCode::CxxException && record.NumberParameters > 1)
+    if (record.ExceptionCode == FaultCode::CxxException && record.NumberParameters > 1 &&
+        record.ExceptionInformation[1] != 0) // null: "throw;" of the one that is remembered
     {
-        g_last.object = reinterpret_cast<const void*>(record.ExceptionInformation[1]);
-        void* frames[LastThrow::MaximumFrames];
-        g_last.frameCount = CaptureStackBackTrace(0, LastThrow::MaximumFrames, frames, nullptr);
-        std::transform(frames, frames + g_last.frameCount, g_last.frames,
-                       [](void* frame) { return reinterpret_cast<ULONG_PTR>(frame); });
+        g_place.address = reinterpret_cast<ULONG_PTR>(record.ExceptionAddress);
+        g_place.object = reinterpret_cast<const void*>(record.ExceptionInformation[1]);
+        g_place.frameCount = CaptureStackBackTrace(0, LastThrow::MaximumFrames, g_place.frames, nullptr);
     }
 }
 
@@ -69,34 +68,33 @@ const LastThrow& LastThrowOfThread() noexcept
     return g_last;
 }
 
-struct CaughtException::Block
+std::uint64_t RememberCaughtException() noexcept
 {
-    EXCEPTION_RECORD record = {};
-    CONTEXT context = {};
-    EXCEPTION_POINTERS pointers = {&record, &context};
-};
-
-CaughtException::CaughtException() noexcept : m_block(new (m_memory) Block)
-{
-    static_assert(sizeof(Block) <= sizeof m_memory && alignof(Block) <= 16);
-    static_assert(std::is_trivially_destructible_v<Block>);
-    DescribeCurrent(g_last);
-    if (g_last.code != FaultCode::CxxException)
+    const ThrowPlace place = g_place; // asking may throw
+    g_last.code = FaultCode::CxxException;
+    g_last.address = place.address;
+    g_last.object = place.object;
+    g_last.frameCount = place.frameCount;
+    std::transform(place.frames, place.frames + place.frameCount, g_last.frames,
+                   [](void* frame) { return reinterpret_cast<ULONG_PTR>(frame); });
+    g_last.type[0] = '\0';
+    g_last.message[0] = '\0';
+    try
     {
-        g_last.code = FaultCode::CxxException;
-        g_last.address = 0;
-        g_last.frameCount = 0;
+        g_last.hasMessage =
+            FaultDispatch::CallGuarded([](void* last) { AskException(*static_cast<LastThrow*>(last)); }, &g_last,
+                                       [](EXCEPTION_POINTERS*) { return FilterResult::ExecuteHandler; });
     }
-    RtlCaptureContext(&m_block->context);
-    m_block->record.ExceptionCode = FaultCode::CxxException;
-    m_block->record.ExceptionFlags = FaultFlag::Noncontinuable;
-    const auto address = g_last.address != 0 ? static_cast<ULONG_PTR>(g_last.address) : m_block->context.Rip;
-    m_block->record.ExceptionAddress = reinterpret_cast<void*>(address);
-}
-
-EXCEPTION_POINTERS* CaughtException::Pointers() noexcept
-{
-    return &m_block->pointers;
+    catch (...)
+    {
+        g_last.hasMessage = false;
+    }
+    g_place = place; // asking has raised the exception once more
+    if (!g_last.hasMessage)
+    {
+        CopyVisible(g_last.message, "[not known: what() has failed itself]");
+    }
+    return g_last.address;
 }
 
 } // namespace Ardo::Kiln::Crash

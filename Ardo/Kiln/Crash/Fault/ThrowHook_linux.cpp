@@ -1,25 +1,33 @@
 #include "Ardo/Kiln/Crash/Fault/ThrowHook_linux.h"
 
+#include "Ardo/Kiln/Crash/Fault/FaultThread_linux.h"
+#include "Ardo/Kiln/Crash/Fault/ThrowTable_linux.h"
+#include "Ardo/Kiln/Crash/FaultCode.h"
 #include "Ardo/KilnExport.h"
 
 #include <dlfcn.h>
 
+#include <atomic>
 #include <cstdlib>
+#include <typeinfo>
 
-// Stands before the language runtime's function, for throws of every module: once an exception is on its way up,
-// nothing tells any more where it came from. No <cxxabi.h> here: it declares this function in its own way.
+// No <cxxabi.h> here: it declares the function that is defined below in its own way.
+
+namespace Ardo::Kiln::Crash
+{
 
 namespace
 {
 
 using Throw = void (*)(void*, std::type_info*, void (*)(void*));
 
+Throw g_throw = nullptr;
+std::atomic<FaultFilter> g_filter = nullptr;
+
 Throw SystemThrow() noexcept
 {
     return reinterpret_cast<Throw>(dlsym(RTLD_NEXT, "__cxa_throw"));
 }
-
-Throw g_throw = nullptr;
 
 // Before anybody can be inside the loader and throw.
 [[gnu::constructor]] void FindThrow()
@@ -27,11 +35,53 @@ Throw g_throw = nullptr;
     g_throw = SystemThrow();
 }
 
+/// Shows an exception that is about to be thrown to the calling thread's vectored filters. \p address is the
+/// instruction behind the throw.
+[[gnu::always_inline]] inline void ShowThrow(void* object, const std::type_info* type, void* address) noexcept
+{
+    ForgetThrowPlace(object); // what was thrown with this address before is gone
+    const FaultThread* const thread = OwnFaultThread();
+    const std::size_t count = thread != nullptr ? thread->filterCount : 0;
+    const FaultFilter filter = g_filter.load(std::memory_order_relaxed);
+    if (count == 0 && filter == nullptr)
+    {
+        return;
+    }
+    EXCEPTION_RECORD record = {};
+    CONTEXT context = {};
+    EXCEPTION_POINTERS pointers = {&record, &context};
+    record.ExceptionCode = FaultCode::CxxException;
+    record.ExceptionFlags = FaultFlag::Noncontinuable;
+    record.ExceptionAddress = address;
+    record.NumberParameters = 3;
+    record.ExceptionInformation[0] = CxxExceptionMagic;
+    record.ExceptionInformation[1] = reinterpret_cast<std::uintptr_t>(object);
+    record.ExceptionInformation[2] = reinterpret_cast<std::uintptr_t>(type);
+    context.ContextFlags = ContextFlag::Control;
+    context.Rip = reinterpret_cast<std::uintptr_t>(address);
+    for (std::size_t at = count; at > 0; --at)
+    {
+        thread->filters[at - 1](&pointers);
+    }
+    if (count == 0)
+    {
+        filter(&pointers);
+    }
+}
+
 } // namespace
+
+void SetHookFilter(FaultFilter filter) noexcept
+{
+    g_filter = filter;
+}
+
+} // namespace Ardo::Kiln::Crash
 
 extern "C" [[noreturn]] KILN_EXPORT void __cxa_throw(void* object, std::type_info* type, void (*destructor)(void*))
 {
-    Ardo::Kiln::Crash::ShowThrow(object, type, __builtin_return_address(0));
+    using namespace Ardo::Kiln::Crash;
+    ShowThrow(object, type, __builtin_return_address(0));
     const Throw next = g_throw != nullptr ? g_throw : SystemThrow();
     if (next != nullptr)
     {

@@ -1,12 +1,14 @@
 #pragma once
 
-#include <typeinfo>
+#include "Ardo/Kiln/Crash/Fault/FaultDispatch.h"
 
 namespace Ardo::Kiln::Crash
 {
 
-/// Shows an exception that is about to be thrown to the calling thread's vectored filters. \p address is the
-/// instruction behind the throw.
-void ShowThrow(void* object, const std::type_info* type, void* address) noexcept;
+// The interposed __cxa_throw: the only place where a throw can be seen. Once an exception is on its way up, nothing
+// tells any more where it came from.
+
+/// Sets the filter that is shown the throws of threads without vectored filters; null for none.
+void SetHookFilter(FaultFilter filter) noexcept;
 
 } // namespace Ardo::Kiln::Crash

@@ -94,6 +94,10 @@ void AddFault(TextSink& text, const FaultFacts& facts, std::string_view exceptio
         text << "Underlying NTSTATUS code that resulted in the exception " << Hexadecimal{facts.information[2], 8}
              << end;
     }
+    if (!facts.abortReason.empty())
+    {
+        text << "Reason of the abort: " << facts.abortReason << end;
+    }
     if (!exceptionType.empty())
     {
         text << "Exception thrown is of type " << exceptionType << end;

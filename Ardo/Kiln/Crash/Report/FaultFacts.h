@@ -28,6 +28,7 @@ struct FaultFacts
     std::span<const std::uint64_t> information; ///< The information words of the record, at most 15.
     const CONTEXT* context = nullptr;           ///< Registers at the fault; null: not known.
 
+    std::string_view abortReason;               ///< What the C library says about an abort(); empty: nothing.
     std::string_view exceptionType;             ///< Of a C++ exception, as the compiler mangles it; empty: not known.
     std::string_view exceptionMessage;          ///< Its message; empty: none.
     std::span<const std::uint64_t> throwFrames; ///< Return addresses of where it was thrown; empty: not known.

@@ -50,6 +50,7 @@ FaultFacts FactsOf(const CrashRequest& request) noexcept
         facts.address = request.context.Rip;
     }
     facts.context = &request.context;
+    facts.abortReason = TextOf(request.abortReason);
     facts.exceptionType = TextOf(request.exceptionType);
     facts.exceptionMessage = TextOf(request.exceptionMessage);
     facts.throwFrames = {request.throwFrames, std::min(request.throwFrameCount, CrashRequest::MaximumFrames)};

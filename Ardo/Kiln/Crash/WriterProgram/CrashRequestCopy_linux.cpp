@@ -27,8 +27,8 @@ int FetchCrashRequest(std::int32_t process, std::uint64_t address, CrashRequest&
     }
     // Nobody checks them again.
     const auto terminate = [](auto&... texts) { ((texts[sizeof texts - 1] = '\0'), ...); };
-    terminate(request.exceptionType, request.exceptionMessage, request.dumpFolder, request.applicationName,
-              request.fullVersion);
+    terminate(request.abortReason, request.exceptionType, request.exceptionMessage, request.dumpFolder,
+              request.applicationName, request.fullVersion);
     request.throwFrameCount = std::min(request.throwFrameCount, CrashRequest::MaximumFrames);
     return 0;
 }

@@ -1,0 +1,57 @@
+#include "Ardo/Kiln/Crash/Fault/AbortReason_linux.h"
+
+#include <dlfcn.h>
+
+#include <atomic>
+#include <cstddef>
+#include <cstring>
+
+namespace Ardo::Kiln::Crash
+{
+
+namespace
+{
+
+/// What `__abort_msg` of glibc 2.4 and later points at (struct abort_msg_s, include/stdlib.h of its source).
+struct AbortMessage
+{
+    unsigned size; ///< Of the memory, which is mapped for the message alone, in bytes: a multiple of the page size.
+    char text[1];  ///< Null-terminated.
+};
+
+constexpr unsigned PageSize = 4096;
+constexpr unsigned MaxSize = 64U << 20U; // an assertion holds an expression and a function's name
+
+AbortMessage* const* g_message = nullptr;
+std::atomic<const AbortMessage*> g_taken = nullptr;
+
+/// Whether the memory looks like such a message. Another layout under the same name yields no text then.
+bool IsPlausible(const AbortMessage& message) noexcept
+{
+    return message.size >= PageSize && message.size % PageSize == 0 && message.size <= MaxSize &&
+           std::memchr(message.text, '\0', message.size - offsetof(AbortMessage, text)) != nullptr;
+}
+
+} // namespace
+
+void PrepareAbortReason() noexcept
+{
+    g_message = static_cast<AbortMessage**>(dlvsym(RTLD_DEFAULT, "__abort_msg", "GLIBC_PRIVATE"));
+}
+
+std::string_view TakeAbortReason() noexcept
+{
+    const AbortMessage* const message = g_message != nullptr ? *g_message : nullptr;
+    if (message == nullptr || g_taken.exchange(message) == message || !IsPlausible(*message))
+    {
+        return {};
+    }
+    std::string_view text = message->text;
+    while (text.ends_with('\n'))
+    {
+        text.remove_suffix(1);
+    }
+    return text;
+}
+
+} // namespace Ardo::Kiln::Crash

@@ -1,0 +1,27 @@
+#pragma once
+
+#include <ucontext.h>
+
+#include <cstdint>
+#include <optional>
+
+namespace Ardo::Kiln::Crash
+{
+
+// What the instruction at fault tells where signal and registers do not. x86-64 only; the encodings are those of the
+// AMD64 Architecture Programmer's Manual, volume 3. The code is read with a system call: it may not be there. A signal
+// handler may call the functions.
+
+/// Whether the instruction is reserved for the kernel: hlt, cli, sti, in, out, and moves to control and debug
+/// registers.
+bool IsPrivilegedInstruction(const ucontext_t& context) noexcept;
+
+/// The divisor of a division. The processor does not tell a zero divisor from a quotient that does not fit.
+/// \return empty when the instruction is not a division, or when the divisor cannot be read.
+std::optional<std::uint64_t> DivisorOfInstruction(const ucontext_t& context) noexcept;
+
+/// The address of the breakpoint instruction that the thread has just executed. The processor stops behind it; what
+/// stands there may belong to the next function. \return the instruction pointer itself when no breakpoint precedes it.
+std::uint64_t BreakpointAddress(const ucontext_t& context) noexcept;
+
+} // namespace Ardo::Kiln::Crash
