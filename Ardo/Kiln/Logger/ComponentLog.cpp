@@ -21,7 +21,7 @@ ComponentLog::ComponentLog(std::string_view component) noexcept
     }
     catch (...)
     {
-        // Without a logger the records are dropped; the component's own work goes on.
+        // Without a logger the records are dropped.
     }
 }
 

@@ -9,14 +9,14 @@
 namespace Ardo::Kiln::Logger
 {
 
-/// The log of one of the library's own components, without the logging library in the header.
+/// The log of one of the library's own components. Keeps the logging library out of the header.
 ///
-/// Logging never hurts the caller: what goes wrong here costs the record and nothing else. Any thread may use it.
+/// A failure costs the record and nothing else: no method throws. Any thread may use it.
 class KILN_EXPORT_FOR_TESTS ComponentLog
 {
 public:
-    /// \param component the name that follows the application's in "Originator". Does not throw; a log that cannot be
-    /// made drops its records.
+    /// \param component the name that follows the application's in "Originator". If the log cannot be made, its records
+    ///        are dropped.
     explicit ComponentLog(std::string_view component) noexcept;
     ~ComponentLog();
     ComponentLog(const ComponentLog&) = delete;

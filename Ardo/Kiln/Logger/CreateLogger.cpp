@@ -17,8 +17,9 @@ namespace Ardo::Kiln::Logger
 namespace
 {
 
-// Boost.Log makes its own statics with the first record, and is of no use when they are gone. Made when this library is
-// loaded, they outlive the static objects of the application, which may log at their end.
+// Boost.Log constructs its own statics with the first record and cannot be used after their destruction. This
+// constructs them when the library is loaded, so that they outlive the static objects of the application, which may log
+// in their destructors.
 [[maybe_unused]] const bool g_boostLogIsReady = []
 {
     try
@@ -32,7 +33,7 @@ namespace
     }
     catch (...)
     {
-        return false; // the first real record tells
+        return false; // the first real record reports the failure
     }
 }();
 

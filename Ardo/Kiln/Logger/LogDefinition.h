@@ -10,13 +10,13 @@
 namespace Ardo::Kiln::Logger
 {
 
-/// One log file and what goes to it.
+/// One log file and the records that it takes.
 struct LogDefinition
 {
     std::wstring fileName;                ///< The file's base name, without folder and extension.
     std::uint64_t maxFileSize = 0;        ///< In bytes; a file that would grow beyond it is rotated. 0: no limit.
-    std::vector<std::string> originators; ///< Whose records, compared byte by byte; empty: everybody's.
-    std::set<SeverityLevel> severities;   ///< Which levels (see SeveritySets.h); empty: none.
+    std::vector<std::string> originators; ///< The originators, compared byte by byte; empty: all.
+    std::set<SeverityLevel> severities;   ///< The levels (see SeveritySets.h), also unnamed ones; empty: none.
 };
 
 } // namespace Ardo::Kiln::Logger

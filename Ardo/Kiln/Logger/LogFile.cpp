@@ -20,7 +20,7 @@ namespace
 {
 
 // Large enough that a burst of records costs few system calls, small enough that losing it is acceptable.
-constexpr std::size_t KeptAtMost = 65536;
+constexpr std::size_t MaxKeptBytes = 65536;
 
 // How long a thread waits for another process: longer than any rotation, short for a person who waits for the thread.
 constexpr auto LockPatience = 2s;
@@ -64,7 +64,7 @@ void LogFile::BeginNewFile() noexcept
     }
     catch (...)
     {
-        // No memory: the old file goes on.
+        // No memory: the old file is continued.
     }
 }
 
@@ -165,7 +165,7 @@ void LogFile::Sync() noexcept
     }
     if (file != nullptr)
     {
-        file->FlushToDisk(); // the disk may take its time: nobody waits for it but this thread
+        file->FlushToDisk(); // outside the lock: only this thread waits for the disk
     }
 }
 
@@ -200,10 +200,10 @@ bool LogFile::ConflictsWith(const fs::path& path, unsigned fileCount) const
 
 void LogFile::Keep(std::string_view record)
 {
-    if (!m_ends.empty() && m_kept.size() + record.size() > KeptAtMost)
+    if (!m_ends.empty() && m_kept.size() + record.size() > MaxKeptBytes)
     {
         WriteKept();
-        if (!m_ends.empty() && m_kept.size() + record.size() > KeptAtMost)
+        if (!m_ends.empty() && m_kept.size() + record.size() > MaxKeptBytes)
         {
             return; // lost; standard error has the reason
         }
@@ -228,7 +228,7 @@ void LogFile::WriteKept()
         }
         m_unsynced = true;
     }
-    if (m_kept.size() > KeptAtMost) // a single record of that size
+    if (m_kept.size() > MaxKeptBytes) // a single record of that size
     {
         m_kept.clear();
         m_ends.clear();
@@ -299,7 +299,7 @@ LogFile::Failure LogFile::OpenAndLock()
         {
             return {};
         }
-        Close(); // another process has rotated it, or somebody has deleted it
+        Close(); // it was rotated by another process, or deleted
     }
 }
 
@@ -309,7 +309,7 @@ LogFile::Failure LogFile::Open()
     std::error_code error = file->Open(m_path);
     if (error == std::errc::no_such_file_or_directory)
     {
-        std::error_code ignored; // the second attempt tells it
+        std::error_code ignored; // the second attempt reports it
         fs::create_directory(m_path.parent_path(), ignored);
         error = file->Open(m_path);
     }
@@ -321,7 +321,7 @@ LogFile::Failure LogFile::Open()
     return {};
 }
 
-/// Appends as many records as fit. \p full tells that the next one needs a new file.
+/// Appends as many records as fit. \p full: the next one needs a new file.
 LogFile::Failure LogFile::WriteUntilFull(std::size_t& done, bool mayRotate, bool& full)
 {
     const std::uint64_t size = m_file->Inspect().size;

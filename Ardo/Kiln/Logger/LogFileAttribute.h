@@ -5,8 +5,8 @@
 namespace Ardo::Kiln::Logger
 {
 
-/// Makes sure that neither a hidden nor a read-only attribute keeps a log file from being written or found. A missing
-/// file passes.
+/// Removes the hidden and the read-only attribute of a log file, so that it can be found and written. A missing file is
+/// no error.
 ///
 /// \param path in the narrow encoding of paths: on Windows the ANSI code page, on Linux UTF-8.
 /// \throws std::runtime_error "Can not use file log " + path + " hidden on filesystem." or "Can not use file log " +

@@ -7,8 +7,8 @@
 #include <memory>
 #include <string>
 
-/// The log files that the process writes, so that none of them keeps its records for longer than a second.
-/// Any thread may call the functions.
+/// The log files that the process writes. They are flushed together, so that no record is kept for longer than a
+/// second. Any thread may call the functions.
 namespace Ardo::Kiln::Logger::LogFileRegistry
 {
 

@@ -34,13 +34,14 @@ namespace Ardo::Kiln::Logger
 class KILN_EXPORT_FOR_TESTS LogFile
 {
 public:
-    /// Opens the file at its end and creates it where it is missing, with its folder; a failure is reported, and
-    /// tried again with the next record.
+    /// Opens the file at its end and creates it, with its folder, where it is missing. A failure is reported, and the
+    /// next record tries again.
+    ///
     /// \param maxSize in bytes; a file that would grow beyond it is rotated. A single longer record gets a file of its
     ///        own. 0: no limit.
-    /// \param fileCount how many files there are, with the newest; at least 1.
+    /// \param fileCount the number of files, including the newest; at least 1.
     LogFile(std::filesystem::path path, std::uint64_t maxSize, unsigned fileCount);
-    ~LogFile(); ///< Writes what is still kept.
+    ~LogFile(); ///< Writes the records that are still kept.
     LogFile(const LogFile&) = delete;
     LogFile& operator=(const LogFile&) = delete;
 
@@ -54,24 +55,25 @@ public:
     ///
     /// A record that needs no rotation is appended without the lock between processes, in a single system call, which
     /// keeps it in one piece. That the file was deleted, or filled by others, is noticed within a millisecond.
+    ///
     /// \param now the present time.
     void AppendAtOnce(std::string_view record, std::chrono::system_clock::time_point now) noexcept;
 
-    /// Hands what is kept to the system, so that it survives the end of this process.
+    /// Writes the kept records to the file, so that they survive the end of this process.
     void Flush() noexcept;
 
     /// Flush after a fault, whose thread may hold this file's lock for ever: then nothing happens.
     /// \param limit how long to wait for the lock.
     void FlushAfterFault(std::chrono::milliseconds limit) noexcept;
 
-    /// Flush, then waits until the disk has what was written since the last time. Other threads go on logging.
+    /// Flushes, then waits until the disk has what was written since the last Sync. Other threads can log meanwhile.
     void Sync() noexcept;
 
-    /// Keeps every other thread from the file until AfterFork, so that a child process finds it in order.
+    /// Locks out all other threads until AfterFork, so that a child process gets a consistent copy.
     void BeforeFork() noexcept;
 
-    /// Ends BeforeFork. The child drops what is kept, which its parent writes, and opens the file for itself: the lock
-    /// between processes belongs to the open file, and would not keep the two apart.
+    /// Ends BeforeFork. The child drops the kept records, which its parent writes, and opens the file anew: the lock
+    /// between processes belongs to the open file and would not exclude parent and child from each other.
     void AfterFork(bool inChild) noexcept;
 
     const std::filesystem::path& Path() const { return m_path; }

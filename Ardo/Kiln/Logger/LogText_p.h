@@ -25,8 +25,8 @@ KILN_EXPORT_FOR_TESTS void AppendText(std::string& line, std::string_view text);
 /// The same for wide text.
 KILN_EXPORT_FOR_TESTS void AppendText(std::string& line, std::wstring_view text);
 
-/// Appends Time::ToLocalTimeISOString(time), at a small part of its cost while the second stays the same. The machine's
-/// time zone is looked up once a second and thread.
+/// Appends Time::ToLocalTimeISOString(time). That function is called once per second and thread; within the same second
+/// only the fraction is replaced.
 KILN_EXPORT_FOR_TESTS void AppendLocalTime(std::string& text, Time::TimePoint time);
 
 /// What the debug file prints for a level, which must be one of the six.

@@ -39,7 +39,7 @@ Logging::~Logging()
     }
     catch (...)
     {
-        // No memory, or a sink of the application that throws when it goes: what is left goes with the process.
+        // No memory, or a sink of the application throws when it is destroyed: the rest ends with the process.
     }
     m_initialized = false;
 }

@@ -14,10 +14,10 @@
 namespace Ardo::Kiln::Logger
 {
 
-/// The log environment of a process: where its log files lie and what goes to which.
+/// The log environment of a process: the folder of its log files, and which records each file takes.
 ///
-/// One object per process lives from start-up to shutdown. The loggers of the components (CreateLogger) may be made
-/// before and used after it; what no file takes is dropped.
+/// One object per process, from start-up to shutdown. The loggers of the components (CreateLogger) may be made before
+/// and used after it; records that no file takes are dropped.
 ///
 ///     Logger::Logging logging(folder, L"Orbex");
 ///     logging.Initialize();                                       // folder/Log/Orbex_Dbg.log
@@ -32,7 +32,7 @@ namespace Ardo::Kiln::Logger
 class KILN_EXPORT Logging
 {
 public:
-    /// Touches nothing yet.
+    /// Stores the arguments and does nothing else.
     /// \param folderRoot the folder that holds or will hold the folder "Log".
     /// \param baseName the base name of the debug file.
     Logging(std::filesystem::path folderRoot, std::wstring baseName);
@@ -51,7 +51,8 @@ public:
     Logging(const Logging&) = delete;
     Logging& operator=(const Logging&) = delete;
 
-    /// Makes the log folder and starts the debug file, which takes the records of level debug and nothing else.
+    /// Creates the log folder and starts the debug file, which takes the records of level debug and nothing else.
+    ///
     /// \throws std::runtime_error "The logging environment is already initialized"; the first one stays as it is.
     /// \throws std::filesystem::filesystem_error "create_directories" with the folder and the system's reason.
     /// \throws std::runtime_error of CheckLogFileAttribute when the debug file cannot be made visible and writable.
@@ -59,6 +60,7 @@ public:
     void Initialize();
 
     /// Adds one log file for each definition, in this order; may be called again for more.
+    ///
     /// \throws std::runtime_error of CheckLogFileAttribute when a file cannot be made visible and writable; the files
     ///         before it have been added.
     /// \throws std::runtime_error "Log file " + path + " cannot be used: ..." when rotating it or another file of this
@@ -66,7 +68,7 @@ public:
     ///         been added. Several definitions of one name share their file.
     void AddSinks(const std::vector<LogDefinition>& definitions);
 
-    /// Hands everything that was logged to the system. Any thread may call it.
+    /// Writes everything that was logged to the files. Any thread may call it.
     static void Flush();
 
 private:

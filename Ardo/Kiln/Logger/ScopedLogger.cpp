@@ -30,7 +30,7 @@ void ScopedLogger::Write(const char* mark) noexcept
     }
     catch (...)
     {
-        // A sink that throws loses the mark; the scope goes on.
+        // A sink has thrown: the mark is lost.
     }
 }
 

@@ -13,7 +13,7 @@ namespace Ardo::Kiln
 ///     ScopedLogger scope(g_logger, "Acquire");
 ///     scope << std::endl;  // ">> Acquire"; the end of the scope logs "<< Acquire"
 ///
-/// One thread at a time; the logger must outlive it. A mark that cannot be logged is lost, never an exception.
+/// One thread at a time; the logger must outlive it. A mark that cannot be logged is lost without an exception.
 class KILN_EXPORT ScopedLogger
 {
 public:
@@ -25,7 +25,7 @@ public:
     ScopedLogger(const ScopedLogger&) = delete;
     ScopedLogger& operator=(const ScopedLogger&) = delete;
 
-    /// Logs the entry mark, each time. A manipulator such as std::endl says no more than "now": a record is a line.
+    /// Logs the entry mark, at each call. The manipulator, such as std::endl, is not applied: a record is one line.
     void operator<<(std::ostream& (*manipulator)(std::ostream&));
 
 private:

@@ -68,7 +68,7 @@ unsigned BitOf(SeverityLevel severity)
     return severity >= trace && severity <= fatal ? 1U << static_cast<unsigned>(severity) : UnnamedLevels;
 }
 
-/// A log file and what goes to it: the records of some levels, of some originators where any are named.
+/// A log file and the records that it takes: those of the given levels and, if any are named, of the given originators.
 class Output
 {
 public:
@@ -157,8 +157,8 @@ private:
     TextLogWriter m_writer;
 };
 
-// The sink is Boost.Log's interface itself and not one of its frontends: those take a lock at every record to guard a
-// filter that could change, which ours do not. The names of the methods are those that the core calls.
+// Derived from Boost.Log's sink interface and not from one of its frontends: a frontend locks at every record, to guard
+// a filter that may be replaced; our filters are constant. The core defines the names of the methods.
 // NOLINTBEGIN(readability-identifier-naming)
 
 /// All our log files as one sink: the core asks each sink about each record, and finding the record's level is most of
@@ -227,8 +227,8 @@ private:
     };
 
     std::mutex m_mutex;
-    std::vector<std::unique_ptr<Table>> m_tables; ///< Guarded by m_mutex. All that were ever current: whoever logs
-                                                  ///< reads one without a lock.
+    /// Every table that was ever current, because threads that log read one without a lock. Guarded by m_mutex.
+    std::vector<std::unique_ptr<Table>> m_tables;
     std::atomic<const Table*> m_current = nullptr;
 };
 
@@ -239,7 +239,7 @@ struct Environment
 {
     boost::log::core_ptr core = boost::log::core::get();
     std::mutex mutex;
-    boost::weak_ptr<LogFilesSink> sink; ///< Guarded by mutex. Owned by the core, so that whoever removes it ends it.
+    boost::weak_ptr<LogFilesSink> sink; ///< Guarded by mutex. The core owns it: removing it there destroys it.
 };
 
 Environment& TheEnvironment()

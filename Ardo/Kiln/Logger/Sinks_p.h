@@ -7,11 +7,11 @@
 namespace Ardo::Kiln::Logger
 {
 
-// The log environment's sink in Boost.Log's core, which itself stays behind this header. It writes all log files, on
-// the thread that logs, and never throws to it. Any thread may call the functions, static destructors too.
+// The log environment's sink in Boost.Log's core. It writes all log files on the thread that logs, and never throws to
+// that thread. Any thread may call the functions, static destructors too.
 
-/// Keeps the core from printing records on standard output, which is what it does without any sink: adds ours, unless
-/// it is there. Without a file it accepts no record.
+/// Adds our sink to the core unless it is there. Without any sink the core prints records on standard output. Without a
+/// file our sink accepts no record.
 void KeepSinkInCore();
 
 /// Adds the debug file: debug records, one line each, in the file when the call that logs returns.
@@ -22,7 +22,7 @@ void AddDebugFile(const std::filesystem::path& path);
 /// \throws std::runtime_error of LogFileRegistry::CheckNames.
 void AddDefinitionFile(const std::filesystem::path& path, const LogDefinition& definition);
 
-/// Removes every sink, whoever added it; what is logged from now on is dropped.
+/// Removes every sink, the application's too. Records are dropped from then on.
 void RemoveAllSinks();
 
 /// Flushes every sink.

@@ -19,28 +19,29 @@ namespace Ardo::Kiln::Logger
 /// of code 1 with the next Flush, with a full buffer, or within a second while the registry of log files, to which each
 /// writer adds its file, flushes periodically.
 ///
-/// Any thread may call any method; none of them throws what goes wrong with the file.
+/// Any thread may call any method. Failures of the file are not thrown, see LogFile.
 class KILN_EXPORT_FOR_TESTS TextLogWriter
 {
 public:
     /// \param path the file's full path.
     /// \param maxSize in bytes; 0: no limit.
-    /// \param fileCount how many files are kept, with the one that is written; at least 1.
-    /// \param rotateOnOpen begin with a new file even where one is there already.
+    /// \param fileCount the number of files that are kept, including the newest; at least 1.
+    /// \param rotateOnOpen whether an existing file is rotated at once.
     TextLogWriter(const std::filesystem::path& path, std::uint64_t maxSize, unsigned fileCount, bool rotateOnOpen);
     ~TextLogWriter();
     TextLogWriter(const TextLogWriter&) = delete;
     TextLogWriter& operator=(const TextLogWriter&) = delete;
 
-    /// Writes one line. \p levelCode is 1 (information), 2 (warning), 4 (error) or 8 (critical); any other is a
-    /// warning.
+    /// Writes one line.
+    ///
+    /// \param levelCode 1 (information), 2 (warning), 4 (error) or 8 (critical); any other is a warning.
     void Write(int levelCode, std::wstring_view originator, std::wstring_view message) noexcept;
 
     /// The same for UTF-8, with the time of the record.
     void WriteUtf8(int levelCode, std::string_view originator, std::string_view message,
                    std::chrono::system_clock::time_point time) noexcept;
 
-    /// Hands all lines to the system.
+    /// Writes all kept lines to the file.
     void Flush() noexcept;
 
 private:

@@ -33,18 +33,21 @@ public:
     SharedAppendFile& operator=(const SharedAppendFile&) = delete;
 
     /// Opens the file and creates it where it is missing. To be called once. Never waits, not even for the reader of a
-    /// pipe. \returns the system's reason on failure.
+    /// pipe.
+    ///
+    /// \returns the system's reason on failure.
     std::error_code Open(const std::filesystem::path& path) noexcept;
 
     /// Writes \p text at the file's end. \p written counts the bytes that arrived, also on failure. Beyond the
-    /// process's limit on file sizes it fails like on a full disk, without a signal. \returns the system's reason on
-    /// failure.
+    /// process's limit on file sizes it fails like on a full disk, without a signal.
+    ///
+    /// \returns the system's reason on failure.
     std::error_code Append(std::string_view text, std::size_t& written) noexcept;
 
     /// A size of 0 and no name when the system reports an error.
     State Inspect() const noexcept;
 
-    /// True if \p path still leads to this very file: nobody has renamed, replaced or deleted it.
+    /// True if \p path still leads to this file: it was not renamed, replaced or deleted.
     bool IsAt(const std::filesystem::path& path) const noexcept;
 
     /// True if the file's last byte is no line feed. \p size is its size.

@@ -28,7 +28,7 @@ SharedAppendFile::~SharedAppendFile() = default;
 
 std::error_code SharedAppendFile::Open(const std::filesystem::path& path) noexcept
 {
-    // The right to append without the right to write makes each write go to the end, whoever moved it.
+    // The right to append without the right to write makes each write go to the end, wherever that is by then.
     m_system->file = ScopedHandle(::CreateFileW(path.c_str(), FILE_APPEND_DATA | FILE_READ_DATA | FILE_READ_ATTRIBUTES,
                                                 ShareAll, nullptr, OPEN_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr));
     if (!m_system->file)
@@ -45,12 +45,12 @@ std::error_code SharedAppendFile::Open(const std::filesystem::path& path) noexce
 
 std::error_code SharedAppendFile::Append(std::string_view text, std::size_t& written) noexcept
 {
-    constexpr std::size_t Largest = 1U << 30U;
+    constexpr std::size_t MaxWrite = 1U << 30U;
     written = 0;
     while (written < text.size())
     {
         DWORD count = 0;
-        const auto size = static_cast<DWORD>(std::min(text.size() - written, Largest));
+        const auto size = static_cast<DWORD>(std::min(text.size() - written, MaxWrite));
         if (!::WriteFile(m_system->file.Get(), text.data() + written, size, &count, nullptr))
         {
             return LastSystemError();

@@ -28,6 +28,9 @@ constexpr const char* NotRunning = "Background Worker is not running";
 /// How often Call() checks whether the worker has been stopped meanwhile.
 constexpr std::chrono::microseconds CallPollInterval(100);
 
+/// The number of workers so far.
+std::atomic<std::uint64_t> g_lastId = 0;
+
 /// Keeps the calling thread in a COM apartment.
 class ScopedComApartment
 {
@@ -62,17 +65,18 @@ private:
 
 } // namespace
 
-/// A function together with the warning handler of the worker that it was posted to: what Post() gives to
-/// InternalPost().
+/// What Post() gives to InternalPost(): a function together with the warning handler of the worker that it was posted
+/// to.
 struct BackgroundWorker::HandledFunction
 {
-    void operator()() const { CallHandlingWarnings(function, *handler); }
+    void operator()() const { CallHandlingWarnings(function, handler); }
 
+    std::uint64_t worker; ///< The id of that worker.
+    std::function<void(const Exception::Warning&)> handler;
     std::function<void()> function;
-    std::shared_ptr<const std::function<void(const Exception::Warning&)>> handler;
 };
 
-/// A function that somebody waits for, and its outcome. Shared by the caller and the worker, because the caller may
+/// A function with a waiting caller, and its outcome. Shared by the caller and the worker, because the caller may
 /// leave before the function has run.
 struct BackgroundWorker::PendingCall
 {
@@ -126,6 +130,7 @@ BackgroundWorker::BackgroundWorker(bool spawnThread, const std::string& threadNa
                                    ComInitializationType comInitialization)
     : m_warningHandler(std::make_shared<const std::function<void(const Exception::Warning&)>>(warningHandler)),
       m_queue(std::make_shared<JobQueue>()),
+      m_id(++g_lastId),
       m_hasThread(spawnThread),
       m_threadId(std::this_thread::get_id()),
       m_comInitialization(comInitialization)
@@ -226,7 +231,7 @@ void BackgroundWorker::InternalPost(const std::function<void()>& function)
     // Queue the bare function; the handler is applied when it runs. Allocating on one thread and freeing on another is
     // slow.
     const auto* const handled = function.target<HandledFunction>();
-    const bool isOurs = handled != nullptr && handled->handler == m_warningHandler;
+    const bool isOurs = handled != nullptr && handled->worker == m_id;
     m_queue->Post(isOurs ? JobQueue::Job{handled->function, m_warningHandler.get()} : JobQueue::Job{function, nullptr},
                   JobQueue::Caller::GoesOn);
 }
@@ -371,7 +376,7 @@ std::function<void()> BackgroundWorker::HandleWarningsOf(std::function<void()> f
     {
         return function;
     }
-    return HandledFunction{std::move(function), m_warningHandler};
+    return HandledFunction{m_id, *m_warningHandler, std::move(function)};
 }
 
 } // namespace Ardo::Kiln::Threading

@@ -8,6 +8,7 @@
 
 #include <atomic>
 #include <chrono>
+#include <cstdint>
 #include <functional>
 #include <memory>
 #include <string>
@@ -33,15 +34,20 @@ class JobQueue;
 /// Lifetime: the constructor starts the thread. The destructor lets the running function finish, destroys the queued
 /// functions uncalled and joins the thread. Call() and Wait() of other threads that are in progress give up with
 /// "Background Worker is not running", and the destructor waits for them to leave; no other method may be in progress.
+///
 /// On the worker's own thread the destructor cannot join: it returns at once, and the thread ends, and destroys the
 /// queued functions, when the running function returns. This happens when a function releases the last owner of the
-/// worker, or calls exit() while the worker is a static object. It is not allowed to classes that override
-/// ExecuteWork(). A worker also stops, for good, when an exception leaves a function and nobody handles it: the
-/// process's exception handler deals with the exception (see Exception::Handler). A stopped worker does not touch
-/// pending work: posted functions are never run and are destroyed with the worker; scheduled items stay Scheduled for
-/// ever, so that Wait() on one never returns. Cancel such items before, or hold them in a ScopedScheduledWork, which
-/// does. A child process made by fork has no copy of the thread. There the worker counts as stopped, its destructor
-/// returns at once, and the queued functions are neither run nor destroyed.
+/// worker, or calls exit() while the worker is a static object. Classes that override ExecuteWork() do not support it.
+///
+/// A worker also stops, for good, when an exception leaves a function and nobody handles it: the process's exception
+/// handler deals with the exception (see Exception::Handler).
+///
+/// A stopped worker does not touch pending work: posted functions are never run and are destroyed with the worker;
+/// scheduled items stay Scheduled for ever, so that Wait() on one never returns. Cancel such items before, or hold them
+/// in a ScopedScheduledWork, which does.
+///
+/// A child process made by fork has no copy of the thread. There the worker counts as stopped, its destructor returns
+/// at once, and the queued functions are neither run nor destroyed.
 ///
 /// The first worker of a process installs the process's fault handlers, which stay: see Exception::Handler::Execute
 /// and, to have workers unguarded and nothing installed, Exception::Handler::SetMonitorAllThread.
@@ -66,11 +72,12 @@ public:
     static const ComInitializationType NO_COM_INITIALIZATION; ///< ComInitializationType::NoInitialization
 
     /// Starts the thread.
-    /// \param threadName what a debugger calls the thread, in UTF-8. On Linux the first 15 bytes, whole characters.
+    ///
+    /// \param threadName the thread's name for debuggers, in UTF-8. On Linux the first 15 bytes, whole characters.
     /// \param warningHandler called on the worker's thread; may be empty.
-    /// \param comInitialization done on the thread before its first function; its failure throws
-    /// Exception::ErrorWithCode with the HRESULT there, where nobody catches it: the process ends.
-    /// \throws std::system_error when there is no thread to be had.
+    /// \param comInitialization done on the thread before its first function. If it fails, the thread throws
+    ///        Exception::ErrorWithCode with the HRESULT, which ends the process.
+    /// \throws std::system_error if the system cannot start a thread.
     explicit BackgroundWorker(const std::string& threadName = DEFAULT_THREAD_NAME,
                               const std::function<void(const Exception::Warning&)>& warningHandler = NO_WARNING_HANDLER,
                               ComInitializationType comInitialization = NO_COM_INITIALIZATION);
@@ -78,33 +85,38 @@ public:
     BackgroundWorker(const BackgroundWorker&) = delete;
     BackgroundWorker& operator=(const BackgroundWorker&) = delete;
 
-    /// Runs \p function on the worker's thread some time and returns at once.
+    /// Queues \p function for the worker's thread and returns at once.
+    ///
     /// \throws BackgroundWorkerException "Background Worker is not running" on a stopped worker.
     void Post(const std::function<void()>& function);
 
-    /// Runs a copy of \p function on the worker's thread and returns when it has run. No limit of time.
+    /// Runs a copy of \p function on the worker's thread and returns when it has run. No time limit.
+    ///
     /// \throws BackgroundWorkerException "Call from BackgroundWorker thread will deadlock" on the worker's thread, and
     ///         "Background Worker is not running", within some 100 microseconds, when the worker is or gets stopped:
     ///         the function is then never run, or no longer waited for.
     /// \throws whatever the function throws, if derived from std::exception.
     void Call(const std::function<void()>& function);
 
-    /// Runs \p function on the worker's thread some time, as an item that can be cancelled and waited for.
+    /// Queues \p function for the worker's thread, as an item that can be cancelled and waited for.
+    ///
     /// \returns its handle, never null.
     /// \throws BackgroundWorkerException "Background Worker is not running" on a stopped worker.
     std::unique_ptr<ScheduledWork> Schedule(std::function<void()>&& function);
 
     /// Runs \p function on the worker's thread one period from now, and again one period after each run has begun.
-    /// \param period in seconds, below some 35.8 minutes: see PeriodicScheduledWork.
-    /// \returns what ends the series when it goes.
+    ///
+    /// \param period in seconds, below about 35.8 minutes: see PeriodicScheduledWork.
+    /// \returns the owner of the series: its destructor ends the series.
     /// \throws BackgroundWorkerException "Cannot schedule periodic tasks without a thread".
     virtual ScopedScheduledWork Every(const std::chrono::seconds& period, std::function<void()>&& function);
 
     /// Returns when everything that was handed over before has run; at once on a stopped worker.
-    /// \throws BackgroundWorkerException on the worker's thread, and when the worker gets stopped, as Call() does.
+    ///
+    /// \throws BackgroundWorkerException on the worker's thread, and if the worker is stopped meanwhile, like Call().
     virtual void Wait();
 
-    /// Whether functions are still run: false once the worker is stopped, always true without a thread.
+    /// Whether functions are still run: false on a stopped worker, always true without a thread.
     bool IsRunning() const;
 
     /// Whether the caller is the worker's thread; without one, whether it is the thread that constructed the worker.
@@ -115,32 +127,37 @@ public:
     std::thread::id GetThreadId();
 
 protected:
-    /// \param spawnThread true: the thread calls ExecuteWork() as soon as this part of the object is there, so a
-    /// derived class cannot rely on its own being called. False: functions run on their callers' threads; such a class
-    /// overrides Wait() or InternalCall(), which call each other here.
+    /// \param spawnThread true: the thread calls ExecuteWork() as soon as this base class is constructed, so the
+    /// override
+    ///        of a derived class may not be called. False: functions run on their callers' threads; such a class
+    ///        overrides Wait() or InternalCall(), which call each other here.
     BackgroundWorker(bool spawnThread, const std::string& threadName,
                      const std::function<void(const Exception::Warning&)>& warningHandler,
                      ComInitializationType comInitialization);
 
-    /// Queues a function for the worker's thread; without a thread, calls it. \throws as Post().
+    /// Queues a function for the worker's thread; without a thread, calls it.
+    ///
+    /// \throws BackgroundWorkerException like Post().
     virtual void InternalPost(const std::function<void()>& function);
 
-    /// What Call() does.
+    /// Implements Call().
     virtual void InternalCall(const std::function<void()>& function);
 
-    /// The life of the thread: runs the queue inside the process's exception handler, and stops it.
+    /// The thread's function: runs the queue inside the process's exception handler, then stops it.
     virtual void ExecuteWork();
 
-    /// Runs the queue until it is stopped, without the exception handler. \throws whatever a function throws.
+    /// Runs the queue until it is stopped, without the exception handler.
+    ///
+    /// \throws whatever a function throws.
     void RunIOContext();
 
-    /// Stops the queue for good. The function that runs finishes, no other begins.
+    /// Stops the queue for good. The running function finishes, no other begins.
     void StopIOContext();
 
     /// Every(), with a finer period.
     ScopedScheduledWork InternalEvery(const std::chrono::microseconds& period, std::function<void()>&& function);
 
-    /// What the worker was constructed with; may be empty.
+    /// The handler that the worker was constructed with; may be empty.
     const std::function<void(const Exception::Warning&)>& WarningHandler() const { return *m_warningHandler; }
 
 private:
@@ -158,9 +175,10 @@ private:
     /// \p function with the warning handler around it, if there is one.
     std::function<void()> HandleWarningsOf(std::function<void()> function) const;
 
-    /// Never null; shared with the thread and with functions on their way, which may outlive the worker.
+    /// Never null. Shared with the thread, which may outlive the worker.
     const std::shared_ptr<const std::function<void(const Exception::Warning&)>> m_warningHandler;
     const std::shared_ptr<JobQueue> m_queue; ///< Shared with the thread, which may outlive the worker.
+    const std::uint64_t m_id;                ///< No other worker of the process has or had it.
     const bool m_hasThread;
     std::atomic<std::thread::id> m_threadId;
     std::unique_ptr<std::thread> m_thread;  ///< Null without a thread. Used by constructor and destructor only.

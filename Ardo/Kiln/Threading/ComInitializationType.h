@@ -10,7 +10,7 @@ enum class ComInitializationType : std::int32_t
 {
     NoInitialization = 0,  ///< None.
     ApartmentThreaded = 1, ///< A single-threaded apartment.
-    MultiThreaded = 2,     ///< The multithreaded apartment; so does every value that has no name here.
+    MultiThreaded = 2,     ///< The multithreaded apartment; every value that has no name here selects it too.
 };
 
 } // namespace Ardo::Kiln::Threading

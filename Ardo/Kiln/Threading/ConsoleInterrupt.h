@@ -5,12 +5,12 @@
 namespace Ardo::Kiln::Threading
 {
 
-/// For a program in a console: as long as it lives, Ctrl-C no longer ends the process but is remembered, so that what
-/// runs can be brought to a clean end.
+/// For a program in a console: while an object of this class exists, Ctrl-C does not end the process. It is recorded,
+/// so that the program can end its work cleanly.
 ///
-/// On Linux that is SIGINT, from wherever it comes; a process that ignores it, such as one that a shell runs in the
-/// background, goes on ignoring it. On Windows Ctrl-Break counts, too.
-/// One at a time in a process. Any thread may ask.
+/// On Linux this is SIGINT from any source; a process that ignores SIGINT, such as one that a shell runs in the
+/// background, goes on ignoring it. On Windows Ctrl-Break is recorded too.
+/// One object at a time in a process. Any thread may call IsRequested().
 ///
 ///     const ConsoleInterrupt interrupt;
 ///     while (done.wait_for(50ms) != std::future_status::ready)
@@ -19,16 +19,16 @@ namespace Ardo::Kiln::Threading
 class KILN_EXPORT ConsoleInterrupt
 {
 public:
-    /// \throws std::logic_error when there is one already, std::runtime_error when the system refuses.
+    /// \throws std::logic_error if there is such an object already, std::runtime_error if the system refuses.
     ConsoleInterrupt();
-    ~ConsoleInterrupt(); ///< Ctrl-C does again what it did before.
+    ~ConsoleInterrupt(); ///< Restores what Ctrl-C did before.
     ConsoleInterrupt(const ConsoleInterrupt&) = delete;
     ConsoleInterrupt& operator=(const ConsoleInterrupt&) = delete;
 
     /// Whether Ctrl-C was pressed since construction.
     bool IsRequested() const noexcept;
 
-    /// Whether what the program writes to standard error is shown on a console, where progress is worth showing.
+    /// Whether standard error is a console, where it makes sense to show progress.
     static bool IsStandardErrorShown() noexcept;
 };
 

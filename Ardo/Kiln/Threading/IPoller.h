@@ -7,7 +7,7 @@
 namespace Ardo::Kiln::Polling
 {
 
-/// Something that calls a function again and again. What may be called from where is the implementation's matter.
+/// Calls a function periodically. The implementation says which thread may call which method.
 class KILN_EXPORT IPoller
 {
 public:
@@ -16,7 +16,7 @@ public:
     /// Starts calling \p function, in place of the one before, if any.
     virtual void Enable(std::function<void()>&& function) = 0;
 
-    /// Stops, after the call in progress. Does nothing when nothing is called.
+    /// Stops after the call in progress. Does nothing if polling is not enabled.
     virtual void Disable() = 0;
 };
 

@@ -6,7 +6,7 @@
 namespace Ardo::Kiln::Threading
 {
 
-/// The main thread did not run a job that somebody waits for, and never will.
+/// The main thread did not run a job that a thread waits for, and never will.
 class KILN_EXPORT MainThreadDispatchException : public Exception::Error
 {
 public:

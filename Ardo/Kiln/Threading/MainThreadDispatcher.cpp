@@ -14,9 +14,9 @@ namespace Ardo::Kiln::Threading::Private
 namespace
 {
 
-/// A job inside a std::function, which Qt copies: into the event, and from there into the slot's parameter. Copying
-/// hands the job over, so that it has one owner at any time and the queueing thread keeps none: it could otherwise be
-/// the last one and destroy the captures on the wrong thread.
+/// A job inside a std::function, which Qt copies into the event and from there into the slot's parameter. Copying moves
+/// the job, so that it has one owner at any time. A copy on the queueing thread could be destroyed last, and the
+/// captures with it on the wrong thread.
 class HandedOver
 {
 public:
@@ -68,7 +68,7 @@ MainThreadDispatcher::MainThreadDispatcher(QObject* parent) : QObject(parent) {}
 
 MainThreadDispatcher::~MainThreadDispatcher() = default;
 
-void MainThreadDispatcher::LetGo()
+void MainThreadDispatcher::WaitForQueueingThreads()
 {
     const std::lock_guard lock(m_mutex);
 }
@@ -80,7 +80,7 @@ void MainThreadDispatcher::Queue(const GuardedQObjectPointer& guard, std::unique
 
 bool MainThreadDispatcher::QueueWaited(const GuardedQObjectPointer& guard, std::unique_ptr<MainThreadJob> job)
 {
-    const std::lock_guard lock(m_mutex); // posted before the loop's end is seen, and so removed then, or not at all
+    const std::lock_guard lock(m_mutex); // the job is posted before EventLoopEnds() removes such jobs, or not at all
     if (m_eventLoopEnded)
     {
         return false;
@@ -91,14 +91,14 @@ bool MainThreadDispatcher::QueueWaited(const GuardedQObjectPointer& guard, std::
 
 void MainThreadDispatcher::EventLoopEnds()
 {
-    // After its event loop the main thread ends the others and waits for them: whoever waits for the main thread now
-    // would wait for ever.
+    // After its event loop the main thread usually joins the other threads. A thread that waited for the main thread
+    // now would wait for ever.
     {
         const std::lock_guard lock(m_mutex);
         m_eventLoopEnded = true;
     }
     QCoreApplication::removePostedEvents(m_waited, QEvent::MetaCall);
-    // Comes to pass if another event loop runs.
+    // Delivered only if another event loop is started.
     QMetaObject::invokeMethod(
         this,
         [this]

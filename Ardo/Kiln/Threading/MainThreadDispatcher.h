@@ -23,8 +23,7 @@ using GuardedQObjectPointer = QPointer<QObject>;
 namespace Private
 {
 
-/// A job together with what is to happen when it never runs. The destructor runs on the main thread whenever the job
-/// was queued.
+/// A job. Its destructor learns that the job never ran; it runs on the main thread if the job was queued.
 class KILN_EXPORT MainThreadJob
 {
 public:
@@ -43,7 +42,7 @@ public:
 ///     QMetaObject::invokeMethod(ToMainThreadInitialization::GetDispatcher(), "ExecuteOnMainThread",
 ///                               Qt::QueuedConnection, Q_ARG(GuardedQObjectPointer, guard), Q_ARG(VoidJob, job));
 ///
-/// By hand, the caller's own copy of the job, and with it of the captures, is destroyed wherever the caller does so.
+/// By hand, the caller keeps a copy of the job and destroys it, with the captures, on its own thread.
 class KILN_EXPORT MainThreadDispatcher : public QObject
 {
     Q_OBJECT
@@ -55,22 +54,23 @@ public:
     /// Destroys the jobs that are still queued, unrun.
     ~MainThreadDispatcher() override;
 
-    /// Returns when the threads whose waited job is queued use this object no more. To be called before it is
-    /// destroyed.
-    void LetGo();
+    /// Blocks until no thread that waits for a queued job uses this object. To be called before the destructor.
+    void WaitForQueueingThreads();
 
-    /// Queues \p job; it runs unless the guard's object is gone by then. From any thread.
+    /// Queues \p job. It runs unless the guard's object has been destroyed by then. Any thread may call it.
+    ///
     /// \throws std::bad_alloc only.
     void Queue(const GuardedQObjectPointer& guard, std::unique_ptr<MainThreadJob> job);
 
-    /// The same for a job that somebody waits for: it is destroyed, unrun, when the application's event loop ends with
-    /// the job still queued. From any thread.
-    /// \returns false, and destroys the job at once, when the event loop has ended and none has run since.
+    /// The same for a job that another thread waits for: if the application's event loop ends while the job is queued,
+    /// the job is destroyed without being run. Any thread may call it.
+    ///
+    /// \returns false if the event loop has ended and none has run since; the job is then destroyed at once.
     bool QueueWaited(const GuardedQObjectPointer& guard, std::unique_ptr<MainThreadJob> job);
 
 public Q_SLOTS:
     /// Calls \p job if the object of \p guard still exists; otherwise drops it. A null guard drops it too. An exception
-    /// that leaves the job is logged at error and goes no further.
+    /// that leaves the job is logged at error and dropped.
     // Qt compares the names of the types letter by letter with those of an invocation.
     void ExecuteOnMainThread(GuardedQObjectPointer guard, VoidJob job);
 
@@ -78,7 +78,7 @@ private:
     explicit MainThreadDispatcher(QObject* parent);
     void EventLoopEnds();
 
-    MainThreadDispatcher* m_waited = nullptr; ///< Holds the jobs that somebody waits for. A child of this.
+    MainThreadDispatcher* m_waited = nullptr; ///< Receives the jobs that threads wait for. A child of this.
     std::mutex m_mutex;
     bool m_eventLoopEnded = false; ///< Guarded by m_mutex.
 };

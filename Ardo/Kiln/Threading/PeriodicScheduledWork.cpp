@@ -18,7 +18,7 @@ namespace Ardo::Kiln::Threading
 namespace
 {
 
-/// What a deadline timer has to know of a clock: here the steady one.
+/// The traits of a deadline timer for the steady clock.
 struct SteadyTime
 {
     using Clock = std::chrono::steady_clock;
@@ -51,8 +51,8 @@ struct SteadyTime
 
 } // namespace
 
-/// The timer and the period. Stopped from any thread, armed on the thread that runs the context; it exists until it is
-/// stopped by the handle, or its series has ended, or the context is destroyed, whichever comes first.
+/// The timer and the period. Any thread may stop it; the thread that runs the context arms it. The asio timer exists
+/// until the handle stops it, the series ends or the context is destroyed, whichever comes first.
 class PeriodicScheduledWork::Timer
 {
 public:
@@ -85,15 +85,15 @@ public:
     void Stop()
     {
         const std::lock_guard lock(m_mutex);
-        if (!m_isArming) // else this is the end of a wait that could not be begun, inside of the timer itself
+        if (!m_isArming) // else called by the destructor of an Expiry inside async_wait(), which has failed
         {
             m_timer.reset(); // a pending wait completes with operation_aborted
         }
     }
 
 private:
-    /// What waits for the timer. Destroyed uncalled with the context, it takes the timer along, which would else
-    /// outlive what it stands on.
+    /// The handler of the timer's wait. If the context is destroyed first, this destructor also destroys the timer,
+    /// which must not outlive the context.
     class Expiry
     {
     public:
@@ -118,7 +118,7 @@ private:
                 return;
             }
             const auto work = m_work;
-            Arm(std::exchange(m_timer, nullptr), work); // first: the period is measured from the begin of a run
+            Arm(std::exchange(m_timer, nullptr), work); // before the run: the period is measured from its begin
             (*work)();
         }
 
@@ -127,7 +127,7 @@ private:
         std::shared_ptr<PeriodicWork> m_work;
     };
 
-    std::recursive_mutex m_mutex; ///< Recursive for the wait that cannot be begun and is destroyed at once.
+    std::recursive_mutex m_mutex; ///< Recursive: a failing async_wait() destroys its Expiry, which calls Stop().
     bool m_isArming = false;      ///< Guarded by m_mutex.
     std::optional<boost::asio::basic_deadline_timer<SteadyTime::time_type, SteadyTime>>
         m_timer; ///< Guarded by m_mutex.

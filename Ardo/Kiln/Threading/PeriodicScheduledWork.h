@@ -16,13 +16,13 @@ namespace Ardo::Kiln::Threading
 
 class PeriodicWork;
 
-/// The handle on a series of runs, and the timer that sets them off.
+/// The handle on a series of runs, with the timer that starts them.
 ///
 /// The first run comes one period after construction. The time to the next is measured from the moment a run begins: a
 /// function that takes longer than the period is followed at once by the next run, and runs never overlap.
 /// The clock is the steady one: changing the system's time disturbs no series.
-/// Dropping the handle stops the timer, so no further run begins; it does not wait for a run in progress, and an item
-/// dropped between two runs stays Scheduled for ever. A ScopedScheduledWork cancels and waits.
+/// Destroying the handle stops the timer, so no further run begins. It does not wait for a run in progress, and an item
+/// whose handle is destroyed between two runs stays Scheduled for ever. A ScopedScheduledWork cancels and waits.
 /// Thread-safety: as for ScheduledWork. The handle may outlive the context.
 class KILN_EXPORT PeriodicScheduledWork : public ScheduledWork
 {

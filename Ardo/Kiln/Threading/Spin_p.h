@@ -7,8 +7,9 @@
 namespace Ardo::Kiln::Threading
 {
 
-/// Asks for \p condition again and again for some 20 microseconds, leaving the processor to others in between. Waking a
-/// thread that sleeps takes about as long, so what happens within that time is worth waiting for so.
+/// Checks \p condition repeatedly for about 20 microseconds and yields the processor in between. Waking a thread that
+/// sleeps takes about as long, so within that time spinning is faster than blocking.
+///
 /// \returns whether the condition came true.
 template <typename Condition>
 bool SpinUntil(const Condition& condition)
@@ -25,7 +26,7 @@ bool SpinUntil(const Condition& condition)
     return false;
 }
 
-/// Does nothing for \p time or until \p condition, without leaving the processor.
+/// Waits for \p time, or until \p condition is true if that is sooner, without yielding the processor.
 template <typename Condition>
 void PauseUntil(const Condition& condition, std::chrono::nanoseconds time)
 {

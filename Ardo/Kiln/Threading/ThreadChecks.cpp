@@ -16,8 +16,10 @@ namespace Ardo::Kiln::Threading
 namespace
 {
 
-/// Warns with \p format, its places filled in with \p arguments, unless \p passed. \returns passed.
-template <class... Arguments>
+/// Warns with \p format, filled in with \p arguments, unless \p passed.
+///
+/// \returns passed.
+template <typename... Arguments>
 bool Check(bool passed, const char* format, const Arguments&... arguments) noexcept
 {
     if (!passed)

@@ -9,11 +9,11 @@ namespace Ardo::Kiln::Threading
 
 class BackgroundWorker;
 
-// Soft checks of the rule on which thread code runs. When one fails it writes a record at level warning to the
-// library's log, and the caller decides what to do. They keep no state, never throw, and any thread may call them.
+// Soft checks of the thread on which code runs. A check that fails writes a record at level warning to the library's
+// log, and the caller decides what to do. The checks keep no state and never throw. Any thread may call them.
 
 /// Warns unless called on the main thread, the thread of the Qt application object. Without such an object there is no
-/// main thread, and nothing to warn of.
+/// main thread, and the check passes.
 KILN_EXPORT void AssertMainThread() noexcept;
 
 /// True on the worker's own thread; otherwise warns.

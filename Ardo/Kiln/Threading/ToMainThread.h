@@ -17,13 +17,13 @@ namespace Ardo::Kiln::Threading
 namespace Private
 {
 
-/// A job that nobody waits for.
-template <class Job>
+/// A job without a waiting thread.
+template <typename Job>
 class PostedJob final : public MainThreadJob
 {
 public:
     /// Takes or copies the job.
-    template <class Argument>
+    template <typename Argument>
     explicit PostedJob(std::in_place_t /*tag*/, Argument&& job) : m_job(std::forward<Argument>(job))
     {
     }
@@ -34,20 +34,20 @@ private:
     Job m_job;
 };
 
-/// What a waiting thread finds when its job was destroyed unrun. It turns that into an exception of its own: an Error
-/// belongs to the thread that makes it.
+/// What a waiting thread receives when its job was destroyed without being run. The waiting thread then throws an
+/// exception of its own, because an Error records the thread that constructs it.
 struct KILN_EXPORT NeverRun
 {
 };
 
-/// A job that somebody waits for. Its captures are gone before the answer is there: they may refer to the stack of the
-/// waiting thread.
-template <class Job, class Result>
+/// A job with a waiting thread. Its captures are destroyed before the answer is set, because they may refer to the
+/// stack of the waiting thread.
+template <typename Job, typename Result>
 class WaitedJob final : public MainThreadJob
 {
 public:
     /// Takes or copies the job.
-    template <class Argument>
+    template <typename Argument>
     explicit WaitedJob(std::in_place_t /*tag*/, Argument&& job) : m_job(std::forward<Argument>(job))
     {
     }
@@ -106,32 +106,32 @@ KILN_EXPORT bool RunsAtOnce(const GuardedQObjectPointer& guard);
 
 } // namespace Private
 
-/// Has \p job called by the event loop of the main thread, after what is queued there already, and returns at once.
-/// From any thread, also from the main thread itself.
+/// Queues \p job to the event loop of the main thread, behind what is queued there already, and returns at once. Any
+/// thread may call it, the main thread too.
 ///
 ///     ToMainThread(window, [window, image = std::move(image)] { window->Show(image); });
 ///
-/// \param guard the object that the job belongs to. If it is gone (or null) when the job's turn comes, the job is
-///        dropped. A plain pointer must point to an object that exists while this function runs: a thread that cannot
-///        know so is given a `QPointer<QObject>` that was made on the object's own thread, and passes that.
+/// \param guard the object that the job belongs to. If it is null, or destroyed when the job's turn comes, the job is
+///        dropped. A plain pointer must point to an object that exists while this function runs. A thread that cannot
+///        ensure this passes a `QPointer<QObject>` that was made on the object's own thread.
 /// \param job anything that can be called without arguments; need not be copyable. It and its captures are destroyed on
 ///        the main thread, whether it was called or not. An exception that leaves it is logged at error.
 /// \throws std::runtime_error if there is no ToMainThreadInitialization, std::bad_alloc; the job is then destroyed
 /// here.
-template <class Job>
+template <typename Job>
 void ToMainThread(const GuardedQObjectPointer& guard, Job&& job)
 {
     Private::Queue(guard,
                    std::make_unique<Private::PostedJob<std::decay_t<Job>>>(std::in_place, std::forward<Job>(job)));
 }
 
-/// Has \p job called on the main thread and waits for its result: on the main thread itself at once, from any other
-/// thread by the event loop, like ToMainThread.
+/// Runs \p job on the main thread and waits for its result: on the main thread itself at once, from any other thread
+/// through the event loop, like ToMainThread.
 ///
 ///     const QString name = ToMainThreadBlocking(window, [window] { return window->AskForName(); });
 ///
-/// The main thread must not wait meanwhile for the calling thread. There is no time limit. After the event loop of the
-/// application has ended, until another one runs, nothing is waited for.
+/// The main thread must not wait for the calling thread at the same time. There is no time limit. After the event loop
+/// of the application has ended, and until another one runs, the function does not wait but throws.
 ///
 /// \param guard as for ToMainThread.
 /// \param job as for ToMainThread; destroyed before this function returns.
@@ -139,7 +139,7 @@ void ToMainThread(const GuardedQObjectPointer& guard, Job&& job)
 /// \throws what the job throws. MainThreadDispatchException if the job is not called: because the guard's object is
 ///         gone, the event loop has ended, or the dispatcher was destroyed. std::runtime_error if there is no
 ///         ToMainThreadInitialization, std::bad_alloc.
-template <class Job>
+template <typename Job>
 auto ToMainThreadBlocking(const GuardedQObjectPointer& guard, Job&& job) -> std::invoke_result_t<std::decay_t<Job>&>
 {
     using Result = std::invoke_result_t<std::decay_t<Job>&>;

@@ -30,7 +30,7 @@ void ToMainThreadInitialization::Replace(std::unique_ptr<Private::MainThreadDisp
 {
     if (s_pDispatcher != nullptr)
     {
-        s_pDispatcher->LetGo();
+        s_pDispatcher->WaitForQueueingThreads();
     }
     s_pDispatcher = std::move(dispatcher);
 }

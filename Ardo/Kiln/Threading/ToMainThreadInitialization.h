@@ -12,18 +12,19 @@ namespace Private
 class MainThreadDispatcher;
 }
 
-/// Opens the road to the main thread, the thread of the Qt application object, for as long as it lives.
+/// While it exists, other threads can run jobs on the main thread, the thread of the Qt application object.
 ///
 ///     QApplication application(argc, argv);
 ///     ToMainThreadInitialization toMainThread;
 ///
-/// The application creates one, on the main thread, after its application object, and destroys it before that, on the
-/// same thread. Meanwhile any thread may dispatch (see ToMainThread); while it is created or destroyed, none may.
+/// The application creates one, on the main thread, after its application object, and destroys it on the same thread,
+/// before the application object. In between any thread may dispatch (see ToMainThread); no thread may dispatch while
+/// it is created or destroyed.
 class KILN_EXPORT ToMainThreadInitialization
 {
 public:
-    /// Creates the process's dispatcher; one that was there before is deleted with the jobs still queued to it. Without
-    /// a Qt application object the program ends with Qt's fatal message.
+    /// Creates the process's dispatcher. An earlier one is deleted with the jobs still queued to it. Without a Qt
+    /// application object the program ends with Qt's fatal message.
     ToMainThreadInitialization();
 
     /// Deletes the process's dispatcher, whichever object created it, with the jobs still queued to it: they do not

@@ -12,6 +12,7 @@
 #include "tests/Support/LogCollector.h"
 #include "tests/Support/Process.h"
 #include "tests/Support/ScopedTempDir.h"
+#include "tests/Support/ScopedTimeZone.h"
 #include "tests/Support/VersionedLibrary.h"
 
 #include <boost/log/sources/record_ostream.hpp>
@@ -20,8 +21,6 @@
 
 #include <algorithm>
 #include <cstdlib>
-#include <ctime>
-#include <optional>
 #include <thread>
 
 namespace Ardo::Kiln::Logger
@@ -221,18 +220,6 @@ TEST_F(LoggingTest, TheClockTextIsThatOfEveryMoment)
 
 TEST_F(LoggingTest, TheOffsetFollowsTheClockThroughAChangeOfDaylightSaving)
 {
-    struct Zone
-    {
-        explicit Zone(const char* name) { Set(name); }
-        ~Zone() { Set(before ? before->c_str() : nullptr); }
-        static void Set(const char* name)
-        {
-            name != nullptr ? ::setenv("TZ", name, 1) : ::unsetenv("TZ");
-            ::tzset();
-        }
-        const std::optional<std::string> before =
-            std::getenv("TZ") != nullptr ? std::optional<std::string>(std::getenv("TZ")) : std::nullopt;
-    };
     using namespace std::chrono;
     struct Row
     {
@@ -247,7 +234,7 @@ TEST_F(LoggingTest, TheOffsetFollowsTheClockThroughAChangeOfDaylightSaving)
                          "03:00:00.000000-02:30"}};
     for (const Row& row : rows)
     {
-        const Zone zone(row.zone);
+        const Support::ScopedTimeZone zone(row.zone);
         TextLogWriter writer(m_folder / "T.log", 0, 1, true);
         writer.WriteUtf8(1, "A", "before", row.change - 1s);
         writer.WriteUtf8(1, "A", "after", row.change);
