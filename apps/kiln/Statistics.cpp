@@ -2,9 +2,13 @@
 
 #include <algorithm>
 #include <array>
+#include <bit>
 #include <cmath>
 #include <cstdint>
+#include <iterator>
 #include <limits>
+#include <numeric>
+#include <vector>
 
 namespace Ardo::Kiln::Tool
 {
@@ -41,96 +45,89 @@ struct Moments
     }
 };
 
-/// Whole numbers of up to 16 bits, exactly: their distances from the first one in 64 bits.
+/// Whole numbers of up to 16 bits, exactly: the sums of a row fit 64 bits.
 template <typename Sample>
 Moments MomentsOf(const Sample* row, std::uint32_t width)
 {
-    const std::int32_t first = row[0];
-    std::int64_t sum = 0;
-    std::int64_t squares = 0;
+    std::uint64_t sum = 0;
+    std::uint64_t squares = 0;
     Sample minimum = row[0];
     Sample maximum = row[0];
     for (std::uint32_t x = 0; x < width; ++x)
     {
-        const std::int64_t distance = row[x] - first;
-        sum += distance;
-        squares += distance * distance;
+        const std::uint32_t value = row[x];
+        sum += value;
+        squares += std::uint64_t{value} * value;
         minimum = std::min(minimum, row[x]);
         maximum = std::max(maximum, row[x]);
     }
+    // The same sums of the distances from the first value, so that no difference of large numbers is left to doubles.
+    // They fit, therefore arithmetic modulo 2^64 gives them.
+    const std::uint64_t first = row[0];
+    const auto distances = static_cast<double>(static_cast<std::int64_t>(sum - width * first));
+    const auto distanceSquares = static_cast<double>(squares - 2 * first * sum + width * first * first);
     const auto count = static_cast<double>(width);
-    const double mean = static_cast<double>(sum) / count;
-    return {count, first + mean, std::max(0.0, static_cast<double>(squares) - mean * static_cast<double>(sum)),
+    const double mean = distances / count;
+    return {count, static_cast<double>(first) + mean, std::max(0.0, distanceSquares - mean * distances),
             static_cast<double>(minimum), static_cast<double>(maximum)};
 }
 
-/// Several sums side by side: one alone would wait for each addition to end before the next.
-using Lanes = std::array<double, 8>;
-
-double Sum(const Lanes& lanes)
+/// Floats, all of them finite: their distances from the first one, in sums side by side, because one alone would wait
+/// for each addition to end before the next.
+Moments MomentsOfFinite(const float* row, std::size_t width)
 {
-    double sum = 0.0;
-    for (const double lane : lanes)
+    constexpr std::size_t Lanes = 8;
+    const double first = row[0];
+    std::array<double, Lanes> sums{};
+    std::array<double, Lanes> squares{};
+    std::array<float, Lanes> minima;
+    std::array<float, Lanes> maxima;
+    minima.fill(row[0]);
+    maxima.fill(row[0]);
+    const auto add = [&](std::size_t lane, float value)
     {
-        sum += lane;
-    }
-    return sum;
-}
-
-/// Calls \p add with a lane and a value for each one, and what makes it count: 1 for a number, 0 for what is none.
-template <typename Add>
-void ForEachFloat(const float* row, std::uint32_t width, Add add)
-{
-    const auto call = [&](std::size_t lane, float value)
-    {
-        const bool counts = std::abs(value) <= std::numeric_limits<float>::max();
-        add(lane, counts ? static_cast<double>(value) : 0.0, counts);
+        const double distance = static_cast<double>(value) - first;
+        sums[lane] += distance;
+        squares[lane] += distance * distance;
+        minima[lane] = value < minima[lane] ? value : minima[lane];
+        maxima[lane] = value > maxima[lane] ? value : maxima[lane];
     };
-    std::uint32_t x = 0;
-    for (; width - x >= std::tuple_size_v<Lanes>; x += std::tuple_size_v<Lanes>)
+    std::size_t x = 0;
+    for (; width - x >= Lanes; x += Lanes)
     {
-        for (std::size_t lane = 0; lane < std::tuple_size_v<Lanes>; ++lane)
+        for (std::size_t lane = 0; lane < Lanes; ++lane)
         {
-            call(lane, row[x + lane]);
+            add(lane, row[x + lane]);
         }
     }
     for (; x < width; ++x)
     {
-        call(0, row[x]);
+        add(0, row[x]);
     }
+    const auto count = static_cast<double>(width);
+    const double sum = std::accumulate(sums.begin(), sums.end(), 0.0);
+    const double mean = sum / count;
+    return {count, first + mean, std::max(0.0, std::accumulate(squares.begin(), squares.end(), 0.0) - mean * sum),
+            *std::ranges::min_element(minima), *std::ranges::max_element(maxima)};
 }
 
-/// A row is passed twice, the second time from the processor's cache: first for its mean, then for the distances.
 Moments MomentsOf(const float* row, std::uint32_t width)
 {
-    Lanes sums{};
-    Lanes counts{};
-    Lanes minima{};
-    Lanes maxima{};
-    minima.fill(std::numeric_limits<double>::infinity());
-    maxima.fill(-std::numeric_limits<double>::infinity());
-    ForEachFloat(row, width,
-                 [&](std::size_t lane, double value, bool isNumber)
-                 {
-                     sums[lane] += value;
-                     counts[lane] += isNumber ? 1.0 : 0.0;
-                     minima[lane] = isNumber ? std::min(minima[lane], value) : minima[lane];
-                     maxima[lane] = isNumber ? std::max(maxima[lane], value) : maxima[lane];
-                 });
-    const double count = Sum(counts);
-    if (count == 0.0)
+    // As a number, what is behind the sign says how large a float is; infinities and what is no number come last.
+    constexpr std::uint32_t Magnitude = 0x7fffffff;
+    constexpr std::uint32_t Infinity = 0x7f800000;
+    std::uint32_t largest = 0;
+    for (std::uint32_t x = 0; x < width; ++x)
     {
-        return {};
+        largest = std::max(largest, std::bit_cast<std::uint32_t>(row[x]) & Magnitude);
     }
-    const double mean = Sum(sums) / count;
-    Lanes squares{};
-    ForEachFloat(row, width,
-                 [&](std::size_t lane, double value, bool isNumber)
-                 {
-                     const double distance = isNumber ? value - mean : 0.0;
-                     squares[lane] += distance * distance;
-                 });
-    return {count, mean, Sum(squares), *std::ranges::min_element(minima), *std::ranges::max_element(maxima)};
+    if (largest < Infinity)
+    {
+        return MomentsOfFinite(row, width);
+    }
+    std::vector<float> finite;
+    std::copy_if(row, row + width, std::back_inserter(finite), [](float value) { return std::isfinite(value); });
+    return finite.empty() ? Moments() : MomentsOfFinite(finite.data(), finite.size());
 }
 
 template <typename Sample>
