@@ -6,6 +6,7 @@
 
 #include <gmock/gmock.h>
 
+#include <limits>
 #include <string>
 #include <vector>
 
@@ -299,6 +300,29 @@ TEST_F(ToolTest, AnImportKeepsTheRecordOfItsImage)
         EXPECT_THAT(result.error, HasSubstr("cut.tif: ")) << command;
         EXPECT_THAT(result.error, HasSubstr("beyond the end of the file")) << command;
     }
+}
+
+TEST_F(ToolTest, GreyValuesAreMeasuredAsLongAsTheyAreNumbers)
+{
+    constexpr float NotANumber = std::numeric_limits<float>::quiet_NaN();
+    constexpr float Infinite = std::numeric_limits<float>::infinity();
+    const std::vector<float> floats = {1, 2, 3, NotANumber, Infinite, 6, -Infinite, NotANumber};
+    const std::vector<float> none(4, NotANumber);
+    std::vector<std::uint16_t> high(20 * 30, 65535);
+    high.back() = 65515;
+    ImageIO::TiffExporter exporter;
+    const auto measure = [&](auto write, const auto& pixels, std::uint32_t width)
+    {
+        const auto height = static_cast<std::uint32_t>(pixels.size()) / width;
+        (exporter.*write)((m_folder / "in.tif").wstring(), pixels.data(), width, height, nullptr);
+        Must("kiln import in.tif out.tif");
+        return Must("kiln info out.tif | grep '^Grey' || true");
+    };
+    EXPECT_THAT(measure(&ImageIO::TiffExporter::WriteFloatImage, floats, 2),
+                EndsWith(" 1 to 6, mean 3, standard deviation 1.871\n"));
+    EXPECT_EQ(measure(&ImageIO::TiffExporter::WriteFloatImage, none, 2), "");
+    EXPECT_THAT(measure(&ImageIO::TiffExporter::WriteUInt16Image, high, 20),
+                testing::ContainsRegex("65.*, standard deviation 0.816"));
 }
 
 TEST_F(ToolTest, OfSeveralPagesOneIsTakenAndTheirNumberIsSaid)
