@@ -206,7 +206,8 @@ void TreeReader::ReportAttributes(const Tree& attributes, const std::vector<cons
 void TreeReader::ReportText()
 {
     const std::string& text = m_tree.data();
-    if (!m_hasOwnText && !m_isOpen && text.find_first_not_of(" \t\r\n") != std::string::npos)
+    const auto isBlank = [](char c) { return c == ' ' || c == '\n' || c == '\t' || c == '\r'; };
+    if (!m_hasOwnText && !m_isOpen && !std::all_of(text.begin(), text.end(), isBlank))
     {
         Report(nullptr, std::string(), "the text " + Quoted(text) + " is left out");
     }

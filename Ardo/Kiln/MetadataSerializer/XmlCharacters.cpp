@@ -130,7 +130,7 @@ bool IsXmlName(std::string_view text)
 {
     for (std::size_t at = 0; at < text.size();)
     {
-        if (IsPlainNameCharacter(text[at]))
+        if (IsPlainNameCharacter(text[at]) || (at > 0 && text[at] >= '0' && text[at] <= '9'))
         {
             ++at;
             continue;

@@ -25,7 +25,13 @@ template <typename Observer>
 class XmlScanner
 {
 public:
-    XmlScanner(std::string_view text, Observer& observer) : m_text(text), m_observer(observer) {}
+    XmlScanner(std::string_view text, Observer& observer)
+        : m_text(text),
+          m_observer(observer),
+          m_hasReferences(text.find('&') != std::string_view::npos),
+          m_hasCdataEnds(text.find("]]>") != std::string_view::npos)
+    {
+    }
 
     void Scan()
     {
@@ -295,10 +301,10 @@ private:
 
     void CheckText(std::size_t begin, std::size_t end) const
     {
-        const std::size_t at = m_text.substr(begin, end - begin).find("]]>");
+        const std::size_t at = m_hasCdataEnds ? m_text.substr(0, end).find("]]>", begin) : std::string_view::npos;
         if (at != std::string_view::npos)
         {
-            m_observer.Fail("\"]]>\" within text", begin + at);
+            m_observer.Fail("\"]]>\" within text", at);
         }
         CheckReferences(begin, end);
     }
@@ -306,7 +312,7 @@ private:
     /// The parser would turn references to any number into bytes, and take any other "&" for text.
     void CheckReferences(std::size_t begin, std::size_t end) const
     {
-        const std::string_view part = m_text.substr(begin, end - begin);
+        const std::string_view part = m_hasReferences ? m_text.substr(begin, end - begin) : std::string_view();
         for (std::size_t at = part.find('&'); at != std::string_view::npos; at = part.find('&', at + 1))
         {
             if (!IsXmlReference(part.substr(at + 1)))
@@ -323,6 +329,8 @@ private:
     Observer& m_observer;
     std::size_t m_start = 0; ///< Behind a byte order mark.
     std::size_t m_at = 0;
+    bool m_hasReferences; ///< Most documents have none anywhere.
+    bool m_hasCdataEnds;  ///< The same.
     bool m_hasDocumentType = false;
     bool m_hasRoot = false;
     std::vector<std::string_view> m_open;       ///< Names of the elements whose end tags are to come.
