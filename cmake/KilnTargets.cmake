@@ -18,6 +18,9 @@ function(kiln_begin_library)
                    VERIFY_INTERFACE_HEADER_SETS ON)
     target_link_libraries(Common PUBLIC Boost::log Qt5::Core PRIVATE KilnCompiler)
     target_compile_features(Common PUBLIC cxx_std_20)
+    if(NOT WIN32)
+        target_link_options(Common PRIVATE -Wl,-z,nodelete) # signal handlers and a thread stay after dlclose
+    endif()
 
     # The generated header stands in no folder of its own, so every folder may include it.
     generate_export_header(

@@ -27,6 +27,7 @@ int main(int count, char** arguments)
         return 2;
     }
     setFlags(Flags);
+    ::dlclose(library); // what is installed stays
     std::thread([] { *g_nothing = 1; }).join();
     return 0;
 }

@@ -38,9 +38,8 @@ inline constexpr long ExecuteHandler = 1; ///< It is dealt with.
 /// - exit(), called by another thread while a fault is being dealt with, waits: the process ends by the fault, or the
 ///   thread at fault goes on. Neither exit() nor SIGTERM, SIGINT, SIGHUP and SIGQUIT wait for a person: see
 ///   HasNoUserInterface.
-/// - A child of vfork() that faults ends by the signal, without filters. A forked child has no thread for filters until
-/// it
-///   calls Start; reports are written without them.
+/// - A child of vfork(), or of a system call that goes past the C library's fork(), that faults ends by the signal,
+///   without filters. A forked child has no thread for filters until it calls Start; reports are written without them.
 class KILN_EXPORT_FOR_TESTS FaultDispatch
 {
 public:

@@ -12,6 +12,7 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <memory>
 #include <mutex>
 
 namespace Ardo::Kiln::Crash
@@ -160,6 +161,11 @@ void InstallFaultHandlers() noexcept
         Install(signal, !g_isInstalled);
     }
     g_isInstalled = true;
+}
+
+void ResetInstallationInChild() noexcept
+{
+    std::construct_at(&g_installMutex); // its owner does not exist here
 }
 
 void UnblockFaultSignals() noexcept

@@ -16,6 +16,9 @@ extern "C" void KilnFaultEntry(int signal, siginfo_t* info, void* context);
 /// SIG_IGN ours is installed again. Any thread may call it; not a signal handler.
 void InstallFaultHandlers() noexcept;
 
+/// In a forked child: another thread of the parent may just have been installing.
+void ResetInstallationInChild() noexcept;
+
 /// Unblocks all FaultSignals for the calling thread: the kernel kills a process for a fault whose signal is blocked.
 void UnblockFaultSignals() noexcept;
 

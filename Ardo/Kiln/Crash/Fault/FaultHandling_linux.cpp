@@ -72,6 +72,7 @@ void Finish(FaultThread& thread) noexcept
     thread.depth = 0;
     thread.terminating = false;
     ReturnFaultThread(thread);
+    g_process.ending.FaultIsOver();
     g_process.slot.Release();
 }
 
@@ -182,6 +183,7 @@ void FaultProcess::ResetInChild() noexcept
 {
     id = getpid();
     isStarted = false;
+    ResetInstallationInChild();
     slot.Reset();
     filters.Reset();
     ending.Reset();

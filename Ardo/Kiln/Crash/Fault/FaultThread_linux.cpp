@@ -131,6 +131,8 @@ void ReturnFaultThread(FaultThread& thread) noexcept
 {
     if (&thread == &g_reserve)
     {
+        thread.data = nullptr;
+        thread.lastThrow.code = 0;
         g_thread = nullptr;
     }
 }

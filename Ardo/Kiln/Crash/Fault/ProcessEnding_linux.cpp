@@ -8,7 +8,7 @@ namespace Ardo::Kiln::Crash
 bool ProcessEnding::Poll() noexcept
 {
     sigset_t pending;
-    if (!m_isRequested && sigpending(&pending) == 0)
+    if (!IsRequested() && sigpending(&pending) == 0)
     {
         for (const int signal : {SIGTERM, SIGINT, SIGHUP, SIGQUIT})
         {
@@ -16,11 +16,11 @@ bool ProcessEnding::Poll() noexcept
             if (sigismember(&pending, signal) == 1 && sigaction(signal, nullptr, &action) == 0 &&
                 ((action.sa_flags & SA_SIGINFO) != 0 || action.sa_handler != SIG_IGN))
             {
-                m_isRequested = true;
+                m_isSignalled = true;
             }
         }
     }
-    return m_isRequested;
+    return IsRequested();
 }
 
 } // namespace Ardo::Kiln::Crash

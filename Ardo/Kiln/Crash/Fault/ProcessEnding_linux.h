@@ -13,20 +13,24 @@ class ProcessEnding
 {
 public:
     /// Notes that exit() was called.
-    void ExitBegins() noexcept { m_isRequested = true; }
+    void ExitBegins() noexcept { m_exits = true; }
 
     /// Looks for one of the signals above that is pending for the calling thread, which blocks it, and that the
     /// application does not ignore. System calls only. \returns IsRequested().
     bool Poll() noexcept;
 
     /// What Poll found or ExitBegins noted.
-    bool IsRequested() const noexcept { return m_isRequested; }
+    bool IsRequested() const noexcept { return m_exits || m_isSignalled; }
 
-    /// In a forked child, and when a fault has been dealt with and the process goes on.
-    void Reset() noexcept { m_isRequested = false; }
+    /// The fault is over: a signal that Poll found is delivered now, and the application may go on.
+    void FaultIsOver() noexcept { m_isSignalled = false; }
+
+    /// In a forked child.
+    void Reset() noexcept { m_exits = m_isSignalled = false; }
 
 private:
-    std::atomic<bool> m_isRequested = false;
+    std::atomic<bool> m_exits = false;
+    std::atomic<bool> m_isSignalled = false;
 };
 
 } // namespace Ardo::Kiln::Crash
