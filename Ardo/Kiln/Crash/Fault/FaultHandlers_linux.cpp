@@ -69,18 +69,6 @@ void FindAbort() noexcept
     }
 }
 
-/// Whether abort() has sent the signal: one of the innermost return addresses is in it.
-bool IsSentByAbort(const ucontext_t& context) noexcept
-{
-    std::array<std::uintptr_t, 64> words = {};
-    const iovec to = {words.data(), sizeof words};
-    // NOLINTNEXTLINE(performance-no-int-to-ptr): the stack pointer
-    const iovec from = {reinterpret_cast<void*>(context.uc_mcontext.gregs[REG_RSP]), sizeof words};
-    process_vm_readv(getpid(), &to, 1, &from, 1, 0);
-    return std::any_of(words.begin(), words.end(),
-                       [](std::uintptr_t word) { return word > g_abortBegin && word < g_abortEnd; });
-}
-
 bool IsOurs(const struct sigaction& action) noexcept
 {
     return (action.sa_flags & SA_SIGINFO) != 0 && action.sa_sigaction == KilnFaultEntry;
@@ -196,11 +184,26 @@ bool EndsByDefault(int signal) noexcept
     return !IsFunction(previous) && previous.sa_handler == SIG_DFL;
 }
 
+bool IsSentByAbort(int signal, const ucontext_t& context) noexcept
+{
+    if (signal != SIGABRT)
+    {
+        return false;
+    }
+    std::array<std::uintptr_t, 64> words = {};
+    const iovec to = {words.data(), sizeof words};
+    // NOLINTNEXTLINE(performance-no-int-to-ptr): the stack pointer
+    const iovec from = {reinterpret_cast<void*>(context.uc_mcontext.gregs[REG_RSP]), sizeof words};
+    process_vm_readv(getpid(), &to, 1, &from, 1, 0);
+    return std::any_of(words.begin(), words.end(),
+                       [](std::uintptr_t word) { return word > g_abortBegin && word < g_abortEnd; });
+}
+
 bool IsIgnored(int signal, const siginfo_t& info, const ucontext_t& context) noexcept
 {
     const struct sigaction& previous = Previous(signal);
     return !IsFunction(previous) && previous.sa_handler == SIG_IGN && info.si_code <= 0 &&
-           !(signal == SIGABRT && IsSentByAbort(context));
+           !IsSentByAbort(signal, context);
 }
 
 void CallPreviousHandler(int signal, siginfo_t* info, ucontext_t& context) noexcept

@@ -30,6 +30,10 @@ bool HasPreviousHandler(int signal) noexcept;
 /// Whether the system's default action handled \p signal before ours was installed.
 bool EndsByDefault(int signal) noexcept;
 
+/// Whether abort() has sent the signal of the interrupted thread, and not raise() or kill(): one of the innermost
+/// return addresses is in it.
+bool IsSentByAbort(int signal, const ucontext_t& context) noexcept;
+
 /// Whether the application ignores this signal: it was ignored before ours was installed, and it was sent. The kernel
 /// does not let a program ignore its own faults, nor does abort() end because its signal is ignored.
 bool IsIgnored(int signal, const siginfo_t& info, const ucontext_t& context) noexcept;

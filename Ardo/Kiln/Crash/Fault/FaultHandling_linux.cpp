@@ -200,8 +200,9 @@ extern "C" void KilnOnFault(int signal, siginfo_t* info, void* context)
     {
         EndBySignal(signal, info); // a child of vfork(): its parent goes on in this memory
     }
-    else if (!GiveUpQuestion(*info) && !DescribeBeforeAbort(*info, registers) &&
-             !g_recovery.TakeStep(signal, *info, registers) && !IsIgnored(signal, *info, registers))
+    else if (!g_recovery.TakeStep(signal, *info, registers) && !GiveUpQuestion(*info) &&
+             !IsIgnored(signal, *info, registers) &&
+             !(IsSentByAbort(signal, registers) && DescribeBeforeAbort(*info, registers)))
     {
         g_process.filters.LeaveFaultedFilter();
         HandleFault(signal, info, registers);
