@@ -1,6 +1,7 @@
 #include "Ardo/Kiln/Exception/ErrorInfoContainer_p.h"
 
 #include <boost/exception/info.hpp>
+#include <boost/version.hpp>
 
 #include <atomic>
 #include <map>
@@ -16,6 +17,11 @@ namespace
 
 namespace detail = boost::exception_detail;
 
+// A private interface: no public one lets the library give an exception its container.
+static_assert(BOOST_VERSION >= 107100 && BOOST_VERSION < 107500,
+              "Private parts of Boost.Exception are used as they are in Boost 1.71 to 1.74: compare error_info_container "
+              "and set_info_rv with those of this version, run ExceptionTests, and widen the range.");
+
 /// Does what Boost's container does, for copies on several threads. Reading is safe there too; attaching is not.
 class ErrorInfoContainer final : public detail::error_info_container
 {
@@ -26,8 +32,8 @@ public:
 
     const char* diagnostic_information(const char* header) const override
     {
-        // Asked for without a header, this is to repeat the text made just before: the thread's, not the container's,
-        // so that copies can be printed on two threads at once.
+        // Without a header, return the text made last on this thread: not per container, so that copies can be printed
+        // on two threads.
         std::string& text = TextOfThread();
         if (header != nullptr)
         {
@@ -80,7 +86,7 @@ private:
     ~ErrorInfoContainer() noexcept = default;
 
     /// Not thread-local: the first use of such an object on a thread takes a lock of the loader, and a fault in a
-    /// plug-in's static object is presented while that is held. Threads that have ended leave theirs to later ones.
+    /// plug-in's static object is presented while that is held. Entries of finished threads are reused.
     static std::string& TextOfThread()
     {
         static auto& mutex = *new std::mutex;
