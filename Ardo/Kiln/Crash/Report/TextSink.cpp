@@ -1,7 +1,7 @@
 #include "Ardo/Kiln/Crash/Report/TextSink.h"
 
+#include <algorithm>
 #include <charconv>
-#include <cstring>
 
 namespace Ardo::Kiln::Crash
 {
@@ -45,7 +45,7 @@ void BufferSink::Append(std::string_view text) noexcept
 {
     const std::string_view fitting = m_isCut ? std::string_view() : CutUtf8(text, m_capacity - m_length);
     m_isCut = m_isCut || fitting.size() < text.size();
-    std::memcpy(m_begin + m_length, fitting.data(), fitting.size());
+    std::copy(fitting.begin(), fitting.end(), m_begin + m_length);
     m_length += fitting.size();
     m_begin[m_length] = '\0';
 }
