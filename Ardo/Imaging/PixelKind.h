@@ -6,7 +6,7 @@
 namespace Ardo::Imaging
 {
 
-/// What one pixel of an image is made of. Samples have the machine's byte order.
+/// The samples of one pixel. Samples have the byte order of the machine.
 enum class PixelKind : std::uint8_t
 {
     UInt8,   ///< one unsigned sample of 8 bits
@@ -16,7 +16,7 @@ enum class PixelKind : std::uint8_t
     Rgba8,   ///< rgba_type<unsigned char>
 };
 
-/// The bytes of one pixel of \p kind.
+/// The size of one pixel of \p kind in bytes.
 [[nodiscard]] constexpr std::size_t BytesPerPixel(PixelKind kind) noexcept
 {
     switch (kind)

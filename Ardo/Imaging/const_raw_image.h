@@ -13,22 +13,24 @@
 namespace Ardo::Imaging
 {
 
-/// The pixels of an image that nobody changes any more, with their size and kind.
+/// An immutable image: its pixels, their size and their kind.
 ///
-/// Rows run from top to bottom, pixels of a row from left to right; a row begins Stride() bytes after the one before.
+/// Rows run from top to bottom, the pixels of a row from left to right. A row begins Stride() bytes behind the row
+/// above it.
 /// Ownership: the pixels are shared. They live as long as any copy of this object, or any pointer taken with Pixels().
-/// Thread-safety: any number of threads may read the same image, and copies of it may be made and destroyed anywhere.
+/// Thread-safety: any number of threads may read the same image, and any thread may copy and destroy the object.
 ///
 ///     const_raw_image image(pixels, {width, height}, PixelKind::UInt16);
 ///     const auto* row = static_cast<const std::uint16_t*>(image.Row(y));
 class const_raw_image
 {
 public:
-    /// \param pixels the first byte of the first row; not null. Whoever made it must not change the pixels any more.
-    ///        They hold at least stride x (height - 1) + row size bytes.
+    /// \param pixels the first byte of the first row; not null. At least stride x (height - 1) + row size bytes, which
+    ///        nobody may change as long as they live.
     /// \param size   in pixels; neither side is 0.
     /// \param stride bytes from one row to the next, at least the row size; 0 means the row size.
-    /// \throws std::invalid_argument if one of these does not hold, or the image has more bytes than memory.
+    /// \throws std::invalid_argument if \p pixels is null, a side or \p stride is out of range, or the number of bytes
+    ///         does not fit std::size_t.
     const_raw_image(std::shared_ptr<const void> pixels, size_2d size, PixelKind kind, std::size_t stride = 0)
         : m_pixels(std::move(pixels)), m_size(size), m_kind(kind), m_stride(stride)
     {
@@ -49,13 +51,13 @@ public:
     /// In pixels; neither side is 0.
     [[nodiscard]] size_2d Size() const noexcept { return m_size; }
 
-    /// What a pixel is made of.
+    /// The samples of one pixel.
     [[nodiscard]] PixelKind Kind() const noexcept { return m_kind; }
 
     /// Bytes from the first pixel of a row to the first pixel of the next.
     [[nodiscard]] std::size_t Stride() const noexcept { return m_stride; }
 
-    /// Bytes of the pixels of one row, without what pads it.
+    /// Bytes of the pixels of one row, without padding.
     [[nodiscard]] std::size_t RowSize() const noexcept { return BytesPerPixel(m_kind) * m_size.width; }
 
     /// The first byte of row \p y, which is below the height.
@@ -64,7 +66,7 @@ public:
         return static_cast<const unsigned char*>(m_pixels.get()) + m_stride * y;
     }
 
-    /// The first byte of the first row, with a share in the ownership.
+    /// The first byte of the first row. A copy of the pointer shares the ownership of the pixels.
     [[nodiscard]] const std::shared_ptr<const void>& Pixels() const noexcept { return m_pixels; }
 
 private:

@@ -5,8 +5,8 @@
 namespace Ardo::Imaging
 {
 
-/// A part of an image in pixels, kept by its corners: \c left and \c top belong to it, \c right and \c bottom are the
-/// first column and row beyond it.
+/// A part of an image, in pixels. It contains the column \c left and the row \c top, and ends before the column
+/// \c right and the row \c bottom.
 struct rectangle
 {
     std::int32_t left = 0;   ///< First column.
@@ -14,10 +14,10 @@ struct rectangle
     std::int32_t right = 0;  ///< The column behind the last.
     std::int32_t bottom = 0; ///< The row behind the last.
 
-    /// \c right - \c left in pixels; negative for a rectangle that is turned over.
+    /// \c right - \c left in pixels; negative if \c right is less than \c left.
     [[nodiscard]] constexpr std::int64_t Width() const noexcept { return std::int64_t{right} - left; }
 
-    /// \c bottom - \c top in pixels; negative for a rectangle that is turned over.
+    /// \c bottom - \c top in pixels; negative if \c bottom is less than \c top.
     [[nodiscard]] constexpr std::int64_t Height() const noexcept { return std::int64_t{bottom} - top; }
 
     friend constexpr bool operator==(const rectangle&, const rectangle&) = default;

@@ -3,7 +3,7 @@
 namespace Ardo::Imaging
 {
 
-/// One pixel of three samples, side by side in memory in this order and without padding.
+/// One pixel of three samples. In memory they stand in this order, without padding.
 template <typename T>
 struct rgb_type
 {
