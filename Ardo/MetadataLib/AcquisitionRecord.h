@@ -9,10 +9,10 @@
 namespace Ardo::MetadataLib
 {
 
-/// When the image was acquired and with which kind of beam. All texts are UTF-8.
+/// Time of the acquisition and kind of beam. All texts are UTF-8.
 struct AcquisitionRecord
 {
-    std::optional<TimePoint> AcquisitionStartDatetime; ///< Begin of the exposure or scan.
+    std::optional<TimePoint> AcquisitionStartDatetime; ///< Start of the exposure or scan.
     TimePoint AcquisitionDatetime;                     ///< End of the exposure or scan.
     std::optional<Uuid> AcquisitionID;                 ///< Common to all images of one acquisition.
     std::optional<std::string> BeamType;               ///< For example "Electron" or "Ion".

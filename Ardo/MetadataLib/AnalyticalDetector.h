@@ -7,18 +7,18 @@
 namespace Ardo::MetadataLib
 {
 
-/// What the shutter in front of an analytical detector does.
+/// State of the shutter in front of an analytical detector.
 enum class AnalyticalDetectorShutterState : std::int32_t
 {
     Unset = 0,   ///< Not given.
-    Unknown = 1, ///< The hardware does not tell.
+    Unknown = 1, ///< The hardware does not report it.
     Opening = 2,
     Closing = 3,
     Opened = 4,
     Closed = 5,
 };
 
-/// A detector that counts X-rays or electrons by energy.
+/// A spectrometer: counts X-rays or electrons by energy.
 class KILN_EXPORT AnalyticalDetector : public Detector
 {
 public:
@@ -36,17 +36,17 @@ public:
     std::unique_ptr<Detector> Clone() const override;
     bool IsEqual(const Detector& other) const override;
 
-    std::optional<double> MixContribution;  ///< Part of the mixed signal, 0 to 1.
+    std::optional<double> MixContribution;  ///< Fraction of the mixed signal, 0 to 1.
     std::optional<double> ElevationAngle;   ///< Above the sample plane, in rad.
     std::optional<double> AzimuthAngle;     ///< About the column axis, in rad.
     std::optional<double> CollectionAngle;  ///< Solid angle, in sr.
-    std::optional<double> Dispersion;       ///< In eV a channel.
+    std::optional<double> Dispersion;       ///< In eV per channel.
     std::optional<double> PulseProcessTime; ///< In s.
     std::optional<double> RealTime;         ///< In s.
     std::optional<double> LiveTime;         ///< Real time without dead time, in s.
     std::optional<double> InputCountRate;   ///< In 1/s.
     std::optional<double> OutputCountRate;  ///< In 1/s.
-    AnalyticalDetectorShutterState ShutterState = AnalyticalDetectorShutterState::Unset; ///< What the shutter does.
+    AnalyticalDetectorShutterState ShutterState = AnalyticalDetectorShutterState::Unset; ///< State of the shutter.
     std::optional<double> OffsetEnergy;      ///< Energy of channel 0, in eV.
     std::optional<double> ElectronicsNoise;  ///< In eV.
     std::optional<std::int32_t> BeginEnergy; ///< Lowest energy counted, in eV.

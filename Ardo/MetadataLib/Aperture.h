@@ -15,9 +15,9 @@ struct Aperture
     std::optional<std::string> Name;               ///< For example "C2".
     std::int32_t Number = 0;                       ///< Position of the mechanism in the column.
     std::string MechanismType;                     ///< For example "Motorized".
-    std::string Type;                              ///< Shape, for example "Circular" (documents spell it "Cicular").
+    std::string Type;                              ///< Shape, for example "Circular" ("Cicular" in documents).
     std::optional<double> Diameter;                ///< In m.
-    std::optional<std::int32_t> Index;             ///< Which opening of the mechanism is in the beam.
+    std::optional<std::int32_t> Index;             ///< The opening of the mechanism that is in the beam.
     std::optional<Vector2<double>> PositionOffset; ///< From the column axis, in m.
 
     bool operator==(const Aperture&) const = default;

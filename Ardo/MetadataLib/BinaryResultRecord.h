@@ -22,37 +22,37 @@ struct PixelSizeRecord
     bool operator==(const PixelSizeRecord&) const = default;
 };
 
-/// What the pixels of the image mean. "Of the pixels" values are in units of the stored samples. All texts are UTF-8.
+/// The meaning of the pixels of the image. Pixel values are in units of the stored samples. All texts are UTF-8.
 struct BinaryResultRecord
 {
     std::optional<std::string> AcquisitionUnit;             ///< For example "Camera".
     std::optional<std::string> CompositionType;             ///< For example "Single" or "Mixed".
-    std::optional<Size2D<double>> ImageSize;                ///< In pixels (documents spell it "X", "Y").
+    std::optional<Size2D<double>> ImageSize;                ///< In pixels; "X" and "Y" in documents.
     std::optional<std::int32_t> DetectorIndex;              ///< Index in the list of detectors, from 0.
     std::optional<std::string> Detector;                    ///< Name of the detector.
     std::optional<std::string> FilterType;                  ///< For example "Averaging".
     std::optional<double> RecursiveFilterCoefficient;       ///< Weight of the new frame, 0 to 1.
-    std::optional<std::int32_t> FilterFrameCount;           ///< Frames that were averaged.
+    std::optional<std::int32_t> FilterFrameCount;           ///< Number of averaged frames.
     std::optional<PixelSizeRecord> PixelSize;               ///< Distance of neighbouring pixels.
     std::optional<Vector2<double>> Offset;                  ///< Of the image centre from the optical axis, in m.
-    std::optional<CompleteQuantity> IntensityScale;         ///< What a step of the pixels is worth.
-    std::optional<double> IntensityOffset;                  ///< What a pixel of 0 is worth, in the scale's unit.
-    std::optional<double> BlackLevel;                       ///< Sample shown as black.
-    std::optional<double> WhiteLevel;                       ///< Sample shown as white.
+    std::optional<CompleteQuantity> IntensityScale;         ///< Intensity per unit of the pixel value.
+    std::optional<double> IntensityOffset;                  ///< Intensity of the pixel value 0, in the scale's unit.
+    std::optional<double> BlackLevel;                       ///< Pixel value shown as black.
+    std::optional<double> WhiteLevel;                       ///< Pixel value shown as white.
     std::optional<double> Gamma;                            ///< Exponent of the display, without unit.
     std::optional<double> Sigma;                            ///< Contrast stretch in standard deviations.
     std::optional<std::string> Encoding;                    ///< For example "uint16".
     std::optional<std::int32_t> BitsPerPixel;               ///< Of a stored pixel.
-    std::optional<double> PixelValueMaximum;                ///< Of the pixels.
-    std::optional<double> PixelValueMinimum;                ///< Of the pixels.
-    std::optional<double> PixelValueMean;                   ///< Of the pixels.
-    std::optional<double> PixelValueStandardDeviation;      ///< Of the pixels.
-    std::optional<double> Sharpness;                        ///< As the algorithm below gives it.
+    std::optional<double> PixelValueMaximum;                ///< Of all pixels.
+    std::optional<double> PixelValueMinimum;                ///< Of all pixels.
+    std::optional<double> PixelValueMean;                   ///< Of all pixels.
+    std::optional<double> PixelValueStandardDeviation;      ///< Of all pixels.
+    std::optional<double> Sharpness;                        ///< Result of SharpnessAlgorithm.
     std::optional<std::string> SharpnessAlgorithm;          ///< Name of the sharpness measure.
     std::optional<double> DigitalContrast;                  ///< Factor applied after acquisition.
     std::optional<double> DigitalBrightness;                ///< Offset applied after acquisition.
     std::optional<TransformMatrix> ReferenceTransformation; ///< From pixels to stage coordinates in m.
-    std::optional<Rectangle<double>> AcquisitionArea;       ///< Part of the full field; 0 to 1 is all of it.
+    std::optional<Rectangle<double>> AcquisitionArea;       ///< Fraction of the full field; 0 to 1 is all of it.
 
     bool operator==(const BinaryResultRecord&) const = default;
 };

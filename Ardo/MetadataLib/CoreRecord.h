@@ -12,10 +12,10 @@ namespace Ardo::MetadataLib
 /// What identifies an image and where it comes from. All texts are UTF-8.
 struct CoreRecord
 {
-    Uuid Guid;                                             ///< The image itself.
+    Uuid Guid;                                             ///< Identifies the image.
     std::optional<Uuid> ParentGuid;                        ///< The image that this one was made from.
     std::optional<std::string> Md5Checksum;                ///< Of the pixels, hexadecimal digits.
-    std::optional<std::string> PrivateChecksum;            ///< For the acquiring application's own use.
+    std::optional<std::string> PrivateChecksum;            ///< Defined by the acquiring application.
     std::optional<std::string> FileName;                   ///< Name under which the image was first stored.
     std::optional<TimePoint> FileDatetime;                 ///< When the file was written.
     std::optional<std::string> UserID;                     ///< Who acquired the image.

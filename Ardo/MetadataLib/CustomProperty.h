@@ -8,7 +8,7 @@
 namespace Ardo::MetadataLib
 {
 
-/// A value of the kind "long", which has 32 bits on every system but is told apart from an "int32".
+/// A value of the kind "long". It has 32 bits on every system, and is a kind of its own beside "int32".
 struct Long
 {
     std::int32_t value = 0; ///< The number.
@@ -16,7 +16,7 @@ struct Long
     bool operator==(const Long&) const = default;
 };
 
-/// A value of the kind "ulong", which has 32 bits on every system but is told apart from a "uint32".
+/// A value of the kind "ulong". It has 32 bits on every system, and is a kind of its own beside "uint32".
 struct ULong
 {
     std::uint32_t value = 0; ///< The number.
@@ -24,12 +24,13 @@ struct ULong
     bool operator==(const ULong&) const = default;
 };
 
-/// A value that an application adds under a name of its own. The index of the variant is the kind that documents name:
-/// 0 "int32", 1 "uint32", 2 "long", 3 "ulong", 4 "int64", 5 "uint64", 6 "float", 7 "double", 8 "string", 9 "bool".
-/// Texts are UTF-8.
+/// A value that an application adds under a name of its choice. Texts are UTF-8.
+///
+/// Each alternative of the variant has a name in documents; in the order of the index, from 0: "int32", "uint32",
+/// "long", "ulong", "int64", "uint64", "float", "double", "string", "bool".
 ///
 ///     metadata.CustomProperties["Operator.ShoeSize"] = 44;
-///     metadata.CustomProperties["Operator.Name"] = std::string("Ada"); // a bare literal is a text, too
+///     metadata.CustomProperties["Operator.Name"] = std::string("Ada"); // or a string literal
 using CustomPropertyValue = std::variant<std::int32_t, std::uint32_t, Long, ULong, std::int64_t, std::uint64_t, float,
                                          double, std::string, bool>;
 

@@ -9,11 +9,10 @@
 namespace Ardo::MetadataLib
 {
 
-/// A detector of which no more is known than its name, and the base of those of which more is known.
+/// A detector of no special kind, and the base of AnalyticalDetector, ImagingDetector and ScanningDetector.
 ///
-/// Assigning a detector through a reference to its base would cut off the rest: lists hold DetectorPtr, which copies
-/// and compares whole objects. The concrete classes are AnalyticalDetector, ImagingDetector and ScanningDetector. All
-/// texts are UTF-8.
+/// An assignment through a reference to the base slices the object. Lists therefore hold DetectorPtr, which copies and
+/// compares whole objects. All texts are UTF-8.
 class KILN_EXPORT Detector
 {
 public:
@@ -35,12 +34,12 @@ public:
     virtual bool IsEqual(const Detector& other) const;
 
     std::string DetectorName; ///< For example "HAADF".
-    /// Names the detector's element in documents and tells readers its class: "AnalyticalDetector",
-    /// "ImagingDetector", "ScanningDetector"; any other name is read back as a Detector. Has to be there and to be an
-    /// XML name without a colon, otherwise the metadata cannot be written.
+    /// The name of the detector's element in documents, which decides the class on reading: "AnalyticalDetector",
+    /// "ImagingDetector" or "ScanningDetector". Any other name is read as a Detector. Metadata can be written only if
+    /// the name is given and is an XML name without a colon.
     std::optional<std::string> DetectorType;
-    std::optional<bool> Inserted; ///< In the beam.
-    std::optional<bool> Enabled;  ///< Takes part in acquisitions.
+    std::optional<bool> Inserted; ///< The detector is in the beam.
+    std::optional<bool> Enabled;  ///< The detector is used in acquisitions.
 };
 
 } // namespace Ardo::MetadataLib

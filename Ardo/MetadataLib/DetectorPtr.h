@@ -13,22 +13,23 @@
 namespace Ardo::MetadataLib
 {
 
-/// Holds one detector of any class, by value: a copy of the holder has a detector of its own, and holders are equal
-/// when their detectors are of one class with equal fields. Used like a pointer that is never null.
+/// Owns one detector of any class and is used like a pointer that is never null.
+///
+/// A copy owns a copy of the detector. Two objects are equal if their detectors have the same class and equal fields.
 ///
 ///     metadata.Detectors.push_back(ImagingDetector());
 ///     auto* camera = dynamic_cast<ImagingDetector*>(metadata.Detectors.back().get());
 class KILN_EXPORT DetectorPtr
 {
 public:
-    /// Holds an empty Detector.
+    /// Owns an empty Detector.
     DetectorPtr();
 
-    /// Holds a copy of the whole object, whatever class it is declared to be: the copy is made by its Clone().
+    /// Owns a copy of the whole object, also if \p detector refers to its base: Clone() makes the copy.
     DetectorPtr(const Detector& detector);
 
-    /// Holds what \p detector is moved into. An object of a more special class than it is declared to be is copied, as
-    /// above: moving it would cut off the rest.
+    /// Owns an object that \p detector is moved into. If \p detector refers to the base of an object, the object is
+    /// copied by Clone() instead, because a move would slice it.
     template <std::derived_from<Detector> T>
     requires(!std::is_const_v<T>) DetectorPtr(T&& detector)
         : m_detector(typeid(detector) == typeid(T) ? std::make_unique<T>(std::move(detector)) : detector.Clone())
@@ -37,14 +38,14 @@ public:
 
     DetectorPtr(const DetectorPtr& other);
 
-    /// Exchanges the detectors, so that \p other holds one, too.
+    /// Takes the detector of \p other, which then owns an empty Detector.
     DetectorPtr(DetectorPtr&& other); // NOLINT(performance-noexcept-move-constructor): it makes a detector for other
 
-    /// Copies the other's detector, or takes it over from a temporary holder.
+    /// Copies the detector of \p other, or takes it if \p other is a temporary.
     DetectorPtr& operator=(DetectorPtr other) noexcept;
     ~DetectorPtr();
 
-    /// The detector, owned by this holder.
+    /// The detector, owned by this object.
     Detector& operator*() noexcept { return *m_detector; }
     /// \copydoc operator*()
     const Detector& operator*() const noexcept { return *m_detector; }
@@ -53,12 +54,12 @@ public:
     /// \copydoc operator*()
     const Detector* operator->() const noexcept { return m_detector.get(); }
 
-    /// The detector, owned by this holder, for example for a dynamic_cast. Never null.
+    /// The detector, owned by this object, for example for a dynamic_cast. Never null.
     Detector* get() noexcept { return m_detector.get(); }
     /// \copydoc get()
     const Detector* get() const noexcept { return m_detector.get(); }
 
-    /// True if both detectors are of one class with equal fields.
+    /// True if both detectors have the same class and equal fields.
     bool operator==(const DetectorPtr& other) const;
 
 private:

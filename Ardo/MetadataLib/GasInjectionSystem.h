@@ -8,7 +8,7 @@
 namespace Ardo::MetadataLib
 {
 
-/// What the needle of a gas injection system does.
+/// State of the needle of a gas injection system.
 enum class GasInjectionSystemNeedleState : std::int32_t
 {
     Unset = 0, ///< Not given.
@@ -39,7 +39,7 @@ struct GasInjectionSystem
     std::optional<std::string> PortName;                                              ///< Name of the chamber's port.
     std::optional<bool> HeaterOn;                                                     ///< The crucible is heated.
     std::optional<bool> GasFlowOn;                                                    ///< The valve is open.
-    GasInjectionSystemNeedleState NeedleState = GasInjectionSystemNeedleState::Unset; ///< What the needle does.
+    GasInjectionSystemNeedleState NeedleState = GasInjectionSystemNeedleState::Unset; ///< State of the needle.
     std::optional<double> NeedleTemperature;                                          ///< In K.
     std::vector<Gas> Gases; ///< In the order of the crucibles.
 

@@ -10,7 +10,7 @@
 namespace Ardo::MetadataLib
 {
 
-/// Which corrections of dark current and gain have been applied.
+/// Corrections of dark current and gain that have been applied.
 enum class ImagingDetectorDarkGainCorrectionType : std::int32_t
 {
     Unset = 0,    ///< Not given.
@@ -48,17 +48,17 @@ public:
 
     std::optional<std::string> ExposureMode;    ///< For example "Simultaneous".
     std::optional<double> Gain;                 ///< Without unit.
-    Vector2<std::int32_t> Binning{1, 1};        ///< Sensor pixels a pixel of the image.
+    Vector2<std::int32_t> Binning{1, 1};        ///< Sensor pixels per image pixel, in x and y.
     Rectangle<std::int32_t> ReadoutArea;        ///< In sensor pixels.
     double ExposureTime = 0.0;                  ///< In s.
     std::optional<double> ExposureTime2;        ///< Of the second exposure, in s.
     std::optional<double> PreExposureTime;      ///< In s.
     std::optional<double> PreExposurePauseTime; ///< In s.
     ImagingDetectorDarkGainCorrectionType DarkGainCorrectionType =
-        ImagingDetectorDarkGainCorrectionType::Unset;     ///< What has been corrected.
+        ImagingDetectorDarkGainCorrectionType::Unset;     ///< Applied corrections.
     std::optional<Vector2<double>> ScintillatorPixelSize; ///< In m.
     std::optional<double> PostMagnification;              ///< Between scintillator and sensor, without unit.
-    std::vector<Shutter> Shutters;                        ///< In the order of the beam.
+    std::vector<Shutter> Shutters;                        ///< In the order in which the beam passes them.
 };
 
 } // namespace Ardo::MetadataLib

@@ -6,7 +6,7 @@
 namespace Ardo::MetadataLib
 {
 
-/// The microscope that acquired the image, and the software that drove it. All texts are UTF-8.
+/// The microscope that acquired the image, and its software. All texts are UTF-8.
 struct InstrumentRecord
 {
     std::optional<std::string> AcquisitionServer;        ///< Name of the acquisition server software.

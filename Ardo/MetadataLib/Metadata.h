@@ -22,11 +22,11 @@
 namespace Ardo::MetadataLib
 {
 
-/// Everything that is known about an acquired image, as a tree of plain values.
+/// The acquisition record of an image: everything that is known about it, as a tree of plain values.
 ///
-/// The fields carry the names of the elements of the metadata document. An empty optional, an empty list and an
-/// enumeration's Unset mean that a value is not given; numbers are in SI base units. Copies are deep. Comparison is
-/// field by field, so a NaN differs from every number and from itself, as everywhere in C++.
+/// The fields have the names of the elements of the metadata document. An empty optional, an empty list and the
+/// enumerator Unset mean that a value is not given. Numbers are in SI base units. Copies are deep. Fields are compared
+/// one by one, so a record that contains a NaN differs from its own copy.
 ///
 ///     Metadata metadata;
 ///     metadata.Instrument.Manufacturer = "Maker";
@@ -43,9 +43,9 @@ struct Metadata
     VacuumRecord VacuumProperties;                       ///< Pressures.
     std::vector<GasInjectionSystem> GasInjectionSystems; ///< Gas injection systems, by port.
     DetectorList Detectors;                              ///< Detectors that took part.
-    BinaryResultRecord BinaryResult;                     ///< What the pixels mean.
+    BinaryResultRecord BinaryResult;                     ///< Meaning of the pixels.
     SampleRecord Sample;                                 ///< The sample.
-    CustomPropertyMap CustomProperties;                  ///< What the application adds.
+    CustomPropertyMap CustomProperties;                  ///< Values that the application adds.
 
     bool operator==(const Metadata&) const = default;
 };

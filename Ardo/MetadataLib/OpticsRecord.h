@@ -11,15 +11,15 @@
 namespace Ardo::MetadataLib
 {
 
-/// How the beam meets the sample.
+/// Kind of illumination.
 enum class OpticsOperatingMode : std::int32_t
 {
     Unset = 0, ///< Not given.
-    TEM = 1,   ///< Wide, parallel beam.
-    STEM = 2,  ///< Scanned, focused beam.
+    TEM = 1,   ///< A wide, parallel beam.
+    STEM = 2,  ///< A focused beam that is scanned.
 };
 
-/// What the projector lenses show.
+/// What the projector lenses project onto the camera or the screen.
 enum class OpticsProjectorMode : std::int32_t
 {
     Unset = 0,       ///< Not given.
@@ -27,7 +27,7 @@ enum class OpticsProjectorMode : std::int32_t
     Imaging = 2,     ///< The image.
 };
 
-/// How narrow the illumination is.
+/// Size of the probe.
 enum class OpticsProbeMode : std::int32_t
 {
     Unset = 0, ///< Not given.
@@ -35,8 +35,10 @@ enum class OpticsProbeMode : std::int32_t
     Microprobe = 2,
 };
 
-/// Settings of gun, lenses, deflectors and stigmators. "Normalized" and lens intensities are parts of the full range
-/// (1 is full); raw values are what the electronics are set to, without unit. All texts are UTF-8.
+/// Settings of gun, lenses, deflectors and stigmators. All texts are UTF-8.
+///
+/// Normalized values and lens intensities are fractions of the full range, from 0 to 1. Raw values are the settings of
+/// the electronics, without unit.
 struct OpticsRecord
 {
     std::optional<double> GunLensSetting;                           ///< Number of the gun lens setting.
@@ -51,23 +53,23 @@ struct OpticsRecord
     std::optional<double> C1LensIntensity;                          ///< First condenser lens.
     std::optional<double> C2LensIntensity;                          ///< Second condenser lens.
     std::optional<double> C3LensIntensity;                          ///< Third condenser lens.
-    std::optional<double> ObjectiveLensIntensity;                   ///< Part of the full range.
-    std::optional<double> IntermediateLensIntensity;                ///< Part of the full range.
-    std::optional<double> DiffractionLensIntensity;                 ///< Part of the full range.
-    std::optional<double> Projector1LensIntensity;                  ///< Part of the full range.
-    std::optional<double> Projector2LensIntensity;                  ///< Part of the full range.
-    std::optional<double> LorentzLensIntensity;                     ///< Part of the full range.
-    std::optional<double> MiniCondenserLensIntensity;               ///< Part of the full range.
+    std::optional<double> ObjectiveLensIntensity;                   ///< Fraction of the full range.
+    std::optional<double> IntermediateLensIntensity;                ///< Fraction of the full range.
+    std::optional<double> DiffractionLensIntensity;                 ///< Fraction of the full range.
+    std::optional<double> Projector1LensIntensity;                  ///< Fraction of the full range.
+    std::optional<double> Projector2LensIntensity;                  ///< Fraction of the full range.
+    std::optional<double> LorentzLensIntensity;                     ///< Fraction of the full range.
+    std::optional<double> MiniCondenserLensIntensity;               ///< Fraction of the full range.
     std::optional<double> EmissionCurrent;                          ///< In A.
     std::optional<double> BeamCurrent;                              ///< Measured, in A.
-    std::optional<double> BeamCurrentSelected;                      ///< Asked for, in A.
+    std::optional<double> BeamCurrentSelected;                      ///< Requested, in A.
     std::optional<double> BeamDiameter;                             ///< On the sample, in m.
     std::optional<double> BeamConvergence;                          ///< Half angle, in rad.
     std::optional<double> ScreenCurrent;                            ///< In A.
     std::optional<double> LastMeasuredScreenCurrent;                ///< In A.
     std::optional<bool> IlluminationOn;                             ///< The beam reaches the sample.
     std::optional<std::string> IlluminationType;                    ///< For example "Parallel".
-    std::optional<double> IlluminationIntensityNormalized;          ///< Part of the full range.
+    std::optional<double> IlluminationIntensityNormalized;          ///< Fraction of the full range.
     std::optional<Vector2<double>> FullScanFieldOfView;             ///< Of the whole scan range, in m.
     std::optional<Vector2<double>> ScanFieldOfView;                 ///< Of this scan, in m.
     std::optional<double> WorkingDistance;                          ///< In m.
@@ -75,7 +77,7 @@ struct OpticsRecord
     std::optional<Vector2<double>> BeamTilt;                        ///< In rad.
     std::optional<Vector2<double>> ImageShift;                      ///< In m.
     std::optional<Vector2<double>> BeamShift;                       ///< In m.
-    std::optional<bool> SampleTiltCorrectionOn;                     ///< The scan is stretched for a tilted sample.
+    std::optional<bool> SampleTiltCorrectionOn;                     ///< The scan is stretched to correct for the tilt.
     std::optional<double> SamplePreTiltAngle;                       ///< Of the holder, in rad.
     std::optional<Vector2<double>> StigmatorRaw;                    ///< Raw.
     std::optional<Vector2<double>> GunStigmatorRaw;                 ///< Raw.
@@ -87,14 +89,14 @@ struct OpticsRecord
     std::optional<double> STEMFocus;                                ///< In m.
     std::optional<double> Defocus;                                  ///< In m, negative for underfocus.
     std::optional<double> NominalMagnification;                     ///< Without unit, 1 is life size.
-    OpticsOperatingMode OperatingMode = OpticsOperatingMode::Unset; ///< Wide or scanned beam.
+    OpticsOperatingMode OperatingMode = OpticsOperatingMode::Unset; ///< Kind of illumination.
     std::string TEMOperatingSubMode;                                ///< For example "BrightField"; empty for none.
     std::optional<std::string> OpticalMode;                         ///< Name of the optical mode.
-    OpticsProjectorMode ProjectorMode = OpticsProjectorMode::Unset; ///< What the projector lenses show.
+    OpticsProjectorMode ProjectorMode = OpticsProjectorMode::Unset; ///< Diffraction pattern or image.
     std::optional<bool> EFTEMOn;                                    ///< The energy filter is in use.
     std::string ObjectiveLensMode;                                  ///< For example "HM"; empty for none.
     std::string IlluminationMode;                                   ///< For example "Parallel"; empty for none.
-    OpticsProbeMode ProbeMode = OpticsProbeMode::Unset;             ///< How narrow the illumination is.
+    OpticsProbeMode ProbeMode = OpticsProbeMode::Unset;             ///< Size of the probe.
     std::optional<double> CameraLength;                             ///< In m.
     std::optional<double> DiffractionFocus;                         ///< In m.
     std::optional<bool> CrossOverOn;                                ///< The beam has a cross-over.

@@ -12,7 +12,7 @@ double InBaseUnit(const Quantity& quantity) noexcept
     {
         return quantity.Value;
     }
-    // Powers of ten up to 22 are exact, so a quotient has one rounding where a product with a negative power has two.
+    // 10^n is exact up to n = 22, 10^-n is not. So a division rounds once where a multiplication would round twice.
     return power < 0 ? quantity.Value / std::pow(10.0, -static_cast<double>(power))
                      : quantity.Value * std::pow(10.0, power);
 }

@@ -19,15 +19,14 @@ struct Quantity
     bool operator==(const Quantity&) const = default;
 };
 
-/// The number in the unit without prefix: 1.07e-7 for 107 with the prefix power -9. Not rounded where the power is not
-/// given or 0.
-/// \throws nothing; a number out of range is 0 or infinite.
+/// The value in the unit without prefix: 1.07e-7 for 107 with the prefix power -9. If the power is 0 or not given, the
+/// value is returned unchanged. A result out of range is 0 or infinite.
 KILN_EXPORT double InBaseUnit(const Quantity& quantity) noexcept;
 
 /// A number whose unit and prefix are always given.
 ///
-/// Readers of the documents insist on all three parts, so a quantity of this kind cannot be made without one of them:
-/// what is written can be read. A number without a unit has an empty unit and the power 0.
+/// Readers of the documents require all three parts, so none of them is optional here. A number without a unit has an
+/// empty unit and the power 0.
 struct CompleteQuantity
 {
     double Value = 0.0;               ///< In 10^UnitPrefixPower units.

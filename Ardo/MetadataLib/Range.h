@@ -3,12 +3,12 @@
 namespace Ardo::MetadataLib
 {
 
-/// An interval from \c begin to \c end, in the unit of the field that holds it. Nothing orders the two.
+/// An interval from \c begin to \c end, in the unit of the field that holds it. \c begin may be greater than \c end.
 template <typename T>
 struct Range
 {
-    T begin{}; ///< Where it begins.
-    T end{};   ///< Where it ends.
+    T begin{}; ///< First limit.
+    T end{};   ///< Second limit.
 
     bool operator==(const Range&) const = default;
 };

@@ -3,10 +3,11 @@
 namespace Ardo::MetadataLib
 {
 
-/// A rectangle kept by its corners, in the unit of the field that holds it.
+/// A rectangle with axis-parallel edges, in the unit of the field that holds it.
 ///
-/// Documents show origin and extent ("X", "Y", "Width", "Height"). For `int` the extent has to fit 32 bits; for
-/// `double` the far corner comes back as left + (right - left), which may differ from it in the last digit.
+/// Documents contain its origin and extent ("X", "Y", "Width", "Height"). With `int` the extent must fit 32 bits. With
+/// `double` the right edge is read back as left + (right - left), which may differ from it in the last digit; so is
+/// the lower edge.
 template <typename T>
 struct Rectangle
 {

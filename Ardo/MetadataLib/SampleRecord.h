@@ -8,11 +8,11 @@
 namespace Ardo::MetadataLib
 {
 
-/// The sample that was looked at. All texts are UTF-8.
+/// The sample in the microscope. All texts are UTF-8.
 struct SampleRecord
 {
-    std::optional<Uuid> SampleGuid;                ///< The sample itself.
-    std::optional<std::string> SampleID;           ///< The laboratory's own identification.
+    std::optional<Uuid> SampleGuid;                ///< Identifies the sample.
+    std::optional<std::string> SampleID;           ///< Identification used in the laboratory.
     std::optional<std::string> SampleDescription;  ///< Free text.
     std::optional<std::string> SampleSessionID;    ///< The session at the microscope.
     std::optional<std::string> RegionOfInterestID; ///< The region within the sample.

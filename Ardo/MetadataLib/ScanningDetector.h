@@ -6,7 +6,7 @@
 namespace Ardo::MetadataLib
 {
 
-/// A detector that is read while the beam is scanned.
+/// A detector whose signal is sampled while the beam is scanned.
 class KILN_EXPORT ScanningDetector : public Detector
 {
 public:
@@ -24,7 +24,7 @@ public:
     std::unique_ptr<Detector> Clone() const override;
     bool IsEqual(const Detector& other) const override;
 
-    std::optional<double> MixContribution;             ///< Part of the mixed signal, 0 to 1.
+    std::optional<double> MixContribution;             ///< Fraction of the mixed signal, 0 to 1.
     std::optional<std::string> Signal;                 ///< For example "BSE".
     std::optional<std::string> Segments;               ///< For example "A+B".
     std::optional<double> Gain;                        ///< Without unit.

@@ -15,7 +15,7 @@ struct StageTiltRecord
     bool operator==(const StageTiltRecord&) const = default;
 };
 
-/// Where the stage stands.
+/// Position of the stage.
 struct StagePositionRecord
 {
     double X = 0.0;                 ///< In m.
@@ -27,10 +27,10 @@ struct StagePositionRecord
     bool operator==(const StagePositionRecord&) const = default;
 };
 
-/// The stage and what is mounted on it. All texts are UTF-8.
+/// The stage, the sample holder and the loader. All texts are UTF-8.
 struct StageRecord
 {
-    StagePositionRecord StagePosition;       ///< Where the stage stands.
+    StagePositionRecord StagePosition;       ///< Position of the stage.
     std::optional<std::string> HolderType;   ///< Name of the sample holder.
     std::optional<double> HolderTemperature; ///< In K.
     std::optional<std::string> SampleLoader; ///< Name of the sample loader.
