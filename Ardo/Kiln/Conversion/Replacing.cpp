@@ -27,7 +27,7 @@ void AppendConverted(std::basic_string<To>& result, std::basic_string_view<From>
         {
             result.append(text);
         }
-        else // append() of other units would make a string of them first
+        else // append() of units of another type would build a temporary string
         {
             const std::size_t size = result.size();
             result.resize(size + text.size());
@@ -44,7 +44,7 @@ void AppendConverted(std::basic_string<To>& result, std::basic_string_view<From>
         if (codePoint == utf::illegal || codePoint == utf::incomplete)
         {
             codePoint = Replacement;
-            next = start + 1; // what follows the wrong unit may be right
+            next = start + 1; // the units behind the invalid one may be valid
         }
         utf::utf_traits<To>::encode(codePoint, std::back_inserter(result));
     }

@@ -8,8 +8,8 @@
 namespace Ardo::Kiln::Conversion
 {
 
-// Conversions for texts that must not fail: logs, messages, names of files. U+FFFD, the replacement character, takes
-// the place of each unit that is not part of valid text. They throw std::bad_alloc only. Any thread may call them.
+// Conversions that accept any text, for logs, messages and file names. The replacement character U+FFFD replaces each
+// unit that is not part of valid text. They throw std::bad_alloc only. Any thread may call them.
 
 /// Appends \p utf8 to \p wide.
 KILN_EXPORT void AppendReplacing(std::wstring& wide, std::string_view utf8);
@@ -17,7 +17,7 @@ KILN_EXPORT void AppendReplacing(std::wstring& wide, std::string_view utf8);
 /// Appends \p wide to \p utf8.
 KILN_EXPORT void AppendReplacing(std::string& utf8, std::wstring_view wide);
 
-/// Appends \p text, which should be UTF-8, to \p utf8, which is.
+/// Appends \p text, which may contain invalid UTF-8, to \p utf8.
 KILN_EXPORT void AppendReplacing(std::string& utf8, std::string_view text);
 
 } // namespace Ardo::Kiln::Conversion

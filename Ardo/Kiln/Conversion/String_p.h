@@ -9,7 +9,7 @@
 namespace Ardo::Kiln::Conversion
 {
 
-/// Refuses a text whose length, in code units, the system's conversion cannot take.
+/// Checks that the system's conversion accepts a text of \p length code units.
 /// \throws std::range_error with "bad conversion, invalid parameter" from 2^31 units on.
 KILN_EXPORT_FOR_TESTS void CheckLength(std::size_t length);
 
@@ -17,7 +17,7 @@ KILN_EXPORT_FOR_TESTS void CheckLength(std::size_t length);
 template <typename Char>
 bool IsAscii(std::basic_string_view<Char> text) noexcept
 {
-    // No early end: so the compiler checks many units at a time, and most texts are short or ASCII.
+    // Without an early return the compiler vectorises the loop. Most texts are short or ASCII.
     std::make_unsigned_t<Char> bits = 0;
     for (const Char unit : text)
     {
