@@ -11,21 +11,22 @@
 namespace Ardo::Kiln::Time
 {
 
-// Time points as calendar fields and as text for people. Ticks below a second are cut off. Any thread may call the
-// functions; the local ones use the machine's time zone (TZ, where it is set).
+// Time points as calendar fields and as text for people. Fractions of a second are cut off. Any thread may call the
+// functions. "Local" is the time zone of the machine, or of the variable TZ where it is set.
 
-/// The fields of the time in UTC. Empty up to the first second of 1970 itself, so that a zero-initialised time point
-/// reads as absent, and where the C library knows no such time (Windows: after the year 3000).
+/// The calendar fields of \p time in UTC. Empty for times before 1970-01-01T00:00:01, so that a zero-initialised time
+/// point counts as absent. Empty also for times that the C library does not support (Windows: after the year 3000).
 KILN_EXPORT std::optional<std::tm> ToGmtime(TimePoint time);
 
-/// The fields of the time in the machine's time zone. Empty under the conditions of ToGmtime.
+/// The calendar fields of \p time in local time. Empty under the conditions of ToGmtime.
 KILN_EXPORT std::optional<std::tm> ToLocaltime(TimePoint time);
 
-/// The time in the machine's time zone as text, the same under every locale; L"-" if there is none, or if ToLocaltime
-/// has no fields for it. \p format is one of the two named values; any other gives an empty text.
+/// The local time as text, independent of the locale. L"-" if \p time is empty or ToLocaltime returns no fields for it.
+/// A value of \p format that has no name gives an empty text.
 KILN_EXPORT std::wstring ToLocalTimeString(const std::optional<TimePoint>& time, TimeFormat format);
 
-/// The same for `system_clock` times of another resolution, such as `system_clock::now()`; rounded down to ticks first.
+/// The same for `system_clock` times of another resolution, such as `system_clock::now()`. They are rounded down to
+/// ticks first.
 template <typename Duration>
 std::optional<std::tm> ToGmtime(std::chrono::time_point<std::chrono::system_clock, Duration> time)
 {

@@ -19,7 +19,7 @@ using std::chrono::milliseconds;
 
 constexpr std::string_view UtcPattern = "yyyy-MM-ddTHH:mm:ss.zzzZ";
 
-// Places of the fields in UtcPattern.
+// Offsets of the fields in UtcPattern.
 constexpr std::size_t Year = 0;
 constexpr std::size_t Month = 5;
 constexpr std::size_t Day = 8;
@@ -54,7 +54,8 @@ unsigned int GetDigits(std::string_view text, std::size_t place, int digits)
     return value;
 }
 
-/// Reads a text of exactly UtcPattern's form; empty for any other, and for a date or a time of day that does not exist.
+/// Reads a text of exactly the form of UtcPattern. Empty for any other text, and for a date or time of day that does
+/// not exist.
 std::optional<milliseconds> ReadUtcPattern(std::string_view text)
 {
     if (text.size() != UtcPattern.size())
@@ -76,7 +77,7 @@ std::optional<milliseconds> ReadUtcPattern(std::string_view text)
     const unsigned int hour = GetDigits(text, Hour, 2);
     const unsigned int minute = GetDigits(text, Minute, 2);
     const unsigned int second = GetDigits(text, Second, 2);
-    // Qt has no year 0, and its own opinion of 24:00 and of leap seconds.
+    // Qt reads the year 0, 24:00 and leap seconds in its own way: such texts are left to it.
     if (!date.ok() || date.year() == std::chrono::year(0) || hour > 23 || minute > 59 || second > 59)
     {
         return std::nullopt;
@@ -85,7 +86,7 @@ std::optional<milliseconds> ReadUtcPattern(std::string_view text)
            std::chrono::seconds(second) + milliseconds(GetDigits(text, Millisecond, 3));
 }
 
-/// The nearest time point that there is.
+/// The nearest time point within the range of TimePoint.
 TimePoint ToTimePoint(const QDateTime& time)
 {
     const qint64 sinceEpoch = std::clamp(time.toMSecsSinceEpoch(), -MaxMilliseconds, MaxMilliseconds);
@@ -136,7 +137,7 @@ std::optional<TimePoint> ReadISOString(const std::string& text)
         return TimePoint(*utc);
     }
     const QDateTime time = QDateTime::fromString(QString::fromStdString(text), Qt::ISODateWithMs);
-    // A local time that the clock has skipped is invalid as a whole; it still has a date, a time of day and a moment.
+    // Qt calls a local time invalid that is skipped when the clock is set forward, but still converts it.
     return time.date().isValid() && time.time().isValid() ? std::optional(ToTimePoint(time)) : std::nullopt;
 }
 

@@ -9,7 +9,7 @@
 namespace Ardo::Kiln::Time
 {
 
-/// What FromLocalTimeISOString answers, or nothing for a text that is no time. Any thread may call it.
+/// Like FromLocalTimeISOString, but empty for malformed text. Any thread may call it.
 KILN_EXPORT_FOR_TESTS std::optional<TimePoint> ReadISOString(const std::string& text);
 
 } // namespace Ardo::Kiln::Time
