@@ -1,10 +1,10 @@
 #pragma once
 
-/// The characters beyond ASCII that quantity texts are written with. Each is one `wchar_t` on every system.
+/// The characters beyond ASCII that quantity texts contain. Each is one `wchar_t` on every system.
 namespace Ardo::Kiln::Formatting::Characters
 {
 
-/// Stands between two factors of a unit: "·".
+/// "·", which separates two factors of a unit.
 inline constexpr wchar_t MiddleDot = L'\u00B7';
 /// The sign of a negative superscript exponent: "ˉ", a modifier letter that most fonts have.
 inline constexpr wchar_t RaisedMinus = L'\u02C9';
@@ -16,9 +16,9 @@ inline constexpr wchar_t SuperscriptTwo = L'\u00B2';
 inline constexpr wchar_t SuperscriptThree = L'\u00B3';
 /// "∞"
 inline constexpr wchar_t Infinity = L'\u221E';
-/// "µ", the micro sign: what is written before a unit for 1e-6.
+/// "µ", the micro sign: the prefix that is written for 1e-6.
 inline constexpr wchar_t MicroSign = L'\u00B5';
-/// "μ", the Greek letter: read like the micro sign, never written.
+/// "μ", the Greek letter: read like the micro sign and never written.
 inline constexpr wchar_t GreekSmallMu = L'\u03BC';
 
 } // namespace Ardo::Kiln::Formatting::Characters

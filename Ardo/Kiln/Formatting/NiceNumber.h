@@ -5,12 +5,11 @@
 namespace Ardo::Kiln::Formatting
 {
 
-/// The next nice step of an axis or a scale bar: 2, 5 or 10 times a power of ten, rounded up from \p value.
+/// The step of an axis or a scale bar: \p value, rounded up to 2, 5 or 10 times a power of ten.
 ///
-/// A value that is 1 times a power of ten gives 2 times that power, so that the step is never the power itself;
-/// 2 and 5 times a power are already nice and stay.
-/// \param value greater than 0 and finite; anything else gives 0, NaN or infinity, never an exception.
+/// A power of ten itself gives 2 times that power; 2 and 5 times a power of ten are returned unchanged.
 /// Any thread may call it.
+/// \param value greater than 0 and finite; any other value gives 0, NaN or infinity.
 KILN_EXPORT double CreateNiceNumber(double value) noexcept;
 
 } // namespace Ardo::Kiln::Formatting

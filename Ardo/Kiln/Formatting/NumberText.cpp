@@ -14,7 +14,7 @@ namespace Ardo::Kiln::Formatting
 namespace
 {
 
-// Rounds to a multiple of \p step, a tie to the even multiple. Exact, unlike dividing, rounding and multiplying.
+// Rounds to a multiple of the step, a tie to the even multiple. Exact, unlike dividing, rounding and multiplying.
 double RoundToMultiple(double value, double step) noexcept
 {
     const double magnitude = std::abs(value);
@@ -35,8 +35,8 @@ void NumberText::WriteFewDecimals(double value, int decimals) noexcept
     const double power = PowerOfTen(decimals);
     const double product = magnitude * power;
     auto digits = static_cast<std::uint64_t>(product);
-    // The fraction is exact, and what the product lost by rounding is less than its last bit: that counts only where
-    // the fraction is a half.
+    // The fraction is exact. The rounding error of the product is less than its last bit, so it decides only where the
+    // fraction is exactly one half.
     const double fraction = product - static_cast<double>(digits);
     const double lost = fraction == 0.5 ? std::fma(magnitude, power, -product) : 0;
     if (fraction > 0.5 || (fraction == 0.5 && (lost > 0 || (lost == 0 && digits % 2 != 0))))
@@ -44,8 +44,8 @@ void NumberText::WriteFewDecimals(double value, int decimals) noexcept
         ++digits;
     }
 
-    constexpr int mostCharacters = 20;
-    m_end = m_text + mostCharacters;
+    constexpr int maxCharacters = 20;
+    m_end = m_text + maxCharacters;
     m_begin = m_end;
     const auto writeDigit = [&]
     {
@@ -76,8 +76,8 @@ void NumberText::WriteFixed(double value, int decimals) noexcept
     {
         value = RoundToMultiple(value, PowerOfTen(-static_cast<double>(decimals)));
     }
-    const int shown = std::clamp(decimals, 0, MostDecimals);
-    if (shown <= MostFewDecimals)
+    const int shown = std::clamp(decimals, 0, MaxDecimals);
+    if (shown <= MaxFewDecimals)
     {
         WriteFewDecimals(value, shown);
         return;
@@ -91,7 +91,7 @@ void NumberText::WriteScientific(double value, int decimals, char exponentSign) 
     {
         value = RoundToMultiple(value, step);
     }
-    const int shown = std::clamp(decimals, 0, MostDecimals);
+    const int shown = std::clamp(decimals, 0, MaxDecimals);
     m_end = std::to_chars(m_text, std::end(m_text), value, std::chars_format::scientific, shown).ptr;
     *std::find(m_text, m_end, 'e') = exponentSign;
 }

@@ -43,13 +43,14 @@ bool EndsNumber(wchar_t character) noexcept
            character == Characters::Infinity;
 }
 
-// What a person may write for the characters above.
+// Also for the other characters that a person may write as separator or minus.
 bool EndsWrittenNumber(wchar_t character) noexcept
 {
     return EndsNumber(character) || character == L',' || character == MinusSign;
 }
 
-// The length of the number at the beginning of \p text. Not looked for behind "^", where exponents of the unit stand.
+// The length of the number at the beginning of the text. The number ends before the first "^": digits behind it are
+// exponents of the unit.
 template <typename Predicate>
 std::size_t NumberLength(std::wstring_view text, const Predicate& endsNumber) noexcept
 {
@@ -74,7 +75,7 @@ std::wstring_view WithoutBlanks(std::wstring_view text) noexcept
     return text;
 }
 
-// The factor of the prefix that \p unit begins with, if it begins with one.
+// The factor of the prefix that the unit begins with, if it begins with one.
 std::optional<double> PrefixFactor(std::wstring_view unit) noexcept
 {
     switch (unit.empty() ? L'\0' : unit.front())
@@ -128,7 +129,7 @@ double KilogramsPerGram(int exponent) noexcept
     return exponent == 2 ? 1e-6 : Raised(0.001, exponent);
 }
 
-// What the "∞" in \p number stands for, 0 if there is none.
+// The value of the "∞" in the number with its sign; 0 if there is none.
 double FindInfinity(std::wstring_view number) noexcept
 {
     constexpr double infinite = std::numeric_limits<double>::infinity();
@@ -148,7 +149,7 @@ double FindInfinity(std::wstring_view number) noexcept
     return found;
 }
 
-// What std::strtod does in the C locale: moves \p first behind the number. No system error number, no locale.
+// Like std::strtod in the C locale: moves "first" behind the number. Uses neither errno nor the locale.
 std::errc ToDouble(const char*& first, const char* last, double& value) noexcept
 {
     const bool isNegative = first != last && *first == '-';
@@ -171,12 +172,12 @@ std::errc ToDouble(const char*& first, const char* last, double& value) noexcept
     return result.ec;
 }
 
-// The value of \p text if it is nothing but digits, few enough for an exact double, with a separator or without.
-// Dividing one exact number by another is correctly rounded, and takes a fraction of the time of the general way.
+// The value of a text of at most 15 digits and at most one separator; empty for any other text. Both operands of the
+// division are exact, so the quotient is correctly rounded. Much faster than std::from_chars.
 std::optional<double> ToPlainNumber(std::wstring_view text) noexcept
 {
-    constexpr std::size_t mostCharacters = 16; // 15 digits are less than 2^53
-    if (text.size() > mostCharacters)
+    constexpr std::size_t maxCharacters = 16; // 15 digits are less than 2^53
+    if (text.size() > maxCharacters)
     {
         return std::nullopt;
     }
@@ -200,7 +201,7 @@ std::optional<double> ToPlainNumber(std::wstring_view text) noexcept
         }
     }
     const std::size_t count = text.size() - (hasSeparator ? 1 : 0);
-    if (count == 0 || count == mostCharacters)
+    if (count == 0 || count == maxCharacters)
     {
         return std::nullopt;
     }
@@ -210,11 +211,11 @@ std::optional<double> ToPlainNumber(std::wstring_view text) noexcept
 // How much of a text may be ignored.
 enum class Strictness
 {
-    Standard, // what std::stod ignores, and units that are not those asked for
-    Strict,   // nothing
+    Standard, // the text that std::stod ignores, and another unit than the expected one
+    Strict,   // no text
 };
 
-// Converts the number at the beginning of \p text, which has to hold every separator of the text.
+// Converts the number at the beginning of the text. A separator behind the number is an error.
 double ToDouble(std::wstring_view text, Strictness strictness)
 {
     text = WithoutBlanks(text);
@@ -257,7 +258,7 @@ double ToDouble(std::wstring_view text, Strictness strictness)
     return value;
 }
 
-// True if \p parsed is \p expected behind one prefix, or its plural.
+// True if the parsed unit is the expected one behind one prefix, or its plural.
 bool IsPrefixed(std::wstring_view parsed, std::wstring_view expected) noexcept
 {
     if (Equals(expected, Units::Frame))
@@ -267,7 +268,8 @@ bool IsPrefixed(std::wstring_view parsed, std::wstring_view expected) noexcept
     return PrefixFactor(parsed) && AreShownAlike(parsed.substr(1), expected);
 }
 
-// Throws if \p number or \p parsedUnit hold more than a number, or infinity, and a unit that was asked for.
+// Throws if the parsed unit is not the expected one, or if there is other text beside an infinity. Other numbers are
+// checked when they are converted.
 void CheckStrictly(std::wstring_view number, std::wstring_view parsedUnit, std::wstring_view expectedUnit)
 {
     if (!parsedUnit.empty() && !AreShownAlike(parsedUnit, expectedUnit) && !IsPrefixed(parsedUnit, expectedUnit))
@@ -309,7 +311,7 @@ double Read(const std::wstring& text, const std::wstring& unit, Strictness stric
     if (strictness == Strictness::Strict)
     {
         CheckStrictly(number, parsedUnit, expectedUnit);
-        // A person who leaves out the unit of a mass means kilograms; the prefix is what Parse takes for left out.
+        // A mass without a unit is in kilograms here. Parse reads it in grams.
         massFactor = parsedUnit.empty() ? 1 : massFactor;
     }
     if (const double infinity = FindInfinity(number); infinity != 0)
@@ -344,7 +346,7 @@ try
 }
 catch (...)
 {
-    // Out of memory, too: a caller of this form asks only whether there is a number.
+    // Also if there is no memory: the caller learns only whether the text is a number.
     return false;
 }
 

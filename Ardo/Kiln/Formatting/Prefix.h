@@ -8,7 +8,7 @@
 namespace Ardo::Kiln::Formatting
 {
 
-/// The SI prefixes that quantities are written with. The value of each is its decimal exponent.
+/// The SI prefixes of quantities. The value of each is its decimal exponent.
 enum class Prefix : int
 {
     Femto = -15, ///< "f"
@@ -25,12 +25,12 @@ enum class Prefix : int
     Exa = 18,    ///< "E"
 };
 
-/// The symbol that is written before a unit: an empty text or one character. Any thread may call it. A value between
-/// two prefixes counts as the smaller one, a value beyond them as the last.
+/// The symbol that is written before a unit: an empty text or one character. A value between two enumerators gives the
+/// symbol of the smaller one, a value beyond them that of the nearest. Any thread may call it.
 KILN_EXPORT const wchar_t* PrefixSymbol(Prefix prefix) noexcept;
 
-/// The prefix that is written as \p symbol, "" being Prefix::None; empty if there is none. The Greek letter and "u"
-/// count as the micro sign. Any thread may call it.
+/// The prefix with the symbol \p symbol; empty if there is none. "" is Prefix::None. The Greek letter mu and "u" are
+/// read like the micro sign. Any thread may call it.
 KILN_EXPORT std::optional<Prefix> PrefixFromSymbol(const std::wstring& symbol) noexcept;
 
 } // namespace Ardo::Kiln::Formatting

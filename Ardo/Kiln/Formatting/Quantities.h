@@ -8,14 +8,14 @@
 namespace Ardo::Kiln::Formatting
 {
 
-/// The physical quantity that a unit stands for.
+/// A unit and the physical quantity that it measures.
 struct UnitQuantity
 {
     std::wstring_view unit; ///< One of Units.
-    std::wstring_view name; ///< For axis titles and the like.
+    std::wstring_view name; ///< For titles of axes, in English.
 };
 
-/// Names of quantities in the order in which they are offered to a user. Two units may share one name.
+/// The names of quantities, in the order in which a user interface lists them. Two units may have the same name.
 inline constexpr std::array<UnitQuantity, 13> Quantities{{
     {Units::Metre, L"Distance"},
     {Units::PerMetre, L"Spatial frequency"},

@@ -23,13 +23,13 @@ bool NeverHasPrefix(std::wstring_view unit) noexcept
 {
     const auto isUnit = [&](std::wstring_view entry)
     {
-        // The first characters tell nearly all units apart.
+        // Nearly all units differ in the first character.
         return unit.size() == entry.size() && (unit.empty() || (unit.front() == entry.front() && unit == entry));
     };
     return std::any_of(Units::WithoutPrefix.begin(), Units::WithoutPrefix.end(), isUnit);
 }
 
-// 1000 to the power of \p exponent: grams in a kilogram, for masses in any power.
+// 1000 to the power of the exponent: the grams of a kilogram, for masses of any power.
 double GramsPerKilogram(int exponent) noexcept
 {
     switch (exponent)
@@ -43,7 +43,7 @@ double GramsPerKilogram(int exponent) noexcept
     }
 }
 
-// The decimal exponent of the prefix that shows \p magnitude with one to three digits before the point.
+// The decimal exponent of the prefix that gives the magnitude one to three digits before the point.
 int ChoosePrefix(double magnitude, int unitExponent, Prefix minPrefix, Prefix maxPrefix) noexcept
 {
     constexpr double logOfZero = -15.0;
@@ -51,7 +51,7 @@ int ChoosePrefix(double magnitude, int unitExponent, Prefix minPrefix, Prefix ma
     const double sign = unitExponent > 0 ? 1 : -1;
     const double power = std::abs(static_cast<double>(unitExponent));
     const double exponent = power != 0 ? std::floor(log / (3 * power)) * (3 * sign) : sign * log;
-    // Held against the bounds before it becomes an int: a mass that overflows in grams has none that is finite.
+    // Compared with the bounds before the conversion to int: for a mass that overflows in grams it is infinite.
     const auto lowest = static_cast<int>(minPrefix);
     const auto highest = static_cast<int>(maxPrefix);
     if (exponent > highest)
@@ -61,15 +61,15 @@ int ChoosePrefix(double magnitude, int unitExponent, Prefix minPrefix, Prefix ma
     return exponent >= lowest ? static_cast<int>(exponent) : lowest;
 }
 
-// How many decimals tell values apart that differ by \p resolution, in units of what is shown.
+// The number of decimals that shows a difference of the resolution, which is in the displayed unit.
 int DecimalsOf(double resolution) noexcept
 {
-    constexpr double fewest = -400; // 1e400 is beyond every double
+    constexpr double minDecimals = -400; // 1e400 is beyond every double
     const double decimals = -std::floor(std::log10(resolution));
-    return static_cast<int>(std::clamp(decimals, fewest, static_cast<double>(NumberText::MostDecimals)));
+    return static_cast<int>(std::clamp(decimals, minDecimals, static_cast<double>(NumberText::MaxDecimals)));
 }
 
-// What stands in place of a number that is not finite.
+// The text of a number that is not finite.
 std::wstring_view Symbol(double value) noexcept
 {
     if (std::isnan(value))
@@ -115,7 +115,7 @@ std::wstring SI(double value, const std::wstring& unit, int decimals, double res
 
     if (std::isfinite(resolution) && resolution > 0)
     {
-        // Where there is no prefix the exponent does not count, but a malformed one is an error all the same.
+        // Without a prefix the exponent is not used, but a malformed one is an error in any case.
         UnitExponent(shownUnit);
         decimals = DecimalsOf(resolution / scale);
     }

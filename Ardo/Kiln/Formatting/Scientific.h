@@ -7,11 +7,11 @@
 namespace Ardo::Kiln::Formatting
 {
 
-/// A quantity as mantissa and exponent, without a prefix: "1.234e-05 m". Any thread may call it.
+/// The text of a quantity with mantissa and exponent, without a prefix: "1.234e-05 m". Any thread may call it.
 ///
-/// \param value in the unit \p unit; what is not finite is shown as "-".
-/// \param unit one of Units; follows after one space, "°" too, with its exponents as superscripts.
-/// \param fractionDigits digits after the point, 1 to 1100; more are not written.
+/// \param value in \p unit; infinities and NaN are written as "-".
+/// \param unit one of Units. One space precedes it, also "°". Its exponents are written as superscripts.
+/// \param fractionDigits digits after the point, at least 1; at most 1100 are written.
 /// \throws std::runtime_error with "The fraction digits must be > 0" if \p fractionDigits is less than 1.
 KILN_EXPORT std::wstring Scientific(double value, const std::wstring& unit, int fractionDigits);
 

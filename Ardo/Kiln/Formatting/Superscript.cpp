@@ -18,7 +18,7 @@ wchar_t SuperscriptDigit(wchar_t digit) noexcept
     return digit >= L'1' && digit <= L'3' ? digits[digit - L'1'] : L'\0';
 }
 
-// True if the exponent whose first digit was just read goes on in \p rest.
+// True if the exponent whose first digit was just read continues in the rest.
 bool GoesOn(std::wstring_view rest) noexcept
 {
     if (!rest.empty() && rest.front() == L'.')
@@ -86,7 +86,7 @@ template <typename Number>
 std::wstring JoinNumberAndUnit(const Number& number, std::wstring_view prefix, std::wstring_view unit,
                                bool degreeWithoutSpace)
 {
-    // A unit is never longer when it is shown: this is the only allocation.
+    // Superscripts never make a unit longer, so this is the only allocation.
     std::wstring text(number.size() + 1 + prefix.size() + unit.size(), L' ');
     wchar_t* const space = std::copy(number.begin(), number.end(), text.data());
     wchar_t* const unitBegin = space + 1;

@@ -7,14 +7,16 @@
 namespace Ardo::Kiln::Formatting
 {
 
-/// Reads a unit in the form in which it is shown: the exponents 2, 3, -1, -2 and -3 as superscripts, the exponent 1
-/// left out, every other one in caret form. Only whole exponents are replaced: "m^12" and "m^2.5" stay.
+/// Reads a unit character by character in its display form: the exponents 2, 3, -1, -2 and -3 are superscripts, the
+/// exponent 1 is left out, and every other exponent stays in caret form. Only whole exponents are replaced: "m^12" and
+/// "m^2.5" are unchanged.
 class SuperscriptReader
 {
 public:
     explicit SuperscriptReader(std::wstring_view unit) noexcept : m_rest(unit) {}
 
-    /// The next character in \p character; false at the end.
+    /// Reads the next character. \p character is unspecified at the end.
+    /// \returns false at the end.
     bool Next(wchar_t& character) noexcept;
 
 private:
@@ -22,21 +24,22 @@ private:
     wchar_t m_digit = 0; ///< The superscript digit that follows a raised minus, or 0.
 };
 
-/// AreShownAlike, character by character.
+/// Compares the display forms of both units character by character.
 bool ReadAlike(std::wstring_view unit, std::wstring_view other) noexcept;
 
-/// True if both units are shown alike, whichever form their exponents have.
+/// True if both units have the same display form.
 inline bool AreShownAlike(std::wstring_view unit, std::wstring_view other) noexcept
 {
-    // A prefix in front of one of them, the usual case, shows in the first character.
+    // In the usual case one of them has a prefix, so the first characters differ.
     const bool differAtOnce = !unit.empty() && !other.empty() && unit.front() != other.front() &&
                               unit.front() != L'^' && other.front() != L'^';
     return !differAtOnce && ReadAlike(unit, other);
 }
 
-/// Puts number, one space, prefix and unit, the unit as it is shown, together; without the space if nothing follows it.
+/// The text of number, one space, prefix and the display form of the unit. Without the space if there is neither prefix
+/// nor unit.
 /// \param number ASCII, or wide text.
-/// \param degreeWithoutSpace whether "°" follows the number at once.
+/// \param degreeWithoutSpace whether "°" follows the number without a space.
 template <typename Number>
 std::wstring JoinNumberAndUnit(const Number& number, std::wstring_view prefix, std::wstring_view unit,
                                bool degreeWithoutSpace);

@@ -6,23 +6,23 @@
 namespace Ardo::Kiln::Formatting
 {
 
-/// True for '0' to '9' only, whatever the locale.
+/// True for '0' to '9' only, in every locale.
 constexpr bool IsDigit(wchar_t character) noexcept
 {
     return character >= L'0' && character <= L'9';
 }
 
-/// White space of the C locale, and the spaces that are set between a number and its unit in print: the no-break, the
-/// thin and the narrow no-break space. `iswspace` would follow the locale.
+/// True for white space of the C locale and for the spaces that separate number and unit in print: the no-break, the
+/// thin and the narrow no-break space. `iswspace` depends on the locale.
 constexpr bool IsBlank(wchar_t character) noexcept
 {
     return character == L' ' || (character >= L'\t' && character <= L'\r') || character == L'\u00A0' ||
            character == L'\u2009' || character == L'\u202F';
 }
 
-// The loops below are for texts of a few characters: a call of the C library's function takes longer than the work.
+// The loops below are for texts of a few characters, where calls of the C library take longer than the loop.
 
-/// Where \p character is first found in \p text, or the size of the text.
+/// The index of the first \p character in \p text, or the size of the text.
 constexpr std::size_t Find(std::wstring_view text, wchar_t character) noexcept
 {
     std::size_t i = 0;

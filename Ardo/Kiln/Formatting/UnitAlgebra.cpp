@@ -17,7 +17,7 @@ namespace
 
 constexpr std::wstring_view OneOver = L"1/";
 
-// What std::stoi does in the C locale.
+// Like std::stoi in the C locale.
 int ToInt(std::wstring_view text)
 {
     auto position = std::find_if_not(text.begin(), text.end(), IsBlank);
@@ -31,12 +31,12 @@ int ToInt(std::wstring_view text)
         throw std::invalid_argument("invalid stoi argument");
     }
 
-    constexpr std::int64_t most = std::numeric_limits<int>::max();
+    constexpr std::int64_t maxInt = std::numeric_limits<int>::max();
     std::int64_t magnitude = 0;
     for (; position != text.end() && IsDigit(*position); ++position)
     {
         magnitude = 10 * magnitude + (*position - L'0');
-        if (magnitude > most + (isNegative ? 1 : 0))
+        if (magnitude > maxInt + (isNegative ? 1 : 0))
         {
             throw std::out_of_range("stoi argument out of range");
         }
@@ -44,7 +44,7 @@ int ToInt(std::wstring_view text)
     return static_cast<int>(isNegative ? -magnitude : magnitude);
 }
 
-// Appends the reciprocal of one factor to \p text, after one space if the text is not empty.
+// Appends the reciprocal of one factor to the text, after one space if the text is not empty.
 void AppendInverted(std::wstring_view factor, std::wstring& text)
 {
     // In 64 bits, because the smallest int has no negative.
@@ -66,7 +66,7 @@ void AppendInverted(std::wstring_view factor, std::wstring& text)
     }
 }
 
-// Calls \p function with each factor that is not empty.
+// Calls the function with each factor that is not empty.
 template <typename Function>
 void ForEachFactor(std::wstring_view text, bool (&isSeparator)(wchar_t), const Function& function)
 {
@@ -130,7 +130,7 @@ std::wstring InvertUnit(const std::wstring& unit)
     std::wstring inverted;
     const auto append = [&](std::wstring_view factor) { AppendInverted(factor, inverted); };
     ForEachFactor(std::wstring_view(unit).substr(0, slash), IsBlankSeparator, append);
-    // What stands below the line is inverted twice, so that its exponents come out as every other: "s^1" as "s".
+    // The factors of the denominator are inverted twice, which writes their exponents in the usual form: "s^1" as "s".
     std::wstring denominator;
     ForEachFactor(std::wstring_view(unit).substr(slash), IsBlankOrSlash,
                   [&](std::wstring_view factor) { AppendInverted(factor, denominator); });

@@ -7,8 +7,8 @@
 namespace Ardo::Kiln::Formatting
 {
 
-/// The unit with its prefix that SI shows for the value of \p text, with the space before it: " mm" for "0.005 m" and
-/// "m".
+/// The unit with the prefix that SI writes for the value of \p text, and the space before it: " mm" for "0.005 m" and
+/// the unit "m".
 ///
 /// \param text a number with its unit, as Parse reads it.
 /// \param unit the base unit; a reciprocal "1/..." as in FormatIfReciprocalUnit.

@@ -3,10 +3,10 @@
 #include <array>
 #include <string_view>
 
-/// The unit texts that quantities are written with and read by.
+/// The texts of the units in which quantities are written and read.
 ///
-/// Each converts to the `std::wstring` that the functions of Formatting take. They are constants of the compiler, so
-/// other constants may be built from them before `main`.
+/// Each converts to the `std::wstring` that the functions of Formatting take. They are compile-time constants, so
+/// static objects may be initialised from them.
 ///
 ///     SI(dwellTime, Units::Second, 1);  // "3.0 µs"
 namespace Ardo::Kiln::Formatting::Units
@@ -39,19 +39,19 @@ inline constexpr wchar_t ElectronPerSquareNanometre[] = L"e/nm^2"; ///< Electron
 inline constexpr wchar_t ElectronPerPixel[] = L"e/px";             ///< Electrons of one pixel.
 inline constexpr wchar_t ElectronPerPixelPerSecond[] = L"e/px/s";  ///< Electrons of one pixel in one second.
 inline constexpr wchar_t ElectronVolt[] = L"eV";                   ///< Energy.
-inline constexpr wchar_t Kilogram[] = L"kg";            ///< Mass; written and read with its prefix on the gram.
-inline constexpr wchar_t WeightFraction[] = L"kg/kg";   ///< Weight fraction.
-inline constexpr wchar_t AtomicFraction[] = L"mol/mol"; ///< Atomic fraction.
-inline constexpr wchar_t Pascal[] = L"Pa";              ///< Pressure.
-inline constexpr wchar_t Volt[] = L"V";                 ///< Voltage.
-inline constexpr wchar_t Percent[] = L"%";              ///< A hundredth.
-inline constexpr wchar_t Pixel[] = L"px";               ///< Position in an image.
-inline constexpr wchar_t Decibel[] = L"dB";             ///< Level.
-inline constexpr wchar_t Count[] = L"Count";            ///< What a detector counts.
-inline constexpr wchar_t Frame[] = L"frame";            ///< Images of a series; SI writes "frames" for all but one.
-inline constexpr wchar_t Magnification[] = L"x";        ///< Magnification factor.
+inline constexpr wchar_t Kilogram[] = L"kg";                       ///< Mass; its prefix is that of the gram.
+inline constexpr wchar_t WeightFraction[] = L"kg/kg";              ///< Weight fraction.
+inline constexpr wchar_t AtomicFraction[] = L"mol/mol";            ///< Atomic fraction.
+inline constexpr wchar_t Pascal[] = L"Pa";                         ///< Pressure.
+inline constexpr wchar_t Volt[] = L"V";                            ///< Voltage.
+inline constexpr wchar_t Percent[] = L"%";                         ///< A hundredth.
+inline constexpr wchar_t Pixel[] = L"px";                          ///< Position in an image.
+inline constexpr wchar_t Decibel[] = L"dB";                        ///< Level.
+inline constexpr wchar_t Count[] = L"Count";                       ///< Events that a detector counts.
+inline constexpr wchar_t Frame[] = L"frame";                       ///< Images of a series; the plural is "frames".
+inline constexpr wchar_t Magnification[] = L"x";                   ///< Magnification factor.
 
-/// All of the above, for lists that offer units.
+/// All units above, for lists in a user interface.
 inline constexpr std::array<std::wstring_view, 35> All{None,
                                                        Metre,
                                                        SquareMetre,
@@ -88,7 +88,7 @@ inline constexpr std::array<std::wstring_view, 35> All{None,
                                                        Frame,
                                                        Magnification};
 
-/// The units that never get a prefix.
+/// The units that have no prefix.
 inline constexpr std::array<std::wstring_view, 7> WithoutPrefix{None,   Pixel,         Percent, Decibel,
                                                                 Degree, DegreeCelsius, Frame};
 
