@@ -10,7 +10,7 @@ namespace Ardo::Kiln::FileSystem
 
 const std::string& GetApplicationName()
 {
-    // Never destroyed: static objects may log at their end.
+    // Never destroyed, because destructors of static objects may log.
     static const std::string& g_name = *new std::string(
         []
         {

@@ -7,10 +7,10 @@
 namespace Ardo::Kiln::FileSystem
 {
 
-/// The running executable's file name without folder and extension, in UTF-8. Read once per process.
+/// The file name of the running executable without folder and extension, in UTF-8. Determined once per process.
 ///
-/// \throws std::runtime_error "Failed to get application name from executable." when the system does not tell it.
-/// Any thread may call it; the reference stays valid for the life of the process.
+/// Any thread may call it. The reference is valid until the process ends.
+/// \throws std::runtime_error "Failed to get application name from executable." when the system does not provide it.
 KILN_EXPORT const std::string& GetApplicationName();
 
 } // namespace Ardo::Kiln::FileSystem

@@ -8,7 +8,7 @@
 namespace Ardo::Kiln::FileSystem
 {
 
-/// A std::filesystem::filesystem_error whose text is valid UTF-8 although its path need not be.
+/// A std::filesystem::filesystem_error whose text is always valid UTF-8, also for a path that is not.
 class FileError : public std::filesystem::filesystem_error
 {
 public:
@@ -19,7 +19,7 @@ public:
     const char* what() const noexcept override { return m_text.what(); }
 
 private:
-    std::runtime_error m_text; ///< Its copies do not throw, which is asked of an exception.
+    std::runtime_error m_text; ///< Copying an exception must not throw; copying std::runtime_error does not.
 };
 
 } // namespace Ardo::Kiln::FileSystem

@@ -13,7 +13,7 @@ namespace fs = std::filesystem;
 namespace
 {
 
-/// The absolute path of the file that \p path names, there or not, with no link as its last part.
+/// The absolute path of the file that \p path names, whether it exists or not. The last part of the result is no link.
 fs::path FollowLinks(const fs::path& path)
 {
     constexpr int MaxLinks = 40; // what the system itself follows
@@ -36,13 +36,13 @@ fs::path FollowLinks(const fs::path& path)
     return file;
 }
 
-/// The path whose file is to be replaced by a rename.
-/// \throws FileError if a rename would do what writing the file could not.
+/// The path of the file that the rename replaces.
+/// \throws FileError if writing to the file is not possible: a rename would replace it all the same.
 fs::path CheckedTarget(const fs::path& path)
 {
     if (path.native().find(fs::path::value_type()) != fs::path::string_type::npos)
     {
-        // The system would replace the file whose name ends there.
+        // The system takes the path up to this character and would replace another file.
         throw FileError("cannot find file", path, std::make_error_code(std::errc::invalid_argument));
     }
     std::error_code error;
@@ -61,7 +61,7 @@ fs::path CheckedTarget(const fs::path& path)
     {
         throw FileError("read-only file", path, std::make_error_code(std::errc::permission_denied));
     }
-    // The system resolves what is no plain link, such as the names of open files.
+    // The system resolves links that have no readable target, such as those of open files in /proc.
     fs::path target = fs::canonical(path, error);
     if (error)
     {
@@ -77,7 +77,7 @@ ReplacementFile::ReplacementFile(const fs::path& target)
 {
     using Rights = Platform::TemporaryFile::Rights;
 
-    std::error_code ignored; // what cannot be looked at is not replaced either
+    std::error_code ignored; // a file whose status cannot be read cannot be replaced either
     const bool replaces = fs::exists(m_target, ignored);
     if (const auto error = m_file->Create(m_target.parent_path(), replaces ? Rights::Owner : Rights::NewFile))
     {

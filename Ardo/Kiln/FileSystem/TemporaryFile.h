@@ -14,25 +14,26 @@ class TemporaryFile;
 namespace Ardo::Kiln::FileSystem
 {
 
-/// An empty file in the system's temporary folder, for this user alone, that is gone with its object.
+/// A new file in the system's temporary folder, accessible to this user only. The destructor removes it.
 ///
-/// On Linux it has no name where the file system has such files and /proc is mounted, so that nothing is left even of a
-/// process that is killed. Otherwise it has a name of its own, which a killed process leaves behind.
+/// On Linux the file has no name if the file system supports that and /proc is mounted: a killed process then leaves
+/// nothing. Otherwise it has a temporary name, and a killed process leaves the file.
 ///
 /// One thread at a time.
 class KILN_EXPORT TemporaryFile
 {
 public:
-    /// \throws std::filesystem::filesystem_error when there is no temporary folder or it does not take a file.
+    /// Creates the empty file.
+    /// \throws std::filesystem::filesystem_error when there is no temporary folder or no file can be created in it.
     TemporaryFile();
     ~TemporaryFile();
     TemporaryFile(const TemporaryFile&) = delete;
     TemporaryFile& operator=(const TemporaryFile&) = delete;
 
-    /// Opens the file for reading and writing, in this process only.
+    /// A path that opens the file for reading and writing, valid in this process only.
     std::filesystem::path Path() const;
 
-    /// The same as the library's image functions take it: ToWide(Path()).
+    /// The same path as the image functions of the library take it: ToWide(Path()).
     std::wstring WidePath() const;
 
 private:

@@ -17,7 +17,7 @@ namespace
 
 namespace utf = boost::locale::utf;
 
-/// Stands for a byte that is no part of UTF-8 together with the byte's value, which is 0x80 or more.
+/// A byte that is not part of valid UTF-8 is represented by this value plus the byte, which is 0x80 or more.
 constexpr wchar_t EscapeBase = 0xDC00;
 
 bool IsEscape(wchar_t unit)
@@ -25,7 +25,7 @@ bool IsEscape(wchar_t unit)
     return unit >= EscapeBase + 0x80 && unit <= EscapeBase + 0xFF;
 }
 
-// One of each pair is used: what a path consists of depends on the system.
+// One function of each pair is used, depending on the character type of the system's paths.
 
 [[maybe_unused]] std::wstring Widen(const std::wstring& native)
 {
@@ -44,7 +44,7 @@ bool IsEscape(wchar_t unit)
         if (codePoint == utf::illegal || codePoint == utf::incomplete)
         {
             text += static_cast<wchar_t>(EscapeBase + static_cast<unsigned char>(*start));
-            next = start + 1; // the bytes behind it may be a character
+            next = start + 1; // the bytes behind the invalid one may be a character
         }
         else
         {
