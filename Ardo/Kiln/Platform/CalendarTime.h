@@ -10,20 +10,19 @@
 namespace Ardo::Kiln::Platform
 {
 
-/// Splits seconds since 1970-01-01T00:00:00Z into the fields of UTC.
+/// Converts seconds since 1970-01-01T00:00:00Z to calendar fields in UTC.
 ///
 /// Empty if the system cannot represent the time: on Windows before 1970 (less half a day) or after the year 3000, on
 /// Linux when the year does not fit `int`. Any thread may call it; no shared static buffer is used.
 KILN_EXPORT_FOR_TESTS std::optional<std::tm> UtcCalendarTime(std::int64_t secondsSinceEpoch) noexcept;
 
-/// The same in the machine's time zone, read anew from the environment (TZ) by every call.
+/// The same in the time zone of the machine. Every call reads the environment variable TZ again.
 ///
-/// On Linux `tm_gmtoff` and `tm_zone` tell the zone of the result; on Windows only `tm_isdst` does.
+/// On Linux `tm_gmtoff` and `tm_zone` describe the zone of the result; on Windows only `tm_isdst` does.
 KILN_EXPORT_FOR_TESTS std::optional<std::tm> LocalCalendarTime(std::int64_t secondsSinceEpoch) noexcept;
 
-/// The seconds since 1970-01-01T00:00:00Z of \p fields, taken as UTC. The difference to the time that they were made
-/// from by LocalCalendarTime is how far local time was ahead of UTC then. Any thread and any signal handler may call
-/// it.
+/// Converts calendar fields in UTC to seconds since 1970-01-01T00:00:00Z. For fields of LocalCalendarTime, the result
+/// minus the original time is the offset of local time from UTC. Any thread and any signal handler may call it.
 inline std::int64_t SecondsOf(const std::tm& fields) noexcept
 {
     using namespace std::chrono;

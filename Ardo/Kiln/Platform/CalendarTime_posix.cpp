@@ -15,7 +15,7 @@ std::optional<std::tm> UtcCalendarTime(std::int64_t secondsSinceEpoch) noexcept
 
 std::optional<std::tm> LocalCalendarTime(std::int64_t secondsSinceEpoch) noexcept
 {
-    ::tzset(); // localtime_r need not look at the environment; Windows and QDateTime do
+    ::tzset(); // localtime_r is not required to read TZ; QDateTime and the Windows source do
     std::tm fields{};
     return ::localtime_r(&secondsSinceEpoch, &fields) != nullptr ? std::optional(fields) : std::nullopt;
 }

@@ -13,7 +13,7 @@ std::optional<std::tm> UtcCalendarTime(std::int64_t secondsSinceEpoch) noexcept
 
 std::optional<std::tm> LocalCalendarTime(std::int64_t secondsSinceEpoch) noexcept
 {
-    ::_tzset(); // the C library looks at the environment once only
+    ::_tzset(); // the C library reads TZ only once
     std::tm fields{};
     return ::_localtime64_s(&fields, &secondsSinceEpoch) == 0 ? std::optional(fields) : std::nullopt;
 }

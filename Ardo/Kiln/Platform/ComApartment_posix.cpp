@@ -7,7 +7,7 @@ namespace
 {
 
 thread_local ComApartment g_apartment = ComApartment::None;
-thread_local unsigned g_entries = 0; ///< How often the thread has entered it.
+thread_local unsigned g_entries = 0; ///< EnterComApartment calls without LeaveComApartment.
 
 } // namespace
 

@@ -25,7 +25,7 @@ ComApartment CurrentComApartment() noexcept
     APTTYPEQUALIFIER qualifier;
     if (FAILED(::CoGetApartmentType(&type, &qualifier)) || qualifier == APTTYPEQUALIFIER_IMPLICIT_MTA)
     {
-        return ComApartment::None; // the implicit one is that of other threads
+        return ComApartment::None; // an implicit apartment was initialised by other threads
     }
     return type == APTTYPE_MTA ? ComApartment::MultiThreaded : ComApartment::ApartmentThreaded;
 }

@@ -5,21 +5,20 @@
 namespace Ardo::Kiln::Platform
 {
 
-/// From now on Ctrl-C on the console (on Linux SIGINT from anywhere) is remembered and does not end the process.
-/// Forgets what was remembered before.
+/// Records Ctrl-C on the console from now on, instead of ending the process. Resets WasConsoleInterrupted().
 ///
-/// On Linux a process for which interrupts are ignored, as for one that a shell runs in the background, goes on
-/// ignoring them. On Windows Ctrl-Break counts, too.
-/// \returns false when the system refuses, and nothing has changed.
+/// On Linux every SIGINT is recorded. A process that ignores SIGINT, for example because a shell runs it in the
+/// background, continues to ignore it. On Windows Ctrl-Break is recorded, too.
+/// \returns false when the system refuses. Nothing has changed then.
 KILN_EXPORT_FOR_TESTS bool CatchConsoleInterrupts() noexcept;
 
-/// Ctrl-C does again what it did before CatchConsoleInterrupts.
+/// Restores the handling of Ctrl-C from before CatchConsoleInterrupts.
 KILN_EXPORT_FOR_TESTS void ReleaseConsoleInterrupts() noexcept;
 
-/// Whether Ctrl-C was pressed since CatchConsoleInterrupts. Any thread.
+/// Whether Ctrl-C was pressed since CatchConsoleInterrupts. Any thread may call it.
 KILN_EXPORT_FOR_TESTS bool WasConsoleInterrupted() noexcept;
 
-/// Whether what goes to standard error is shown on a console.
+/// Whether standard error is a console.
 KILN_EXPORT_FOR_TESTS bool IsStandardErrorConsole() noexcept;
 
 } // namespace Ardo::Kiln::Platform

@@ -35,7 +35,7 @@ bool CatchConsoleInterrupts() noexcept
     }
     struct sigaction action = {};
     action.sa_handler = Remember;
-    action.sa_flags = SA_RESTART; // what is being written goes on
+    action.sa_flags = SA_RESTART; // a write in progress is not interrupted
     return ::sigaction(SIGINT, &action, nullptr) == 0;
 }
 

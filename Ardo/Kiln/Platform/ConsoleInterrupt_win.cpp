@@ -12,12 +12,12 @@ namespace
 
 std::atomic<bool> g_wasInterrupted = false;
 
-/// The system calls it on a thread of its own.
+/// The system calls it on a new thread.
 BOOL WINAPI Remember(DWORD event)
 {
     if (event != CTRL_C_EVENT && event != CTRL_BREAK_EVENT)
     {
-        return FALSE; // the console is being closed: that ends the process
+        return FALSE; // the console is being closed, which ends the process
     }
     g_wasInterrupted = true;
     return TRUE;

@@ -12,7 +12,7 @@ namespace Ardo::Kiln::Platform
 namespace
 {
 
-/// An absolute path of the environment, or an empty one.
+/// The path in an environment variable; empty if it is not set or not absolute.
 std::filesystem::path FromEnvironment(const char* name)
 {
     const char* const value = std::getenv(name);
@@ -35,7 +35,7 @@ std::filesystem::path HomeFolder()
 
 constexpr std::size_t MaxPath = 4096;
 
-/// Whether \p path is a link of a user who is neither the own one nor root.
+/// Whether \p path is a link that belongs to neither the user of this process nor root.
 bool IsForeignLink(const char* path) noexcept
 {
     struct stat status = {};
@@ -64,7 +64,7 @@ int MakePrivateFolder(const char* folder) noexcept
 {
     char path[MaxPath];
     std::size_t length = 0;
-    // Each folder on the way, the last one included.
+    // For each parent folder and the folder itself.
     for (const char* at = folder;; ++at)
     {
         if (length == sizeof path)

@@ -29,7 +29,7 @@ std::vector<std::filesystem::path> DataFolders()
     }
     if (folders.empty())
     {
-        folders.emplace_back(L"."); // an environment without anything; better than nowhere
+        folders.emplace_back(L"."); // the environment is empty
     }
     return folders;
 }
@@ -43,7 +43,7 @@ int MakePrivateFolder(const char* folder) noexcept
         return static_cast<int>(::GetLastError());
     }
     std::replace(path, path + size, L'/', L'\\');
-    // Each folder on the way, the last one included. One that exists, or a drive, is no failure: the probe tells.
+    // For each parent folder. A folder or a drive that exists is no failure; the file below tells whether all exist.
     for (wchar_t* at = path; *at != L'\0'; ++at)
     {
         if (*at == L'\\' && at != path)
@@ -57,7 +57,7 @@ int MakePrivateFolder(const char* folder) noexcept
     {
         return static_cast<int>(::GetLastError());
     }
-    // Rights on Windows are too many to compute: it is tried.
+    // The rights depend on too many settings to be computed, so a file is created.
     ::swprintf(path + size - 1, MaxProbe, L"\\.%lu.part", ::GetCurrentProcessId());
     const HANDLE file = ::CreateFileW(path, GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS,
                                       FILE_ATTRIBUTE_TEMPORARY | FILE_FLAG_DELETE_ON_CLOSE, nullptr);

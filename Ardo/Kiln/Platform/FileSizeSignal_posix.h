@@ -7,8 +7,8 @@
 namespace Ardo::Kiln::Platform
 {
 
-/// While it lives, a write of this thread beyond the process's limit on file sizes fails with EFBIG. Without it the
-/// system also sends SIGXFSZ, which ends the process. Leaves errno as it is.
+/// Blocks SIGXFSZ for the calling thread while the object exists: a write beyond the process's limit on file sizes then
+/// fails with EFBIG, and the signal does not end the process. The destructor preserves errno.
 class FileSizeSignalBlock
 {
 public:
@@ -26,7 +26,7 @@ public:
     {
         const int error = errno;
         constexpr std::timespec NoTime{};
-        // One that waited already is the application's.
+        // A signal that was pending before belongs to the application.
         while (!m_wasPending && ::sigtimedwait(&m_signals, nullptr, &NoTime) == SIGXFSZ)
         {
         }

@@ -12,13 +12,13 @@ namespace Ardo::Kiln::Platform
 namespace
 {
 
-/// Reads little-endian fields anywhere in a file. Every offset may come from the file and lie.
+/// Reads bytes at any offset of a file. Offsets come from the file and may be wrong.
 class FieldReader
 {
 public:
     explicit FieldReader(const std::filesystem::path& file)
     {
-        // Only a regular file has a size to hold the offsets against; a pipe would not even open.
+        // Only a regular file has a size to check offsets against. Opening a pipe would block.
         std::error_code error;
         if (std::filesystem::is_regular_file(file, error))
         {
@@ -45,7 +45,7 @@ private:
     std::uint64_t m_size = 0;
 };
 
-/// One structure of the file, read whole.
+/// The bytes of one structure of the file.
 template <std::size_t Size>
 struct Block
 {
@@ -76,7 +76,7 @@ struct Section
     std::uint32_t fileOffset;
 };
 
-/// Where the image's headers say that its resources are.
+/// The sections of the image and the address of its resources, from its headers.
 struct Image
 {
     std::vector<Section> sections;
@@ -142,7 +142,7 @@ std::optional<Image> ReadImage(FieldReader& file)
     return image;
 }
 
-/// The value of the entry \p id in the resource directory at \p offset; without \p id that of the first entry.
+/// The value of the entry \p id in the resource directory at \p offset, or of the first entry if \p id is empty.
 std::optional<std::uint32_t> FindEntry(FieldReader& file, std::uint64_t offset, std::optional<std::uint32_t> id)
 {
     const auto header = ReadBlock<16>(file, offset);
@@ -182,7 +182,7 @@ std::optional<FileVersion> ReadFileVersion(const std::filesystem::path& path)
     {
         return std::nullopt;
     }
-    // Type, name and language: two levels of directories below the root, then the place of the data.
+    // The levels are type, name and language; the entry of the language names the data.
     const auto names = FindEntry(file, *root, VersionType);
     if (!names || (*names & IsDirectory) == 0)
     {

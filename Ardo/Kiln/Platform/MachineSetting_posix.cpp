@@ -20,7 +20,7 @@ std::optional<std::wstring> ReadMachineSetting(const std::wstring& key, const st
     for (const QString& folder : folders.split(':'))
     {
         const QString path = folder + '/' + file;
-        // The XDG rules ignore relative folders. A missing file would have QSettings look for a place to write.
+        // The XDG rules ignore relative folders. For a missing file QSettings would look for a place to write.
         if (!QDir::isAbsolutePath(folder) || !QFile::exists(path))
         {
             continue;

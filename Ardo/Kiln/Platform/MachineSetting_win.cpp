@@ -16,7 +16,7 @@ std::optional<std::wstring> ReadMachineSetting(const std::wstring& key, const st
         if (status == ERROR_SUCCESS)
         {
             value.resize(bytes / sizeof(wchar_t));
-            value.resize(value.find_last_not_of(L'\0') + 1); // the count has the terminator
+            value.resize(value.find_last_not_of(L'\0') + 1); // the count includes the terminator
             return value;
         }
         if (status != ERROR_MORE_DATA)

@@ -1,7 +1,7 @@
 #pragma once
 
-// The Windows `GUID` structure. On Windows it is the system's own; elsewhere the same name and layout, so that
-// identifiers of instruments and files keep their type. Public, because a public header takes and returns it.
+// The structure `GUID` of Windows. On Windows it is that of the system; elsewhere one with the same name and layout.
+// Public, because a public header takes and returns it.
 
 #ifdef _WIN32
 

@@ -1,7 +1,8 @@
 #pragma once
 
-// What a minidump is to hold: the flags of Windows' `MiniDumpWriteDump`. On Windows the system's own enumeration;
-// elsewhere the same names and values. Public, because the functions that write minidumps take it.
+// The flags of `MiniDumpWriteDump` of Windows, which select the contents of a minidump. On Windows it is the system's
+// enumeration; elsewhere one with the same names and values. Public, because the functions that write minidumps take
+// it.
 
 #ifdef _WIN32
 

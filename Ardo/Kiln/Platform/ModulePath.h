@@ -7,10 +7,10 @@
 namespace Ardo::Kiln::Platform
 {
 
-/// The full path of the running executable, or an empty path when the system does not tell.
+/// The absolute path of the running executable, or an empty path if the system does not provide it.
 ///
-/// On Windows the module path of the process. On Linux the target of /proc/self/exe; a binary that was deleted or
-/// replaced since it started keeps its old name, without the kernel's " (deleted)" mark. Any thread may call it.
+/// On Linux it is the target of /proc/self/exe. If the file was deleted or replaced after the start, it is the former
+/// path, without the mark " (deleted)" of the kernel. Any thread may call it.
 /// \throws std::bad_alloc only.
 KILN_EXPORT_FOR_TESTS std::filesystem::path ExecutablePath();
 

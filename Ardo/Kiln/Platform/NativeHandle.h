@@ -8,8 +8,8 @@
 namespace Ardo::Kiln::Platform
 {
 
-/// Owns an open file of the system, a HANDLE or a descriptor, and closes it. Move-only. Errors of closing are ignored:
-/// who needs to know whether the contents are safe flushes first.
+/// Owns an open file of the system, a HANDLE or a descriptor, and closes it. Move-only. Errors of closing are ignored;
+/// flush the file first if its contents matter.
 class KILN_EXPORT_FOR_TESTS NativeHandle
 {
 public:
@@ -33,10 +33,10 @@ public:
     /// The system's value: a HANDLE, or the number of a descriptor.
     std::intptr_t Get() const noexcept { return m_value; }
 
-    /// Hands the value to the caller, who closes it from now on.
+    /// Gives up ownership: the caller must close the returned value.
     std::intptr_t Release() noexcept { return std::exchange(m_value, None); }
 
-    /// Closes it now. A signal handler may call it.
+    /// Closes the file now. A signal handler may call it.
     void Close() noexcept;
 
 private:

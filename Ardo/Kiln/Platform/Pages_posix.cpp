@@ -34,7 +34,7 @@ unsigned char* AllocatePages(std::size_t size)
     {
         throw std::bad_alloc();
     }
-    // More than needed, so that a multiple of HugePage lies in it; the rest before and behind goes back at once.
+    // Maps more than needed to find a multiple of HugePage in it, and unmaps the rest before and behind.
     const std::size_t needed = WholePages(size);
     void* const mapped = ::mmap(nullptr, needed + HugePage, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
     if (mapped == MAP_FAILED)
@@ -52,7 +52,7 @@ unsigned char* AllocatePages(std::size_t size)
     {
         ::munmap(begin + before + needed, HugePage - before);
     }
-    // Advice only: without huge pages the memory is as good, and slower to fill for the first time.
+    // A failure is ignored: without huge pages only the first access is slower.
     if (needed >= HugePage)
     {
         ::madvise(begin + before, needed / HugePage * HugePage, MADV_HUGEPAGE);

@@ -66,7 +66,7 @@ int ReadWholeFile(const char* path, MappedArray<char>& text, std::size_t limit) 
     std::size_t size = first;
     while (size - first < limit)
     {
-        // The kernel hands such files out in pieces of a page or so, and each read of a list costs a walk to its place.
+        // The kernel returns about a page per read, and each read of a list walks the list from its beginning.
         const std::size_t piece = std::min(limit - (size - first), std::max<std::size_t>(size - first, 16384));
         if (!text.Resize(size + piece))
         {

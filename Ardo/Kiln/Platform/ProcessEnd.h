@@ -5,8 +5,8 @@
 namespace Ardo::Kiln::Platform
 {
 
-/// Ends the calling process at once with \p exitCode: nothing is flushed, no destructor and no function of `atexit`
-/// runs, whatever state the process is in. Makes system calls only; a signal handler may call it.
+/// Ends the calling process immediately with \p exitCode, whatever its state. No stream is flushed, and no destructor
+/// and no `atexit` function runs. Makes system calls only; a signal handler may call it.
 [[noreturn]] KILN_EXPORT_FOR_TESTS void EndProcess(int exitCode) noexcept;
 
 } // namespace Ardo::Kiln::Platform

@@ -8,10 +8,10 @@ namespace Ardo::Kiln::Platform
 
 void EndProcess(int exitCode) noexcept
 {
-    // ExitProcess would run the notifications of all libraries, and wait for the lock of the loader.
+    // ExitProcess would call the DllMain of all libraries and wait for the loader lock.
     const HANDLE process = ::OpenProcess(PROCESS_TERMINATE | SYNCHRONIZE, FALSE, ::GetCurrentProcessId());
     ::TerminateProcess(process != nullptr ? process : ::GetCurrentProcess(), static_cast<UINT>(exitCode));
-    std::abort(); // never reached: ending oneself returns only when it fails
+    std::abort(); // only reached if TerminateProcess fails
 }
 
 } // namespace Ardo::Kiln::Platform

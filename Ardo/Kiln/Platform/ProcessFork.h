@@ -7,19 +7,20 @@
 namespace Ardo::Kiln::Platform
 {
 
-/// Has functions called whenever the process doubles itself: \p before in the thread that does it, then \p inParent and
-/// \p inChild in that same thread, the only one that the child has. What \p before locks, both others unlock.
+/// Registers functions for every later fork of the process. The forking thread calls \p before in the parent, then
+/// \p inParent in the parent and \p inChild in the child, where it is the only thread. Both must unlock what \p before
+/// has locked.
 ///
-/// On Linux around each fork, for as long as the process lives. On Windows never: no process doubles itself there.
-/// Any thread may call it. The functions must not throw.
-/// \throws std::bad_alloc when there is no memory for it.
+/// They cannot be unregistered and must not throw. On Windows there is no fork and they are never called. Any thread
+/// may call this function.
+/// \throws std::bad_alloc when there is no memory.
 KILN_EXPORT_FOR_TESTS void OnFork(void (*before)(), void (*inParent)(), void (*inChild)());
 
-/// The number of forks between the process that loaded this library and the calling process. A thread exists only in
-/// the process that started it: an object that was made under another count is a copy of the parent's, without the
-/// thread.
+/// The number of forks between the process that loaded this library and the calling process.
 ///
-/// On Windows always 0. Any thread and any signal handler may call it.
+/// A forked child has no copies of the other threads. An object that owns a thread compares the count with that of its
+/// construction: if they differ, the thread does not exist in this process. On Windows always 0. Any thread and any
+/// signal handler may call it.
 KILN_EXPORT_FOR_TESTS std::uint32_t ForkCount() noexcept;
 
 } // namespace Ardo::Kiln::Platform

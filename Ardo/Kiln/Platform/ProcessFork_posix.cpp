@@ -12,7 +12,7 @@ namespace
 
 std::atomic<std::uint32_t> g_forkCount = 0;
 
-// It fails only without memory; the count then stays 0 in children, too.
+// It fails only if there is no memory. The count then stays 0 in forked children.
 [[maybe_unused]] const int g_counts = ::pthread_atfork(nullptr, nullptr, [] { ++g_forkCount; });
 
 } // namespace

@@ -7,10 +7,10 @@
 namespace Ardo::Kiln::Platform
 {
 
-/// The system's number of the calling process. Any thread and any signal handler may call it.
+/// The process id of the calling process. Any thread and any signal handler may call it.
 KILN_EXPORT_FOR_TESTS std::uint32_t OwnProcessId() noexcept;
 
-/// The system's number of the calling thread. Any thread and any signal handler may call it.
+/// The system's thread id of the calling thread. Any thread and any signal handler may call it.
 KILN_EXPORT_FOR_TESTS std::uint32_t OwnThreadId() noexcept;
 
 } // namespace Ardo::Kiln::Platform

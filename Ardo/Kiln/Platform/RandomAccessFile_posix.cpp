@@ -24,13 +24,13 @@ namespace
     throw std::system_error(error, SystemErrors());
 }
 
-/// Repeats \p call, which is told how many bytes are done and how many to do next, until \p size bytes are done or it
-/// does none.
-/// \returns the bytes done, or -1 with errno.
+/// Calls \p call with the number of transferred bytes and the number of bytes to transfer next, until \p size bytes are
+/// transferred or a call transfers none.
+/// \returns the number of transferred bytes, or -1 with errno.
 template <typename Call>
 std::int64_t Transfer(std::int64_t size, Call call) noexcept
 {
-    constexpr std::int64_t MaxTransfer = 0x7ffff000; // the system does no more in one call
+    constexpr std::int64_t MaxTransfer = 0x7ffff000; // the system's limit for one call
     std::int64_t done = 0;
     while (done < size)
     {
@@ -56,9 +56,9 @@ RandomAccessFile::RandomAccessFile(const std::filesystem::path& path, Access acc
 {
     if (path.native().find('\0') != std::string::npos)
     {
-        Refuse(EINVAL); // the system would open the file whose name ends there
+        Refuse(EINVAL); // the system takes the path up to this character and would open another file
     }
-    // Without O_NONBLOCK a pipe would wait for its other end. Emptied only after it is known to be a regular file.
+    // Without O_NONBLOCK opening a pipe blocks. No O_TRUNC: the file is emptied when it is known to be a regular one.
     const int flags = (access == Access::Read ? O_RDONLY : O_RDWR | O_CREAT) | O_CLOEXEC | O_NONBLOCK | O_NOCTTY;
     constexpr mode_t AllMayReadAndWrite = 0666;
     m_system->file = ScopedDescriptor(::open(path.c_str(), flags, AllMayReadAndWrite));

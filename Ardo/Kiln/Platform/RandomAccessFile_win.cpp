@@ -18,9 +18,9 @@ namespace
     throw std::system_error(static_cast<int>(error), SystemErrors());
 }
 
-/// Repeats \p call, which is told its place in the file, how many bytes are done and how many to do next, until \p size
-/// bytes are done or it does none.
-/// \returns the bytes done, or -1 with the system's last error.
+/// Calls \p call with the place in the file, the number of transferred bytes and the number of bytes to transfer next,
+/// until \p size bytes are transferred or a call transfers none.
+/// \returns the number of transferred bytes, or -1 with the system's last error.
 template <typename Call>
 std::int64_t Transfer(std::uint64_t offset, std::int64_t size, Call call) noexcept
 {
@@ -59,10 +59,10 @@ RandomAccessFile::RandomAccessFile(const std::filesystem::path& path, Access acc
 {
     if (path.native().find(L'\0') != std::wstring::npos)
     {
-        Refuse(ERROR_INVALID_NAME); // the system would open the file whose name ends there
+        Refuse(ERROR_INVALID_NAME); // the system takes the path up to this character and would open another file
     }
     const bool reading = access == Access::Read;
-    // Emptied only after it is known to be a file on a disk.
+    // Not CREATE_ALWAYS: the file is emptied when it is known to be a file on a disk.
     m_system->file = ScopedHandle(::CreateFileW(path.c_str(), reading ? GENERIC_READ : GENERIC_READ | GENERIC_WRITE,
                                                 FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr,
                                                 reading ? OPEN_EXISTING : OPEN_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr));

@@ -27,7 +27,7 @@ public:
     explicit operator bool() const noexcept { return m_descriptor != -1; }
     int Get() const noexcept { return m_descriptor; }
 
-    /// Hands the descriptor to the caller, who closes it from now on.
+    /// Gives up ownership: the caller must close the returned descriptor.
     int Release() noexcept { return std::exchange(m_descriptor, -1); }
 
 private:
@@ -35,7 +35,7 @@ private:
     {
         if (m_descriptor != -1)
         {
-            ::close(m_descriptor); // nothing was promised about the contents: who cares flushes before
+            ::close(m_descriptor); // errors are ignored; call fsync first if the contents matter
         }
     }
 

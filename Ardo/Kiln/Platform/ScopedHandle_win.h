@@ -27,7 +27,7 @@ public:
     explicit operator bool() const noexcept { return m_handle != nullptr && m_handle != INVALID_HANDLE_VALUE; }
     HANDLE Get() const noexcept { return m_handle; }
 
-    /// Hands the handle to the caller, who closes it from now on.
+    /// Gives up ownership: the caller must close the returned handle.
     HANDLE Release() noexcept { return std::exchange(m_handle, nullptr); }
 
 private:

@@ -1,8 +1,8 @@
 #pragma once
 
-// The system's description of a fault: what happened, where, and the processor's registers at that moment. On Windows
-// these are the system's own structures; elsewhere the same names and layouts, filled from signals. Public, because
-// the exception handler's callbacks receive them.
+// The structures that describe a fault: its code, its address and the registers of the processor. On Windows these are
+// the structures of the system; elsewhere structures with the same names and layouts are filled from signals. Public,
+// because the callbacks of the exception handler receive them.
 
 #ifdef _WIN32
 
@@ -15,18 +15,18 @@ using CONTEXT = _CONTEXT;
 
 #include <cstdint>
 
-/// What happened and where. Layout of Windows x64.
+/// Code and address of a fault. Layout of Windows x64.
 struct EXCEPTION_RECORD // NOLINT(readability-identifier-naming): the system's name
 {
     std::uint32_t ExceptionCode;            ///< One of Crash::FaultCode, or a code of the raiser.
     std::uint32_t ExceptionFlags;           ///< Bits; see Crash::FaultFlag.
     EXCEPTION_RECORD* ExceptionRecord;      ///< The fault during whose handling this one happened, or null.
     void* ExceptionAddress;                 ///< The instruction at fault.
-    std::uint32_t NumberParameters;         ///< How many words of ExceptionInformation are set, 0 to 15.
+    std::uint32_t NumberParameters;         ///< Number of used words of ExceptionInformation, 0 to 15.
     std::uint64_t ExceptionInformation[15]; ///< Meaning depends on the code.
 };
 
-/// The registers of a thread. Layout of Windows x64, which is also the one of minidump files.
+/// The registers of a thread. Layout of Windows x64 and of minidump files.
 struct alignas(16) CONTEXT
 {
     /// \cond Registers are called as in the processor's manual.
@@ -46,7 +46,7 @@ struct alignas(16) CONTEXT
     /// \endcond
 };
 
-/// What a fault filter receives.
+/// The argument of a fault filter.
 struct EXCEPTION_POINTERS // NOLINT(readability-identifier-naming): the system's name
 {
     EXCEPTION_RECORD* ExceptionRecord; ///< Never null.

@@ -13,7 +13,7 @@ public:
     // NOLINTBEGIN(readability-identifier-naming)
     const char* name() const noexcept override { return "system"; }
 
-    /// The standard category's text depends on the locale and its encoding.
+    /// The text of the standard category depends on the locale and its encoding.
     std::string message(int error) const override { return SystemErrorText(error); }
 
     std::error_condition default_error_condition(int error) const noexcept override
@@ -27,7 +27,7 @@ public:
 
 const std::error_category& SystemErrors() noexcept
 {
-    // Never destroyed: static objects may report errors at their end.
+    // Never destroyed, because destructors of static objects may report errors.
     static const union Immortal
     {
         Immortal() noexcept : category() {}

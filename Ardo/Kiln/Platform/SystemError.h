@@ -17,8 +17,8 @@ KILN_EXPORT_FOR_TESTS const std::error_category& SystemErrors() noexcept;
 /// The reason of the calling thread's last failed system call, as a code of SystemErrors().
 KILN_EXPORT_FOR_TESTS std::error_code LastSystemError() noexcept;
 
-/// The system's words for an error number, in UTF-8 and without a full stop: on Linux in English whatever the locale,
-/// on Windows in the language of the system. Any thread may call it.
+/// The system's text for an error number, in UTF-8 and without a full stop. On Linux it is English in every locale, on
+/// Windows in the language of the system. Any thread may call it.
 /// \throws std::bad_alloc only.
 std::string SystemErrorText(int error);
 

@@ -8,24 +8,25 @@
 namespace Ardo::Kiln::Platform
 {
 
-/// What a crash report tells about the machine. Sizes in bytes; empty texts and zeros where the system does not tell.
+/// The facts about the machine in a crash report. Sizes are in bytes. Empty texts and zeros are facts that the system
+/// does not provide.
 struct SystemInformation
 {
-    std::string processor;               ///< The maker's name of it.
-    std::uint32_t processors = 0;        ///< Logical processors that the system runs on.
+    std::string processor;               ///< Name of the processor model.
+    std::uint32_t processors = 0;        ///< Number of logical processors in use.
     std::uint64_t physicalMemory = 0;    ///< Of the machine.
-    std::uint64_t availableMemory = 0;   ///< What programs can still get without swapping.
-    std::uint64_t swapMemory = 0;        ///< Of the machine. On Windows its commit limit less the physical memory.
-    std::uint64_t freeSwapMemory = 0;    ///< The part of it that is not in use.
+    std::uint64_t availableMemory = 0;   ///< Memory that can be allocated without swapping.
+    std::uint64_t swapMemory = 0;        ///< Of the machine. On Windows the commit limit less the physical memory.
+    std::uint64_t freeSwapMemory = 0;    ///< Unused part of swapMemory.
     std::uint64_t processMemory = 0;     ///< Physical memory of the process.
-    std::uint64_t peakProcessMemory = 0; ///< The most that it ever had.
-    std::uint64_t processAddresses = 0;  ///< Address space of the process. On Windows what it has committed.
+    std::uint64_t peakProcessMemory = 0; ///< Maximum of processMemory since the start of the process.
+    std::uint64_t processAddresses = 0;  ///< Address space of the process. On Windows its committed memory.
     std::string systemName;              ///< The product name of Windows, or the name of the distribution.
     std::string systemVersion;           ///< Its version, and on Linux that of the kernel.
 };
 
-/// Asks the system about the machine and the process \p processId. Makes system calls and takes no lock but the
-/// allocator's. Any thread may call it.
+/// Reads the facts about the machine and the process \p processId. Takes no lock but that of the allocator. Any thread
+/// may call it.
 /// \throws std::bad_alloc only.
 KILN_EXPORT_FOR_TESTS SystemInformation ReadSystemInformation(std::uint32_t processId);
 

@@ -12,7 +12,7 @@ namespace Ardo::Kiln::Platform
 namespace
 {
 
-/// The value of the first line "name: value" or "name=value" of \p text, without blanks round it and quotation marks.
+/// The value of the first line "name: value" or "name=value" of \p text, without blanks and quotation marks around it.
 std::string_view ValueOf(std::string_view text, std::string_view name) noexcept
 {
     while (!text.empty())
@@ -36,7 +36,7 @@ std::string_view ValueOf(std::string_view text, std::string_view name) noexcept
     return {};
 }
 
-/// The number of bytes in such a value, which is in units of 1024.
+/// The value of such a line in bytes. The line has units of 1024 bytes.
 std::uint64_t BytesOf(std::string_view text, std::string_view name) noexcept
 {
     std::uint64_t value = 0;
@@ -45,7 +45,7 @@ std::uint64_t BytesOf(std::string_view text, std::string_view name) noexcept
     return value * 1024;
 }
 
-/// The text of one of the kernel's files; empty if it cannot be read.
+/// The contents of a file; empty if it cannot be read.
 std::string TextOf(const char* path)
 {
     MappedArray<char> text;

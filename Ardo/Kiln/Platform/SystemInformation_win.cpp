@@ -12,7 +12,7 @@ namespace Ardo::Kiln::Platform
 namespace
 {
 
-/// A text of the machine's settings as UTF-8; empty if it is not there.
+/// A text of the registry in UTF-8; empty if it does not exist.
 std::string Setting(const wchar_t* key, const wchar_t* name)
 {
     wchar_t wide[256] = {};
@@ -26,12 +26,12 @@ std::string Setting(const wchar_t* key, const wchar_t* name)
     return text;
 }
 
-/// The version as the kernel knows it; GetVersionEx answers what the program's manifest claims to support.
+/// The version of the kernel. GetVersionEx returns the version that the manifest of the program claims to support.
 std::string KernelVersion()
 {
     using RtlGetVersionType = LONG(WINAPI*)(OSVERSIONINFOW*);
     const HMODULE library = ::GetModuleHandleW(L"ntdll.dll");
-    // Through void*, because the compiler takes a cast between unlike function types for a mistake.
+    // Through void*, because the compiler warns about casts between different function types.
     const auto ask =
         library != nullptr
             ? reinterpret_cast<RtlGetVersionType>(reinterpret_cast<void*>(::GetProcAddress(library, "RtlGetVersion")))

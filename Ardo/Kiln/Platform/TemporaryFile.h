@@ -9,19 +9,19 @@
 namespace Ardo::Kiln::Platform
 {
 
-/// A new file that is gone with its object unless MoveTo() gives it a name.
+/// A new file that the destructor removes unless MoveTo() gives it a name.
 ///
-/// On Linux it has no name where the folder's file system has such files and /proc is mounted: then nothing is left of
-/// it even if the process is killed. Otherwise, and on Windows, it has a temporary name in the folder, RandomName().
+/// On Linux the file has no name if the file system of the folder supports that and /proc is mounted: a killed process
+/// then leaves nothing. Otherwise, and on Windows, it has the temporary name RandomName() in the folder.
 /// One thread at a time.
 class KILN_EXPORT_FOR_TESTS TemporaryFile
 {
 public:
-    /// Who may use the file on Linux until MoveTo(). On Windows it gets the access list that the folder hands down.
+    /// The permissions of the file on Linux until MoveTo(). On Windows the file inherits the access list of the folder.
     enum class Rights
     {
-        Owner,  ///< the user of this process alone
-        NewFile ///< whoever may use a new file of this process
+        Owner,  ///< read and write for the user of this process only
+        NewFile ///< those of any new file of this process
     };
 
     TemporaryFile();
@@ -29,25 +29,26 @@ public:
     TemporaryFile(const TemporaryFile&) = delete;
     TemporaryFile& operator=(const TemporaryFile&) = delete;
 
-    /// Creates the empty file. To be called once. \p folder: absolute.
+    /// Creates the empty file. To be called once.
+    /// \param folder an absolute path.
     /// \throws std::bad_alloc, or std::exception without random numbers.
     /// \returns the system's reason on failure.
     std::error_code Create(const std::filesystem::path& folder, Rights rights);
 
-    /// Opens the file, in this process only, until MoveTo() has succeeded. Empty before Create() and after MoveTo().
+    /// A path that opens the file, valid in this process only. Empty before Create() and after a successful MoveTo().
     std::filesystem::path Path() const;
 
-    /// Writes the file to the disk and gives it the name \p target, which lies in the folder of Create(), replacing a
-    /// file of that name in one step: who opens it meanwhile gets the old file or the new one. Then waits until the
-    /// name is on the disk, too, where the file system can do that. Others must have closed the file.
+    /// Flushes the file to the disk and gives it the name \p target, which is in the folder of Create(). A file of that
+    /// name is replaced in one step: a program that opens \p target meanwhile gets the old or the new file. Then waits
+    /// until the name is on the disk, too, if the file system supports that. The file must be closed elsewhere.
     ///
     /// On Linux the new file gets the permission bits of a replaced one without the set-user-ID and set-group-ID bits,
     /// and its group. If the system refuses the group, the group's permissions are reduced to those of others.
     /// \throws std::bad_alloc, or std::exception without random numbers.
-    /// \returns the system's reason on failure; then a file of that name is as it was, and this one stays temporary.
+    /// \returns the system's reason on failure. A file of that name is then unchanged, and this file stays temporary.
     std::error_code MoveTo(const std::filesystem::path& target);
 
-    /// A name for a file that no other file has, unknown to others: ".", 16 random hexadecimal digits and ".part".
+    /// A file name that cannot be predicted: ".", 16 random hexadecimal digits and ".part".
     static std::filesystem::path RandomName();
 
 private:

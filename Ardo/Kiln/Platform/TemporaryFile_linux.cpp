@@ -39,18 +39,18 @@ void TakeRightsOf(const fs::path& path, int descriptor) noexcept
     {
         return;
     }
-    // The set-user-ID bit would now mean this process's user. The system clears it when a file is overwritten, too.
+    // Without the set-user-ID bit, which would refer to another user now. The system clears it on overwriting, too.
     mode_t mode = old.st_mode & (S_IRWXU | S_IRWXG | S_IRWXO);
     if (own.st_gid != old.st_gid && ::fchown(descriptor, static_cast<uid_t>(-1), old.st_gid) != 0)
     {
         mode &= ~static_cast<mode_t>(S_IRWXG) | ((mode & S_IRWXO) << 3U);
     }
-    // A file system without permissions refuses: it has none to keep.
+    // A file system without permissions refuses; there are none to preserve then.
     static_cast<void>(::fchmod(descriptor, mode));
 }
 
-/// A rename survives a power loss once its folder is on the disk. Some file systems cannot write a folder out: what is
-/// lost then is the certainty, not the file.
+/// A rename survives a power loss when its folder has been flushed. Some file systems cannot flush a folder; this is
+/// ignored.
 void FlushFolder(const fs::path& folder) noexcept
 {
     const ScopedDescriptor descriptor(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
@@ -79,7 +79,7 @@ struct TemporaryFile::System
     {
         file = ScopedDescriptor(::open(folder.c_str(), O_TMPFILE | O_RDWR | O_CLOEXEC, mode));
         path = "/proc/self/fd/" + std::to_string(file.Get());
-        // Without /proc, or where rules forbid this, nobody could write the file or give it a name.
+        // Without /proc, or if a security policy forbids this, the file could be neither written nor named.
         return file && ScopedDescriptor(::open(path.c_str(), O_RDWR | O_CLOEXEC));
     }
 
@@ -94,8 +94,8 @@ struct TemporaryFile::System
         return ResultOf(hasName ? 0 : -1);
     }
 
-    /// Links the file without a name as \p target if there is nothing yet, else under a temporary name, because linking
-    /// never replaces a file. A process that is killed before the rename that follows leaves the complete file under
+    /// Links the file without a name as \p target. If \p target exists, it is linked under a temporary name instead,
+    /// because a link never replaces a file. A process that is killed before the rename leaves the complete file under
     /// the temporary name.
     std::error_code Link(const fs::path& target, bool& isThere)
     {
@@ -127,7 +127,7 @@ struct TemporaryFile::System
             return LastSystemError();
         }
         const FileSizeSignalBlock withoutSignal;
-        constexpr std::size_t MaxTransfer = 0x7ffff000; // the system does no more in one call
+        constexpr std::size_t MaxTransfer = 0x7ffff000; // the system's limit for one call
         off_t offset = 0;
         ssize_t count = 0;
         do
@@ -155,7 +155,7 @@ std::error_code TemporaryFile::Create(const fs::path& folder, Rights rights)
 {
     const mode_t mode = rights == Rights::Owner ? 0600 : 0666;
     auto system = std::make_unique<System>();
-    // Whatever keeps the system from the first way, the second may be open; its reason is the one that counts.
+    // If the file cannot be created without a name, for whatever reason, it is created with one.
     if (!system->CreateUnnamed(folder, mode))
     {
         if (const std::error_code error = system->CreateNamed(folder, mode))
@@ -179,7 +179,7 @@ std::error_code TemporaryFile::MoveTo(const fs::path& target)
     {
         if (const std::error_code error = m_system->Link(target, isThere))
         {
-            // Some systems create files without a name and then forbid links.
+            // Some systems support files without a name but forbid to link them.
             auto copy = std::make_unique<System>();
             if (copy->CreateNamed(target.parent_path(), 0600) || copy->CopyFrom(*m_system))
             {

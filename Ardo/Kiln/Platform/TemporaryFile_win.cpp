@@ -27,7 +27,7 @@ struct TemporaryFile::System
     System(const System&) = delete;
     System& operator=(const System&) = delete;
 
-    ScopedHandle file; ///< May write: the system flushes through no other handle.
+    ScopedHandle file; ///< Has write access, without which it cannot be flushed.
     fs::path path;     ///< Empty once the file has its final name.
 };
 

@@ -8,10 +8,10 @@
 namespace Ardo::Kiln::Platform
 {
 
-/// Gives a thread a name for those who look at the process from outside.
+/// Gives a thread a name for debuggers and other tools.
 ///
-/// On Windows a debugger that is attached shows it. On Linux it is the thread's name in /proc and to every tool: its
-/// first 15 bytes, or less where a character would be cut. A name that cannot be set is not set.
+/// On Windows only a debugger that is attached sees it. On Linux it is the name of the thread in /proc, limited to 15
+/// bytes; no character is cut. A failure is ignored.
 /// \param thread a thread that is not joined.
 /// \param name UTF-8, up to its first NUL.
 KILN_EXPORT_FOR_TESTS void SetThreadName(std::thread::native_handle_type thread, std::string_view name) noexcept;

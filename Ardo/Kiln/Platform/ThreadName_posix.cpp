@@ -9,7 +9,7 @@ namespace Ardo::Kiln::Platform
 
 void SetThreadName(std::thread::native_handle_type thread, std::string_view name) noexcept
 {
-    std::array<char, 16> text{}; // all that the kernel keeps, with the NUL
+    std::array<char, 16> text{}; // the kernel's limit, with the NUL
     std::size_t length = std::min(name.size(), text.size() - 1);
     const auto isWithinCharacter = [&]
     { return length < name.size() && (static_cast<unsigned char>(name[length]) & 0xC0U) == 0x80; };
@@ -18,7 +18,7 @@ void SetThreadName(std::thread::native_handle_type thread, std::string_view name
         --length;
     }
     std::copy_n(name.data(), length, text.data());
-    ::pthread_setname_np(thread, text.data()); // fails for a thread that has ended, which needs no name
+    ::pthread_setname_np(thread, text.data()); // fails only for a thread that has ended
 }
 
 } // namespace Ardo::Kiln::Platform

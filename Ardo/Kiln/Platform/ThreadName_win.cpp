@@ -13,7 +13,7 @@ namespace
 
 constexpr DWORD SetThreadNameCode = 0x406D1388;
 
-/// What a debugger reads when the exception is raised. Its layout is the debuggers' convention.
+/// The structure that a debugger reads when the exception is raised. Its layout is a convention of the debuggers.
 struct ThreadNameRecord
 {
     DWORD type;       ///< 0x1000
@@ -26,7 +26,7 @@ static_assert(sizeof(ThreadNameRecord) == 3 * sizeof(ULONG_PTR));
 HANDLE HandleOf(std::thread::native_handle_type thread)
 {
 #ifdef __MINGW32__
-    return pthread_gethandle(thread); // this compiler's threads are those of a library
+    return pthread_gethandle(thread); // the threads of this compiler are POSIX threads of a library
 #else
     return thread;
 #endif
@@ -42,12 +42,12 @@ LONG CALLBACK IgnoreThreadName(EXCEPTION_POINTERS* pointers)
 
 void SetThreadName(std::thread::native_handle_type thread, std::string_view name) noexcept
 {
-    // A debugger sees the exception before any handler. A vectored handler, because not every compiler has guarded
-    // blocks of code; it goes on where the exception was raised.
+    // A debugger gets the exception before any handler. Without a debugger the vectored handler continues behind the
+    // raise; __try would do the same, but not every compiler has it.
     void* const handler = ::AddVectoredExceptionHandler(1, IgnoreThreadName);
     if (handler == nullptr)
     {
-        return; // raised without it, the exception would end the process
+        return; // without the handler the exception would end the process
     }
     try
     {

@@ -12,7 +12,7 @@ namespace
 
 namespace utf = boost::locale::utf;
 
-// Callers see the number that Windows reports for text that does not convert.
+// The error number of Windows for invalid text, which callers expect on every system.
 constexpr std::uint32_t NoUnicodeTranslation = 1113;
 
 template <typename From, typename To>

@@ -5,7 +5,7 @@
 namespace Ardo::Kiln::Platform
 {
 
-// Both conversions are strict in the measuring call only: the second call repeats what the first has validated.
+// Only the first call, which measures the result, checks the text. The second call converts the checked text.
 
 std::uint32_t Utf8ToWide(std::string_view text, std::wstring& wide)
 {
