@@ -1,5 +1,6 @@
 // Builds a complete acquisition record, as an application does when a detector has delivered an image, and prints it as
-// an XML document. What only the image itself can tell (its size, its grey values) is left to whoever writes the image.
+// an XML document. The size and the grey values of the image are not part of it; the program that writes the image adds
+// them.
 
 #include "Ardo/Kiln/Conversion/String.h"
 #include "Ardo/Kiln/Formatting/Parse.h"
@@ -18,7 +19,7 @@ namespace
 
 using namespace Ardo::MetadataLib;
 
-/// What the command line says of the image.
+/// The data of the image on the command line.
 struct Image
 {
     std::string description;
@@ -36,7 +37,7 @@ Uuid NewUuid()
 
 TimePoint Now()
 {
-    // Documents keep milliseconds.
+    // Documents contain milliseconds.
     return std::chrono::floor<std::chrono::milliseconds>(std::chrono::system_clock::now());
 }
 

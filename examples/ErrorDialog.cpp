@@ -1,7 +1,7 @@
-// What a person sees when something fails: a warning, an error without and one with a crash report, one after another.
+// Shows the error dialog three times: a warning, an error without a crash report, and an error with a crash report.
 //
-//     error_dialog                    shows them
-//     error_dialog --pictures FOLDER  writes pictures of them instead; QT_QPA_PLATFORM=offscreen needs no screen
+//     error_dialog                    shows the dialogs
+//     error_dialog --pictures FOLDER  writes pictures of them; QT_QPA_PLATFORM=offscreen needs no screen
 
 #include "Ardo/Kiln/Exception/ErrorDialog.h"
 #include "Ardo/Kiln/Exception/ErrorInfo.h"
@@ -58,7 +58,8 @@ void ShowFault()
     std::cout << "reports wanted: " << answer.get().decision << '\n';
 }
 
-/// Takes pictures of the window of \p show and closes it. With \p details also one of it unfolded.
+/// Takes a picture of the window that \p show opens and closes the window. With \p details also a picture with the
+/// details unfolded.
 void TakePictures(const std::function<void()>& show, const QString& path, bool details)
 {
     QTimer::singleShot(0, qApp,

@@ -11,7 +11,7 @@
 namespace
 {
 
-/// Stands for a window: an object of the user-interface thread.
+/// In place of a window: an object of the user-interface thread.
 class Results : public QObject
 {
 public:
@@ -31,17 +31,17 @@ int main(int argc, char** argv)
     QCoreApplication application(argc, argv);
     const ToMainThreadInitialization dispatch; // after the application object
     Results results;
-    const QPointer<QObject> guard(&results); // what other threads may hold: it knows when the window is gone
+    const QPointer<QObject> guard(&results); // for other threads: null when the window is gone
     BackgroundWorker worker("Analysis");
 
     worker.Post(
         [&results, guard]
         {
-            const int particles = 1204; // counted here, at leisure
+            const int particles = 1204; // counted on this thread
             ToMainThread(guard,
                          [&results, particles]
                          {
-                             results.Show(particles); // not called if the window is gone by now
+                             results.Show(particles); // not called if the window is gone
                              QCoreApplication::quit();
                          });
         });

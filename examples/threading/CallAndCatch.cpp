@@ -1,4 +1,4 @@
-// Has something done on the thread that a device belongs to, and gets the result, or the exception, back.
+// Calls a function on the thread of a device, and receives its result or its exception.
 
 #include "Ardo/Kiln/Threading/BackgroundWorker.h"
 
@@ -31,7 +31,7 @@ private:
 
 int main()
 {
-    Stage stage; // what functions use is declared before the worker that runs them
+    Stage stage; // declared before the worker, whose functions use it
     Ardo::Kiln::Threading::BackgroundWorker worker("Stage");
 
     for (const double target : {25.0, 2000.0, 50.0})
@@ -44,7 +44,7 @@ int main()
         }
         catch (const std::out_of_range& error)
         {
-            std::cout << "not moved: " << error.what() << '\n'; // and the worker goes on
+            std::cout << "not moved: " << error.what() << '\n'; // the worker continues
         }
     }
 }

@@ -1,4 +1,4 @@
-// Hands work to another thread and goes on. What that work warns of goes to a handler.
+// Posts work to another thread and continues. Warnings of that work go to a handler.
 
 #include "Ardo/Kiln/Exception/Warning.h"
 #include "Ardo/Kiln/Threading/BackgroundWorker.h"
@@ -9,7 +9,7 @@ int main()
 {
     using namespace Ardo::Kiln;
 
-    // Called on the worker's thread. CreateDefaultWarningHandler makes one that logs the text and shows it in a window.
+    // Called on the worker's thread. CreateDefaultWarningHandler returns one that logs and shows the text.
     const auto onWarning = [](const Exception::Warning& warning)
     { std::cout << "warning: " << warning.what() << '\n'; };
     Threading::BackgroundWorker archive("Archive", onWarning);
@@ -18,5 +18,5 @@ int main()
     archive.Post([] { throw Exception::Warning("image 2 was archived before"); });
     archive.Post([] { std::cout << "image 3 is archived\n"; });
 
-    archive.Wait(); // the destructor would not run what is still queued
+    archive.Wait(); // the destructor does not run queued functions
 }
