@@ -1,4 +1,4 @@
-# The libraries that Common is built on. docs/dependencies.md gives the reason for each.
+# The libraries that Common uses. docs/dependencies.md says what for.
 
 find_package(Qt5 5.15 REQUIRED COMPONENTS Core Gui Widgets)
 find_package(Boost 1.74 REQUIRED COMPONENTS log)
@@ -6,7 +6,7 @@ find_package(TIFF 4.5 REQUIRED)
 find_package(JPEG REQUIRED)
 find_package(spdlog 1.10 REQUIRED) # brings fmt
 if(NOT WIN32)
-    # Names, files and lines of a stack. It comes without a package file of CMake's.
+    # libdw names functions, files and lines of a stack. It has no package file for CMake.
     find_library(KILN_DW_LIBRARY dw REQUIRED)
     find_library(KILN_ELF_LIBRARY elf REQUIRED)
     find_path(KILN_DW_INCLUDE_DIR elfutils/libdwfl.h REQUIRED)

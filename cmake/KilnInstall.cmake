@@ -1,4 +1,4 @@
-# What find_package(ArdoKilnCommon) finds after an install.
+# Installs the library, its headers and the files for find_package(ArdoKilnCommon).
 
 include(CMakePackageConfigHelpers)
 

@@ -1,9 +1,9 @@
-# One object library a folder, all of them linked into the one shared library Common.
+# Each folder is an object library. All of them are linked into one shared library, Common.
 #
 #   kiln_begin_library()          declares Common and its export header
-#   kiln_folder(NAME ...)         one folder of the library (see below)
-#   kiln_end_library()            nothing may be added after it
-#   kiln_test(NAME ...)           one test program, run once as it is and once in a hostile locale
+#   kiln_folder(NAME ...)         declares one folder of the library (see below)
+#   kiln_end_library()            completes Common; no kiln_folder() after it
+#   kiln_test(NAME ...)           declares a test program that runs twice, once in a hostile locale
 
 include(GenerateExportHeader)
 
@@ -22,7 +22,7 @@ function(kiln_begin_library)
         target_link_options(Common PRIVATE -Wl,-z,nodelete) # signal handlers and a thread stay after dlclose
     endif()
 
-    # The generated header stands in no folder of its own, so every folder may include it.
+    # The generated header belongs to no folder, so every folder may include it.
     generate_export_header(
         Common
         BASE_NAME KILN
@@ -31,7 +31,7 @@ function(kiln_begin_library)
         Common PUBLIC FILE_SET generated TYPE HEADERS BASE_DIRS ${PROJECT_BINARY_DIR}/generated FILES
                       ${PROJECT_BINARY_DIR}/generated/Ardo/KilnExport.h)
 
-    # What all folders share: the include roots and the flags.
+    # The include directories and flags of all folders.
     add_library(KilnFolder INTERFACE)
     target_include_directories(KilnFolder INTERFACE ${PROJECT_SOURCE_DIR} ${PROJECT_BINARY_DIR}/generated)
     target_compile_definitions(KilnFolder INTERFACE Common_EXPORTS)
@@ -45,9 +45,9 @@ endfunction()
 
 # kiln_folder(NAME Conversion HEADERS String.h SOURCES String.cpp [LINK KilnPlatform ...])
 #
-# Declares the object library Kiln<NAME>. HEADERS is the folder's part of the public surface: it is
-# installed and compiled alone by the header check. Private headers end in _p.h and are not listed.
-# LINK is the list of folders and outside libraries that this folder may include.
+# Declares the object library Kiln<NAME>. HEADERS are the public headers of the folder: they are installed,
+# and the header check compiles each of them alone. Private headers end in _p.h and are not listed. LINK are
+# the folders and external libraries that this folder may include.
 function(kiln_folder)
     cmake_parse_arguments(arg "" "NAME" "HEADERS;SOURCES;LINK" ${ARGN})
     set(target Kiln${arg_NAME})
@@ -66,13 +66,13 @@ function(kiln_folder)
 endfunction()
 
 function(kiln_end_library)
-    # A shared library of object files needs to be told its language.
+    # CMake cannot derive the linker language from object libraries.
     set_target_properties(Common PROPERTIES LINKER_LANGUAGE CXX)
 endfunction()
 
 # kiln_test(NAME ImageIOTests SOURCES TiffExporterTest.cpp ... [LINK TIFF::TIFF])
 #
-# The program takes its locale from the environment, so the second run really meets a decimal comma.
+# The program takes its locale from the environment, which has a decimal comma in the second run.
 function(kiln_test)
     cmake_parse_arguments(arg "" "NAME" "SOURCES;LINK" ${ARGN})
     add_executable(${arg_NAME} ${arg_SOURCES})
