@@ -1,7 +1,7 @@
-# What the one-word commands of this folder share. Sourced, not run.
+# Functions that the commands of this folder share. Sourced, not run.
 
 set -euo pipefail
-# The debian python has the packages that the checks use; another one in front of it may not.
+# Debian's python3 has the packages that the checks use; another one earlier in the path may not.
 export PATH="/usr/bin:$PATH"
 
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
@@ -17,8 +17,8 @@ fail() {
 done_with() { printf '\n%s: %s (%d s)\n' "$command" "$*" $((SECONDS - started)); }
 trap 'fail "the step above, line $LINENO"' ERR
 
-# need_packages LIST...: installs the Debian packages of the files scripts/packages-LIST that are missing. Without the right
-# to install it prints the one line to run and stops.
+# need_packages LIST...: installs the missing Debian packages of the files scripts/packages-LIST. Without the permission to
+# install, it prints the command to run and stops.
 need_packages() {
     command -v dpkg-query >/dev/null || fail "this command sets up Debian 12; elsewhere install what scripts/packages-* name"
     local list package missing=()
