@@ -2,6 +2,7 @@
 
 #include <cerrno>
 #include <cstdlib>
+#include <fcntl.h>
 #include <pwd.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -102,7 +103,7 @@ int MakePrivateFolder(const char* folder) noexcept
     {
         return EACCES;
     }
-    return ::access(folder, W_OK | X_OK) == 0 ? 0 : errno;
+    return ::faccessat(AT_FDCWD, folder, W_OK | X_OK, AT_EACCESS) == 0 ? 0 : errno;
 }
 
 } // namespace Ardo::Kiln::Platform

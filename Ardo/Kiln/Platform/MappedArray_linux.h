@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <cstdint>
 #include <type_traits>
 
 #include <sys/mman.h>
@@ -9,8 +10,8 @@
 namespace Ardo::Kiln::Platform
 {
 
-/// A growing array whose memory comes from the kernel: for code that runs while the heap may be broken or locked.
-/// Move and copy are not needed. A failure to grow is reported, never thrown.
+/// A growing array in memory that is mapped from the kernel, for code that runs while the heap may be corrupted or
+/// locked. It does not throw.
 template <typename T>
 class MappedArray
 {
@@ -28,15 +29,16 @@ public:
     MappedArray(const MappedArray&) = delete;
     MappedArray& operator=(const MappedArray&) = delete;
 
-    /// Makes the array \p count elements long; new ones are all zero bytes.
-    /// \returns false if there is no memory: the array is as it was then.
+    /// Sets the number of elements. All bytes of new elements are zero.
+    /// \returns false if there is no memory. The array is then unchanged.
     bool Resize(std::size_t count) noexcept
     {
-        if (count * sizeof(T) > m_bytes && !Grow(count * sizeof(T)))
+        constexpr std::size_t maxCount = PTRDIFF_MAX / sizeof(T); // more would overflow the number of bytes
+        if (count > maxCount || (count * sizeof(T) > m_bytes && !Grow(count * sizeof(T))))
         {
             return false;
         }
-        // What is beyond the end is zero already, unless the array has been longer.
+        // Elements beyond the end are zero unless the array was longer before.
         for (std::size_t i = m_size; i < std::min(count, m_longest); ++i)
         {
             m_data[i] = T{};
@@ -47,7 +49,7 @@ public:
     }
 
     /// Adds \p value.
-    /// \returns false if there is no memory.
+    /// \returns false if there is no memory. The array is then unchanged.
     bool Add(const T& value) noexcept
     {
         const std::size_t place = m_size;

@@ -26,7 +26,7 @@ std::error_code ResultOf(int result) noexcept
     return result == 0 ? std::error_code() : LastSystemError();
 }
 
-/// Gives the open file the group and the permissions of the one at \p path, if there is one.
+/// Gives the open file the group and the permissions of the file at \p path, if that is a regular file.
 void TakeRightsOf(const fs::path& path, int descriptor) noexcept
 {
     struct stat old
@@ -35,7 +35,7 @@ void TakeRightsOf(const fs::path& path, int descriptor) noexcept
     struct stat own
     {
     };
-    if (::stat(path.c_str(), &old) != 0 || ::fstat(descriptor, &own) != 0)
+    if (::stat(path.c_str(), &old) != 0 || !S_ISREG(old.st_mode) || ::fstat(descriptor, &own) != 0)
     {
         return;
     }

@@ -3,13 +3,13 @@
 #include "Ardo/Kiln/FileSystem/TemporaryFile.h"
 #include "tests/Support/FailingSystemCall.h"
 #include "tests/Support/Process.h"
+#include "tests/Support/ScopedNobody.h"
 #include "tests/Support/ScopedTempDir.h"
 
 #include <gmock/gmock.h>
 
 #include <cerrno>
 #include <fcntl.h>
-#include <grp.h>
 #include <iterator>
 #include <string>
 #include <sys/stat.h>
@@ -24,10 +24,9 @@ namespace fs = std::filesystem;
 namespace
 {
 
+using Support::Nobody;
 using Support::ReadFile;
 using Support::WriteFile;
-
-constexpr unsigned Nobody = 65534;
 
 constexpr std::uint32_t WithoutName = O_TMPFILE & ~O_DIRECTORY;
 constexpr Support::FailingSystemCall NoFilesWithoutName{SYS_openat, 2, WithoutName, WithoutName, EOPNOTSUPP};
@@ -57,32 +56,6 @@ void Replace(const fs::path& target, const std::string& text)
     WriteFile(file.Path(), text);
     file.Commit();
 }
-
-/// While it lives, a privileged process acts as a user who owns nothing and is in no group of others.
-class ScopedNobody
-{
-public:
-    ScopedNobody()
-    {
-        const int groups = ::getgroups(0, nullptr);
-        m_groups.resize(static_cast<std::size_t>(groups));
-        ::getgroups(groups, m_groups.data());
-        ::setgroups(0, nullptr);
-        EXPECT_EQ(::setegid(Nobody), 0);
-        EXPECT_EQ(::seteuid(Nobody), 0);
-    }
-    ~ScopedNobody()
-    {
-        EXPECT_EQ(::seteuid(0), 0);
-        EXPECT_EQ(::setegid(0), 0);
-        ::setgroups(m_groups.size(), m_groups.data());
-    }
-    ScopedNobody(const ScopedNobody&) = delete;
-    ScopedNobody& operator=(const ScopedNobody&) = delete;
-
-private:
-    std::vector<gid_t> m_groups;
-};
 
 /// What a replacement promises wherever it is made.
 void CheckReplacement()
@@ -259,7 +232,7 @@ TEST(ReplacementFileTest, OthersGetNoRightsByAReplacement)
         WriteFile(target, "old");
         ASSERT_EQ(::chown(target.c_str(), row.owner, row.group), 0);
         ASSERT_EQ(::chmod(target.c_str(), row.mode), 0);
-        const ScopedNobody nobody;
+        const Support::ScopedNobody nobody;
         if (row.newMode == 0)
         {
             EXPECT_THROW(ReplacementFile{target}, fs::filesystem_error);

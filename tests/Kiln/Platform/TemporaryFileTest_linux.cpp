@@ -1,0 +1,150 @@
+#include "Ardo/Kiln/Platform/TemporaryFile.h"
+
+#include "tests/Support/FailingSystemCall.h"
+#include "tests/Support/Process.h"
+#include "tests/Support/ScopedTempDir.h"
+
+#include <gmock/gmock.h>
+
+#include <cerrno>
+#include <set>
+#include <string>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <sys/syscall.h>
+
+namespace Ardo::Kiln::Platform
+{
+
+namespace fs = std::filesystem;
+
+namespace
+{
+
+using Rights = TemporaryFile::Rights;
+using Support::ReadFile;
+using Support::WriteFile;
+
+constexpr std::uint32_t WithoutName = O_TMPFILE & ~O_DIRECTORY;
+constexpr Support::FailingSystemCall NoFilesWithoutName{SYS_openat, 2, WithoutName, WithoutName, EOPNOTSUPP};
+constexpr Support::FailingSystemCall NoLinks{SYS_linkat, 0, 0, 0, EPERM};
+constexpr Support::FailingSystemCall NoFlush{SYS_fsync, 0, 0, 0, EIO};
+
+std::set<std::string> NamesIn(const fs::path& folder)
+{
+    std::set<std::string> names;
+    for (const auto& entry : fs::directory_iterator(folder))
+    {
+        names.insert(entry.path().filename());
+    }
+    return names;
+}
+
+unsigned ModeOf(const fs::path& path)
+{
+    return static_cast<unsigned>(fs::status(path).permissions());
+}
+
+void CheckLife(bool hasName)
+{
+    const Support::ScopedTempDir folder;
+    const mode_t before = ::umask(002);
+    for (const auto& [rights, mode] : {std::pair(Rights::Owner, 0600U), {Rights::NewFile, 0664U}})
+    {
+        TemporaryFile file;
+        EXPECT_EQ(file.Path(), fs::path());
+        ASSERT_FALSE(file.Create(folder.Path(), rights));
+        EXPECT_EQ(ModeOf(file.Path()), mode);
+        EXPECT_EQ(NamesIn(folder.Path()).size(), hasName ? 1U : 0U);
+        WriteFile(file.Path(), "new");
+        // A folder of that name is in the way: nothing is lost, and the next attempt succeeds.
+        fs::create_directory(folder / "file");
+        EXPECT_EQ(file.MoveTo(folder / "file").value(), EISDIR);
+        fs::remove(folder / "file");
+        EXPECT_EQ(ReadFile(file.Path()), "new");
+        ASSERT_FALSE(file.MoveTo(folder / "file"));
+        EXPECT_EQ(file.Path(), fs::path());
+        EXPECT_EQ(ReadFile(folder / "file"), "new");
+        EXPECT_EQ(ModeOf(folder / "file"), mode);
+        EXPECT_EQ(NamesIn(folder.Path()), std::set<std::string>{"file"});
+        fs::remove(folder / "file");
+    }
+    ::umask(before);
+    {
+        TemporaryFile file;
+        ASSERT_FALSE(file.Create(folder.Path(), Rights::Owner));
+    }
+    EXPECT_EQ(NamesIn(folder.Path()), std::set<std::string>{});
+}
+
+} // namespace
+
+TEST(PlatformTemporaryFileTest, LivesWithOrWithoutAName)
+{
+    CheckLife(false);
+    Support::RunWithFailing(NoFilesWithoutName, [] { CheckLife(true); });
+}
+
+TEST(PlatformTemporaryFileTest, WhereLinksAreForbiddenItIsCopied)
+{
+    const Support::ScopedTempDir folder;
+    const std::string large(3 << 20, 'x');
+    WriteFile(folder / "old", "old");
+    fs::permissions(folder / "old", fs::perms(0640));
+    Support::RunWithFailing(NoLinks,
+                            [&]
+                            {
+                                for (const char* name : {"old", "new"})
+                                {
+                                    TemporaryFile file;
+                                    ASSERT_FALSE(file.Create(folder.Path(), Rights::NewFile));
+                                    WriteFile(file.Path(), large);
+                                    ASSERT_FALSE(file.MoveTo(folder / name));
+                                    EXPECT_EQ(ReadFile(folder / name), large);
+                                }
+                            });
+    EXPECT_EQ(NamesIn(folder.Path()), (std::set<std::string>{"new", "old"}));
+    EXPECT_EQ(ModeOf(folder / "old"), 0640U);
+}
+
+TEST(PlatformTemporaryFileTest, WhatCannotBeFlushedReplacesNothing)
+{
+    const Support::ScopedTempDir folder;
+    WriteFile(folder / "file", "old");
+    {
+        TemporaryFile file;
+        ASSERT_FALSE(file.Create(folder.Path(), Rights::Owner));
+        WriteFile(file.Path(), "new");
+        Support::RunWithFailing(NoFlush, [&] { EXPECT_EQ(file.MoveTo(folder / "file").value(), EIO); });
+        EXPECT_EQ(ReadFile(folder / "file"), "old");
+        EXPECT_EQ(ReadFile(file.Path()), "new");
+    }
+    EXPECT_EQ(NamesIn(folder.Path()), std::set<std::string>{"file"});
+}
+
+TEST(PlatformTemporaryFileTest, AFolderThatTakesNoFileIsReported)
+{
+    const Support::ScopedTempDir folder;
+    WriteFile(folder / "file", "");
+    for (const auto& [path, error] :
+         {std::pair(folder / "missing", ENOENT), {folder / "file", ENOTDIR}, {"/proc", ENOENT}})
+    {
+        TemporaryFile file;
+        EXPECT_EQ(file.Create(path, Rights::Owner).value(), error) << path;
+        EXPECT_EQ(file.Path(), fs::path());
+    }
+}
+
+TEST(PlatformTemporaryFileTest, NamesAreRandom)
+{
+    std::set<fs::path> names;
+    for (int i = 0; i < 1000; ++i)
+    {
+        const fs::path name = TemporaryFile::RandomName();
+        EXPECT_THAT(name.native(), testing::MatchesRegex("\\.[0-9a-f]{16}\\.part"));
+        EXPECT_TRUE(names.insert(name).second);
+    }
+}
+
+} // namespace Ardo::Kiln::Platform
