@@ -13,17 +13,17 @@
 namespace Ardo::Kiln::Support
 {
 
-/// A system call that fails with an error number when an argument has a value.
+/// A system call that fails with an error number if one of its arguments has a given value.
 struct FailingSystemCall
 {
     std::uint32_t number;   ///< SYS_...
-    std::uint32_t argument; ///< From 0.
-    std::uint32_t mask;     ///< The bits of the argument that count; 0: the call fails in any case.
-    std::uint32_t value;    ///< Of these bits.
-    int error;
+    std::uint32_t argument; ///< Index of the argument, from 0.
+    std::uint32_t mask;     ///< Bits of the argument that are compared; 0: the call always fails.
+    std::uint32_t value;    ///< Value of these bits for which the call fails.
+    int error;              ///< An errno value.
 };
 
-/// Runs \p function to its end on a thread of its own, for which the call fails as it does on other systems.
+/// Runs \p function on a new thread, on which the system call fails, and waits for it.
 inline void RunWithFailing(const FailingSystemCall& call, const std::function<void()>& function)
 {
     const auto run = [&]

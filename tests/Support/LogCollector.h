@@ -9,7 +9,10 @@
 namespace Ardo::Kiln::Support
 {
 
-/// Collects every log record of the process from its construction to its destruction. Any thread may log meanwhile.
+/// Collects the log records of the process from its construction to its destruction. Any thread may log meanwhile.
+///
+/// The destructor fails the test if a record of level error or fatal was not announced by ExpectErrors(), or if an
+/// announced one was not logged.
 class LogCollector
 {
 public:
@@ -20,12 +23,22 @@ public:
         std::string message;
     };
 
-    LogCollector();
+    /// The records that an object collects.
+    enum class Scope
+    {
+        All,      ///< all records
+        Unwatched ///< records that are logged while no object with the scope All exists
+    };
+
+    explicit LogCollector(Scope scope = Scope::All);
     ~LogCollector();
     LogCollector(const LogCollector&) = delete;
     LogCollector& operator=(const LogCollector&) = delete;
 
-    /// What was logged so far, in the order of logging.
+    /// Announces records of level error or fatal, one for each text: the message contains the text. In any order.
+    void ExpectErrors(std::vector<std::string> parts);
+
+    /// The records so far, in the order of logging.
     std::vector<Record> Records() const;
 
     /// The messages alone.

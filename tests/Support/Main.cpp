@@ -1,11 +1,13 @@
+#include "tests/Support/TestTimeLimit.h"
+
 #include <gmock/gmock.h>
 
 #include <locale>
 
 #ifdef __SANITIZE_ADDRESS__
-/// Leaks that are not ours: the C library keeps the folders of LOCPATH, which one of the runs sets, until the end. Qt's
-/// platform without a screen never deletes its screen; Qt is compiled without frame pointers, so each part of that is
-/// named by the function that allocates it. On a screen it keeps its connection to the accessibility bus.
+/// Known leaks of other libraries. The C library never frees the folders of LOCPATH, which the hostile run sets. Qt's
+/// platform "offscreen" never deletes its screen; Qt is compiled without frame pointers, so each part is named by the
+/// function that allocates it. On a real screen Qt never closes its connection to the accessibility bus.
 extern "C" __attribute__((visibility("default"))) const char* __lsan_default_suppressions()
 {
     return "leak:argz_add_sep\n"
@@ -22,7 +24,8 @@ extern "C" __attribute__((visibility("default"))) const char* __lsan_default_sup
 int main(int argc, char** argv)
 {
     ::testing::InitGoogleMock(&argc, argv);
-    // The global C and C++ locales follow the environment: one of the runs has a decimal comma there.
+    // The global C and C++ locales follow the environment, which has a decimal comma in the hostile run.
     std::locale::global(std::locale(""));
+    Ardo::Kiln::Support::LimitTimeOfEachTest();
     return RUN_ALL_TESTS();
 }

@@ -8,7 +8,7 @@
 namespace Ardo::Kiln::Support
 {
 
-/// The bytes of the smallest Windows library that has a version resource; the resource's last byte is the file's.
+/// The bytes of a minimal Windows library with a version resource. The last byte of the resource is that of the file.
 inline std::string VersionedLibrary(const std::array<std::uint16_t, 4>& version)
 {
     constexpr std::uint32_t High = 0x10000; // the upper half of a word

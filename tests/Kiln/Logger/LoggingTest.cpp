@@ -314,7 +314,8 @@ TEST_F(LoggingTest, WarningsAreInTheFileAtOnceAndTheRestWithinTheSecond)
 
 TEST_F(LoggingTest, ScopesAndComponentsLogInTheirName)
 {
-    const Support::LogCollector collector;
+    Support::LogCollector collector;
+    collector.ExpectErrors({"all"});
     auto logger = CreateLogger("S");
     {
         ScopedLogger scope(logger, "Grab");

@@ -1,23 +1,21 @@
 #pragma once
 
 #include "Ardo/Kiln/Threading/BackgroundWorker.h"
+#include "tests/Support/TestTimeLimit.h"
 
 #include <chrono>
-#include <cstdio>
-#include <cstdlib>
 #include <future>
 
 namespace Ardo::Kiln::Threading
 {
 
-/// Waits for something that a correct program does at once. A hang ends the test program with a message.
+/// Waits for a result that a correct program has at once. After two minutes it ends the test program and names the test.
 template <typename Future>
 void Await(const Future& future)
 {
     if (future.wait_for(std::chrono::minutes(2)) != std::future_status::ready)
     {
-        std::fputs("a test has waited for two minutes\n", stderr);
-        std::_Exit(1);
+        Support::EndHangingTest();
     }
 }
 

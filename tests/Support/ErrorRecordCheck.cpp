@@ -1,0 +1,32 @@
+// A test program that has this file among its sources fails each test that logs a record of level error or fatal while
+// there is no LogCollector. Not for the tests of Logger, which need a logging core without other sinks.
+
+#include "tests/Support/LogCollector.h"
+
+#include <gtest/gtest.h>
+
+#include <optional>
+
+namespace Ardo::Kiln::Support
+{
+
+namespace
+{
+
+class Listener : public testing::EmptyTestEventListener
+{
+    void OnTestStart(const testing::TestInfo& /*test*/) override { m_records.emplace(LogCollector::Scope::Unwatched); }
+    void OnTestEnd(const testing::TestInfo& /*test*/) override { m_records.reset(); }
+
+    std::optional<LogCollector> m_records;
+};
+
+[[maybe_unused]] const bool g_isAdded = []
+{
+    testing::UnitTest::GetInstance()->listeners().Append(new Listener); // owned by the list
+    return true;
+}();
+
+} // namespace
+
+} // namespace Ardo::Kiln::Support
