@@ -70,11 +70,14 @@ function(kiln_end_library)
     set_target_properties(Common PROPERTIES LINKER_LANGUAGE CXX)
 endfunction()
 
-# kiln_test(NAME ImageIOTests SOURCES TiffExporterTest.cpp ... [LINK TIFF::TIFF])
+# kiln_test(NAME ImageIOTests SOURCES TiffExporterTest.cpp ... [LINK TIFF::TIFF] [THREADED])
+#
+# THREADED: the program uses threads in ways that ThreadSanitizer can judge. The target threaded_tests builds these
+# programs, and their tests have the label "threaded".
 #
 # The program takes its locale from the environment, which has a decimal comma in the second run.
 function(kiln_test)
-    cmake_parse_arguments(arg "" "NAME" "SOURCES;LINK" ${ARGN})
+    cmake_parse_arguments(arg "THREADED" "NAME" "SOURCES;LINK" ${ARGN})
     add_executable(${arg_NAME} ${arg_SOURCES})
     target_link_libraries(${arg_NAME} PRIVATE Common KilnTestSupport KilnCompiler ${arg_LINK})
     target_precompile_headers(${arg_NAME} REUSE_FROM KilnTestSupport)
@@ -82,4 +85,11 @@ function(kiln_test)
     add_test(NAME ${arg_NAME}.HostileLocale COMMAND ${arg_NAME})
     set_tests_properties(${arg_NAME} ${arg_NAME}.HostileLocale PROPERTIES TIMEOUT 600)
     set_tests_properties(${arg_NAME}.HostileLocale PROPERTIES ENVIRONMENT "${KILN_HOSTILE_ENVIRONMENT}")
+    if(arg_THREADED)
+        if(NOT TARGET threaded_tests)
+            add_custom_target(threaded_tests)
+        endif()
+        add_dependencies(threaded_tests ${arg_NAME})
+        set_tests_properties(${arg_NAME} PROPERTIES LABELS threaded)
+    endif()
 endfunction()

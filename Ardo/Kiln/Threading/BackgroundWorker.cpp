@@ -144,6 +144,14 @@ BackgroundWorker::BackgroundWorker(bool spawnThread, const std::string& threadNa
 
 BackgroundWorker::~BackgroundWorker()
 {
+    if (m_thread && !m_queue->IsOfParent() && IsOnBackgroundThread())
+    {
+        m_thread->detach(); // cannot be joined here: it ends with the function that runs
+        m_thread.reset();
+        m_queue->Stop();
+        WaitForCalls();
+        return;
+    }
     StopAll();
 }
 
@@ -333,15 +341,13 @@ void BackgroundWorker::StopAll()
         return;
     }
     m_queue->Stop();
-    if (IsOnBackgroundThread())
-    {
-        m_thread->detach(); // it ends with the function that runs
-    }
-    else
-    {
-        m_thread->join();
-    }
+    m_thread->join();
     m_thread.reset();
+    WaitForCalls();
+}
+
+void BackgroundWorker::WaitForCalls() noexcept
+{
     while (m_callsInProgress != 0)
     {
         std::this_thread::yield(); // they see the stopped queue within CallPollInterval
