@@ -206,14 +206,15 @@ Handler::ThreadState& Handler::StateOfCallingThread()
                 FaultDispatch::ThreadData() = nullptr;
             }
         }
+        const ThreadState* known = nullptr; // for leak checkers, which do not search the memory of ThreadData
     };
     ThreadState* state = ThreadState::Get();
     if (state == nullptr)
     {
         state = std::make_unique<ThreadState>().release(); // owned by the cleanup
         FaultDispatch::ThreadData() = state;
-        static thread_local const ThreadExitCleanup cleanup;
-        static_cast<void>(cleanup); // a thread that comes here after it, in another cleanup, leaves its state behind
+        static thread_local ThreadExitCleanup cleanup;
+        cleanup.known = state; // a thread that comes here after it, in another cleanup, leaves its state behind
     }
     return *state;
 }

@@ -135,8 +135,8 @@ void AdoptNewThreads() noexcept
 
 int CreatePlainThread(pthread_t* thread, void* (*body)(void*), void* argument) noexcept
 {
-#ifdef __SANITIZE_THREAD__
-    return ::pthread_create(thread, nullptr, body, argument); // that sanitizer has to know every thread
+#if defined(__SANITIZE_THREAD__) || defined(__SANITIZE_ADDRESS__)
+    return ::pthread_create(thread, nullptr, body, argument); // these sanitizers have to know every thread
 #else
     auto* const create = g_pthreadCreate.Get();
     return create != nullptr ? create(thread, nullptr, body, argument) : ENOSYS;
