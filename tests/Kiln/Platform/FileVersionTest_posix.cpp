@@ -51,7 +51,9 @@ TEST(FileVersionTest, IsReadFromTheVersionResource)
         bool hasVersion;
     } rows[] = {
         {"64 bits", {}, true},
-        {"32 bits: the directories begin 16 bytes earlier", {{88, 0x10B}, {180, 16}, {200, 0x1000}}, true},
+        {"32 bits: the directories begin 16 bytes earlier",
+         {{88, 0x10B}, {180, 16}, {196, 0}, {200, 0x1000}, {216, 0}},
+         true},
         {"neither", {{88, 0x20C}}, false},
         {"no \"MZ\"", {{0, 0x5A4E}}, false},
         {"no \"PE\"", {{64, 0x14550}}, false},

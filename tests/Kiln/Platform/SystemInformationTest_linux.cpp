@@ -6,8 +6,10 @@
 
 #include <csignal>
 #include <cstdlib>
+#include <cstring>
 #include <string>
 
+#include <sys/mman.h>
 #include <sys/utsname.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -38,6 +40,10 @@ TEST(SystemInformationTest, SaysWhatTheSystemsFilesSay)
     const pid_t child = ::fork();
     if (child == 0)
     {
+        constexpr std::size_t Freed = 16 << 20; // makes the peak larger than the memory in use
+        void* const memory = ::mmap(nullptr, Freed, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+        std::memset(memory, 1, Freed);
+        ::munmap(memory, Freed);
         while (true)
         {
             ::pause(); // its memory does not change
@@ -53,6 +59,7 @@ TEST(SystemInformationTest, SaysWhatTheSystemsFilesSay)
     EXPECT_EQ(information.peakProcessMemory, BytesIn(status, "VmHWM"));
     EXPECT_EQ(information.processAddresses, BytesIn(status, "VmSize"));
     EXPECT_GT(information.processMemory, 1U << 16U);
+    EXPECT_GT(information.peakProcessMemory, information.processMemory + (8U << 20U));
     ::kill(child, SIGKILL);
     ::waitpid(child, nullptr, 0);
 
