@@ -3,11 +3,7 @@
 #include "Ardo/KilnExport.h"
 #include "Ardo/MetadataLib/Detector.h"
 
-#include <concepts>
 #include <memory>
-#include <type_traits>
-#include <typeinfo>
-#include <utility>
 #include <vector>
 
 namespace Ardo::MetadataLib
@@ -25,16 +21,9 @@ public:
     /// Owns an empty Detector.
     DetectorPtr();
 
-    /// Owns a copy of the whole object, also if \p detector refers to its base: Clone() makes the copy.
+    /// Owns a copy of the whole object, also if \p detector refers to its base: Clone(), which each class has to
+    /// override, makes the copy.
     DetectorPtr(const Detector& detector);
-
-    /// Owns an object that \p detector is moved into. If \p detector refers to the base of an object, the object is
-    /// copied by Clone() instead, because a move would slice it.
-    template <std::derived_from<Detector> T>
-    requires(!std::is_const_v<T>) DetectorPtr(T&& detector)
-        : m_detector(typeid(detector) == typeid(T) ? std::make_unique<T>(std::move(detector)) : detector.Clone())
-    {
-    }
 
     DetectorPtr(const DetectorPtr& other);
 

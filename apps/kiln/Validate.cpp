@@ -56,7 +56,7 @@ bool IsSame(const DocumentFault& schema, const DocumentFault& reader)
 /// custom properties. A JSON document is the reader's alone.
 Faults FaultsOf(const RecordDocument& document)
 {
-    const Faults readerFaults = CheckDocument(document.text, document.type);
+    Faults readerFaults = CheckDocument(document.text, document.type);
     if (document.type != SerializeType::Xml || !IsForSchema(readerFaults))
     {
         return readerFaults;

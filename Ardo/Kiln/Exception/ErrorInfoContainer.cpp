@@ -18,9 +18,10 @@ namespace
 namespace detail = boost::exception_detail;
 
 // A private interface: no public one lets the library give an exception its container.
-static_assert(BOOST_VERSION >= 107100 && BOOST_VERSION < 107500,
-              "Private parts of Boost.Exception are used as they are in Boost 1.71 to 1.74: compare error_info_container "
-              "and set_info_rv with those of this version, run ExceptionTests, and widen the range.");
+static_assert(
+    BOOST_VERSION >= 107100 && BOOST_VERSION < 107500,
+    "Private parts of Boost.Exception are used as they are in Boost 1.71 to 1.74: compare error_info_container "
+    "and set_info_rv with those of this version, run ExceptionTests, and widen the range.");
 
 /// Does what Boost's container does, for copies on several threads. Reading is safe there too; attaching is not.
 class ErrorInfoContainer final : public detail::error_info_container

@@ -37,7 +37,7 @@ void TreeReader::ReadDetectors(MetadataLib::DetectorList& detectors)
             TreeReader detectorReader = reader();
             detectorReader.m_isOpen = m_report.AllowsExtensions() && typeid(detector) == typeid(Detector);
             detectorReader.ReadRecord(detector);
-            detectors.push_back(std::move(detector));
+            detectors.push_back(detector);
         };
 
         const auto typeNode = node.second.find("DetectorType");
