@@ -100,7 +100,7 @@ void CheckBitmap(QIODevice& file)
     }
 }
 
-/// GIF89a specification, section 19 and following: blocks up to a trailer.
+/// GIF89a, section 19 and following: blocks up to a trailer.
 void CheckGif(QIODevice& file)
 {
     constexpr unsigned char Extension = 0x21;
