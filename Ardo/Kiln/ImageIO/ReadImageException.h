@@ -31,6 +31,7 @@ public:
     /// The same failure under another text.
     ReadImageException(const std::string& text, const ReadImageException& failure);
 
+    /// What kept the image from being read.
     [[nodiscard]] Cause GetCause() const noexcept { return m_cause; }
 
     /// What happened, in UTF-8, for a person, without the name of the file. Valid as long as any copy of the exception.

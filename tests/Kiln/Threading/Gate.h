@@ -9,7 +9,7 @@
 namespace Ardo::Kiln::Threading
 {
 
-/// Waits for a result that a correct program has at once. After two minutes it ends the test program and names the test.
+/// Waits for a result that a correct program has at once. After two minutes it ends the program and names the test.
 template <typename Future>
 void Await(const Future& future)
 {
