@@ -29,6 +29,16 @@ Throw SystemThrow() noexcept
     return reinterpret_cast<Throw>(dlsym(RTLD_NEXT, "__cxa_throw"));
 }
 
+Throw NextThrow() noexcept
+{
+    const Throw next = g_throw != nullptr ? g_throw : SystemThrow();
+    if (next == nullptr)
+    {
+        abort(); // a throw does not return
+    }
+    return next;
+}
+
 // Before anybody can be inside the loader and throw.
 [[gnu::constructor]] void FindThrow()
 {
@@ -37,7 +47,7 @@ Throw SystemThrow() noexcept
 
 /// Shows an exception that is about to be thrown to the calling thread's vectored filters. \p address is the
 /// instruction behind the throw.
-[[gnu::always_inline]] inline void ShowThrow(void* object, const std::type_info* type, void* address) noexcept
+[[gnu::noinline]] void ShowThrow(void* object, const std::type_info* type, void* address) noexcept
 {
     ForgetThrowPlace(object); // what was thrown with this address before is gone
     const FaultThread* const thread = OwnFaultThread();
@@ -78,14 +88,12 @@ void SetHookFilter(FaultFilter filter) noexcept
 
 } // namespace Ardo::Kiln::Crash
 
-extern "C" [[noreturn]] KILN_EXPORT void __cxa_throw(void* object, std::type_info* type, void (*destructor)(void*))
+// Optimised in every build, and not declared [[noreturn]], so that the last call is a jump: the runtime would walk
+// through a frame of this function twice for each throw.
+extern "C" [[gnu::optimize("O2")]] KILN_EXPORT void __cxa_throw(void* object, std::type_info* type,
+                                                                void (*destructor)(void*))
 {
     using namespace Ardo::Kiln::Crash;
     ShowThrow(object, type, __builtin_return_address(0));
-    const Throw next = g_throw != nullptr ? g_throw : SystemThrow();
-    if (next != nullptr)
-    {
-        next(object, type, destructor);
-    }
-    abort();
+    return NextThrow()(object, type, destructor);
 }
