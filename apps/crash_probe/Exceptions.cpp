@@ -142,7 +142,7 @@ void RethrowFromElsewhere()
             }
         })
         .join();
-    constexpr int Others = 500;
+    constexpr int Others = 20;
     ThrowOthers(Others);
     std::rethrow_exception(stored);
 }
