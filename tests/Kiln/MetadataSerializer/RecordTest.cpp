@@ -258,6 +258,8 @@ TEST(RecordTest, ValuesThatDoNotConvertAreErrorsUnlessTheyAreOptional)
     EXPECT_EQ(metadata.Optics.Focus, std::nullopt);
     EXPECT_EQ(metadata.Optics.SpotIndex, std::nullopt);
     EXPECT_EQ(metadata.Core.ParentGuid, std::nullopt);
+    log.ExpectErrors({"/Guid: ", "/AcquisitionDatetime: ", "/StagePosition/X: ", "/ScanSize/Width: ", "/BeamTilt/X: ",
+                      "/PixelSize/X/value: ", "/ReadoutArea/Width: "});
     for (const char* path : {"Core.Guid", "Acquisition.AcquisitionDatetime", "StageSettings.StagePosition.X",
                              "ScanSettings.ScanSize.Width", "Optics.BeamTilt.X", "BinaryResult.PixelSize.X",
                              "Detectors.ImagingDetector.ReadoutArea.Width"})
@@ -276,6 +278,7 @@ TEST(RecordTest, WhereReadingStopsTravelsWithTheException)
         std::string told;
         std::string what;
         Support::LogCollector log;
+        log.ExpectErrors({"Metadata: line "});
         try
         {
             Metadata metadata;
