@@ -249,8 +249,6 @@ TEST(RecordTest, ValuesThatDoNotConvertAreErrorsUnlessTheyAreOptional)
     tree.put("Core.ParentGuid", "parent");
     tree.put("Detectors.AnalyticalDetector.BeginEnergy", "1e3");
     Support::LogCollector log;
-    log.ExpectErrors({"/Core/Guid:", "/AcquisitionDatetime:", "/StagePosition/X:", "/ScanSize/Width:", "/BeamTilt/X:",
-                      "/PixelSize/X/value:", "/ReadoutArea/Width:"});
     const Metadata metadata = FromTree(tree, SerializeType::Xml);
     EXPECT_THAT(log.Messages(), testing::UnorderedElementsAre(
                                     testing::HasSubstr("/Metadata/Optics/Focus: the value \"near\" is no number"),
@@ -291,7 +289,6 @@ TEST(RecordTest, WhereReadingStopsTravelsWithTheException)
             const auto* fault = boost::get_error_info<DocumentFaultInfo>(error);
             told = fault != nullptr ? ToText(*fault) : "nothing";
             what = error.what();
-            log.ExpectErrors({told});
             EXPECT_EQ(ToText(FaultOf(error)), told);
             EXPECT_THAT(log.Messages(), testing::ElementsAre(testing::HasSubstr(told)));
             EXPECT_THAT(CheckDocument(text, type), testing::ElementsAre(*fault));
