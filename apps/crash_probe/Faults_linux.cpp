@@ -272,6 +272,19 @@ void TwoThreads()
     other.join();
 }
 
+/// Whether the first thread of \p process waits in a system call. System calls only.
+bool Sleeps(pid_t process)
+{
+    std::array<char, 512> text{};
+    std::snprintf(text.data(), text.size(), "/proc/%d/stat", process);
+    const int file = ::open(text.data(), O_RDONLY | O_CLOEXEC);
+    const ssize_t size = ::read(file, text.data(), text.size() - 1);
+    ::close(file);
+    text[size > 0 ? static_cast<std::size_t>(size) : 0] = '\0';
+    const char* const nameEnd = std::strrchr(text.data(), ')');
+    return nameEnd != nullptr && nameEnd[1] != '\0' && nameEnd[2] == 'S';
+}
+
 void KilledFromOutside()
 {
     const pid_t victim = ::getpid();
@@ -283,6 +296,10 @@ void KilledFromOutside()
     {
         // Not while the parent is still inside fork(), where it holds every lock of the allocator.
         [[maybe_unused]] const ssize_t count = ::read(pipe[0], &byte, 1);
+        while (!Sleeps(victim))
+        {
+            ::usleep(1000);
+        }
         ::kill(victim, SIGSEGV);
         ::_exit(0);
     }
