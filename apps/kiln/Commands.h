@@ -19,7 +19,8 @@ struct ImportOptions
     bool progress = false; ///< Show the progress also when nobody seems to look.
 };
 
-/// Writes an image and its record as a TIFF file. \throws Interrupted when Ctrl-C has prevented it.
+/// Writes an image and its record as a TIFF file.
+/// \throws Interrupted when Ctrl-C has prevented it.
 void Import(const ImportOptions& options);
 
 /// Prints what a TIFF file holds, for a person. Pixels or a record that cannot be read are said so, the rest is
@@ -31,7 +32,8 @@ void Info(const std::string& file);
 /// \param output a file, or "-" for standard output.
 void WriteMetadata(const std::string& file, const std::string& format, const std::string& output);
 
-/// Holds the record of a TIFF, XML or JSON file against the schema. \returns false after printing its faults.
+/// Holds the record of a TIFF, XML or JSON file against the schema.
+/// \returns false after printing its faults.
 bool Validate(const std::string& file);
 
 /// Compares two files: their pixels when both are images, their records when both have one.

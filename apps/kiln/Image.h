@@ -20,7 +20,9 @@ struct LoadedImage
     std::uint32_t pageCount = 1;                     ///< The number of images in the file.
 };
 
-/// Reads an image of any format. \param name names the file in messages. \param page from 0.
+/// Reads an image of any format.
+/// \param name names the file in messages.
+/// \param page from 0.
 /// \throws Failure with the reason, also for a record that is asked for and cannot be read.
 LoadedImage LoadImage(const InputFile& file, const std::string& name, std::uint32_t page, bool withRecord);
 

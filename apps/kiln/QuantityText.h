@@ -6,7 +6,9 @@ namespace Ardo::Kiln::Tool
 {
 
 /// A quantity for a person, with at most three decimals and an SI prefix: "107 nm". "-" for one that is not given
-/// (NaN). \param value in the unit \p unit, without prefix. \param unit UTF-8; what is no unit is shown as it is behind
+/// (NaN).
+/// \param value in the unit \p unit, without prefix.
+/// \param unit UTF-8; what is no unit is shown as it is behind
 /// the number.
 std::string QuantityText(double value, const std::string& unit);
 

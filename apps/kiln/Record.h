@@ -29,11 +29,14 @@ struct RecordDocument
 };
 
 /// The document that a file is, or that a TIFF file holds, well-formed or not; nothing when there is none. The pixels
-/// of a TIFF are not looked at. \param name names the file in messages. \throws Failure when the file cannot be read,
+/// of a TIFF are not looked at.
+/// \param name names the file in messages.
+/// \throws Failure when the file cannot be read,
 /// or the document is longer than readers take.
 std::optional<RecordDocument> DocumentOf(const InputFile& file, const std::string& name);
 
-/// Reads a document. \throws Failure with the name, line and element when it is no record.
+/// Reads a document.
+/// \throws Failure with the name, line and element when it is no record.
 MetadataLib::Metadata ReadDocument(const RecordDocument& document, const std::string& name);
 
 /// The record of a TIFF, XML or JSON file; nothing when the file is an image without one.

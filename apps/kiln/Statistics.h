@@ -16,7 +16,8 @@ struct Statistics
     double standardDeviation; ///< Of all pixels, not of a sample of them.
 };
 
-/// Reads the pixels once. \returns nothing for colours, which have no single value, and for an image without a number.
+/// Reads the pixels once.
+/// \returns nothing for colours, which have no single value, and for an image without a number.
 std::optional<Statistics> Measure(const Imaging::const_raw_image& image);
 
 } // namespace Ardo::Kiln::Tool

@@ -24,7 +24,9 @@ std::string Reason()
     return errno != 0 ? std::generic_category().message(errno) : "input or output error";
 }
 
-/// Opens a file for reading. \param name names it in messages. \throws Failure with the system's reason.
+/// Opens a file for reading.
+/// \param name names it in messages.
+/// \throws Failure with the system's reason.
 std::ifstream Open(const fs::path& path, const std::string& name)
 {
     errno = 0;
@@ -36,7 +38,8 @@ std::ifstream Open(const fs::path& path, const std::string& name)
     return file;
 }
 
-/// Reads \p source to its end and hands each block to \p take. \param name names it in messages.
+/// Reads \p source to its end and hands each block to \p take.
+/// \param name names it in messages.
 /// \throws Failure with the system's reason.
 void ReadBlocks(std::istream& source, const std::string& name, const std::function<void(std::string_view)>& take)
 {

@@ -18,7 +18,8 @@ inline constexpr std::string_view StandardStream = "-";
 class InputFile
 {
 public:
-    /// \param name a path in UTF-8, or "-". \throws Failure when there is no such file, when it may not be read, when
+    /// \param name a path in UTF-8, or "-".
+    /// \throws Failure when there is no such file, when it may not be read, when
     /// it is a folder or a device, or when the copy fails.
     explicit InputFile(const std::string& name);
     InputFile(const InputFile&) = delete;
@@ -27,10 +28,12 @@ public:
     /// The path as the library's image functions take it.
     std::wstring WidePath() const;
 
-    /// The first bytes of the file, at most \p count. \throws Failure when it cannot be read.
+    /// The first bytes of the file, at most \p count.
+    /// \throws Failure when it cannot be read.
     std::string Head(std::size_t count) const;
 
-    /// The whole file. \throws Failure when it is longer than \p limit bytes or cannot be read.
+    /// The whole file.
+    /// \throws Failure when it is longer than \p limit bytes or cannot be read.
     std::string Text(std::size_t limit) const;
 
 private:
@@ -39,19 +42,23 @@ private:
     std::filesystem::path m_path;
 };
 
-/// \p name as a path. \param name UTF-8.
+/// \p name as a path.
+/// \param name UTF-8.
 std::filesystem::path ToPath(const std::string& name);
 
-/// Writes \p text to standard output. \throws Failure when not all of it gets there.
+/// Writes \p text to standard output.
+/// \throws Failure when not all of it gets there.
 void Print(std::string_view text);
 
-/// Writes \p text to a file that is complete or not there, or to standard output for "-". \throws Failure.
+/// Writes \p text to a file that is complete or not there, or to standard output for "-".
+/// \throws Failure.
 void WriteText(const std::string& name, std::string_view text);
 
 /// Why FileSystem::ReplacementFile could not write a file, in words for a person.
 std::string ReasonOf(const std::filesystem::filesystem_error& error);
 
-/// Copies a temporary file to standard output. \throws Failure when not all of it gets there.
+/// Copies a temporary file to standard output.
+/// \throws Failure when not all of it gets there.
 void PrintFile(const std::filesystem::path& path);
 
 /// \p text made fit for a terminal: control characters, which a hostile document could use to command it, become "?",

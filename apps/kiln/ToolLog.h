@@ -11,7 +11,8 @@ namespace Ardo::Kiln::Tool
 class ToolLog
 {
 public:
-    /// \param folder UTF-8; empty: no log files. \throws what Logger::Logging throws when the files cannot be made.
+    /// \param folder UTF-8; empty: no log files.
+    /// \throws what Logger::Logging throws when the files cannot be made.
     explicit ToolLog(const std::string& folder);
     ~ToolLog();
     ToolLog(const ToolLog&) = delete;

@@ -16,7 +16,8 @@ namespace Ardo::Kiln::Exception
 class KILN_EXPORT Error : public HandledException
 {
 public:
-    /// Becomes the calling thread's last error. \throws std::bad_alloc only.
+    /// Becomes the calling thread's last error.
+    /// \throws std::bad_alloc only.
     Error(const std::string& message);
     Error(const Error& other) noexcept;
     Error& operator=(const Error& other) noexcept;

@@ -12,7 +12,8 @@ namespace Ardo::Kiln::Exception
 class KILN_EXPORT ErrorWithCode : public Error
 {
 public:
-    /// Becomes the calling thread's last error. \throws std::bad_alloc only.
+    /// Becomes the calling thread's last error.
+    /// \throws std::bad_alloc only.
     ErrorWithCode(int code, const std::string& message);
     ErrorWithCode(const ErrorWithCode& other) noexcept;
     ErrorWithCode(ErrorWithCode&& other) noexcept; ///< A copy: what is moved from stays a whole exception.

@@ -42,7 +42,8 @@ protected:
     /// \throws std::bad_alloc only.
     HandledException(const std::string& message, Severity severity);
 
-    /// Takes the text that the stream has accumulated. \throws std::bad_alloc only.
+    /// Takes the text that the stream has accumulated.
+    /// \throws std::bad_alloc only.
     HandledException(const std::ostringstream& message, Severity severity);
 
 private:

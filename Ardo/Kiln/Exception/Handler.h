@@ -71,7 +71,8 @@ public:
     };
 
     /// Monitors the calling thread as the flags say; with flags 0, and on a thread that is monitored already, nothing
-    /// happens. To be called by each thread that is to be monitored. \throws std::bad_alloc only.
+    /// happens. To be called by each thread that is to be monitored.
+    /// \throws std::bad_alloc only.
     static void Initialize();
 
     /// Sets what is monitored, for the process and the calling thread, in place of what was set before; the default
@@ -112,15 +113,18 @@ public:
     /// the fault handlers of the process, unless SetMonitorAllThread(false) was called. On Linux it unblocks the fault
     /// signals of the calling thread, as Initialize does: the kernel kills a process for a fault whose signal is
     /// blocked. The end of the thread that the work asks for (`pthread_exit`, cancellation) passes through. Calls may
-    /// nest; the innermost deals with the fault. \param work an empty one is an exception, too.
+    /// nest; the innermost deals with the fault.
+    /// \param work an empty one is an exception, too.
     static void Execute(const std::function<void()>& work);
 
     /// The same, but a Warning, and the question whether reports are wanted, go to \p notify. A warning waits for no
-    /// answer; one that cannot be handed over is logged. \param notify as in Execute if empty.
+    /// answer; one that cannot be handed over is logged.
+    /// \param notify as in Execute if empty.
     static void ExecuteOrNotify(const std::function<void()>& work, const Notify& notify);
 
     /// Marks the calling thread as monitored and monitors it. The first one in a process without flags puts the default
-    /// handler back. \throws std::bad_alloc only.
+    /// handler back.
+    /// \throws std::bad_alloc only.
     Handler();
 
     /// By the thread that made it.
@@ -135,7 +139,8 @@ private:
     struct GuardedCall;
     class CrashLock;
 
-    /// Registers the two functions below. \throws std::bad_alloc.
+    /// Registers the two functions below.
+    /// \throws std::bad_alloc.
     static void PrepareProcess();
 
     /// A forked child starts with what it has: the calling thread, and no fault that another one deals with.
@@ -187,7 +192,8 @@ private:
     /// Writes the call stack in a report's text to the standard error stream.
     static void PrintStack(std::string_view report);
 
-    /// Calls \p work, and logs a Warning that leaves it. \throws whatever else leaves it.
+    /// Calls \p work, and logs a Warning that leaves it.
+    /// \throws whatever else leaves it.
     static void FilterWarnings(const std::function<void()>& work);
 
     /// The same, but hands the Warning to \p notify; one that cannot be handed over is logged.

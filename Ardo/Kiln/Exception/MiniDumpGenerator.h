@@ -36,7 +36,8 @@ public:
     ///
     /// Failures are told with the system's number: "CreateFile failed. Error: %lu \n" when the file cannot be created,
     /// otherwise as WriteMinidump does; no file is left then, nor with fake writing on.
-    /// \param pointers the fault; null for none: then as CreateMiniDump(). \param type see GetSmallSizeMinidumpType.
+    /// \param pointers the fault; null for none: then as CreateMiniDump().
+    /// \param type see GetSmallSizeMinidumpType.
     static void CreateMiniDump(EXCEPTION_POINTERS* pointers, MINIDUMP_TYPE type);
 
     /// Writes a dump of the process as it stands, of the default type. The process goes on.

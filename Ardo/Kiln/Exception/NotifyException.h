@@ -14,7 +14,9 @@ struct Notification;
 ///
 /// The notification's promise is fulfilled in any case: with the user's answer, which may come after the call has
 /// returned when it is not made on the user-interface thread (see ErrorDialog), or with the default answer, for a
-/// warning and when the call throws. \param notification not null. \throws std::bad_alloc only.
+/// warning and when the call throws.
+/// \param notification not null.
+/// \throws std::bad_alloc only.
 KILN_EXPORT void NotifyException(const std::shared_ptr<Notification>& notification);
 
 } // namespace Ardo::Kiln::Exception

@@ -29,8 +29,9 @@ public:
     ///     line "  FUNCTION in MODULE + 0xOFFSET\r\n"         without a source line "  0xADDRESS in MODULE +
     ///     0xOFFSET\r\n"        without a name "  0xADDRESS in unknown module\r\n"           outside every module
     ///
-    /// \param context registers of the thread, not null. \param limit of lines, those of inlined functions not counted.
-    /// \return UTF-8. Empty if the stack cannot be read.
+    /// \param context registers of the thread, not null.
+    /// \param limit of lines, those of inlined functions not counted.
+    /// \returns UTF-8. Empty if the stack cannot be read.
     static std::string GetStackDetails(const CONTEXT* context, std::size_t limit);
 };
 

@@ -14,7 +14,8 @@ namespace Ardo::Kiln::Exception
 class KILN_EXPORT Warning : public HandledException
 {
 public:
-    /// Becomes the calling thread's last warning. \throws std::bad_alloc only.
+    /// Becomes the calling thread's last warning.
+    /// \throws std::bad_alloc only.
     Warning(const std::string& message);
     Warning(const Warning& other) noexcept;
     Warning& operator=(const Warning& other) noexcept;

@@ -36,10 +36,12 @@ std::unique_ptr<Imaging::const_raw_image> DecodeWithQt(QIODevice& file);
 bool HasQtImageReaders();
 
 /// Refuses a PNG, BMP or GIF file that is cut, as far as it can be told without decoding it; Qt's readers would fill up
-/// what is missing. \returns false for a file of another format.
+/// what is missing.
+/// \returns false for a file of another format.
 bool CheckIsWhole(QIODevice& file);
 
-/// Refuses an XBM file, a piece of C source, that has less numbers than its size needs. \param size in pixels.
+/// Refuses an XBM file, a piece of C source, that has less numbers than its size needs.
+/// \param size in pixels.
 void CheckXbm(QIODevice& file, const QSize& size);
 
 /// \throws std::runtime_error with the numbers if \p fileSize bytes cannot become \p width x \p height pixels, of which

@@ -46,7 +46,8 @@ class KILN_EXPORT ImageFile
 public:
     /// Opens \p path and reads what its beginning says. On Linux a byte of the name that is no part of UTF-8 travels as
     /// U+DC80 to U+DCFF (FileSystem::ToWide).
-    /// \throws ReadImageException \throws std::range_error of FileSystem::ToPath if the name can be no path.
+    /// \throws ReadImageException
+    /// \throws std::range_error of FileSystem::ToPath if the name can be no path.
     explicit ImageFile(const std::wstring& path);
     ~ImageFile();
     ImageFile(const ImageFile&) = delete;
@@ -58,16 +59,21 @@ public:
     /// The number of images, at least 1.
     [[nodiscard]] std::uint32_t PageCount() const noexcept;
 
-    /// The pixels of an image. \param page from 0.
-    /// \throws ReadImageException \throws std::out_of_range if there is no such page.
+    /// The pixels of an image.
+    /// \param page from 0.
+    /// \throws ReadImageException
+    /// \throws std::out_of_range if there is no such page.
     std::unique_ptr<Imaging::const_raw_image> ReadImage(std::uint32_t page = 0);
 
     /// The document of tag 34683 of a TIFF image, whether it is a record or not; empty if there is none. The pixels are
-    /// not read. \param page from 0.
-    /// \throws ReadImageException \throws std::out_of_range if there is no such page.
+    /// not read.
+    /// \param page from 0.
+    /// \throws ReadImageException
+    /// \throws std::out_of_range if there is no such page.
     std::string ReadMetadataText(std::uint32_t page = 0);
 
-    /// The record of an image; nothing if it has none. The pixels are not read. \param page from 0.
+    /// The record of an image; nothing if it has none. The pixels are not read.
+    /// \param page from 0.
     /// \throws ReadImageException of cause Unsupported for a document above
     ///         MetadataSerializer::Serializable::MaxTextSize.
     /// \throws what ReadMetadataText() and MetadataSerializer::Serializable::DeserializeFromString throw.

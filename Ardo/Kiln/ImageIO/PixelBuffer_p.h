@@ -16,7 +16,8 @@ public:
     PixelBuffer& operator=(const PixelBuffer&) = delete;
 
     /// Makes room for \p size bytes, whose values are undefined. Never holds two buffers at once, nor a page more than
-    /// is needed. \throws std::bad_alloc; the buffer is empty then.
+    /// is needed.
+    /// \throws std::bad_alloc; the buffer is empty then.
     void Resize(std::size_t size);
 
     /// Null for an empty buffer; else at a multiple of 16. Valid until the size changes.

@@ -47,7 +47,8 @@ public:
     Directory At(std::uint64_t offset) const;
 
     /// Where the directories begin, in the order of their chain, which ends where it comes back to itself and after
-    /// \p limit. \throws std::runtime_error as At() does.
+    /// \p limit.
+    /// \throws std::runtime_error as At() does.
     std::vector<std::uint64_t> Chain(std::size_t limit) const;
 
 private:

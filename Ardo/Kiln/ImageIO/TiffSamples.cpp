@@ -62,7 +62,8 @@ std::string FormatText(std::uint16_t format)
     }
 }
 
-/// Floats of \p count samples. \throws ReadImageException if one of them does not fit.
+/// Floats of \p count samples.
+/// \throws ReadImageException if one of them does not fit.
 template <typename Sample>
 void ToFloat(const unsigned char* samples, std::size_t count, float* target)
 {

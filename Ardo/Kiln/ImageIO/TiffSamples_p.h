@@ -40,7 +40,8 @@ struct TiffSamples
 };
 
 /// Takes \p count samples out of a packed row. Those of less than 8 bits become bytes, those of 9 to 15 bits 16-bit
-/// numbers, both with their values as they are. \param step of the target, in samples.
+/// numbers, both with their values as they are.
+/// \param step of the target, in samples.
 void Unpack(const TiffSamples& samples, const unsigned char* row, std::size_t count, unsigned char* target,
             std::size_t step);
 
@@ -59,7 +60,8 @@ public:
 
     Imaging::PixelKind Kind() const noexcept { return m_kind; }
 
-    /// \param unpacked all samples, side by side. \param palette of a palette image.
+    /// \param unpacked all samples, side by side.
+    /// \param palette of a palette image.
     /// \throws ReadImageException of cause Unsupported for values that cannot be taken over.
     std::unique_ptr<Imaging::const_raw_image> Convert(const unsigned char* unpacked, const Palette& palette) const;
 

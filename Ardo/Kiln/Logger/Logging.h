@@ -37,7 +37,8 @@ public:
     /// \param baseName the base name of the debug file.
     Logging(std::filesystem::path folderRoot, std::wstring baseName);
 
-    /// The same for wide text: FileSystem::ToPath(\p folderRoot). \throws std::range_error of ToPath.
+    /// The same for wide text: FileSystem::ToPath(\p folderRoot).
+    /// \throws std::range_error of ToPath.
     template <std::convertible_to<std::wstring> Wide>
     Logging(const Wide& folderRoot, std::wstring baseName)
         : Logging(FileSystem::ToPath(folderRoot), std::move(baseName))

@@ -17,7 +17,8 @@ namespace Ardo::Kiln
 class KILN_EXPORT ScopedLogger
 {
 public:
-    /// Logs nothing yet. \param name the scope's name in UTF-8.
+    /// Logs nothing yet.
+    /// \param name the scope's name in UTF-8.
     ScopedLogger(boost::log::sources::severity_logger_mt<Logger::SeverityLevel>& logger, std::string_view name);
 
     /// Logs the exit mark.

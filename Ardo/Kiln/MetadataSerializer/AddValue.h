@@ -35,7 +35,8 @@ KILN_EXPORT void AddInt(boost::property_tree::ptree& tree, const std::string& ke
 KILN_EXPORT void AddDouble(boost::property_tree::ptree& tree, const std::string& key, double value);
 /// The text as it is, UTF-8.
 KILN_EXPORT void AddStdString(boost::property_tree::ptree& tree, const std::string& key, const std::string& value);
-/// UTF-8. \throws std::range_error if \p value is not valid UTF-16 (Linux: UTF-32).
+/// UTF-8.
+/// \throws std::range_error if \p value is not valid UTF-16 (Linux: UTF-32).
 KILN_EXPORT void AddStdWstring(boost::property_tree::ptree& tree, const std::string& key, const std::wstring& value);
 /// UTC in ISO 8601 with milliseconds; the rest of the time is cut off.
 /// \throws boost::property_tree::ptree_bad_data for a year that is not one of 1 to 9999, which has no such text.

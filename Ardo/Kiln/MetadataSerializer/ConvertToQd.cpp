@@ -32,7 +32,7 @@ void AddLength(std::string& text, std::string_view key, const MetadataLib::Quant
     }
     char buffer[50];
     const auto end =
-        std::to_chars(std::begin(buffer), std::end(buffer), InBaseUnit(length), std::chars_format::scientific, 6).ptr;
+        std::to_chars(std::begin(buffer), std::end(buffer), length.Value, std::chars_format::scientific, 6).ptr;
     std::string value(std::begin(buffer), end);
     if (value.size() < 8)
     {

@@ -39,7 +39,8 @@ std::string_view Trimmed(std::string_view text)
     return text;
 }
 
-/// True for \p word in letters of either case. \param word in small letters.
+/// True for \p word in letters of either case.
+/// \param word in small letters.
 bool IsWord(std::string_view text, std::string_view word)
 {
     return std::equal(text.begin(), text.end(), word.begin(), word.end(),

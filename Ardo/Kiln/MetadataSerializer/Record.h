@@ -33,7 +33,9 @@ public:
     ~Record() override;
 
     /// The sections "Core" to "Sample", always in the same order; gas injection systems, detectors and custom
-    /// properties only if there are any. \throws std::bad_optional_access if a detector has no "DetectorType". \throws
+    /// properties only if there are any.
+    /// \throws std::bad_optional_access if a detector has no "DetectorType".
+    /// \throws
     /// boost::property_tree::ptree_bad_data if a detector's type is no XML name without colon, is
     ///         "ImagingDetector" although the detector is not of that class (nothing could read it), if the extent of a
     ///         rectangle does not fit 32 bits, or a time lies outside the years that its text can hold.

@@ -41,7 +41,8 @@ public:
     /// UTF-8, indented by four blanks a level, numbers with "." in any locale.
     ///
     /// Carriage returns, and tabs and line feeds where a reader of XML may drop or change them, are written as
-    /// character references, so that every text comes back as it was, from standard readers, too. \throws
+    /// character references, so that every text comes back as it was, from standard readers, too.
+    /// \throws
     /// boost::property_tree::ptree_bad_data, with the place in its text, if a text cannot be represented: it is
     ///         not UTF-8, or, in XML, holds a control character or another one that XML 1.0 excludes, the name of an
     ///         element is no XML name, or an attribute is given twice; and if the document is beyond one of the limits
@@ -53,7 +54,8 @@ public:
     /// Reads a document. Text over MaxTextSize is ignored: the call returns and the object stays as it was.
     ///
     /// The text is UTF-8, whatever an XML declaration says. Comments are skipped. Of elements that should be there
-    /// once, the first one counts. \throws boost::property_tree::xml_parser::xml_parser_error or
+    /// once, the first one counts.
+    /// \throws boost::property_tree::xml_parser::xml_parser_error or
     /// json_parser::json_parser_error, with message and
     ///         line, if the text is not well-formed, not UTF-8, holds a character that XML excludes, refers to another
     ///         entity than the five predefined ones, has a document type declaration of more than a name, or is beyond

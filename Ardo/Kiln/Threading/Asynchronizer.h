@@ -30,7 +30,9 @@ public:
     /// \param worker borrowed; it must outlive this.
     explicit Asynchronizer(BackgroundWorker& worker);
 
-    /// Owns a worker made with these. \param warningHandler may be empty. \param threadName see BackgroundWorker.
+    /// Owns a worker made with these.
+    /// \param warningHandler may be empty.
+    /// \param threadName see BackgroundWorker.
     Asynchronizer(std::function<void(const Exception::Warning&)> warningHandler, const std::string& threadName);
     ~Asynchronizer();
     Asynchronizer(const Asynchronizer&) = delete;

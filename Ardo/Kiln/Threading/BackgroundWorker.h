@@ -168,7 +168,8 @@ private:
 
     void CheckBackgroundWorkerThread() const;
     void SpawnBackgroundThread();
-    /// Stops the queue and joins the thread. \throws std::system_error of std::thread::join on the worker's own thread.
+    /// Stops the queue and joins the thread.
+    /// \throws std::system_error of std::thread::join on the worker's own thread.
     void StopAll();
     void WaitForCalls() noexcept;
     void LeaveToParent();

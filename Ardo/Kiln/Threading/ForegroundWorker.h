@@ -35,13 +35,15 @@ public:
     /// Runs \p function once, at the next drain: there is no timer here. The period is not looked at.
     ScopedScheduledWork Every(const std::chrono::seconds& period, std::function<void()>&& function) override;
 
-    /// Drains: runs what has been handed over until now. \throws what a function throws, see above.
+    /// Drains: runs what has been handed over until now.
+    /// \throws what a function throws, see above.
     void Wait() override;
 
 protected:
     void InternalPost(const std::function<void()>& function) override;
 
-    /// Drains, then calls \p function. \throws whatever either throws.
+    /// Drains, then calls \p function.
+    /// \throws whatever either throws.
     void InternalCall(const std::function<void()>& function) override;
 
     /// The drain.

@@ -24,7 +24,8 @@ public:
     /// \returns whether it has ended so, now or earlier; false during a run and after a failure.
     bool Cancel() override;
 
-    /// Waits until the series has ended, by cancellation or failure. \returns true.
+    /// Waits until the series has ended, by cancellation or failure.
+    /// \returns true.
     bool Wait() override;
 
 private:

@@ -29,7 +29,8 @@ public:
     ScheduledWork(ScheduledWork&& other) noexcept;            ///< \p other is left with nothing.
     ScheduledWork& operator=(ScheduledWork&& other) noexcept; ///< \p other is left with nothing.
 
-    /// Takes the item back if it has not begun. \returns whether it is cancelled; false if it runs or is done.
+    /// Takes the item back if it has not begun.
+    /// \returns whether it is cancelled; false if it runs or is done.
     bool Cancel();
 
     /// Waits, without limit of time, until the item is done or cancelled.

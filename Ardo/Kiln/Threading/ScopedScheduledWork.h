@@ -59,7 +59,8 @@ public:
     void Wait();
 
 private:
-    /// Cancels the current item or remembers it. \returns whether it had to be remembered. m_mutex must be held.
+    /// Cancels the current item or remembers it.
+    /// \returns whether it had to be remembered. m_mutex must be held.
     bool Retire();
 
     /// Makes \p successor the item that ran when it was replaced. If it throws, nothing has changed. m_mutex must be

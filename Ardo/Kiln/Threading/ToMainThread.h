@@ -93,10 +93,12 @@ private:
     std::promise<Result> m_answer;
 };
 
-/// See ToMainThread. \throws std::runtime_error without a dispatcher.
+/// See ToMainThread.
+/// \throws std::runtime_error without a dispatcher.
 KILN_EXPORT void Queue(const GuardedQObjectPointer& guard, std::unique_ptr<MainThreadJob> job);
 
-/// See ToMainThreadBlocking. \throws std::runtime_error without a dispatcher, MainThreadDispatchException.
+/// See ToMainThreadBlocking.
+/// \throws std::runtime_error without a dispatcher, MainThreadDispatchException.
 KILN_EXPORT void QueueWaited(const GuardedQObjectPointer& guard, std::unique_ptr<MainThreadJob> job);
 
 /// Whether the caller is on the dispatcher's thread.

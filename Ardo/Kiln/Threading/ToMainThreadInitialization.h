@@ -34,7 +34,8 @@ public:
     ToMainThreadInitialization(const ToMainThreadInitialization&) = delete;
     ToMainThreadInitialization& operator=(const ToMainThreadInitialization&) = delete;
 
-    /// The dispatcher, owned by the library. \throws std::runtime_error if there is none.
+    /// The dispatcher, owned by the library.
+    /// \throws std::runtime_error if there is none.
     static Private::MainThreadDispatcher* GetDispatcher();
 
     /// The dispatcher, owned by the library, or null.

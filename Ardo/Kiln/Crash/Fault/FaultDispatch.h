@@ -8,7 +8,8 @@
 namespace Ardo::Kiln::Crash
 {
 
-/// A fault filter with the signature that Windows gives them. \return FilterResult.
+/// A fault filter with the signature that Windows gives them.
+/// \returns FilterResult.
 using FaultFilter = long (*)(EXCEPTION_POINTERS*);
 
 /// What a FaultFilter answers.
@@ -64,12 +65,13 @@ public:
     static void SetThrowFilter(FaultFilter filter) noexcept;
 
     /// Sets the process's filter for faults that nothing else dealt with; null for none.
-    /// \return the one before. On Windows the system's filter, which others may have set.
+    /// \returns the one before. On Windows the system's filter, which others may have set.
     static FaultFilter SetUnhandledFilter(FaultFilter filter) noexcept;
 
     /// Calls \p work with \p argument; a fault in it is shown to \p filter. If that answers ExecuteHandler, the call
     /// ends and the destructors of what the work had on its stack do not run. C++ exceptions pass through. Calls may
-    /// nest. \return whether the work ended by itself.
+    /// nest.
+    /// \returns whether the work ended by itself.
     static bool CallGuarded(void (*work)(void*), void* argument, FaultFilter filter);
 
     /// A pointer kept for the thread on whose behalf the caller runs: inside a filter the thread at fault, otherwise

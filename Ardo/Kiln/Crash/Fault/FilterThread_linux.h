@@ -45,7 +45,8 @@ public:
     /// Verdict::Failed.
     void LeaveFaultedFilter() noexcept;
 
-    /// Sets the filter that is asked last; null for none. \returns the one before.
+    /// Sets the filter that is asked last; null for none.
+    /// \returns the one before.
     FaultFilter SetUnhandledFilter(FaultFilter filter) noexcept { return m_unhandledFilter.exchange(filter); }
     bool HasUnhandledFilter() const noexcept { return m_unhandledFilter != nullptr; }
 

@@ -26,7 +26,8 @@ Asked AskGuarded(void (*ask)(void*), void* argument) noexcept;
 void GiveUpQuestion() noexcept;
 
 /// For the signal handler: gives up the question that the calling thread is asking, and does not return. Returns when
-/// it asks none. \return whether the signal tells that the time for a question is over that has just been answered: it
+/// it asks none.
+/// \returns whether the signal tells that the time for a question is over that has just been answered: it
 /// has no other meaning.
 bool GiveUpQuestion(const siginfo_t& info) noexcept;
 

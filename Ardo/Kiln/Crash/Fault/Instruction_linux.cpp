@@ -15,7 +15,8 @@ namespace
 
 constexpr std::uintptr_t PageSize = 4096;
 
-/// Reads memory that may not be there. \return how many bytes there were.
+/// Reads memory that may not be there.
+/// \returns how many bytes there were.
 std::size_t Peek(std::uintptr_t address, void* target, std::size_t size) noexcept
 {
     const iovec to = {target, size};

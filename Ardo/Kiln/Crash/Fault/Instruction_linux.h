@@ -17,11 +17,12 @@ namespace Ardo::Kiln::Crash
 bool IsPrivilegedInstruction(const ucontext_t& context) noexcept;
 
 /// The divisor of a division. The processor does not tell a zero divisor from a quotient that does not fit.
-/// \return empty when the instruction is not a division, or when the divisor cannot be read.
+/// \returns empty when the instruction is not a division, or when the divisor cannot be read.
 std::optional<std::uint64_t> DivisorOfInstruction(const ucontext_t& context) noexcept;
 
 /// The address of the breakpoint instruction that the thread has just executed. The processor stops behind it; what
-/// stands there may belong to the next function. \return the instruction pointer itself when no breakpoint precedes it.
+/// stands there may belong to the next function.
+/// \returns the instruction pointer itself when no breakpoint precedes it.
 std::uint64_t BreakpointAddress(const ucontext_t& context) noexcept;
 
 } // namespace Ardo::Kiln::Crash

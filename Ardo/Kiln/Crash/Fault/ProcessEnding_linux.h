@@ -16,7 +16,8 @@ public:
     void ExitBegins() noexcept { m_exits = true; }
 
     /// Looks for one of the signals above that is pending for the calling thread, which blocks it, and that the
-    /// application does not ignore. System calls only. \returns IsRequested().
+    /// application does not ignore. System calls only.
+    /// \returns IsRequested().
     bool Poll() noexcept;
 
     /// What Poll found or ExitBegins noted.

@@ -17,10 +17,12 @@ namespace Ardo::Kiln::Crash
 class RecoveryCheck
 {
 public:
-    /// First of all, for each signal. \returns whether it is the single step of this object, and dealt with.
+    /// First of all, for each signal.
+    /// \returns whether it is the single step of this object, and dealt with.
     bool TakeStep(int signal, const siginfo_t& info, ucontext_t& context) noexcept;
 
-    /// A fault has come. \returns whether the application's handler was called for the one before, and the thread has
+    /// A fault has come.
+    /// \returns whether the application's handler was called for the one before, and the thread has
     /// gone on since: that one is over.
     bool BeginFault(const siginfo_t& info, ucontext_t& context) noexcept;
 

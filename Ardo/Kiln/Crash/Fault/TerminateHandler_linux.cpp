@@ -26,7 +26,8 @@ std::terminate_handler g_previous = nullptr;
 /// See TakeAbortContext. Initial-exec, because a signal handler must not cause an allocation.
 [[gnu::tls_model("initial-exec")]] constinit thread_local const CONTEXT* g_abortContext = nullptr;
 
-/// Describes the exception that has ended in std::terminate. \return false when its text could not be had.
+/// Describes the exception that has ended in std::terminate.
+/// \returns false when its text could not be had.
 bool Describe() noexcept
 {
     AdoptThread();

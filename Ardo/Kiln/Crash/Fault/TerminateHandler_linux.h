@@ -19,7 +19,8 @@ void InstallTerminateHandler() noexcept;
 /// For the signal handler, before anything else is done about SIGABRT: when the thread aborts inside std::terminate and
 /// has not described its exception, because another terminate handler has taken the place of ours, \p context is
 /// changed so that the thread does so behind the signal handler, and then raises SIGABRT again. The registers of now
-/// are kept. \return whether it was changed; the signal handler is to return at once.
+/// are kept.
+/// \returns whether it was changed; the signal handler is to return at once.
 bool DescribeBeforeAbort(const siginfo_t& info, ucontext_t& context) noexcept;
 
 /// The registers of the abort that the calling thread has raised SIGABRT again for; null when it has not. Once for

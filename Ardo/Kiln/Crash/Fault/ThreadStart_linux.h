@@ -10,7 +10,8 @@ namespace Ardo::Kiln::Crash
 /// Without this call the three functions do what they do without this library.
 void AdoptNewThreads() noexcept;
 
-/// Starts a thread past the interposed pthread_create. \returns as that.
+/// Starts a thread past the interposed pthread_create.
+/// \returns as that.
 int CreatePlainThread(pthread_t* thread, void* (*body)(void*), void* argument) noexcept;
 
 } // namespace Ardo::Kiln::Crash

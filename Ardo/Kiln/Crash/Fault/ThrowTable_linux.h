@@ -24,7 +24,7 @@ struct ThrowPlace
 /// Remembers \p place for \p object, in place of what was remembered for it.
 void RememberThrowPlace(const void* object, const ThrowPlace& place) noexcept;
 
-/// \return whether the place of \p object is known; \p place is set then.
+/// \returns whether the place of \p object is known; \p place is set then.
 bool FindThrowPlace(const void* object, ThrowPlace& place) noexcept;
 
 /// Forgets the place of \p object: another exception has its address now.

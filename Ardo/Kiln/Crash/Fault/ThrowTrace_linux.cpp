@@ -11,9 +11,9 @@ namespace Ardo::Kiln::Crash
 namespace
 {
 
-/// Whether the return address of the frame at \p index, and its RBP if the function that it called has changed that, lie
-/// where the call and the beginning of that function have put them. The frame is one of the calling thread's, outside the
-/// frames that are in use.
+/// Whether the return address of the frame at \p index, and its RBP if the function that it called has changed that,
+/// lie where the call and the beginning of that function have put them. The frame is one of the calling thread's,
+/// outside the frames that are in use.
 [[gnu::no_sanitize("address")]] bool IsReturnedTo(const StackTrace& trace, std::uint32_t index) noexcept
 {
     constexpr int SavedRegisters = 6; // of which RBP is one, below the return address
@@ -35,7 +35,8 @@ public:
     {
     }
 
-    /// Adds a frame. \return whether the walk goes on.
+    /// Adds a frame.
+    /// \returns whether the walk goes on.
     bool Add(std::uint64_t address, std::uint64_t pointer, std::uint64_t base) noexcept
     {
         if (m_trace.count == 0 && address != m_begin)
@@ -53,7 +54,8 @@ public:
         return m_trace.count < StackTrace::MaxFrames;
     }
 
-    /// What was found. \param atEnd the walk has ended because there are no more frames.
+    /// What was found.
+    /// \param atEnd the walk has ended because there are no more frames.
     const StackTrace& Result(bool atEnd) noexcept
     {
         m_trace.isComplete = m_trace.isComplete || atEnd;
@@ -61,7 +63,8 @@ public:
     }
 
 private:
-    /// Takes the given frame and those outside it from the last trace. \return whether they are the same there.
+    /// Takes the given frame and those outside it from the last trace.
+    /// \returns whether they are the same there.
     bool Complete(std::uint64_t address, std::uint64_t pointer, std::uint64_t base) noexcept
     {
         while (m_index < m_last.count && m_last.pointers[m_index] < pointer)

@@ -21,8 +21,10 @@ struct DumpedRange
 class DumpMemory
 {
 public:
-    /// \param indirect whether what registers and stacks point at is taken as well. \param firstThread the one whose
-    /// pointers are followed first. \returns 0 or the error number.
+    /// \param indirect whether what registers and stacks point at is taken as well.
+    /// \param firstThread the one whose
+    /// pointers are followed first.
+    /// \returns 0 or the error number.
     int Choose(const ProcessImage& image, bool indirect, std::int32_t firstThread) noexcept;
 
     /// All memory chosen: by address, without overlap.

@@ -138,7 +138,7 @@ private:
     Format::Location m_requestContext = {}; ///< Where the registers of the request's thread are.
 };
 
-// Length in bytes, UTF-16 and a null. \returns its position.
+// Length in bytes, UTF-16 and a null. Returns its position.
 std::uint32_t Writer::AppendText(std::string_view utf8) noexcept
 {
     constexpr char32_t replacement = 0xFFFD;

@@ -34,10 +34,12 @@ struct MapsModule
     std::uint64_t base = 0; ///< Where the mapping of the file begins.
 };
 
-/// Reads the list of \p process to the end of \p text. \returns 0 or the error number.
+/// Reads the list of \p process to the end of \p text.
+/// \returns 0 or the error number.
 int ReadMaps(std::int32_t process, Platform::MappedArray<char>& text) noexcept;
 
-/// Takes the first line from \p list. \returns false at the end of the list.
+/// Takes the first line from \p list.
+/// \returns false at the end of the list.
 bool TakeMapsLine(std::string_view& list, MapsLine& line) noexcept;
 
 /// The file that \p list has at \p address; empty where no file is mapped.

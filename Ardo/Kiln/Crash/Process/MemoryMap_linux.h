@@ -17,7 +17,8 @@ struct MappedRange
     std::uint64_t fileBase = 0; ///< Where the mapping of the file begins of which this is a part.
 };
 
-/// All mappings, in the order of their addresses. Empty if the process cannot be read. \throws std::bad_alloc only.
+/// All mappings, in the order of their addresses. Empty if the process cannot be read.
+/// \throws std::bad_alloc only.
 std::vector<MappedRange> ReadMemoryMap(std::uint32_t processId);
 
 /// The mapping with \p address, or null.

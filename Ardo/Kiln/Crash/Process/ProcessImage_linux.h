@@ -47,8 +47,10 @@ class ProcessImage
 public:
     explicit ProcessImage(std::int32_t process) noexcept : m_process(process) {}
 
-    /// Reads threads, mappings and modules. \param withExclusions whether Mapping::excluded is needed, which costs a
-    /// walk through the page tables. \returns 0 or the error number.
+    /// Reads threads, mappings and modules.
+    /// \param withExclusions whether Mapping::excluded is needed, which costs a
+    /// walk through the page tables.
+    /// \returns 0 or the error number.
     int Read(bool withExclusions) noexcept;
 
     /// Lets the process go on.
@@ -83,7 +85,8 @@ public:
     }
     std::uint64_t EnvironmentStart() const noexcept { return m_environmentStart; } ///< 0: not known.
 
-    /// Copies memory of the process. \returns how much could be read before the first gap.
+    /// Copies memory of the process.
+    /// \returns how much could be read before the first gap.
     std::size_t ReadMemory(std::uint64_t address, void* target, std::size_t size) const noexcept;
 
     /// The same; zeros stand for what cannot be read.

@@ -52,7 +52,8 @@ private:
 };
 
 /// Adds the threads of \p process as they run: of those that wait in the kernel stack and instruction pointer are
-/// known. The process may be the own one. \returns 0 or the error number.
+/// known. The process may be the own one.
+/// \returns 0 or the error number.
 int ReadRunningThreads(std::int32_t process, Platform::MappedArray<ThreadImage>& threads) noexcept;
 
 } // namespace Ardo::Kiln::Crash

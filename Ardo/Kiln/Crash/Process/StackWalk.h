@@ -42,7 +42,8 @@ struct LoadedModule
 };
 
 /// The module that holds \p address in the process \p processId; empty outside every module.
-/// Takes no lock but the allocator's. Any thread may call it. \throws std::bad_alloc only.
+/// Takes no lock but the allocator's. Any thread may call it.
+/// \throws std::bad_alloc only.
 KILN_EXPORT_FOR_TESTS std::optional<LoadedModule> ModuleOf(std::uint32_t processId, std::uint64_t address);
 
 /// Names the functions on the stacks of a process: its own or, if the system allows reading its memory, another.
@@ -65,8 +66,10 @@ public:
     ///
     /// A thread that jumped to where no code is gets that address as its first frame and then its caller. The walk ends
     /// where it would go round in circles, and where the stack cannot be read.
-    /// \param threadId the system's number of the thread. \param context its registers.
-    /// \param innermost how many frames at most; inlined ones do not count. \param outermost how many of the others at
+    /// \param threadId the system's number of the thread.
+    /// \param context its registers.
+    /// \param innermost how many frames at most; inlined ones do not count.
+    /// \param outermost how many of the others at
     /// most. With endless recursion only these tell how it began. A stack whose end is not found within a second, or
     /// 200000 calls, has none.
     StackEnds Walk(std::uint32_t threadId, const CONTEXT& context, std::size_t innermost, std::size_t outermost = 0);

@@ -195,7 +195,7 @@ private:
                               ///< returns may be the last thing in its function.
     };
 
-    /// \return whether more are wanted.
+    /// \returns whether more are wanted.
     bool AddCall(const Call& call)
     {
         constexpr std::size_t Deepest = 200'000;

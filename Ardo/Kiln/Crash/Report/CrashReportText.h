@@ -69,7 +69,8 @@ KILN_EXPORT_FOR_TESTS std::string ReportText(const CrashDetails& details);
 
 /// Appends the text of the report file of a process that cannot even read its own stacks: without them and the system.
 /// A signal handler may call it with a BufferSink.
-/// \param moduleFile that holds the address of the fault, empty if not known. \param moduleBase where it begins.
+/// \param moduleFile that holds the address of the fault, empty if not known.
+/// \param moduleBase where it begins.
 /// \param hasDump whether a minidump is written beside it.
 KILN_EXPORT_FOR_TESTS void AppendShortReport(TextSink& text, const FaultFacts& facts, std::string_view moduleFile,
                                              std::uint64_t moduleBase, bool hasDump);

@@ -43,7 +43,8 @@ struct FaultFacts
 /// the request leaves the offset of the local time open.
 KILN_EXPORT_FOR_TESTS FaultFacts FactsOf(const CrashRequest& request) noexcept;
 
-/// The name of the exception's type as the source has it. \throws std::bad_alloc only.
+/// The name of the exception's type as the source has it.
+/// \throws std::bad_alloc only.
 std::string ExceptionTypeName(const FaultFacts& facts);
 
 } // namespace Ardo::Kiln::Crash

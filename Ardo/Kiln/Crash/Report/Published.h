@@ -24,7 +24,8 @@ public:
         return newest != nullptr ? &newest->value : nullptr;
     }
 
-    /// Sets the value and answers it. \throws std::bad_alloc only; then the former one stays.
+    /// Sets the value and answers it.
+    /// \throws std::bad_alloc only; then the former one stays.
     const Value& Set(Value value)
     {
         auto* const entry = new Entry{std::move(value), m_newest.load(std::memory_order_acquire)};

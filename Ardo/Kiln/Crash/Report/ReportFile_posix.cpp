@@ -20,7 +20,8 @@ namespace
 
 std::array<std::atomic<int>, 2> g_reserve = {-1, -1};
 
-/// Gives a reserved descriptor back to the system. \returns whether there was one.
+/// Gives a reserved descriptor back to the system.
+/// \returns whether there was one.
 bool ReleaseReserve() noexcept
 {
     for (auto& reserve : g_reserve)

@@ -54,7 +54,8 @@ struct ReportParts
 int WriteReports(const ReportNames& names, ReportContents& contents, const ReportParts& parts) noexcept;
 
 /// Writes the minidump of \p contents into \p file, the system's handle, or announces it as faked; says a failure on
-/// the standard error stream. \returns the system's error, 0 for none.
+/// the standard error stream.
+/// \returns the system's error, 0 for none.
 int WriteDumpTo(void* file, ReportContents& contents, bool isFaked) noexcept;
 
 /// Writes "<text><error> \n" to the standard error stream, \p error in decimal.

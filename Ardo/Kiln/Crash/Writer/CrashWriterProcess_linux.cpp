@@ -259,7 +259,7 @@ int Keep()
     return result;
 }
 
-// \returns 0 or why there are no answers.
+// Returns 0 or why there are no answers.
 int RunWriter() noexcept
 {
     // Some systems let only a process's parents look into it, and none into one that has dropped privileges.

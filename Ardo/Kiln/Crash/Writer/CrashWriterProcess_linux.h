@@ -17,16 +17,18 @@ public:
     CrashWriterProcess() = delete;
 
     /// Finds the program and reserves what Run needs. Called once at start-up; later calls do nothing.
-    /// \return whether there is such a program.
+    /// \returns whether there is such a program.
     static bool Prepare() noexcept;
 
     /// Has \p request carried out by a new process, and waits for it.
     ///
     /// Makes system calls only, no allocation, no lock: a signal handler may call it in whatever state the process is.
     /// The writer holds all threads of the process still while it copies; none of them is told (no SIGCHLD is sent).
-    /// \param request in this process's memory; receives the answers. \param descriptor of the file for
-    /// CrashRequest::WriteDump, otherwise -1; stays open. \param timeoutMilliseconds after which the writer is killed.
-    /// \return whether all tasks were carried out.
+    /// \param request in this process's memory; receives the answers.
+    /// \param descriptor of the file for
+    /// CrashRequest::WriteDump, otherwise -1; stays open.
+    /// \param timeoutMilliseconds after which the writer is killed.
+    /// \returns whether all tasks were carried out.
     static bool Run(CrashRequest& request, int descriptor, int timeoutMilliseconds) noexcept;
 
     /// Whether a call of Run is under way in this process. A signal handler may call it.

@@ -20,7 +20,8 @@ class KILN_EXPORT_FOR_TESTS DescribedFault
 {
 public:
     /// \param pointers the fault, of the thread on whose behalf the caller runs (see FaultDispatch); both outlive
-    /// the object. Null: the process as it stands. \param logFiles see FaultFacts::logFiles.
+    /// the object. Null: the process as it stands.
+    /// \param logFiles see FaultFacts::logFiles.
     explicit DescribedFault(EXCEPTION_POINTERS* pointers, std::string_view logFiles = {}) noexcept;
     ~DescribedFault();
     DescribedFault(const DescribedFault&) = delete;
@@ -33,7 +34,8 @@ public:
     const FaultFacts& Facts() const noexcept { return m_facts; }
 
     /// The report text from a process outside, which does not depend on what is broken or locked in this one. Empty if
-    /// there is no such process or it could not do it; on Windows always. \throws std::bad_alloc only.
+    /// there is no such process or it could not do it; on Windows always.
+    /// \throws std::bad_alloc only.
     std::optional<std::string> TextFromOutside();
 
     /// Writes a minidump of the calling process into \p file.

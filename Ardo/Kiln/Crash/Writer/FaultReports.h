@@ -24,16 +24,19 @@ KILN_EXPORT_FOR_TESTS void PrepareReports() noexcept;
 class KILN_EXPORT_FOR_TESTS FaultReports
 {
 public:
-    /// Describes the fault. \param pointers what the filter was called with, or null; outlives the object.
+    /// Describes the fault.
+    /// \param pointers what the filter was called with, or null; outlives the object.
     /// \param logFiles see FaultFacts::logFiles; outlives the object.
     explicit FaultReports(EXCEPTION_POINTERS* pointers, std::string_view logFiles = {}) noexcept;
 
-    /// Prints the block about the fault to the standard error stream and returns it. \throws std::bad_alloc only.
+    /// Prints the block about the fault to the standard error stream and returns it.
+    /// \throws std::bad_alloc only.
     std::string Print() const;
 
     /// The text of the report, UTF-8; empty without a fault. A process outside makes it where there is one, because
     /// this one may be broken or locked; otherwise it is made here. It is made once, so that the file has the same
-    /// text. \throws std::bad_alloc only.
+    /// text.
+    /// \throws std::bad_alloc only.
     const std::string& Text();
 
     /// Writes the report as "<tagged name>.txt" and the minidump as "<tagged name>.dmp", of the default type, into the

@@ -6,7 +6,8 @@
 namespace Ardo::Kiln::Crash
 {
 
-/// Calls the kernel of x86-64. \returns its answer; a failure is the negative error number.
+/// Calls the kernel of x86-64.
+/// \returns its answer; a failure is the negative error number.
 inline long SystemCall(long number, long a = 0, long b = 0, long c = 0, long d = 0, long e = 0, long f = 0) noexcept
 {
     long result = 0;
@@ -22,7 +23,8 @@ inline long SystemCall(long number, long a = 0, long b = 0, long c = 0, long d =
 
 /// Starts a process that runs \p function on a stack of its own and ends with what it returns. The C library's function
 /// would write to errno, and to what a sanitizer keeps of a thread.
-/// \param flags as clone(2) has them. \param stackEnd behind the highest byte of the stack, aligned to 16 bytes.
+/// \param flags as clone(2) has them.
+/// \param stackEnd behind the highest byte of the stack, aligned to 16 bytes.
 /// \returns its number, or the negative error number.
 inline long StartProcess(unsigned long flags, char* stackEnd, int (*function)()) noexcept
 {

@@ -5,7 +5,7 @@ namespace Ardo::Kiln::Crash
 
 struct CrashRequest;
 
-// \returns 0 or the system's error number. \throws std::bad_alloc only.
+// The functions return 0 or the system's error number, and throw std::bad_alloc only.
 
 /// Puts the report text into \p request.
 int MakeText(CrashRequest& request);
