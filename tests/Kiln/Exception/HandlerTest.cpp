@@ -124,7 +124,17 @@ protected:
     Support::ScopedTempDir m_folder;
 };
 
-using HandlerDeathTest = HandlerTest;
+/// A process that a test starts and that ends half-way makes its folder inside that of the test, which removes it.
+class HandlerDeathTest : public HandlerTest
+{
+protected:
+    HandlerDeathTest()
+    {
+        GTEST_FLAG_SET(death_test_style, "threadsafe");
+        ::setenv("TMPDIR", m_folder.Path().c_str(), 1);
+    }
+    ~HandlerDeathTest() override { ::unsetenv("TMPDIR"); }
+};
 
 TEST_F(HandlerTest, FlagsBelongToTheFirstThread)
 {
@@ -355,8 +365,7 @@ TEST_F(HandlerTest, AThreadMayEndInsideTheWork)
 
 TEST_F(HandlerDeathTest, WorkersOfAHostThatSaysNoInstallNothing)
 {
-    GTEST_FLAG_SET(death_test_style, "threadsafe");
-    const auto run = [this]
+    const auto run = []
     {
         struct sigaction before = {};
         struct sigaction after = {};
@@ -370,7 +379,6 @@ TEST_F(HandlerDeathTest, WorkersOfAHostThatSaysNoInstallNothing)
         {
             hasThread = hasThread || Support::ReadFile(task.path() / "comm") == "kiln-faults\n";
         }
-        std::filesystem::remove_all(m_folder.Path());
         std::_Exit(before.sa_sigaction == after.sa_sigaction && !hasThread ? 1 : 2);
     };
     EXPECT_EXIT(run(), ::testing::ExitedWithCode(1), "dealt with all the same");
@@ -378,8 +386,7 @@ TEST_F(HandlerDeathTest, WorkersOfAHostThatSaysNoInstallNothing)
 
 TEST_F(HandlerDeathTest, ExitWaitsForAnotherThreadsReports)
 {
-    GTEST_FLAG_SET(death_test_style, "threadsafe");
-    const auto run = [this]
+    const auto run = []
     {
         Handler::SetHandler(
             [](EXCEPTION_POINTERS*, const Handler::Notify&)
@@ -392,8 +399,6 @@ TEST_F(HandlerDeathTest, ExitWaitsForAnotherThreadsReports)
                 std::this_thread::sleep_for(std::chrono::milliseconds(100)); // an exit that does not wait comes first
                 throw std::runtime_error("reports are written");
             });
-        static const std::filesystem::path folder = m_folder.Path();
-        std::atexit([] { std::filesystem::remove_all(folder); }); // called after what Execute registers
         Handler::Execute([] { throw std::runtime_error("at the end"); });
         ::pause();
     };
