@@ -5,6 +5,11 @@
 #include <locale>
 
 #ifdef __SANITIZE_ADDRESS__
+extern "C" __attribute__((visibility("default"))) const char* __lsan_default_options()
+{
+    return "print_suppressions=0"; // some tests compare what a program writes to the standard error stream
+}
+
 /// Known leaks of other libraries. The C library never frees the folders of LOCPATH, which the hostile run sets. Qt's
 /// platform "offscreen" never deletes its screen; Qt is compiled without frame pointers, so each part is named by the
 /// function that allocates it. On a real screen Qt never closes its connection to the accessibility bus.
