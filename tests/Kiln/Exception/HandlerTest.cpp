@@ -94,13 +94,19 @@ protected:
     HandlerTest()
     {
         ::setenv("XDG_DATA_HOME", m_folder.Path().c_str(), 1);
+        // A process that a test starts and that ends half-way makes its folder in this one, which the test removes.
+        ::setenv("TMPDIR", m_folder.Path().c_str(), 1);
         MiniDumpGenerator::SetFakeWriteDump(true);
         Said([] { MiniDumpGenerator::CreateDumpDirectory(); });
         Access::Forget();
         Access::SetClock([] { return g_now; });
     }
 
-    ~HandlerTest() override { Access::Forget(); }
+    ~HandlerTest() override
+    {
+        ::unsetenv("TMPDIR");
+        Access::Forget();
+    }
 
     /// What \p action writes to the standard error stream.
     template <typename Action>
@@ -124,16 +130,10 @@ protected:
     Support::ScopedTempDir m_folder;
 };
 
-/// A process that a test starts and that ends half-way makes its folder inside that of the test, which removes it.
 class HandlerDeathTest : public HandlerTest
 {
 protected:
-    HandlerDeathTest()
-    {
-        GTEST_FLAG_SET(death_test_style, "threadsafe");
-        ::setenv("TMPDIR", m_folder.Path().c_str(), 1);
-    }
-    ~HandlerDeathTest() override { ::unsetenv("TMPDIR"); }
+    HandlerDeathTest() { GTEST_FLAG_SET(death_test_style, "threadsafe"); }
 };
 
 TEST_F(HandlerTest, FlagsBelongToTheFirstThread)
