@@ -54,7 +54,8 @@ public:
     /// with the system's number for the preferred one, which stays chosen.
     static void CreateDumpDirectory();
 
-    /// The dump folder. Chooses and creates it if that has not been done yet.
+    /// The dump folder. Chooses and creates it if none has been chosen yet. One that monitoring has chosen is created
+    /// with the first report.
     static std::wstring GetDumpDirectory();
 
     /// The name of the program's file without ".exe".

@@ -11,6 +11,8 @@
 #include "Ardo/Kiln/Platform/LocalOffset.h"
 #include "Ardo/Kiln/Platform/StandardError.h"
 
+#include <string_view>
+
 #include <unistd.h>
 
 namespace Ardo::Kiln::Crash
@@ -19,31 +21,35 @@ namespace Ardo::Kiln::Crash
 namespace
 {
 
+/// Puts the text of the report into the request.
+/// \returns the text.
+std::string_view MakeText(CrashRequest& request) noexcept
+{
+    const FaultFacts facts = FactsOf(request);
+    Platform::MappedArray<char> maps;
+    const bool read = ReadMaps(::getpid(), maps) == 0;
+    const auto module = read ? FindModule({maps.begin(), maps.Size()}, facts.address) : std::nullopt;
+    BufferSink text(request.text, sizeof request.text);
+    AppendShortReport(text, facts, module ? module->file : "", module ? module->base : 0, request.fakesDump == 0);
+    return text.Text();
+}
+
 /// The contents of the files, made by the thread at fault with system calls alone.
 class Contents final : public ReportContents
 {
 public:
-    explicit Contents(CrashRequest& request) noexcept : m_request(request) {}
+    Contents(const CrashRequest& request, std::string_view text) noexcept : m_request(request), m_text(text) {}
 
     int WriteDump(void* file) noexcept override
     {
         return WriteMinidumpFile(static_cast<int>(reinterpret_cast<std::intptr_t>(file)), m_request);
     }
 
-    int WriteText(ReportFile& file) noexcept override
-    {
-        const FaultFacts facts = FactsOf(m_request);
-        Platform::MappedArray<char> maps;
-        const bool read = ReadMaps(::getpid(), maps) == 0;
-        const auto module = read ? FindModule({maps.begin(), maps.Size()}, facts.address) : std::nullopt;
-        BufferSink text(m_request.text, sizeof m_request.text);
-        AppendShortReport(text, facts, module ? module->file : "", module ? module->base : 0, m_request.fakesDump == 0);
-        Platform::WriteStandardError(text.Text());
-        return file.Write(text.Text());
-    }
+    int WriteText(ReportFile& file) noexcept override { return file.Write(m_text); }
 
 private:
-    CrashRequest& m_request;
+    const CrashRequest& m_request;
+    std::string_view m_text;
 };
 
 } // namespace
@@ -54,11 +60,13 @@ void WriteReportsHere(CrashRequest& request) noexcept
     {
         request.utcOffset = Platform::LocalOffset();
     }
-    Contents contents(request);
+    const std::string_view text = MakeText(request);
+    Contents contents(request, text);
     ReportParts parts;
     parts.dumpIsFaked = request.fakesDump != 0;
     WriteReports({request.dumpFolder, request.applicationName, request.fullVersion, request.time, request.utcOffset},
                  contents, parts);
+    Platform::WriteStandardError(text); // also when there is no file
 }
 
 } // namespace Ardo::Kiln::Crash
