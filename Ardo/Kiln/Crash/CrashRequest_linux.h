@@ -8,8 +8,8 @@
 namespace Ardo::Kiln::Crash
 {
 
-/// What is to be written about one fault, or about the process as it stands, and everything that is known about it
-/// besides what the writer reads from the process. Linux only.
+/// A request to write reports about one fault, or about the process as it stands. It holds everything that is known
+/// about the fault except what the writer reads from the process. Linux only.
 ///
 /// Plain memory without pointers into itself: the signal handler fills it, and a writer in another process copies it
 /// out of the faulted one and writes its answers back. Both sides are built together; `size` guards against a mix.
@@ -18,7 +18,7 @@ struct CrashRequest
     static constexpr std::uint32_t MaximumFrames = 32;       ///< Of `throwFrames`.
     static constexpr std::int32_t UnknownOffset = INT32_MIN; ///< The writer asks for the machine's time zone itself.
 
-    /// What the writer is to do.
+    /// A job of the writer.
     enum Task : std::uint32_t
     {
         MakeText = 1,  ///< Put the report text into `text`.
@@ -43,7 +43,7 @@ struct CrashRequest
     CONTEXT context = {};         ///< Registers of `threadId`, from which its stack is walked.
 
     // Null-terminated UTF-8 on one line; see CopyVisible.
-    char abortReason[2048] = {}; ///< What the C library says about an abort(); empty: nothing.
+    char abortReason[2048] = {}; ///< The C library's reason for an abort(); empty: none.
 
     // The C++ exception, for a fault that is one; empty texts otherwise.
     char exceptionType[1024] = {};                 ///< As the compiler mangles it; cut without a mark.

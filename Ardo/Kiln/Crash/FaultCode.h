@@ -14,18 +14,18 @@ inline constexpr std::uint32_t DebugPrint = 0x40010006;   ///< Text for a debugg
 inline constexpr std::uint32_t FatalAppExit =
     0x40000015;                                        ///< The program gave up; on Linux abort() without a better code.
 inline constexpr std::uint32_t GuardPage = 0x80000001; ///< A guard page was touched.
-inline constexpr std::uint32_t DatatypeMisalignment = 0x80000002; ///< An odd address where an even one is asked for.
+inline constexpr std::uint32_t DatatypeMisalignment = 0x80000002; ///< A misaligned address.
 inline constexpr std::uint32_t Breakpoint = 0x80000003;           ///< A breakpoint instruction.
 inline constexpr std::uint32_t SingleStep = 0x80000004;           ///< One instruction was traced.
 inline constexpr std::uint32_t AccessViolation =
-    0xC0000005;                                          ///< Memory that is not there or not for this; see FaultAccess.
-inline constexpr std::uint32_t InPageError = 0xC0000006; ///< Memory whose file cannot be read; see FaultAccess.
-inline constexpr std::uint32_t InvalidHandle = 0xC0000008;           ///< A handle that is none.
+    0xC0000005; ///< Memory that is unmapped or protected against this access; see FaultAccess.
+inline constexpr std::uint32_t InPageError = 0xC0000006;   ///< Memory whose file cannot be read; see FaultAccess.
+inline constexpr std::uint32_t InvalidHandle = 0xC0000008; ///< An invalid handle.
 inline constexpr std::uint32_t InvalidSystemService = 0xC000001C;    ///< A system call that is not allowed.
-inline constexpr std::uint32_t IllegalInstruction = 0xC000001D;      ///< No instruction of this processor.
-inline constexpr std::uint32_t NoncontinuableException = 0xC0000025; ///< A filter went on where that cannot be.
-inline constexpr std::uint32_t InvalidDisposition = 0xC0000026;      ///< A filter answered nonsense.
-inline constexpr std::uint32_t ArrayBoundsExceeded = 0xC000008C;     ///< The processor checked an index.
+inline constexpr std::uint32_t IllegalInstruction = 0xC000001D;      ///< An invalid instruction.
+inline constexpr std::uint32_t NoncontinuableException = 0xC0000025; ///< A filter continued a noncontinuable fault.
+inline constexpr std::uint32_t InvalidDisposition = 0xC0000026;      ///< A filter returned an unknown value.
+inline constexpr std::uint32_t ArrayBoundsExceeded = 0xC000008C;     ///< The processor found an index out of bounds.
 inline constexpr std::uint32_t FltDenormalOperand = 0xC000008D;      ///< An operand too small to be normal.
 inline constexpr std::uint32_t FltDivideByZero = 0xC000008E;         ///< Floating-point division by zero.
 inline constexpr std::uint32_t FltInexactResult = 0xC000008F;        ///< A result that is not exact.
@@ -35,12 +35,12 @@ inline constexpr std::uint32_t FltStackCheck = 0xC0000092;           ///< The st
 inline constexpr std::uint32_t FltUnderflow = 0xC0000093;            ///< A result too small.
 inline constexpr std::uint32_t IntDivideByZero = 0xC0000094;         ///< Integer division by zero.
 inline constexpr std::uint32_t IntOverflow = 0xC0000095;             ///< A quotient that does not fit.
-inline constexpr std::uint32_t PrivInstruction = 0xC0000096;         ///< An instruction of the system.
-inline constexpr std::uint32_t StackOverflow = 0xC00000FD;           ///< The thread's stack is used up.
-inline constexpr std::uint32_t HeapCorruption = 0xC0000374;          ///< The allocator found its data damaged.
-inline constexpr std::uint32_t StackBufferOverrun = 0xC0000409;      ///< A local buffer was overrun.
-inline constexpr std::uint32_t AssertionFailure = 0xC0000420;        ///< An assertion does not hold.
-inline constexpr std::uint32_t CxxException = 0xE06D7363;            ///< The language runtime's own: a C++ exception.
+inline constexpr std::uint32_t PrivInstruction = 0xC0000096;    ///< An instruction that is reserved for the kernel.
+inline constexpr std::uint32_t StackOverflow = 0xC00000FD;      ///< The thread's stack is used up.
+inline constexpr std::uint32_t HeapCorruption = 0xC0000374;     ///< The allocator found its data damaged.
+inline constexpr std::uint32_t StackBufferOverrun = 0xC0000409; ///< A local buffer was overrun.
+inline constexpr std::uint32_t AssertionFailure = 0xC0000420;   ///< An assertion does not hold.
+inline constexpr std::uint32_t CxxException = 0xE06D7363;       ///< A C++ exception, raised by the language runtime.
 } // namespace FaultCode
 
 /// First information word of a C++ exception's record (see FaultCode::CxxException); the second is the exception

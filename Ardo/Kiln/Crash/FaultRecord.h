@@ -8,7 +8,7 @@
 namespace Ardo::Kiln::Crash
 {
 
-/// What filters decide by. Both systems call the fields alike, but only one lets everybody see them.
+/// The fields of an EXCEPTION_RECORD by which filters decide. They can be read without <windows.h>.
 struct FaultRecord
 {
     std::uint32_t code = 0;                 ///< See FaultCode.

@@ -12,7 +12,7 @@ namespace Ardo::Kiln::Crash
 namespace
 {
 
-/// What `__abort_msg` of glibc 2.4 and later points at (struct abort_msg_s, include/stdlib.h of its source).
+/// The object that `__abort_msg` of glibc 2.4 and later points at (struct abort_msg_s, include/stdlib.h of its source).
 struct AbortMessage
 {
     unsigned size; ///< Of the memory, which is mapped for the message alone, in bytes: a multiple of the page size.

@@ -5,11 +5,11 @@
 namespace Ardo::Kiln::Crash
 {
 
-// What the C library says about why it ends the process: a failed assertion, a corrupted heap, a smashed stack. The
-// only file that knows where glibc keeps it.
+// The reason that the C library prints before it ends the process: a failed assertion, a corrupted heap, a smashed
+// stack. No other file relies on the place where glibc stores it.
 
-/// Looks up where the C library keeps its reason; once, before the first fault. In a C library that keeps none, or
-/// keeps it elsewhere, reasons are never known.
+/// Looks up where the C library stores its reason. Call it once, before the first fault. With a C library that stores
+/// none, or stores it elsewhere, TakeAbortReason always returns an empty text.
 void PrepareAbortReason() noexcept;
 
 /// The reason for the abort() that is under way, without a line end; empty when there is none, as after a plain

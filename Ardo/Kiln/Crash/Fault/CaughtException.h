@@ -11,13 +11,13 @@ namespace Ardo::Kiln::Crash
 /// The exception that a `catch` block is dealing with, seen as a fault: code FaultCode::CxxException, the address of
 /// the throw where it was remembered (RememberThrow), and the registers of the function that made this object.
 ///
-/// It sees to it that LastThrowOfThread() describes this exception while it is dealt with.
+/// While the exception is dealt with, LastThrowOfThread() describes it.
 class KILN_EXPORT_FOR_TESTS CaughtException
 {
 public:
     /// Inside a `catch` block only. Allocates nothing: that may be what has failed.
     CaughtException() noexcept;
-    ~CaughtException() = default; // what is in the memory needs none
+    ~CaughtException() = default; // the block in m_memory is trivially destructible
     CaughtException(const CaughtException&) = delete;
     CaughtException& operator=(const CaughtException&) = delete;
 
@@ -26,7 +26,7 @@ public:
 
 private:
     struct Block;
-    alignas(16) std::byte m_memory[1424]; // of the block: only one system lets everybody see its members
+    alignas(16) std::byte m_memory[1424]; // a block, declared in the sources: on Windows it needs <windows.h>
     Block* m_block;
 };
 

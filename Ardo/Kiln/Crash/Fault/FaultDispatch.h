@@ -12,16 +12,16 @@ namespace Ardo::Kiln::Crash
 /// \returns FilterResult.
 using FaultFilter = long (*)(EXCEPTION_POINTERS*);
 
-/// What a FaultFilter answers.
+/// The results of a FaultFilter.
 namespace FilterResult
 {
-inline constexpr long ContinueSearch = 0; ///< Let the next one look at it.
+inline constexpr long ContinueSearch = 0; ///< The next filter is asked.
 inline constexpr long ExecuteHandler = 1; ///< It is dealt with.
 } // namespace FilterResult
 
-/// How faults of this process find their way to filters, in the order of Windows: the vectored filters of the thread at
-/// fault, then the filter of the innermost guarded call of that thread, then the unhandled filter of the process, then
-/// whatever handled such faults before.
+/// Asks filters about the faults of this process, in the order of Windows: the vectored filters of the thread at fault,
+/// then the filter of the innermost guarded call of that thread, then the unhandled filter of the process, then the
+/// handler that was installed before.
 ///
 /// On Windows the filters run on the thread at fault. On Linux faults are signals, and their filters run on a thread of
 /// the library's own while the thread at fault waits in its signal handler: they may allocate, lock and wait, whatever
@@ -81,8 +81,8 @@ public:
     /// The system's number of the thread on whose behalf the caller runs.
     static std::uint32_t ThreadId() noexcept;
 
-    /// Whether the caller runs, inside a filter, on behalf of the first thread of the process, which therefore cannot
-    /// answer anything.
+    /// Whether the caller runs, inside a filter, on behalf of the first thread of the process. That thread serves the
+    /// user interface, so nobody can answer a question then.
     static bool FirstThreadIsAtFault() noexcept;
 
     /// While an object exists, the time limit of filters does not count. For waiting for a person.
@@ -102,7 +102,7 @@ public:
     static bool HasNoUserInterface() noexcept;
 
     /// Has \p function called when exit() is called, with the other threads still running. The last one set, once; null
-    /// for none. On Windows never: exit() ends the other threads first, and what they were doing with them.
+    /// for none. On Windows it is never called: exit() has ended the other threads before.
     static void CallAtExit(void (*function)()) noexcept;
 
     /// Whether the functions of the C and C++ libraries that start threads and throw exceptions go through this library

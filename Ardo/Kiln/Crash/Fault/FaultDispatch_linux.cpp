@@ -27,7 +27,7 @@ namespace
 
 constinit FaultProcess& g_process = g_faultProcess;
 
-void* g_unusedData = nullptr; // for a thread without a record, which has nothing to remember
+void* g_unusedData = nullptr; // for threads without a record, whose pointer is not stored
 
 std::atomic<void (*)()> g_atExit = nullptr;
 std::atomic<bool> g_interposesRuntime = true;

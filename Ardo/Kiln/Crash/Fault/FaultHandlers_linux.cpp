@@ -153,7 +153,7 @@ void InstallFaultHandlers() noexcept
 
 void ResetInstallationInChild() noexcept
 {
-    std::construct_at(&g_installMutex); // its owner does not exist here
+    std::construct_at(&g_installMutex); // the thread that owns it does not exist in the child
 }
 
 void UnblockFaultSignals() noexcept

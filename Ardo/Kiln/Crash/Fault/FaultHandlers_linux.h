@@ -12,17 +12,17 @@ extern "C" void KilnFaultEntry(int signal, siginfo_t* info, void* context);
 
 /// Installs KilnFaultEntry for all FaultSignals and remembers what was installed before.
 ///
-/// A handler that somebody has installed over ours since stays: it is responsible for calling ours. After SIG_DFL and
-/// SIG_IGN ours is installed again. Any thread may call it; not a signal handler.
+/// A handler that was installed over ours later stays, and is responsible for calling ours. Where SIG_DFL or SIG_IGN
+/// has replaced ours, ours is installed again. Any thread may call it; not a signal handler.
 void InstallFaultHandlers() noexcept;
 
-/// In a forked child: another thread of the parent may just have been installing.
+/// For a forked child: another thread of the parent may have held the lock of the installation at the fork.
 void ResetInstallationInChild() noexcept;
 
 /// Unblocks all FaultSignals for the calling thread: the kernel kills a process for a fault whose signal is blocked.
 void UnblockFaultSignals() noexcept;
 
-// What a signal handler does with the signal in the end. System calls only.
+// The last steps of a signal handler. System calls only.
 
 /// Whether a function, which was installed before ours, handles \p signal.
 bool HasPreviousHandler(int signal) noexcept;

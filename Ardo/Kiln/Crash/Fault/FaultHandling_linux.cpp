@@ -44,8 +44,8 @@ namespace Ardo::Kiln::Crash
 namespace
 {
 
-/// So often the application's handler may return from one and the same fault without having removed the cause. More
-/// than the five that the loop detector needs.
+/// How many times the application's handler may return from the same fault without having removed the cause. More than
+/// the five times that the loop detector needs.
 constexpr unsigned MaxTimesInVain = 8;
 
 constinit FaultProcess& g_process = g_faultProcess;
@@ -66,7 +66,7 @@ void WriteReports(FaultThread& thread) noexcept
     }
 }
 
-/// The fault is over: the next thread's turn.
+/// Ends the handling of the fault; the next thread may acquire the slot.
 void Finish(FaultThread& thread) noexcept
 {
     thread.depth = 0;
@@ -98,8 +98,8 @@ void HandOn(FaultThread& thread, int signal, siginfo_t* info, ucontext_t& contex
     siglongjmp(guard.jump, 1);
 }
 
-/// Whether the system ends the process for it whatever filters answer. abort() does not return, and after a fault of
-/// the heap its locks stay taken.
+/// Whether \p signal ends the process whatever the filters answer: abort() does not return, and it leaves the locks of
+/// a corrupted heap taken.
 bool EndsProcess(int signal) noexcept
 {
     return signal == SIGABRT;
@@ -160,7 +160,8 @@ void HandleFault(int signal, siginfo_t* info, ucontext_t& context) noexcept
     ++thread.depth;
     if (isNested)
     {
-        // The handling itself has faulted on this thread: the first fault once more from outside, and then the end.
+        // The handling itself has faulted on this thread: report the first fault without the filters, then end the
+        // process.
         if (thread.depth == 2)
         {
             WriteReports(thread);

@@ -10,8 +10,8 @@ namespace Ardo::Kiln::Crash
 
 /// Serialises the handling of faults: one thread of the process deals with its fault, the others wait.
 ///
-/// Nobody waits for himself, nor for a thread that has ended. All functions make system calls only, so that a signal
-/// handler may call them. Needs no destructor.
+/// A thread never waits for itself, nor for a thread that has ended. All functions make system calls only, so that a
+/// signal handler may call them. Needs no destructor.
 class KILN_EXPORT_FOR_TESTS FaultSlot
 {
 public:

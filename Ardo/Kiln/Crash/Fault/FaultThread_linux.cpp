@@ -16,7 +16,7 @@ namespace Ardo::Kiln::Crash
 namespace
 {
 
-// A handler needs up to 14 KiB for the processor's registers alone on today's machines.
+// The processor's registers alone take up to 14 KiB of a handler's stack on current machines.
 constexpr std::size_t AlternateStackSize = 0x10000;
 constexpr std::size_t GuardSize = 4096;
 
@@ -33,7 +33,7 @@ struct ThreadMemory
 [[gnu::tls_model("initial-exec")]] thread_local FaultThread* g_onBehalf = nullptr;
 [[gnu::tls_model("initial-exec")]] thread_local pid_t g_onBehalfId = 0;
 
-// For a thread that faults and was never adopted. Static, because a fault may find no memory.
+// The record of a thread that faults without having been adopted. Static, because no memory may be left at the fault.
 FaultThread g_reserve;
 
 /// Takes the alternate stack away again when a thread ends. The record goes last: until then its thread may fault.

@@ -26,8 +26,8 @@ struct GuardFrame
     sigjmp_buf jump;
 };
 
-/// What fault handling knows about one thread. Lives in memory of its own, so that thread-local storage holds a pointer
-/// only: more would keep the library from being loaded at run time.
+/// The data of fault handling about one thread. It has memory of its own, and thread-local storage holds a pointer
+/// only: a larger thread_local would exceed the static TLS reserve and make dlopen fail.
 ///
 /// Used by its thread, and by the thread that runs filters on its behalf while it waits.
 struct FaultThread
@@ -50,7 +50,7 @@ struct FaultThread
     CONTEXT context = {};
     int signal = 0;
     int signalCode = 0;
-    std::string_view abortReason; ///< With SIGABRT what the C library says; see TakeAbortReason.
+    std::string_view abortReason; ///< With SIGABRT the C library's reason; see TakeAbortReason.
 
     std::uintptr_t stackLow = 0; ///< Lowest address of its stack; 0 when not known.
     std::uintptr_t stackHigh = 0;

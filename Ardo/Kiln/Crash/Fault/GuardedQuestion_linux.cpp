@@ -26,7 +26,7 @@ struct GuardedQuestion
 /// The calling thread's innermost. Initial-exec, because a signal handler must not cause an allocation.
 [[gnu::tls_model("initial-exec")]] constinit thread_local GuardedQuestion* g_question = nullptr;
 
-/// A fault signal, because those are never left to others while this library handles them.
+/// A fault signal, because no other code handles those while this library does.
 constexpr int TimerSignal = SIGSEGV;
 
 /// Sends TimerSignal to the calling thread when the time for a question is over. System calls only: the C library's
@@ -95,7 +95,7 @@ private:
 
 Asked AskGuarded(void (*ask)(void*), void* argument) noexcept
 {
-    // All that is used behind the jump is set before it, and not changed afterwards.
+    // The variables that are used after the jump are set before sigsetjmp and not changed later.
     const Unblocked unblocked;
     GuardedQuestion question;
     Timer timer(question);

@@ -5,7 +5,7 @@
 namespace Ardo::Kiln::Crash
 {
 
-/// How asking has ended.
+/// How a question has ended.
 enum class Asked
 {
     Answered,
@@ -17,9 +17,9 @@ enum class Asked
 inline constexpr int QuestionMilliseconds = 2000;
 
 /// Calls \p ask with \p argument on behalf of fault handling: code that may be broken, such as the application's own
-/// functions. Whatever it does, the call returns, unless it ends the process or the thread. When it does not come to an
-/// end the destructors of what it had on its stack do not run, and what it had locked stays locked. Where the library
-/// does not handle the fault signals there is no protection. System calls only besides those of \p ask.
+/// functions. The call returns whatever \p ask does, unless that ends the process or the thread. When it does not come
+/// to an end the destructors of what it had on its stack do not run, and what it had locked stays locked. There is no
+/// protection where the library does not handle the fault signals. System calls only besides those of \p ask.
 Asked AskGuarded(void (*ask)(void*), void* argument) noexcept;
 
 /// Gives up the question that the calling thread is asking, and does not return. Returns when it asks none.
@@ -27,8 +27,8 @@ void GiveUpQuestion() noexcept;
 
 /// For the signal handler: gives up the question that the calling thread is asking, and does not return. Returns when
 /// it asks none.
-/// \returns whether the signal tells that the time for a question is over that has just been answered: it
-/// has no other meaning.
+/// \returns whether the signal is the late timer of a question that has been answered meanwhile. Such a signal has no
+///        other meaning.
 bool GiveUpQuestion(const siginfo_t& info) noexcept;
 
 } // namespace Ardo::Kiln::Crash

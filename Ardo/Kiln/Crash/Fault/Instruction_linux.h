@@ -8,9 +8,9 @@
 namespace Ardo::Kiln::Crash
 {
 
-// What the instruction at fault tells where signal and registers do not. x86-64 only; the encodings are those of the
-// AMD64 Architecture Programmer's Manual, volume 3. The code is read with a system call: it may not be there. A signal
-// handler may call the functions.
+// Decodes the instruction at fault, for facts that signal and registers do not tell. x86-64 only; the encodings are
+// those of the AMD64 Architecture Programmer's Manual, volume 3. The code is read with a system call, because its
+// memory may be unmapped. A signal handler may call the functions.
 
 /// Whether the instruction is reserved for the kernel: hlt, cli, sti, in, out, and moves to control and debug
 /// registers.

@@ -3,7 +3,7 @@
 namespace Ardo::Kiln::Crash
 {
 
-// What the C++ runtime (libstdc++) knows about exceptions beyond its public functions. The only file that relies on the
+// Facts about exceptions that the C++ runtime (libstdc++) has no public functions for. The only file that relies on the
 // memory layout of its objects; PrepareLanguageRuntime checks it. All functions concern the calling thread.
 
 /// Checks, with an exception of its own, that the runtime keeps its records as expected; the first call does so. Until

@@ -8,11 +8,11 @@
 namespace Ardo::Kiln::Crash
 {
 
-/// What is known of the C++ exception that a thread has found uncaught. Type and message are asked for only then: most
-/// exceptions are caught, and what() is the application's code.
+/// The facts about the C++ exception that a thread did not catch. Type and message are asked for only when it is
+/// uncaught: most exceptions are caught, and what() is the application's code.
 struct LastThrow
 {
-    static constexpr std::uint32_t MaximumFrames = 32; ///< How much of the call stack of the throw is kept.
+    static constexpr std::uint32_t MaximumFrames = 32; ///< Of the call stack of the throw, the innermost.
 
     std::uint32_t code = 0;                   ///< FaultCode::CxxException; 0: there was none.
     std::uint64_t address = 0;                ///< The instruction behind the throw; 0: not known.
@@ -24,7 +24,7 @@ struct LastThrow
     std::uint64_t frames[MaximumFrames] = {}; ///< Return addresses, the throwing function first.
 };
 
-/// A vectored filter's part: remembers for a C++ exception that is being thrown where that is, \p pointers not null.
+/// Remembers where a C++ exception is being thrown. For vectored filters. \p pointers is not null.
 ///
 /// On Linux by exception object: the place is known also when the object is stored and raised again on another thread,
 /// as long as not too many others are thrown meanwhile. On Windows the exception last thrown on the thread, also when

@@ -35,13 +35,14 @@ void CopyPlace(LastThrow& last) noexcept
     std::copy_n(place.frames, place.frameCount, last.frames);
 }
 
-/// Type and text, from memory and functions of the application.
+/// Reads the type and asks for the text. Both are memory and code of the application, and may fault.
 void AskException(LastThrow& last)
 {
     const std::type_info* const type = abi::__cxa_current_exception_type();
     const std::string_view name = type->name();
     last.type[name.copy(last.type, sizeof last.type - 1)] = '\0';
-    // What the runtime itself asks when it looks for a catch block of std::exception. It finds the base in the object.
+    // The same call with which the runtime looks for a catch block of std::exception. It moves the pointer to the base
+    // in the object.
     void* object = const_cast<void*>(last.object);
     if (typeid(std::exception).__do_catch(type, &object, 1))
     {

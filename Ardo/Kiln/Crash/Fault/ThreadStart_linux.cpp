@@ -1,6 +1,6 @@
-// Functions of the C library that start threads, interposed: the kernel kills a process, before any handler runs, for
-// the stack overflow of a thread without an alternate stack. So every thread gets one, also those that know nothing of
-// this library.
+// Interposes the functions of the C library that start threads, so that every thread gets an alternate stack, also the
+// threads of code that does not use this library. Without one the kernel kills the process for a stack overflow before
+// any handler runs.
 
 #include "Ardo/Kiln/Crash/Fault/ThreadStart_linux.h"
 
@@ -28,7 +28,7 @@ namespace
 
 std::atomic<bool> g_adoptsNewThreads = false;
 
-/// A function of the C library that this library stands before.
+/// A function of the C library that this library interposes.
 template <typename Function>
 class SystemFunction
 {
@@ -88,7 +88,7 @@ constinit std::array<TimerStart, 256> g_timerStarts; // threads of further timer
 
 constexpr std::uint64_t IndexBits = 8;
 
-/// Of an entry whose timer is not known yet: no timer has this number.
+/// The value of an entry whose timer is not known yet. No timer has this number.
 timer_t NoTimer() noexcept
 {
     return reinterpret_cast<timer_t>(~std::uintptr_t{0}); // NOLINT(performance-no-int-to-ptr)
@@ -128,7 +128,7 @@ TimerStart* TakeTimerStart() noexcept
 void AdoptNewThreads() noexcept
 {
     PrepareAdoption();
-#ifndef __SANITIZE_THREAD__ // whose own start of a thread has to come before all that is instrumented
+#ifndef __SANITIZE_THREAD__ // its own start of a thread has to come before all instrumented code
     g_adoptsNewThreads = true;
 #endif
 }
@@ -136,7 +136,7 @@ void AdoptNewThreads() noexcept
 int CreatePlainThread(pthread_t* thread, void* (*body)(void*), void* argument) noexcept
 {
 #if defined(__SANITIZE_THREAD__) || defined(__SANITIZE_ADDRESS__)
-    return ::pthread_create(thread, nullptr, body, argument); // these sanitizers have to know every thread
+    return ::pthread_create(thread, nullptr, body, argument); // the sanitizers have to know every thread
 #else
     auto* const create = g_pthreadCreate.Get();
     return create != nullptr ? create(thread, nullptr, body, argument) : ENOSYS;

@@ -39,7 +39,7 @@ Throw NextThrow() noexcept
     return next;
 }
 
-// Before anybody can be inside the loader and throw.
+// At load time: later the loader's lock may be held by a thread that throws.
 [[gnu::constructor]] void FindThrow()
 {
     g_throw = SystemThrow();
@@ -49,7 +49,7 @@ Throw NextThrow() noexcept
 /// instruction behind the throw.
 [[gnu::noinline]] void ShowThrow(void* object, const std::type_info* type, void* address) noexcept
 {
-    ForgetThrowPlace(object); // what was thrown with this address before is gone
+    ForgetThrowPlace(object); // an earlier exception at this address does not exist any more
     const FaultThread* const thread = OwnFaultThread();
     const std::size_t count = thread != nullptr ? thread->filterCount : 0;
     const FaultFilter filter = g_filter.load(std::memory_order_relaxed);

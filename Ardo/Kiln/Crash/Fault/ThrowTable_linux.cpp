@@ -13,7 +13,7 @@ namespace
 
 struct Entry
 {
-    std::atomic<bool> taken = false;           ///< By who reads or writes the place.
+    std::atomic<bool> taken = false;           ///< A thread is reading or writing the place.
     std::atomic<const void*> object = nullptr; ///< Changes only while taken.
     ThrowPlace place;
 };
@@ -35,7 +35,7 @@ Bucket& BucketOf(const void* object) noexcept
     return g_buckets[address * Multiplier >> (64 - BucketBits)];
 }
 
-/// Owns an entry for a moment, if nobody else does.
+/// Owns an entry as long as it lives, unless another thread owns it.
 class Ownership
 {
 public:

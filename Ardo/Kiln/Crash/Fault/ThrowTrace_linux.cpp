@@ -81,7 +81,7 @@ private:
         {
             if (!IsReturnedTo(m_last, outer))
             {
-                m_index = m_last.count; // nothing of it can be relied on
+                m_index = m_last.count; // no frame of it may be reused
                 return false;
             }
         }

@@ -21,12 +21,12 @@ struct StackTrace
 };
 
 /// Sets the frames of \p place from the calling thread's stack, beginning with the one that goes on at its address.
-/// Walking costs 100 to 200 ns a frame, and whoever throws often throws from nearly the same stack. So the walk ends at
-/// the first frame that \p last, the same thread's trace of the throw before, holds with the same address, stack
-/// pointer and RBP, if all return addresses and saved values of RBP outside it are still where they were. \p last is
-/// replaced.
-/// \param stackLow, stackHigh the bounds of the thread's stack. Where other memory serves as stack the walk is not cut
-///        short: it need not be there any more.
+/// Walking costs 100 to 200 ns a frame, and a thread that throws often mostly throws from nearly the same stack. So the
+/// walk ends at the first frame that \p last, the same thread's trace of the throw before, holds with the same address,
+/// stack pointer and RBP, if all return addresses and saved values of RBP outside it are still where they were. \p last
+/// is replaced.
+/// \param stackLow, stackHigh the bounds of the thread's stack. A walk on other memory that serves as stack is not cut
+///        short, because that memory may be unmapped by then.
 void TraceThrow(StackTrace& last, std::uintptr_t stackLow, std::uintptr_t stackHigh, ThrowPlace& place) noexcept;
 
 } // namespace Ardo::Kiln::Crash

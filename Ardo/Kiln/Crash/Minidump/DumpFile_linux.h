@@ -40,7 +40,7 @@ public:
     /// 0 or the first error number.
     int Error() const noexcept { return m_error; }
 
-    /// From now on nothing is written. The first error stands.
+    /// Stops all further writing. The first error stays.
     void Fail(int error) noexcept { m_error = m_error == 0 ? error : m_error; }
 
 private:

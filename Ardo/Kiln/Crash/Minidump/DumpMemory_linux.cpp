@@ -9,7 +9,7 @@ namespace Ardo::Kiln::Crash
 namespace
 {
 
-constexpr std::uint64_t RedZone = 128; // below the stack pointer, and in use all the same
+constexpr std::uint64_t RedZone = 128; // in use below the stack pointer (System V ABI)
 constexpr std::uint64_t Kilobyte = 1024;
 
 // A debugger needs the innermost frames, and the outermost to tell what the thread is for.
@@ -23,7 +23,7 @@ constexpr std::uint64_t OuterOfManyThreads = 8 * Kilobyte;
 // How far an overflow may leave the stack pointer below the stack's first page: one large frame.
 constexpr std::uint64_t MaximumOverflow = 8 * Kilobyte * Kilobyte;
 
-// What something points at is taken in blocks: 1 KiB round the pointer.
+// Of the memory that a pointer refers to, 1 KiB is taken, in blocks of half that size.
 constexpr std::uint64_t Block = 512;
 constexpr std::size_t MaximumBlocks = 4 * Kilobyte * Kilobyte / Block;
 constexpr std::size_t MaximumBlocksOfThread = 48 * Kilobyte / Block;
@@ -130,7 +130,7 @@ bool DumpMemory::FollowPointer(const ProcessImage& image, std::uint64_t pointer)
     {
         return true;
     }
-    // What cannot be written is code or constants, which the module's file holds.
+    // Memory that cannot be written is code or constants; the module's file holds both.
     const Mapping* const mapping = image.Find(pointer);
     if (mapping == nullptr || !mapping->readable || !mapping->writable || mapping->excluded)
     {

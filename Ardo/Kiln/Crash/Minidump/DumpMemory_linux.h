@@ -13,24 +13,23 @@ struct DumpedRange
 {
     std::uint64_t start;
     std::uint64_t end;
-    std::uint32_t position; ///< In the file; for whoever writes it.
+    std::uint32_t position; ///< In the file; set by the writer of the dump.
 };
 
-/// Which memory goes into a dump that does not hold all of it: of each stack what is in use, and what registers and
-/// stacks point at. Neither a runaway recursion nor a thousand threads make it large.
+/// Chooses the memory for a dump that does not hold all memory: the parts of the stacks in use, and the memory that
+/// registers and stacks point at. The size is bounded also for an endless recursion and for a thousand threads.
 class DumpMemory
 {
 public:
-    /// \param indirect whether what registers and stacks point at is taken as well.
-    /// \param firstThread the one whose
-    /// pointers are followed first.
+    /// \param indirect whether the memory that registers and stacks point at is taken as well.
+    /// \param firstThread the thread whose pointers are followed first.
     /// \returns 0 or the error number.
     int Choose(const ProcessImage& image, bool indirect, std::int32_t firstThread) noexcept;
 
     /// All memory chosen: by address, without overlap.
     Platform::MappedArray<DumpedRange>& Ranges() noexcept { return m_ranges; }
 
-    /// Of each thread, in the order of the image, what is in use of its stack next to the stack pointer. It lies
+    /// For each thread, in the order of the image, the part of its stack in use next to the stack pointer. It lies
     /// within one of Ranges(). Empty if the stack pointer leads nowhere.
     const Platform::MappedArray<DumpedRange>& Stacks() const noexcept { return m_stacks; }
 

@@ -65,7 +65,7 @@ public:
         WriteMemoryInfo();
         if (Has(MiniDumpWithUnloadedModules))
         {
-            // The system keeps no list of them.
+            // Linux keeps no list of unloaded modules.
             constexpr Format::ListHead head{sizeof head, 24, 0};
             AddStream(Format::StreamType::UnloadedModuleList, head);
         }
@@ -84,7 +84,7 @@ private:
 
     std::uint32_t Here() const noexcept { return static_cast<std::uint32_t>(m_file.Position()); }
 
-    // What has been appended since is a stream.
+    // Makes the bytes appended since \p start a stream.
     void EndStream(std::uint32_t type, std::uint32_t start) noexcept
     {
         if (m_streamCount < MaximumStreams)
@@ -177,7 +177,7 @@ std::uint32_t Writer::AppendText(std::string_view utf8) noexcept
     return position;
 }
 
-// Of the thread at fault the registers at the fault count, not those in its handler.
+// The thread at fault is shown with the registers at the fault, not with those in its signal handler.
 void Writer::TakeRegistersOfRequest() noexcept
 {
     Platform::MappedArray<ThreadImage>& threads = m_image.Threads();
@@ -330,8 +330,8 @@ void Writer::WriteModules() noexcept
     EndStream(Format::StreamType::ModuleList, start);
 }
 
-// Debuggers wait for ever for a process to go on whose stop they do not know as final: signals that are ignored by
-// default, real-time signals, and the codes of Windows.
+// The number that readers show as the reason of the stop. Debuggers wait for ever for the process to continue unless
+// they know the reason as final. Ignored and real-time signals, and the codes of Windows, are not.
 int Writer::StopSignal() const noexcept
 {
     switch (m_request.signal)
@@ -369,7 +369,7 @@ void Writer::WriteException() noexcept
     {
         record.parameters[0] = fault.ExceptionInformation[0];
         record.parameters[1] = fault.ExceptionInformation[1];
-        // Readers of Linux dumps show as the address of a crash what the kernel calls so: where the access went.
+        // Readers of Linux dumps expect the kernel's meaning of the address of a crash: the address that was accessed.
         if (fault.ExceptionInformation[1] != UINT64_MAX)
         {
             record.address = fault.ExceptionInformation[1];
@@ -560,7 +560,7 @@ void Writer::WriteWholeMappings() noexcept
     }
 }
 
-// Memory that was reserved and never touched is zeros; looking at it would make it real.
+// Memory that was reserved and never touched reads as zeros; reading it would make the kernel allocate pages.
 void Writer::AppendMapping(const Mapping& mapping, int pageMap) noexcept
 {
     constexpr std::uint64_t pageSize = 4096;
@@ -654,7 +654,7 @@ int WriteMinidumpFile(int descriptor, const CrashRequest& request) noexcept
     const int error = writer.Write();
     if (error != 0)
     {
-        // Nothing of what is there is of use to anybody.
+        // A part of a minidump is of no use.
         static_cast<void>(::ftruncate(descriptor, 0));
     }
     errno = savedErrno;

@@ -88,7 +88,7 @@ void ProcessImage::MarkExcluded() noexcept
     Platform::MappedArray<char> text;
     if (Platform::ReadWholeFile(Platform::ProcPath(m_process, 0, "smaps").Text(), text) != 0)
     {
-        return; // nothing is left out then
+        return; // then no mapping is excluded
     }
     Mapping* current = m_mappings.begin();
     for (std::string_view rest(text.begin(), text.Size()); !rest.empty();)
@@ -145,7 +145,7 @@ bool ProcessImage::DescribeModule(std::size_t first, Module& module) const noexc
         return false;
     }
     // Its parts follow each other, with nameless memory between and behind. A file without a part that can be executed
-    // is only looked at.
+    // is data that the process maps, not a module.
     constexpr std::size_t maximumParts = 64;
     const std::size_t last = std::min(first + maximumParts, m_mappings.Size());
     bool executable = false;
@@ -172,7 +172,7 @@ bool ProcessImage::DescribeModule(std::size_t first, Module& module) const noexc
     Elf64_Phdr segments[48];
     if (ReadMemory(module.base, &header, sizeof header) != sizeof header)
     {
-        return true; // its file may have been cut off; name and place are still worth having
+        return true; // its file may have been truncated; the module is listed with its name and place all the same
     }
     if (std::memcmp(header.e_ident, ELFMAG, SELFMAG) != 0 || header.e_phentsize != sizeof segments[0])
     {
@@ -261,7 +261,7 @@ void ProcessImage::FindEnvironment() noexcept
     char buffer[1024];
     std::string_view stat =
         Platform::ReadSmallFile(Platform::ProcPath(m_process, 0, "stat").Text(), buffer, sizeof buffer);
-    // Numbered as in the manual of the file. The second is a name that may hold anything.
+    // Numbered as in the manual of the file. The second is a name, which may contain any characters.
     stat.remove_prefix(std::min(stat.rfind(')'), stat.size()));
     constexpr int start = 50;
     for (int field = 2; field < start; ++field)

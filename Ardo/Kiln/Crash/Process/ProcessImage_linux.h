@@ -22,7 +22,7 @@ struct Mapping
     bool writable;
     bool executable;
     bool isPrivate;
-    bool excluded;        ///< The program asked the kernel to leave it out of dumps, or reading it does something.
+    bool excluded;        ///< The program asked the kernel to leave it out of dumps, or reading it has side effects.
     std::uint32_t nameAt; ///< Where its name stands in ProcessImage::MapsText().
     std::uint32_t nameLength;
 };
@@ -40,8 +40,8 @@ struct Module
     std::uint8_t buildId[MaximumBuildId];
 };
 
-/// What a minidump shows of a process. Works with system calls only; the process may be the own one, then its other
-/// threads run on.
+/// The threads, mappings and modules of a process, for its minidump. Makes system calls only. The process may be the
+/// calling one; then its other threads run on.
 class ProcessImage
 {
 public:
@@ -77,8 +77,8 @@ public:
     /// The mapping that holds \p address, or null.
     const Mapping* Find(std::uint64_t address) const noexcept;
 
-    /// Whether the range has something of the environment that the process was given, which may hold secrets. It lies
-    /// above everything else on the stack of the first thread.
+    /// Whether the range overlaps the environment of the process, which may hold secrets. The environment lies above
+    /// everything else on the stack of the first thread.
     bool IsEnvironment(std::uint64_t start, std::uint64_t end) const noexcept
     {
         return start < m_environmentEnd && m_environmentStart < end;

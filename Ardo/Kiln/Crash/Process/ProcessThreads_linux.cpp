@@ -21,7 +21,7 @@ namespace Ardo::Kiln::Crash
 namespace
 {
 
-// How long a thread may take to come out of the kernel. One that waits for a dead network drive never does.
+// How long a thread may take to return from a system call. One that waits for an unreachable network drive never does.
 constexpr long StopMilliseconds = 2000;
 
 long NowMilliseconds() noexcept
@@ -110,7 +110,7 @@ bool Describe(std::int32_t process, ThreadImage& thread) noexcept
     char buffer[512];
     std::string_view stat =
         Platform::ReadSmallFile(Platform::ProcPath(process, thread.id, "stat").Text(), buffer, sizeof buffer);
-    // "ID (name) S ...": the name may hold anything, also ") ".
+    // "ID (name) S ...": the name may contain any characters, also ") ".
     const std::size_t open = stat.find('(');
     const std::size_t close = stat.rfind(") ");
     if (open == std::string_view::npos || close == std::string_view::npos || stat.size() < close + 4)
@@ -154,7 +154,7 @@ int StoppedThreads::AttachNewThreads(std::int32_t process, bool& foundNew) noexc
         hold.attached = ::ptrace(static_cast<__ptrace_request>(PTRACE_SEIZE), id, nullptr, nullptr) == 0;
         if (!m_holds.Add(hold))
         {
-            return ENOMEM; // the kernel lets go of what is not in the list when this process ends
+            return ENOMEM; // threads outside the list are detached by the kernel when this process ends
         }
         if (hold.attached)
         {
@@ -203,7 +203,7 @@ void StoppedThreads::WaitUntilStopped() noexcept
 
 int StoppedThreads::StopAll(std::int32_t process, Platform::MappedArray<ThreadImage>& threads) noexcept
 {
-    // A thread that still runs may start another: until a whole pass finds none.
+    // A thread that still runs may start another, so the passes go on until one finds no new thread.
     for (bool foundNew = true; foundNew;)
     {
         if (const int error = AttachNewThreads(process, foundNew); error != 0)
@@ -238,7 +238,7 @@ void StoppedThreads::Release() noexcept
     {
         if (hold.attached)
         {
-            // One that has not stopped yet is let go when this process ends.
+            // A thread that has not stopped yet is detached by the kernel when this process ends.
             ::ptrace(PTRACE_DETACH, hold.id, nullptr, static_cast<std::intptr_t>(hold.signal));
             hold.attached = false;
         }

@@ -19,7 +19,7 @@ struct ThreadImage
     CONTEXT context = {};            ///< All zero but for the flags when nothing is known.
 };
 
-/// Holds the threads of another process still, from StopAll to Release or destruction.
+/// Keeps the threads of another process stopped, from StopAll to Release or destruction.
 class StoppedThreads
 {
 public:
@@ -33,14 +33,14 @@ public:
     /// \returns 0 or the error number.
     int StopAll(std::int32_t process, Platform::MappedArray<ThreadImage>& threads) noexcept;
 
-    /// Lets them go on. A signal that came in the meantime is delivered.
+    /// Resumes the threads. A signal that arrived in the meantime is delivered.
     void Release() noexcept;
 
 private:
     struct Hold
     {
         std::int32_t id;
-        std::int32_t signal; ///< That it was about to receive when it stopped.
+        std::int32_t signal; ///< The signal that was about to be delivered when the thread stopped; 0: none.
         bool attached;
         bool stopped;
     };

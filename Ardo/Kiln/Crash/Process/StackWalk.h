@@ -17,13 +17,13 @@ namespace Ardo::Kiln::Crash
 /// One function call of a stack. Texts are UTF-8 and empty where nothing is known.
 struct StackFrame
 {
-    std::uint64_t address = 0;    ///< Where the call stands: the fault's instruction, or where a callee returns to.
+    std::uint64_t address = 0;    ///< The instruction at fault, or the return address of a callee.
     std::string module;           ///< File of the program or library, with its folder.
     std::uint64_t moduleBase = 0; ///< Where the module begins in memory; 0 outside every module.
     std::string function;         ///< As written in the source: demangled, with parameters where the name has them.
     std::string sourceFile;       ///< As the compiler recorded it.
     std::uint32_t line = 0;       ///< 0: not known.
-    bool inlined = false; ///< The compiler put it into the next frame, which has the same address. Never on Windows.
+    bool inlined = false;         ///< Inlined into the next frame, which has the same address. Never on Windows.
 };
 
 /// A stack that may be too deep to be shown whole.
@@ -48,11 +48,11 @@ KILN_EXPORT_FOR_TESTS std::optional<LoadedModule> ModuleOf(std::uint32_t process
 
 /// Names the functions on the stacks of a process: its own or, if the system allows reading its memory, another.
 ///
-/// The modules are those at the time of construction. Debug information is looked for on this machine only, never asked
-/// of a server. On Linux the process is read with system calls and nothing of it is touched: no lock of its loader or
-/// its standard streams is taken, so that it may be used on a faulted process, itself included; only the allocator must
-/// work in the process that calls. On Windows the debugging library serves one caller at a time; calls take turns.
-/// One thread at a time may use an object. Nothing here throws but std::bad_alloc.
+/// The modules are those at the time of construction. Debug information is looked for on this machine only, never on a
+/// server. On Linux the process is only read, with system calls: no lock of its loader or its standard streams is
+/// taken, so that it may be used on a faulted process, itself included; only the allocator must work in the process
+/// that calls. On Windows calls are serialised, because the debugging library is not thread-safe. One thread at a time
+/// may use an object. The functions throw std::bad_alloc only.
 class KILN_EXPORT_FOR_TESTS ProcessSymbols
 {
 public:
@@ -62,16 +62,15 @@ public:
     ProcessSymbols(const ProcessSymbols&) = delete;
     ProcessSymbols& operator=(const ProcessSymbols&) = delete;
 
-    /// The stack of a thread that stands still.
+    /// The stack of a stopped thread.
     ///
-    /// A thread that jumped to where no code is gets that address as its first frame and then its caller. The walk ends
-    /// where it would go round in circles, and where the stack cannot be read.
+    /// If the program counter is outside any code, that address is the first frame and the caller the second. The walk
+    /// stops at a cycle, and where the stack cannot be read.
     /// \param threadId the system's number of the thread.
     /// \param context its registers.
     /// \param innermost how many frames at most; inlined ones do not count.
-    /// \param outermost how many of the others at
-    /// most. With endless recursion only these tell how it began. A stack whose end is not found within a second, or
-    /// 200000 calls, has none.
+    /// \param outermost how many of the other frames at most, the outermost. In an endless recursion they show how it
+    ///        began. A stack whose end is not found within a second, or 200000 calls, has none.
     StackEnds Walk(std::uint32_t threadId, const CONTEXT& context, std::size_t innermost, std::size_t outermost = 0);
 
     /// The calls that return to \p returnAddresses, in the same order, with the inlined ones between them.

@@ -152,7 +152,8 @@ struct ProcessSymbols::Implementation
         const auto* code = RangeOf(m_map, m_pc);
         if (code == nullptr || !code->executable)
         {
-            // It jumped to nowhere: only the return address that the call left behind tells from where.
+            // No code is mapped there: the thread called an invalid address, and its return address is on top of the
+            // stack.
             AddCall({m_pc, false});
             m_startReturns = true;
             code = ReadWord(m_sp, m_pc) ? RangeOf(m_map, m_pc) : nullptr;
@@ -291,7 +292,7 @@ private:
             return;
         }
         const std::unique_ptr<Dwarf_Die, Free> innermost(found);
-        // What surrounds an inlined call is another thing than what surrounds the function in the source.
+        // The scopes around an inlined call differ from those around the function in the source.
         const int count = ::dwarf_getscopes_die(innermost.get(), &found);
         const std::unique_ptr<Dwarf_Die, Free> scopes(count > 0 ? found : nullptr);
         Dwarf_Files* files = nullptr;
@@ -328,7 +329,7 @@ private:
     {
         constexpr std::uint64_t PageSize = sizeof m_page;
         const auto page = address & ~(PageSize - 1);
-        if (address % sizeof word != 0) // no stack pointer of a healthy thread, but it may lie across two pages
+        if (address % sizeof word != 0) // a word may lie across two pages
         {
             return Read(address, &word, sizeof word);
         }
@@ -353,7 +354,7 @@ private:
                static_cast<ssize_t>(size);
     }
 
-    // What the library calls back. No exception may pass through it.
+    // Callbacks of the library. No exception may leave them.
 
     static pid_t NextThread(Dwfl*, void* self, void** threadArgument) noexcept
     {
@@ -433,13 +434,13 @@ private:
     std::unique_ptr<Dwfl, EndSession> m_session;
     bool m_canWalk = false;
 
-    // Of the walk that is going on.
+    // The state of the current walk.
     std::vector<Call> m_calls; ///< The innermost.
     std::vector<Call> m_ring;  ///< The last of the others.
     std::size_t m_innermost = 0;
     std::size_t m_outermost = 0;
     std::size_t m_count = 0; ///< Calls so far.
-    bool m_failed = false;   ///< For want of memory.
+    bool m_failed = false;   ///< Out of memory.
     bool m_cut = false;      ///< It was given up before the end.
     std::chrono::steady_clock::time_point m_deadline;
     pid_t m_threadId = 0;

@@ -25,14 +25,14 @@ std::string_view FileName(std::string_view path) noexcept
     return path.substr(path.find_last_of("/\\") + 1);
 }
 
-/// Whether Windows refuses the unit in the name of a file. Linux refuses less, but files travel.
+/// Whether Windows refuses the unit in a file name. Linux allows more, but the files are also read on Windows.
 bool IsRefused(char unit) noexcept
 {
     constexpr std::string_view Refused = "<>:\"/\\|?*";
     return (unit >= 0 && unit < 32) || Refused.find(unit) != std::string_view::npos;
 }
 
-/// What an access violation or an in-page error tells in its information words.
+/// The text for the information words of an access violation or an in-page error.
 std::string_view InvalidOperation(const FaultFacts& facts) noexcept
 {
     if (!facts.information.empty())

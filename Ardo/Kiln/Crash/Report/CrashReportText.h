@@ -59,16 +59,16 @@ struct CrashDetails
     Platform::SystemInformation system;
 };
 
-/// Reads from the process of \p facts what its report shows besides them: symbolises the call stack (the innermost 32
-/// frames, and the outermost 16 of a deeper one) and where an exception was thrown (32), asks the system. What cannot
-/// be found out stays empty.
+/// Adds to \p facts the details that are read from its process and from the system: the symbolised call stack (the
+/// innermost 32 frames, and the outermost 16 of a deeper one) and the stack of the throw (32 frames). Details that are
+/// not available stay empty.
 KILN_EXPORT_FOR_TESTS CrashDetails GatherCrashDetails(const FaultFacts& facts);
 
 /// The text of the report file, UTF-8.
 KILN_EXPORT_FOR_TESTS std::string ReportText(const CrashDetails& details);
 
-/// Appends the text of the report file of a process that cannot even read its own stacks: without them and the system.
-/// A signal handler may call it with a BufferSink.
+/// Appends the text of the report file without stacks and system, for the case that neither can be read. A signal
+/// handler may call it with a BufferSink.
 /// \param moduleFile that holds the address of the fault, empty if not known.
 /// \param moduleBase where it begins.
 /// \param hasDump whether a minidump is written beside it.

@@ -13,8 +13,8 @@ namespace Ardo::Kiln::Crash
 
 struct CrashRequest;
 
-/// What is known about a fault besides what is read from the process, in one form for both systems. A view: texts and
-/// spans refer to the memory that it was made from.
+/// The facts about a fault that are not read from its process, in one form for both systems. A view: texts and spans
+/// refer to the memory that it was made from.
 struct FaultFacts
 {
     std::uint32_t processId = 0; ///< The system's number of the faulted process.
@@ -28,7 +28,7 @@ struct FaultFacts
     std::span<const std::uint64_t> information; ///< The information words of the record, at most 15.
     const CONTEXT* context = nullptr;           ///< Registers at the fault; null: not known.
 
-    std::string_view abortReason;               ///< What the C library says about an abort(); empty: nothing.
+    std::string_view abortReason;               ///< The C library's reason for an abort(); empty: none.
     std::string_view exceptionType;             ///< Of a C++ exception, as the compiler mangles it; empty: not known.
     std::string_view exceptionMessage;          ///< Its message; empty: none.
     std::span<const std::uint64_t> throwFrames; ///< Return addresses of where it was thrown; empty: not known.

@@ -6,9 +6,9 @@
 namespace Ardo::Kiln::Crash
 {
 
-/// A value that is read after a fault, too: without a lock, and also while the process's statics are destroyed. Former
-/// values stay as long as the process, because somebody may be reading them; it is not for values that change often.
-/// Any thread may call any method.
+/// A value that is read after a fault, too: without a lock, and also while the process's statics are destroyed. Old
+/// values are never freed, because a reader may still use them. So it is not for values that change often. Any thread
+/// may call any method.
 template <class Value>
 class Published
 {
@@ -24,7 +24,7 @@ public:
         return newest != nullptr ? &newest->value : nullptr;
     }
 
-    /// Sets the value and answers it.
+    /// Sets the value and returns it.
     /// \throws std::bad_alloc only; then the former one stays.
     const Value& Set(Value value)
     {
@@ -39,7 +39,7 @@ private:
     struct Entry
     {
         Value value;
-        const Entry* former; ///< Kept reachable, so that tools which look for leaks find none.
+        const Entry* former; ///< Keeps old values reachable, so that leak checkers do not report them.
     };
 
     std::atomic<const Entry*> m_newest = nullptr;

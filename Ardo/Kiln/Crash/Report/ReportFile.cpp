@@ -73,7 +73,8 @@ int ReportStem::Reserve(const char* folder, const char* name) noexcept
         const int error = CreateNew(".part", reservation);
         if (error == 0)
         {
-            // Looked at after the reservation: whoever had the name before has published by now, or given it up.
+            // Checked after the reservation: the object that had reserved the name before has published its files by
+            // now, or has removed them.
             if (IsFree())
             {
                 m_isReserved = true;

@@ -20,8 +20,8 @@ class TextSink;
 /// The reservation is a file "<name>.part". A name is free if no such file exists and neither a report nor a minidump
 /// has the name, whole or partial; a name that is taken gets a counter: "<name>_2".
 ///
-/// The folder must be one that Platform::MakePrivateFolder accepts: a minidump holds memory, and does not go where
-/// another user decides.
+/// The folder must be one that Platform::MakePrivateFolder accepts: a minidump holds the memory of the process, and
+/// another user must not choose where it goes.
 class KILN_EXPORT_FOR_TESTS ReportStem
 {
 public:
@@ -45,7 +45,7 @@ private:
 
     static constexpr std::size_t MaxPath = 4096; ///< In bytes, with the terminating null.
 
-    // What the systems do differently. `extension` and `from`, `to` are extensions of this name.
+    // Implemented for each system. `extension`, `from` and `to` are extensions of this name.
     int OpenFolder(const char* folder) noexcept;
     bool Exists(std::string_view extension) const noexcept;
     int CreateNew(std::string_view extension, Platform::NativeHandle& file) const noexcept;
@@ -89,7 +89,8 @@ public:
     int Publish() noexcept;
 
     /// On Linux reserves two descriptors for when the process has run out of them: for a folder and a file. Later calls
-    /// reserve again what has been used. On Windows handles do not run out and nothing is done. Any thread may call it.
+    /// reserve again what has been used. On Windows nothing is done, because there is no small limit of handles. Any
+    /// thread may call it.
     static void ReserveDescriptors() noexcept;
 
 private:

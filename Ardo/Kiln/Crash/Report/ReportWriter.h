@@ -8,9 +8,9 @@
 namespace Ardo::Kiln::Crash
 {
 
-// The one place that knows how reports are named, in which order they are written, and what is said about it on the
-// standard error stream. It is used in the faulted process, in the process outside and, as the last resort, by the
-// thread at fault: nothing here allocates, and on Linux a signal handler may call it.
+// Names the reports, writes them in order, and prints messages about it on the standard error stream. No other code
+// does. It is used in the faulted process, in the writer and, as the last resort, by the thread at fault: it does not
+// allocate, and on Linux a signal handler may call it.
 
 /// Where reports go and what they are called.
 struct ReportNames
@@ -49,12 +49,12 @@ struct ReportParts
     bool textFirst = false; ///< Else the dump is first, because producing the text may use up the process's memory.
 };
 
-/// Writes minidump and report under one name. A failure of one is said and does not keep the other from being written.
+/// Writes minidump and report under one name. A failure of one is printed, and the other is written all the same.
 /// \returns the first error, 0 for none.
 int WriteReports(const ReportNames& names, ReportContents& contents, const ReportParts& parts) noexcept;
 
-/// Writes the minidump of \p contents into \p file, the system's handle, or announces it as faked; says a failure on
-/// the standard error stream.
+/// Writes the minidump of \p contents into \p file, the system's handle, or announces it as faked. A failure is printed
+/// on the standard error stream.
 /// \returns the system's error, 0 for none.
 int WriteDumpTo(void* file, ReportContents& contents, bool isFaked) noexcept;
 

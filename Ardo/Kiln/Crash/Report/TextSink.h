@@ -19,7 +19,7 @@ struct Hexadecimal
     std::size_t digits = 1;
 };
 
-/// Receives text that is put together from texts and numbers, whatever the locale.
+/// Receives text that is composed of texts and numbers, independent of the locale.
 class KILN_EXPORT_FOR_TESTS TextSink
 {
 public:

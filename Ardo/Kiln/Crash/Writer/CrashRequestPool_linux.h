@@ -5,8 +5,8 @@
 namespace Ardo::Kiln::Crash
 {
 
-// Memory for requests: too large for the stack of a thread that has used up its own, and not from an allocator that may
-// be broken. A signal handler may call both functions.
+// Memory for requests. They are too large for the stack of a thread that has overflowed, and the allocator may be
+// broken. A signal handler may call both functions.
 
 /// A new request; null if there is no memory. Four are preallocated, more come from the kernel.
 CrashRequest* AcquireCrashRequest() noexcept;

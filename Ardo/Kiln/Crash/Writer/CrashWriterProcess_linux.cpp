@@ -106,7 +106,7 @@ bool PrepareOnce() noexcept
     {
         return false;
     }
-    // Of the environment only what the writer cannot do without: where libraries are, and the time zone.
+    // Of the environment the writer gets only the path of libraries and the time zone.
     std::size_t count = 0;
     for (char** entry = environ; entry != nullptr && *entry != nullptr; ++entry)
     {
@@ -146,7 +146,7 @@ void Sleep(int milliseconds) noexcept
     SystemCall(SYS_nanosleep, Word(&time));
 }
 
-/// Whether nobody will unlock: the lock was inherited by a fork(), or its thread has ended.
+/// Whether the lock will never be released: it was inherited by a fork(), or its thread has ended.
 bool HasEnded(std::uint64_t owner) noexcept
 {
     return owner >> 32 != Self() >> 32 ||
@@ -166,7 +166,7 @@ bool Lock(int timeoutMilliseconds) noexcept
         }
         if (owner == self)
         {
-            return false; // a fault of this very function
+            return false; // this function or its caller has faulted
         }
         Sleep(1);
     }
@@ -177,7 +177,7 @@ bool Lock(int timeoutMilliseconds) noexcept
 int BecomeWriter()
 {
     SystemCall(SYS_prctl, PR_SET_PDEATHSIG, SIGKILL);
-    // The limit that the application ran into is not the writer's.
+    // A limit of memory that the application has reached must not hold for the writer.
     for (const int resource : {RLIMIT_AS, RLIMIT_DATA})
     {
         rlimit limit{};
@@ -187,8 +187,8 @@ int BecomeWriter()
             SystemCall(SYS_prlimit64, 0, resource, Word(&limit), 0);
         }
     }
-    // What somebody types at the terminal is for the application, and nobody may read the standard error stream any
-    // more.
+    // Signals of the terminal are meant for the application. SIGPIPE, because the standard error stream may have no
+    // reader.
     constexpr auto bit = [](int signal) { return std::uint64_t{1} << (signal - 1); };
     constexpr std::uint64_t blocked = bit(SIGINT) | bit(SIGQUIT) | bit(SIGTSTP) | bit(SIGHUP) | bit(SIGPIPE);
     SystemCall(SYS_rt_sigprocmask, SIG_SETMASK, Word(&blocked), 0, SignalSetSize);
@@ -223,10 +223,10 @@ void LeaveOnlyStandardStreams(int keep) noexcept
     }
 }
 
-// In the process between. All signals are blocked in it.
+// The keeper's main function. All signals are blocked in it.
 int Keep()
 {
-    // A table of its own. With SIGCHLD ignored the kernel would not tell how the writer ended.
+    // The keeper has its own table of signal actions. With SIGCHLD ignored it could not wait for the writer.
     struct
     {
         long handler, flags, restorer, mask;
@@ -262,7 +262,8 @@ int Keep()
 // Returns 0 or why there are no answers.
 int RunWriter() noexcept
 {
-    // Some systems let only a process's parents look into it, and none into one that has dropped privileges.
+    // Some systems allow only the parents of a process to trace it, and nobody to trace a process that has dropped
+    // privileges.
     const long dumpable = SystemCall(SYS_prctl, PR_GET_DUMPABLE);
     if (dumpable != 1)
     {

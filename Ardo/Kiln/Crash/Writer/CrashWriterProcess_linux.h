@@ -7,8 +7,8 @@ namespace Ardo::Kiln::Crash
 
 struct CrashRequest;
 
-/// The process outside that writes about a fault. What was broken or locked in the faulted process does not matter to
-/// it. Linux only.
+/// The writer: a process outside that writes the reports of a fault. It does not depend on memory or locks of the
+/// faulted process. Linux only.
 ///
 /// It is the program kiln-crash-writer, which stands beside the library or in the folder of its helper programs.
 class KILN_EXPORT_FOR_TESTS CrashWriterProcess
@@ -20,10 +20,10 @@ public:
     /// \returns whether there is such a program.
     static bool Prepare() noexcept;
 
-    /// Has \p request carried out by a new process, and waits for it.
+    /// Starts a writer for \p request and waits for it.
     ///
     /// Makes system calls only, no allocation, no lock: a signal handler may call it in whatever state the process is.
-    /// The writer holds all threads of the process still while it copies; none of them is told (no SIGCHLD is sent).
+    /// The writer stops all threads of the process while it copies. No SIGCHLD is sent.
     /// \param request in this process's memory; receives the answers.
     /// \param descriptor of the file for
     /// CrashRequest::WriteDump, otherwise -1; stays open.

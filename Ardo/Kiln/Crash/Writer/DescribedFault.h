@@ -12,7 +12,7 @@
 namespace Ardo::Kiln::Crash
 {
 
-/// A fault, or the process as it stands, described once, and what can be written about it.
+/// The description of a fault, or of the process as it stands, made once, and the files that can be written from it.
 ///
 /// On Linux it allocates nothing but where said, and its functions but TextFromOutside may be called by signal
 /// handlers. One thread at a time may use an object; any number of objects may be used side by side.
@@ -33,20 +33,20 @@ public:
     /// Valid as long as the object.
     const FaultFacts& Facts() const noexcept { return m_facts; }
 
-    /// The report text from a process outside, which does not depend on what is broken or locked in this one. Empty if
-    /// there is no such process or it could not do it; on Windows always.
+    /// The report text from a process outside, which does not depend on memory or locks of this one. Empty if there is
+    /// no such process or it could not do it; on Windows always.
     /// \throws std::bad_alloc only.
     std::optional<std::string> TextFromOutside();
 
     /// Writes a minidump of the calling process into \p file.
     ///
-    /// On Windows the system writes it. On Linux a process outside does, which holds the threads of this one still for
-    /// as long as it copies them, and where the system does not let it, this process itself: then of the other threads
-    /// only stack and instruction pointer are known. Calls at the same time wait for each other.
+    /// On Windows the system writes it. On Linux the writer does; it stops the threads of this process while it copies
+    /// them. Where the system does not allow that, this process writes it; then only stack and instruction pointer are
+    /// known of the other threads. Calls at the same time wait for each other.
     ///
     /// \param file the system's handle of a file opened for writing; on Linux its descriptor as a pointer. On Linux its
     /// contents are replaced. Stays the caller's.
-    /// \returns 0, or the number of the system's error. Then what is in the file is no minidump.
+    /// \returns 0, or the number of the system's error. After an error the file holds no minidump.
     int WriteMinidump(void* file, MINIDUMP_TYPE type) noexcept;
 
 private:
@@ -55,9 +55,9 @@ private:
     FaultFacts m_facts;
 };
 
-/// Tells those who report when the filters cannot run where reports go, how they are named, and whether dumps are only
-/// faked. Texts are UTF-8. On Windows the system's own error reporting takes that part, and nothing is done. Any thread
-/// may call it.
+/// Sets the folder and the names of the reports, and whether dumps are faked, for faults whose filters cannot run.
+/// Texts are UTF-8. On Windows nothing is done: such faults are reported by the system's own error reporting. Any
+/// thread may call it.
 void PublishReportPlace(const std::string& dumpFolder, const std::string& applicationName,
                         const std::string& fullVersion, MINIDUMP_TYPE type, bool fakesDump) noexcept;
 

@@ -88,7 +88,7 @@ int DescribedFault::WriteMinidump(void* file, MINIDUMP_TYPE type) noexcept
     int error = 0;
     if (!CrashWriterProcess::Run(*m_request, descriptor, isFull ? FullDumpTimeLimit : SmallDumpTimeLimit))
     {
-        // What ends the writing outside, such as a full disk, ends it here as well; then this costs a moment.
+        // A cause outside the processes, such as a full disk, makes this attempt fail too; it then costs little.
         error = WriteMinidumpFile(descriptor, *m_request);
     }
     errno = savedErrno;

@@ -11,13 +11,12 @@
 namespace Ardo::Kiln::Crash
 {
 
-// What the exception handler does about a fault once it is found fatal. The functions may run on any thread of the
-// faulted process while the thread at fault waits. What they have to say goes to the standard error stream without a
-// lock.
+// The reports about a fatal fault, for the exception handler. The functions may run on any thread of the faulted
+// process while the thread at fault waits. Messages go to the standard error stream, without a lock.
 
-/// Acquires in advance what the crash path needs: chooses the folder of the reports without creating it, finds the
-/// names of application and version and the program that reports from outside, reserves descriptors. Called when
-/// monitoring begins, and again when the application may know more about itself.
+/// Acquires in advance everything the crash path needs: chooses the folder of the reports without creating it, finds
+/// the names of application and version and the program that reports from outside, reserves descriptors. Called when
+/// monitoring begins, and again when the application may have set its name or version.
 KILN_EXPORT_FOR_TESTS void PrepareReports() noexcept;
 
 /// The reports of one fault, or of the process as it stands. One thread at a time may use an object.
@@ -33,14 +32,14 @@ public:
     /// \throws std::bad_alloc only.
     std::string Print() const;
 
-    /// The text of the report, UTF-8; empty without a fault. A process outside makes it where there is one, because
-    /// this one may be broken or locked; otherwise it is made here. It is made once, so that the file has the same
+    /// The text of the report, UTF-8; empty without a fault. The writer makes it where there is one, because memory or
+    /// locks of this process may be broken; otherwise this process does. It is made once, so that the file has the same
     /// text.
     /// \throws std::bad_alloc only.
     const std::string& Text();
 
     /// Writes the report as "<tagged name>.txt" and the minidump as "<tagged name>.dmp", of the default type, into the
-    /// folder of the reports. A failure of one is said and does not keep the other from being written.
+    /// folder of the reports. A failure of one is printed, and the other is written all the same.
     void Write() noexcept;
 
 private:

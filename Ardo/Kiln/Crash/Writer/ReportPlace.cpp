@@ -74,8 +74,8 @@ std::vector<std::filesystem::path> CandidateFolders()
         }
         folders.push_back(base / "Orbex" / "CrashDumps");
         folders.push_back(base / "Pellan Orbex" / "CrashDumps");
-        // Of one place, a folder that a product has made before comes first. The next place, which is the folder for
-        // temporary files and open to everybody, is for a user who can write nowhere else.
+        // In each place an existing folder of a product comes first. The last place, the folder for temporary files, is
+        // open to everybody; it is for a user who can write nowhere else.
         std::stable_partition(folders.begin() + static_cast<std::ptrdiff_t>(first), folders.end(),
                               [](const std::filesystem::path& folder)
                               {
@@ -136,7 +136,7 @@ std::string ApplicationVersion()
     {
         return g_fullVersion.Set(version.toUtf8().toStdString());
     }
-    return "0.0.0.0"; // not kept: the application may still tell Qt
+    return "0.0.0.0"; // not stored: the application may set it later
 }
 
 std::string TaggedNameOfNow()
@@ -228,7 +228,7 @@ void PublishPlace() noexcept
     }
     catch (const std::exception&)
     {
-        // No memory. The last resort goes without a place or keeps the one it had.
+        // No memory. The last resort keeps the place that it had before, or has none.
     }
 }
 

@@ -9,10 +9,10 @@
 namespace Ardo::Kiln::Crash
 {
 
-// Where the reports of this process go and what they are called: the folder, the application's name and version, the
-// kind of minidump. Texts are UTF-8. Any thread may call the functions, also after a fault.
+// The place and the names of the reports of this process: the folder, the application's name and version, the kind of
+// minidump. Texts are UTF-8. Any thread may call the functions, also after a fault.
 
-/// The folder of the reports: the one that CreateReportFolder chose, or else the preferred one, which nobody has
+/// The folder of the reports: the one that CreateReportFolder chose, or else the preferred one, which has not been
 /// created yet.
 std::filesystem::path ReportFolder();
 
@@ -31,8 +31,8 @@ std::string ApplicationName();
 /// The version of the program: of its file, else of Qt's application object, else "0.0.0.0".
 std::string ApplicationVersion();
 
-/// "<application>_<version>_[<day>-<month>_<hour>-<minute>-<second>]" at this moment. Asks nothing that a fault may
-/// have locked.
+/// "<application>_<version>_[<day>-<month>_<hour>-<minute>-<second>]" at this moment. Takes no lock that a faulted
+/// thread may hold.
 std::string TaggedNameOfNow();
 
 /// The type of dumps for which none is given.
@@ -48,7 +48,7 @@ void SetDumpsAreFaked(bool fake) noexcept;
 /// Writes files of \p contents into the folder of the reports, under the tagged name of this moment. See WriteReports.
 void CreateFiles(ReportContents& contents, const ReportParts& parts) noexcept;
 
-/// Tells those who report when the filters cannot run where reports go.
+/// Publishes the place for faults whose filters cannot run; see PublishReportPlace.
 void PublishPlace() noexcept;
 
 } // namespace Ardo::Kiln::Crash

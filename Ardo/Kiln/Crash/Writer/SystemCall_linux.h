@@ -1,7 +1,7 @@
 #pragma once
 
-// System calls without the C library round them, for code that must not touch errno: a process that shares its memory,
-// and so its thread-local variables, with another.
+// System calls without the C library, for code that must not touch errno: in a process that shares its memory, and so
+// its thread-local variables, with another process.
 
 namespace Ardo::Kiln::Crash
 {

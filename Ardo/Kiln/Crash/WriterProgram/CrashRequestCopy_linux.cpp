@@ -25,7 +25,7 @@ int FetchCrashRequest(std::int32_t process, std::uint64_t address, CrashRequest&
     {
         return EPROTO;
     }
-    // Nobody checks them again.
+    // The code that reads the texts relies on their ends.
     const auto terminate = [](auto&... texts) { ((texts[sizeof texts - 1] = '\0'), ...); };
     terminate(request.abortReason, request.exceptionType, request.exceptionMessage, request.dumpFolder,
               request.applicationName, request.fullVersion);

@@ -7,11 +7,10 @@ namespace Ardo::Kiln::Crash
 
 struct CrashRequest;
 
-// How a process outside comes to a CrashRequest and answers it.
+// Copies a CrashRequest from the faulted process, and the answers back into it.
 
 /// Copies the request at \p address of \p process.
-/// \returns 0 or the error number; EPROTO if it is none, or of another
-/// build.
+/// \returns 0 or the error number; EPROTO if there is no request, or one of another build.
 int FetchCrashRequest(std::int32_t process, std::uint64_t address, CrashRequest& request) noexcept;
 
 /// Puts the answers of \p request back.

@@ -80,7 +80,7 @@ int main(int argc, char* argv[])
     g_request.done = 0;
     g_request.systemError = 0;
     g_request.textLength = 0;
-    // The dump first: it shows more than the text, and nothing that takes long stands between the fault and it.
+    // The dump first: it shows more than the text, and is taken as soon after the fault as possible.
     Do(g_request, CrashRequest::WriteDump, [] { return WriteMinidumpFile(DumpDescriptor, g_request); });
     Do(g_request, CrashRequest::CreateFiles, [] { return CreateFiles(g_request); });
     Do(g_request, CrashRequest::MakeText, [] { return MakeText(g_request); });

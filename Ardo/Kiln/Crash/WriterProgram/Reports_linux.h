@@ -10,8 +10,8 @@ struct CrashRequest;
 /// Puts the report text into \p request.
 int MakeText(CrashRequest& request);
 
-/// Creates the minidump and, if there was a fault, the report beside it, and tells so on standard error. Each is there
-/// under its name only when it is whole.
+/// Creates the minidump and, if there was a fault, the report beside it, and prints messages about it on the standard
+/// error stream. A file has its final name only when it is complete.
 int CreateFiles(const CrashRequest& request);
 
 } // namespace Ardo::Kiln::Crash
