@@ -15,7 +15,7 @@ namespace Ardo::Kiln::Crash
 /// out of the faulted one and writes its answers back. Both sides are built together; `size` guards against a mix.
 struct CrashRequest
 {
-    static constexpr std::uint32_t MaximumFrames = 32;       ///< Of `throwFrames`.
+    static constexpr std::uint32_t MaxFrames = 32;           ///< Of `throwFrames`.
     static constexpr std::int32_t UnknownOffset = INT32_MIN; ///< The writer asks for the machine's time zone itself.
 
     /// A job of the writer.
@@ -46,11 +46,11 @@ struct CrashRequest
     char abortReason[2048] = {}; ///< The C library's reason for an abort(); empty: none.
 
     // The C++ exception, for a fault that is one; empty texts otherwise.
-    char exceptionType[1024] = {};                 ///< As the compiler mangles it; cut without a mark.
-    char exceptionMessage[8192] = {};              ///< Its what(), as CopyVisible makes it.
-    std::uint32_t throwFrameCount = 0;             ///< 0: where it was thrown is not known.
-    std::uint64_t throwFrames[MaximumFrames] = {}; ///< Return addresses, the throwing function first.
-    std::uint32_t interposesRuntime = 1;           ///< See FaultDispatch::InterposesRuntime.
+    char exceptionType[1024] = {};             ///< As the compiler mangles it; cut without a mark.
+    char exceptionMessage[8192] = {};          ///< Its what(), as CopyVisible makes it.
+    std::uint32_t throwFrameCount = 0;         ///< 0: where it was thrown is not known.
+    std::uint64_t throwFrames[MaxFrames] = {}; ///< Return addresses, the throwing function first.
+    std::uint32_t interposesRuntime = 1;       ///< See FaultDispatch::InterposesRuntime.
 
     // Null-terminated UTF-8.
     char dumpFolder[1024] = {};     ///< Where CreateFiles creates them; empty: nowhere.

@@ -292,7 +292,7 @@ TEST_F(ThrowPlaceTest, FramesAreThoseOfThisThrowWhateverTheLastOne)
         {
             const CaughtException caught;
             const LastThrow& last = LastThrowOfThread();
-            ASSERT_GT(last.frameCount, std::min<std::size_t>(g_callers.size(), LastThrow::MaximumFrames) - 2);
+            ASSERT_GT(last.frameCount, std::min<std::size_t>(g_callers.size(), LastThrow::MaxFrames) - 2);
             for (std::uint32_t frame = 1; frame < last.frameCount; ++frame)
             {
                 ASSERT_EQ(last.frames[frame], g_callers[frame - 1]) << round;

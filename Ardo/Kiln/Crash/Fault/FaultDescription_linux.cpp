@@ -85,7 +85,7 @@ void SetReportPlace(const char* dumpFolder, const char* applicationName, const c
             const LastThrow& last = thread->lastThrow;
             Copy(request.exceptionType, last.type);
             Copy(request.exceptionMessage, last.message);
-            request.throwFrameCount = std::min(last.frameCount, CrashRequest::MaximumFrames);
+            request.throwFrameCount = std::min(last.frameCount, CrashRequest::MaxFrames);
             std::copy_n(last.frames, request.throwFrameCount, request.throwFrames);
         }
     }

@@ -118,7 +118,7 @@ void FaultDispatch::MonitorThread() noexcept
 void FaultDispatch::AddVectoredFilter(FaultFilter filter) noexcept
 {
     FaultThread* const thread = OwnFaultThread();
-    if (thread != nullptr && thread->filterCount < FaultThread::MaximumFilters)
+    if (thread != nullptr && thread->filterCount < FaultThread::MaxFilters)
     {
         thread->filters[thread->filterCount++] = filter;
     }

@@ -32,7 +32,7 @@ struct GuardFrame
 /// Used by its thread, and by the thread that runs filters on its behalf while it waits.
 struct FaultThread
 {
-    static constexpr std::size_t MaximumFilters = 8;
+    static constexpr std::size_t MaxFilters = 8;
 
     /// How filters see the fault. At one address as long as the same fault comes again, at another one for the next
     /// fault after the thread has recovered: the loop detector compares it.
@@ -54,7 +54,7 @@ struct FaultThread
 
     std::uintptr_t stackLow = 0; ///< Lowest address of its stack; 0 when not known.
     std::uintptr_t stackHigh = 0;
-    std::array<FaultFilter, MaximumFilters> filters = {}; ///< The last one is asked first.
+    std::array<FaultFilter, MaxFilters> filters = {}; ///< The last one is asked first.
     std::size_t filterCount = 0;
     GuardFrame* guard = nullptr; ///< The innermost.
     void* data = nullptr;

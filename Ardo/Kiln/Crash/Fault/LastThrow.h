@@ -12,16 +12,16 @@ namespace Ardo::Kiln::Crash
 /// uncaught: most exceptions are caught, and what() is the application's code.
 struct LastThrow
 {
-    static constexpr std::uint32_t MaximumFrames = 32; ///< Of the call stack of the throw, the innermost.
+    static constexpr std::uint32_t MaxFrames = 32; ///< Of the call stack of the throw, the innermost.
 
-    std::uint32_t code = 0;                   ///< FaultCode::CxxException; 0: there was none.
-    std::uint64_t address = 0;                ///< The instruction behind the throw; 0: not known.
-    const void* object = nullptr;             ///< The exception object; only compared, never followed.
-    char type[1024] = {};                     ///< The compiler's name of its type, null-terminated.
-    char message[8192] = {};                  ///< what() of a std::exception, see CopyVisible; empty for others.
-    bool hasMessage = true;                   ///< False: what() has failed, and `message` tells how.
-    std::uint32_t frameCount = 0;             ///< How many of `frames` are set; 0: not known.
-    std::uint64_t frames[MaximumFrames] = {}; ///< Return addresses, the throwing function first.
+    std::uint32_t code = 0;               ///< FaultCode::CxxException; 0: there was none.
+    std::uint64_t address = 0;            ///< The instruction behind the throw; 0: not known.
+    const void* object = nullptr;         ///< The exception object; only compared, never followed.
+    char type[1024] = {};                 ///< The compiler's name of its type, null-terminated.
+    char message[8192] = {};              ///< what() of a std::exception, see CopyVisible; empty for others.
+    bool hasMessage = true;               ///< False: what() has failed, and `message` tells how.
+    std::uint32_t frameCount = 0;         ///< How many of `frames` are set; 0: not known.
+    std::uint64_t frames[MaxFrames] = {}; ///< Return addresses, the throwing function first.
 };
 
 /// Remembers where a C++ exception is being thrown. For vectored filters. \p pointers is not null.

@@ -21,7 +21,7 @@ namespace Ardo::Kiln::Crash
 namespace
 {
 
-static_assert(LastThrow::MaximumFrames == ThrowPlace::MaxFrames);
+static_assert(LastThrow::MaxFrames == ThrowPlace::MaxFrames);
 
 void CopyPlace(LastThrow& last) noexcept
 {

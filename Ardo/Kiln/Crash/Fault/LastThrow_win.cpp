@@ -23,7 +23,7 @@ struct ThrowPlace
     std::uint64_t address = 0;
     const void* object = nullptr;
     USHORT frameCount = 0;
-    void* frames[LastThrow::MaximumFrames] = {};
+    void* frames[LastThrow::MaxFrames] = {};
 };
 
 thread_local ThrowPlace g_place;
@@ -59,7 +59,7 @@ void RememberThrow(const EXCEPTION_POINTERS* pointers) noexcept
     {
         g_place.address = reinterpret_cast<ULONG_PTR>(record.ExceptionAddress);
         g_place.object = reinterpret_cast<const void*>(record.ExceptionInformation[1]);
-        g_place.frameCount = CaptureStackBackTrace(0, LastThrow::MaximumFrames, g_place.frames, nullptr);
+        g_place.frameCount = CaptureStackBackTrace(0, LastThrow::MaxFrames, g_place.frames, nullptr);
     }
 }
 

@@ -13,22 +13,22 @@ constexpr std::uint64_t RedZone = 128; // in use below the stack pointer (System
 constexpr std::uint64_t Kilobyte = 1024;
 
 // A debugger needs the innermost frames, and the outermost to tell what the thread is for.
-constexpr std::uint64_t MaximumInner = 256 * Kilobyte;
-constexpr std::uint64_t MaximumOuter = 64 * Kilobyte;
+constexpr std::uint64_t MaxInner = 256 * Kilobyte;
+constexpr std::uint64_t MaxOuter = 64 * Kilobyte;
 constexpr std::uint64_t InnerOfAllThreads = 12 * Kilobyte * Kilobyte; // shared out when there are many threads
-constexpr std::uint64_t MinimumInner = 32 * Kilobyte;
+constexpr std::uint64_t MinInner = 32 * Kilobyte;
 constexpr std::size_t ManyThreads = 40;
 constexpr std::uint64_t OuterOfManyThreads = 8 * Kilobyte;
 
 // How far an overflow may leave the stack pointer below the stack's first page: one large frame.
-constexpr std::uint64_t MaximumOverflow = 8 * Kilobyte * Kilobyte;
+constexpr std::uint64_t MaxOverflow = 8 * Kilobyte * Kilobyte;
 
 // Of the memory that a pointer refers to, 1 KiB is taken, in blocks of half that size.
 constexpr std::uint64_t Block = 512;
-constexpr std::size_t MaximumBlocks = 4 * Kilobyte * Kilobyte / Block;
-constexpr std::size_t MaximumBlocksOfThread = 48 * Kilobyte / Block;
-constexpr std::size_t SeenSize = 2 * MaximumBlocks;
-constexpr std::uint64_t MaximumScanned = 64 * Kilobyte; // of a stack, for pointers
+constexpr std::size_t MaxBlocks = 4 * Kilobyte * Kilobyte / Block;
+constexpr std::size_t MaxBlocksOfThread = 48 * Kilobyte / Block;
+constexpr std::size_t SeenSize = 2 * MaxBlocks;
+constexpr std::uint64_t MaxScanned = 64 * Kilobyte; // of a stack, for pointers
 
 constexpr std::uint64_t CodeAround = 128;
 
@@ -68,26 +68,26 @@ int DumpMemory::Choose(const ProcessImage& image, bool indirect, std::int32_t fi
 bool DumpMemory::AddStack(const ProcessImage& image, const ThreadImage& thread) noexcept
 {
     const std::size_t count = image.Threads().Size();
-    const std::uint64_t maximumInner = std::clamp(InnerOfAllThreads / count, MinimumInner, MaximumInner);
-    const std::uint64_t maximumOuter = count > ManyThreads ? OuterOfManyThreads : MaximumOuter;
+    const std::uint64_t maxInner = std::clamp(InnerOfAllThreads / count, MinInner, MaxInner);
+    const std::uint64_t maxOuter = count > ManyThreads ? OuterOfManyThreads : MaxOuter;
 
     const std::uint64_t pointer = thread.context.Rsp;
     const Mapping* mapping = image.FindAtOrAbove(pointer);
     // After an overflow the stack pointer lies in the guard, or below it.
-    while (mapping != nullptr && !mapping->readable && mapping->end - pointer < MaximumOverflow)
+    while (mapping != nullptr && !mapping->readable && mapping->end - pointer < MaxOverflow)
     {
         mapping = image.FindAtOrAbove(mapping->end);
     }
     if (mapping == nullptr || !mapping->readable || !mapping->writable ||
-        (mapping->start > pointer && mapping->start - pointer > MaximumOverflow))
+        (mapping->start > pointer && mapping->start - pointer > MaxOverflow))
     {
         return m_stacks.Add({});
     }
     const std::uint64_t start = std::max(mapping->start, (pointer - RedZone) / 16 * 16);
     const bool hasEnvironment = image.IsEnvironment(start, mapping->end) && start < image.EnvironmentStart();
     const std::uint64_t top = hasEnvironment ? image.EnvironmentStart() : mapping->end;
-    const std::uint64_t end = std::min(top, start + maximumInner);
-    const std::uint64_t outer = std::max(end, top - std::min(maximumOuter, top));
+    const std::uint64_t end = std::min(top, start + maxInner);
+    const std::uint64_t outer = std::max(end, top - std::min(maxOuter, top));
     return m_stacks.Add({start, end, 0}) && m_ranges.Add({start, end, 0}) &&
            (outer == top || m_ranges.Add({outer, top, 0}));
 }
@@ -106,8 +106,8 @@ bool DumpMemory::FollowThread(const ProcessImage& image, std::size_t thread) noe
         }
     }
     const DumpedRange& stack = m_stacks[thread];
-    const std::uint64_t end = std::min(stack.end, stack.start + MaximumScanned);
-    for (std::uint64_t address = stack.start; address < end && m_blocksOfThread < MaximumBlocksOfThread;)
+    const std::uint64_t end = std::min(stack.end, stack.start + MaxScanned);
+    for (std::uint64_t address = stack.start; address < end && m_blocksOfThread < MaxBlocksOfThread;)
     {
         std::uint64_t words[256];
         const std::size_t size = std::min<std::size_t>(sizeof words, end - address);
@@ -126,7 +126,7 @@ bool DumpMemory::FollowThread(const ProcessImage& image, std::size_t thread) noe
 
 bool DumpMemory::FollowPointer(const ProcessImage& image, std::uint64_t pointer) noexcept
 {
-    if (m_blocks >= MaximumBlocks || m_blocksOfThread >= MaximumBlocksOfThread)
+    if (m_blocks >= MaxBlocks || m_blocksOfThread >= MaxBlocksOfThread)
     {
         return true;
     }

@@ -78,7 +78,7 @@ public:
     }
 
 private:
-    static constexpr std::size_t MaximumStreams = 24;
+    static constexpr std::size_t MaxStreams = 24;
 
     bool Has(MINIDUMP_TYPE flag) const noexcept { return (m_request.minidumpType & flag) != 0; }
 
@@ -87,7 +87,7 @@ private:
     // Makes the bytes appended since \p start a stream.
     void EndStream(std::uint32_t type, std::uint32_t start) noexcept
     {
-        if (m_streamCount < MaximumStreams)
+        if (m_streamCount < MaxStreams)
         {
             m_directory[m_streamCount] = {type, {Here() - start, start}};
             ++m_streamCount;
@@ -133,7 +133,7 @@ private:
     DumpMemory m_memory;
     DumpFile m_file;
     int m_descriptor;
-    Format::DirectoryEntry m_directory[MaximumStreams] = {};
+    Format::DirectoryEntry m_directory[MaxStreams] = {};
     std::uint32_t m_streamCount = 0;
     Format::Location m_requestContext = {}; ///< Where the registers of the request's thread are.
 };

@@ -146,8 +146,8 @@ bool ProcessImage::DescribeModule(std::size_t first, Module& module) const noexc
     }
     // Its parts follow each other, with nameless memory between and behind. A file without a part that can be executed
     // is data that the process maps, not a module.
-    constexpr std::size_t maximumParts = 64;
-    const std::size_t last = std::min(first + maximumParts, m_mappings.Size());
+    constexpr std::size_t maxParts = 64;
+    const std::size_t last = std::min(first + maxParts, m_mappings.Size());
     bool executable = false;
     std::uint64_t end = mapping.end;
     for (std::size_t i = first; i < last && (m_mappings[i].inode == 0 || NameOf(m_mappings[i]) == name); ++i)
@@ -224,8 +224,7 @@ void ProcessImage::ReadBuildId(std::uint64_t address, std::uint64_t size, Module
         if (note.n_type == NT_GNU_BUILD_ID &&
             rest.substr(sizeof note, note.n_namesz) == std::string_view(ELF_NOTE_GNU, sizeof ELF_NOTE_GNU))
         {
-            module.buildIdLength =
-                static_cast<std::uint32_t>(std::min<std::size_t>(note.n_descsz, Module::MaximumBuildId));
+            module.buildIdLength = static_cast<std::uint32_t>(std::min<std::size_t>(note.n_descsz, Module::MaxBuildId));
             std::memcpy(module.buildId, rest.data() + nameEnd, module.buildIdLength);
             return;
         }

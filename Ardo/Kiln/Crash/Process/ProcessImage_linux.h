@@ -30,14 +30,14 @@ struct Mapping
 /// A program or library in a process.
 struct Module
 {
-    static constexpr std::size_t MaximumBuildId = 64;
+    static constexpr std::size_t MaxBuildId = 64;
 
     std::uint64_t base;
     std::uint64_t size;
     std::uint32_t nameAt; ///< As in Mapping.
     std::uint32_t nameLength;
     std::uint32_t buildIdLength; ///< 0: it has none, or it cannot be read.
-    std::uint8_t buildId[MaximumBuildId];
+    std::uint8_t buildId[MaxBuildId];
 };
 
 /// The threads, mappings and modules of a process, for its minidump. Makes system calls only. The process may be the

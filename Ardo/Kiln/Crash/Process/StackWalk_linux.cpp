@@ -199,7 +199,7 @@ private:
     /// \returns whether more are wanted.
     bool AddCall(const Call& call)
     {
-        constexpr std::size_t Deepest = 200'000;
+        constexpr std::size_t MaxDepth = 200'000;
         if (m_count < m_innermost)
         {
             m_calls.push_back(call);
@@ -213,7 +213,7 @@ private:
             m_ring[(m_count - m_innermost) % m_outermost] = call;
         }
         ++m_count;
-        m_cut = m_count >= Deepest || (m_count % 1024 == 0 && std::chrono::steady_clock::now() > m_deadline);
+        m_cut = m_count >= MaxDepth || (m_count % 1024 == 0 && std::chrono::steady_clock::now() > m_deadline);
         return !m_cut && (m_outermost > 0 || m_count < m_innermost);
     }
 

@@ -127,11 +127,11 @@ struct ProcessSymbols::Implementation
         frame.AddrFrame = {context.Rbp, 0, AddrModeFlat};
         DWORD64 lastCode = 0;
         DWORD64 lastStack = 0;
-        constexpr std::size_t Deepest = 200'000;
+        constexpr std::size_t MaxDepth = 200'000;
         const auto deadline = ::GetTickCount64() + 1000;
         std::vector<DWORD64> ring; // the last of the others
         std::size_t others = 0;
-        while (frames.size() < innermost || (outermost > 0 && others < Deepest && ::GetTickCount64() < deadline))
+        while (frames.size() < innermost || (outermost > 0 && others < MaxDepth && ::GetTickCount64() < deadline))
         {
             const std::lock_guard lock(g_debuggingLibrary);
             if (!::StackWalk64(IMAGE_FILE_MACHINE_AMD64, m_process.Get(), thread.Get(), &frame, &context, nullptr,

@@ -53,7 +53,7 @@ FaultFacts FactsOf(const CrashRequest& request) noexcept
     facts.abortReason = TextOf(request.abortReason);
     facts.exceptionType = TextOf(request.exceptionType);
     facts.exceptionMessage = TextOf(request.exceptionMessage);
-    facts.throwFrames = {request.throwFrames, std::min(request.throwFrameCount, CrashRequest::MaximumFrames)};
+    facts.throwFrames = {request.throwFrames, std::min(request.throwFrameCount, CrashRequest::MaxFrames)};
     facts.interposesRuntime = request.interposesRuntime != 0;
     facts.applicationVersion = TextOf(request.fullVersion);
     facts.logFiles = TextOf(request.logFiles);

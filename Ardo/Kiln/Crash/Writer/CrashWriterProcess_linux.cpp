@@ -143,7 +143,7 @@ std::uint64_t Self() noexcept
 void Sleep(int milliseconds) noexcept
 {
     const timespec time{milliseconds / 1000, milliseconds % 1000 * 1000000L};
-    SystemCall(SYS_nanosleep, Word(&time));
+    SystemCall(SYS_nanosleep, ToSyscallArgument(&time));
 }
 
 /// Whether the lock will never be released: it was inherited by a fork(), or its thread has ended.
@@ -181,18 +181,19 @@ int BecomeWriter()
     for (const int resource : {RLIMIT_AS, RLIMIT_DATA})
     {
         rlimit limit{};
-        if (SystemCall(SYS_prlimit64, 0, resource, 0, Word(&limit)) == 0)
+        if (SystemCall(SYS_prlimit64, 0, resource, 0, ToSyscallArgument(&limit)) == 0)
         {
             limit.rlim_cur = limit.rlim_max;
-            SystemCall(SYS_prlimit64, 0, resource, Word(&limit), 0);
+            SystemCall(SYS_prlimit64, 0, resource, ToSyscallArgument(&limit), 0);
         }
     }
     // Signals of the terminal are meant for the application. SIGPIPE, because the standard error stream may have no
     // reader.
     constexpr auto bit = [](int signal) { return std::uint64_t{1} << (signal - 1); };
     constexpr std::uint64_t blocked = bit(SIGINT) | bit(SIGQUIT) | bit(SIGTSTP) | bit(SIGHUP) | bit(SIGPIPE);
-    SystemCall(SYS_rt_sigprocmask, SIG_SETMASK, Word(&blocked), 0, SignalSetSize);
-    SystemCall(SYS_execve, Word(g_launch.program), Word(g_launch.arguments), Word(g_launch.environment));
+    SystemCall(SYS_rt_sigprocmask, SIG_SETMASK, ToSyscallArgument(&blocked), 0, SignalSetSize);
+    SystemCall(SYS_execve, ToSyscallArgument(g_launch.program), ToSyscallArgument(g_launch.arguments),
+               ToSyscallArgument(g_launch.environment));
     return 127;
 }
 
@@ -224,7 +225,7 @@ void LeaveOnlyStandardStreams(int keep) noexcept
 }
 
 // The keeper's main function. All signals are blocked in it.
-int Keep()
+int RunKeeper()
 {
     // The keeper has its own table of signal actions. With SIGCHLD ignored it could not wait for the writer.
     struct
@@ -234,7 +235,7 @@ int Keep()
     for (int signal = 1; signal <= 64; ++signal)
     {
         byDefault.flags = signal == SIGCHLD ? SA_NOCLDSTOP : 0; // only its end matters
-        SystemCall(SYS_rt_sigaction, signal, Word(&byDefault), 0, SignalSetSize);
+        SystemCall(SYS_rt_sigaction, signal, ToSyscallArgument(&byDefault), 0, SignalSetSize);
     }
     LeaveOnlyStandardStreams(g_launch.descriptor);
     const long writer = StartProcess(CLONE_VM | CLONE_VFORK | SIGCHLD, g_launch.stacks + 2 * StackSize, BecomeWriter);
@@ -247,9 +248,9 @@ int Keep()
     for (int remaining : {g_launch.timeoutMilliseconds, 1000})
     {
         const timespec limit{remaining / 1000, remaining % 1000 * 1000000L};
-        SystemCall(SYS_rt_sigtimedwait, Word(&childSignal), 0, Word(&limit), SignalSetSize);
+        SystemCall(SYS_rt_sigtimedwait, ToSyscallArgument(&childSignal), 0, ToSyscallArgument(&limit), SignalSetSize);
         int status = 0;
-        if (SystemCall(SYS_wait4, writer, Word(&status), WNOHANG | __WALL, 0) == writer)
+        if (SystemCall(SYS_wait4, writer, ToSyscallArgument(&status), WNOHANG | __WALL, 0) == writer)
         {
             return result != 0 ? result : WIFEXITED(status) ? WEXITSTATUS(status) : EINTR;
         }
@@ -271,7 +272,7 @@ int RunWriter() noexcept
     }
     SystemCall(SYS_prctl, PR_SET_PTRACER, static_cast<long>(PR_SET_PTRACER_ANY));
 
-    const long keeper = StartProcess(CLONE_VM, g_launch.stacks + StackSize, Keep);
+    const long keeper = StartProcess(CLONE_VM, g_launch.stacks + StackSize, RunKeeper);
     int error = keeper < 0 ? static_cast<int>(-keeper) : 0;
     if (keeper > 0)
     {
@@ -279,7 +280,7 @@ int RunWriter() noexcept
         long waited = 0;
         do
         {
-            waited = SystemCall(SYS_wait4, keeper, Word(&status), __WALL, 0);
+            waited = SystemCall(SYS_wait4, keeper, ToSyscallArgument(&status), __WALL, 0);
         } while (waited == -EINTR);
         error = waited == keeper && WIFEXITED(status) ? WEXITSTATUS(status) : ECHILD;
     }
@@ -307,7 +308,8 @@ bool CrashWriterProcess::Run(CrashRequest& request, int descriptor, int timeoutM
     request.systemError = 0;
     request.textLength = 0;
     std::uint64_t signals = 0;
-    SystemCall(SYS_rt_sigprocmask, SIG_SETMASK, Word(&AllSignals), Word(&signals), SignalSetSize);
+    SystemCall(SYS_rt_sigprocmask, SIG_SETMASK, ToSyscallArgument(&AllSignals), ToSyscallArgument(&signals),
+               SignalSetSize);
     if (g_launch.stacks == nullptr || !Lock(timeoutMilliseconds))
     {
         request.systemError = g_launch.stacks == nullptr ? ENOENT : EBUSY;
@@ -315,7 +317,8 @@ bool CrashWriterProcess::Run(CrashRequest& request, int descriptor, int timeoutM
     else
     {
         *std::to_chars(g_launch.processText, std::end(g_launch.processText) - 1, SystemCall(SYS_getpid)).ptr = '\0';
-        *std::to_chars(g_launch.addressText, std::end(g_launch.addressText) - 1, Word(&request)).ptr = '\0';
+        *std::to_chars(g_launch.addressText, std::end(g_launch.addressText) - 1, ToSyscallArgument(&request)).ptr =
+            '\0';
         g_launch.arguments[0] = g_launch.program;
         g_launch.arguments[1] = g_launch.processText;
         g_launch.arguments[2] = g_launch.addressText;
@@ -329,7 +332,7 @@ bool CrashWriterProcess::Run(CrashRequest& request, int descriptor, int timeoutM
         }
         g_owner.store(0, std::memory_order_release);
     }
-    SystemCall(SYS_rt_sigprocmask, SIG_SETMASK, Word(&signals), 0, SignalSetSize);
+    SystemCall(SYS_rt_sigprocmask, SIG_SETMASK, ToSyscallArgument(&signals), 0, SignalSetSize);
     errno = savedErrno;
     return (request.done & request.tasks) == request.tasks;
 }

@@ -39,7 +39,7 @@ DescribedFault::DescribedFault(EXCEPTION_POINTERS* pointers, std::string_view lo
     {
         m_facts.exceptionType = thrown.type;
         m_facts.exceptionMessage = thrown.message;
-        m_facts.throwFrames = {thrown.frames, std::min(thrown.frameCount, LastThrow::MaximumFrames)};
+        m_facts.throwFrames = {thrown.frames, std::min(thrown.frameCount, LastThrow::MaxFrames)};
     }
 }
 

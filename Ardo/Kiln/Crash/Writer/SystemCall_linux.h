@@ -51,7 +51,7 @@ inline long StartProcess(unsigned long flags, char* stackEnd, int (*function)())
 
 /// A pointer as the kernel takes it.
 template <typename T>
-long Word(T* pointer) noexcept
+long ToSyscallArgument(T* pointer) noexcept
 {
     return reinterpret_cast<long>(pointer);
 }

@@ -29,7 +29,7 @@ int FetchCrashRequest(std::int32_t process, std::uint64_t address, CrashRequest&
     const auto terminate = [](auto&... texts) { ((texts[sizeof texts - 1] = '\0'), ...); };
     terminate(request.abortReason, request.exceptionType, request.exceptionMessage, request.dumpFolder,
               request.applicationName, request.fullVersion);
-    request.throwFrameCount = std::min(request.throwFrameCount, CrashRequest::MaximumFrames);
+    request.throwFrameCount = std::min(request.throwFrameCount, CrashRequest::MaxFrames);
     return 0;
 }
 
