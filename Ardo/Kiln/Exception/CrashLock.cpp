@@ -22,7 +22,7 @@ Handler::CrashLock::CrashLock() : m_isNested(IsHeld())
     {
         return;
     }
-    // The holder may be waiting for a person: that time does not count here either.
+    // While the holder waits for a person, the time limit of this thread's filters is paused too.
     std::optional<FaultDispatch::ScopedTimeLimitPause> pause;
     while (!g_alreadyCrashedLock.try_lock())
     {
@@ -54,7 +54,7 @@ bool Handler::CrashLock::IsHeld() noexcept
 
 void Handler::CrashLock::Unlock() noexcept
 {
-    g_answerIsAwaited = false; // if what awaited it has been left by a jump
+    g_answerIsAwaited = false; // in case the code that awaited it was left by a jump
     g_crashedThread = 0;
     g_alreadyCrashedLock.unlock();
 }

@@ -8,11 +8,10 @@
 namespace Ardo::Kiln::Exception
 {
 
-/// A failure: what was asked for has not been done. The base of the error classes of all subsystems.
+/// A failure: the operation has not been carried out. The base of the error classes of all subsystems.
 ///
-/// The thread remembers the error that was constructed last, from its message, until that object is destroyed. A copy
-/// or an assignment changes nothing about it, so a copy made while the exception is on its way does not take the place
-/// of the first object.
+/// The thread remembers the error that was constructed last, from its message, until that object is destroyed. Copies
+/// and assignments do not change it, so a copy made during unwinding does not replace the first object.
 class KILN_EXPORT Error : public HandledException
 {
 public:
@@ -24,8 +23,8 @@ public:
     ~Error() override;
 
     /// The calling thread's last error, or null. Not owned.
-    /// \warning Stands until the object is destroyed by the thread that constructed it. An error that dies on another
-    ///          thread cannot be forgotten here: do not look for one that was handed over.
+    /// \warning The pointer is reset when the thread that constructed the error destroys it. It dangles after another
+    ///        thread has destroyed the error: do not call this for an error that was handed to another thread.
     static Error* GetLast();
 
 private:

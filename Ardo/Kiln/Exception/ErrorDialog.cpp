@@ -22,7 +22,7 @@ void Present(std::shared_ptr<Notification> notification, const MakeContent& cont
         const auto question = std::make_shared<ErrorDialogQuestion>(content(), notification);
         if (Crash::FaultDispatch::FirstThreadIsAtFault())
         {
-            question->AnswerOnConsole(); // it cannot show anything any more
+            question->AnswerOnConsole(); // its event loop does not run any more
             return;
         }
         ErrorDialogQueue::Present(question);

@@ -16,9 +16,9 @@ struct Notification;
 /// application object. Any thread may call it. One window is shown at a time; the others wait their turn.
 ///
 /// The window shows the message, and behind a button the details: severity, category, code and origin where they are
-/// recorded, the type of the exception, and the crash report if there is one. Everything can be copied and done by
-/// keyboard. The window of an error may offer to write the crash report and the minidump: the answer's decision is then
-/// 1 or 0. Whoever closes the window otherwise, with Escape for example, has not decided, which is the default answer.
+/// recorded, the type of the exception, and the crash report if there is one. The texts can be copied, and everything
+/// can be done by keyboard. The window of an error may offer to write the crash report and the minidump: the answer's
+/// decision is then 1 or 0. Closing the window otherwise, with Escape for example, gives the default answer.
 ///
 /// When the calls return: on the user-interface thread, when the window is closed; events are processed meanwhile. On
 /// any other thread, when the user-interface thread has taken the question, which may be before it is shown; the answer
@@ -26,11 +26,11 @@ struct Notification;
 /// seconds.
 ///
 /// The error forms fulfil the notification's promise exactly once, whatever happens; a promise fulfilled before stays
-/// as it is. What the user cannot be shown goes to the standard error stream, with the default answer: a heading line,
-/// Boost's diagnostic information (place of the throw, type, message, attached entries) and a line end. That is the
-/// case without an application object of Qt Widgets, when its event loop ends before it was shown, when the
-/// user-interface thread does not take it in time, perhaps because it waits for the calling thread, and when it is the
-/// first thread of the process whose fault is presented: its event loop never runs again.
+/// as it is. An error that cannot be shown goes to the standard error stream and gets the default answer. The text is a
+/// heading line, Boost's diagnostic information (place of the throw, type, message, attached entries) and a line end.
+/// An error cannot be shown without an application object of Qt Widgets, when the event loop ends before, when the
+/// user-interface thread does not take the question in time, perhaps because it waits for the calling thread, and when
+/// the fault presented is that of the first thread of the process, whose event loop never runs again.
 ///
 /// They throw std::bad_alloc only; the promise is fulfilled then, too.
 class KILN_EXPORT ErrorDialog

@@ -24,7 +24,7 @@ std::string Trimmed(const std::string& text)
     return boost::trim_copy(text, std::locale::classic());
 }
 
-/// Adds a line for the entry, if it is attached and says anything.
+/// Adds a line for the entry if it is attached.
 template <class Info>
 void AddEntry(std::ostringstream& lines, const char* name, const std::exception& exception)
 {

@@ -8,14 +8,14 @@ namespace Ardo::Kiln::Exception
 
 class Warning;
 
-/// What a person is told, as UTF-8 text.
+/// The texts of a warning or an error, in UTF-8.
 struct ErrorDialogContent
 {
     bool isWarning = false;
-    bool offerMinidump = false; ///< Whether the person is asked about reports.
+    bool offerMinidump = false; ///< Whether the user is asked about reports.
     std::string message;        ///< Without the line ends around it.
-    std::string details;        ///< Lines of what else is known; may be empty.
-    std::string console;        ///< All of it as the console shows it, without the last line end.
+    std::string details;        ///< Lines with further facts; may be empty.
+    std::string console;        ///< The whole text for the console, without the last line end.
 
     static ErrorDialogContent Of(const Warning& warning);
     static ErrorDialogContent Of(const std::exception& exception);

@@ -36,7 +36,7 @@ void ErrorDialogQuestion::WaitUntilTaken(std::chrono::milliseconds limit)
     {
         if (std::chrono::steady_clock::now() >= end || FaultDispatch::HasNoUserInterface())
         {
-            m_state = State::Settled; // from here on it cannot be taken any more
+            m_state = State::Settled; // Take() answers false from now on
             lock.unlock();
             PrintAndAnswer();
             return;

@@ -14,10 +14,10 @@ namespace Ardo::Kiln::Exception
 
 struct Notification;
 
-/// Something to be shown to a person, on its way to the user-interface thread, and the answer's way back.
+/// A warning or an error that is to be shown by the user-interface thread, and the answer to it.
 ///
-/// The notification, if there is one, is answered once whatever becomes of the question: it answers at the latest in
-/// its destructor. What no person saw goes to the console.
+/// The notification, if there is one, is answered exactly once, at the latest in the destructor. A question that was
+/// not shown goes to the console.
 class ErrorDialogQuestion
 {
 public:
@@ -29,30 +29,30 @@ public:
 
     const ErrorDialogContent& Content() const { return m_content; }
 
-    /// Waits until the user-interface thread takes the question, at most \p limit. Then nobody will show it: it is
-    /// answered on the console.
+    /// Waits until the user-interface thread takes the question, at most \p limit. After the limit the question is
+    /// answered on the console and Take() answers false.
     void WaitUntilTaken(std::chrono::milliseconds limit);
 
-    /// The user-interface thread takes the question, to show it when its turn comes.
-    /// \returns false when nobody waits for that any more.
+    /// Called by the user-interface thread to take the question, which it shows in its turn.
+    /// \returns false when the question has been answered on the console.
     bool Take();
 
-    /// A person sees it, and the console need not.
+    /// Notes that the window shows the question, so that it does not go to the console.
     void MarkShown();
 
-    /// Says what was decided. Only the first answer counts.
+    /// Answers the notification. Only the first answer counts.
     void Answer(const MinidumpActions& actions);
 
-    /// Writes the console's form to the standard error stream and answers for nobody; unless that has happened, or a
-    /// person has seen the question.
+    /// Writes the text for the console to the standard error stream and gives the default answer. Does nothing when
+    /// this has happened before, or when the question was shown.
     void AnswerOnConsole();
 
 private:
     enum class State
     {
         Queued, ///< On its way to the user-interface thread.
-        Taken,  ///< There, waiting for its turn.
-        Settled ///< Seen by a person, or written to the console.
+        Taken,  ///< In the queue of the user-interface thread.
+        Settled ///< Shown, or written to the console.
     };
 
     void PrintAndAnswer();

@@ -17,14 +17,14 @@ namespace Ardo::Kiln::Exception
 namespace
 {
 
-/// Further ones are not shown: nobody would want to close them all, and their number has no bounds.
-constexpr std::size_t MostWarnings = 16;
+/// Further ones go to the console: nobody would close them all, and their number is not bounded.
+constexpr std::size_t MaxWarnings = 16;
 
 std::unique_ptr<ErrorDialogQueue> g_queue; // touched by the user-interface thread only
 std::atomic<std::chrono::milliseconds> g_takeUpLimit{std::chrono::seconds(30)};
 
-// Other threads post while they hold this, so that the application object does not end in between. A thread that faults
-// in between never gives it back, hence the time limit.
+// Held while posting, so that the application object is not destroyed meanwhile. Timed, because a thread that faults
+// never unlocks it.
 std::timed_mutex g_applicationMutex;
 
 /// Receives the questions of other threads; lives as long as the application object does. Guarded by
@@ -46,7 +46,7 @@ void EventLoopEnds()
     SetEventLoopEnded(true);
     QCoreApplication::removePostedEvents(g_receiver.get(), QEvent::MetaCall);
     g_queue.reset();
-    QMetaObject::invokeMethod( // comes to pass if another event loop runs
+    QMetaObject::invokeMethod( // delivered only if another event loop is started
         g_receiver.get(), [] { SetEventLoopEnded(false); }, Qt::QueuedConnection);
 }
 
@@ -191,7 +191,7 @@ void ErrorDialogQueue::Add(const Entry& entry)
     const auto saysTheSame = [&content](const Entry& other)
     { return other.question->Content().isWarning && other.question->Content().message == content.message; };
     if (content.isWarning && entry.loop == nullptr &&
-        (m_entries.size() >= MostWarnings || std::any_of(m_entries.begin(), m_entries.end(), saysTheSame)))
+        (m_entries.size() >= MaxWarnings || std::any_of(m_entries.begin(), m_entries.end(), saysTheSame)))
     {
         entry.question->AnswerOnConsole();
         return;
@@ -232,7 +232,7 @@ void ErrorDialogQueue::ShowFirst()
 
 void ErrorDialogQueue::Finish(int decision)
 {
-    // The window is still at work on its signal.
+    // The window is still inside its signal.
     delete m_closedWindow.data();
     m_closedWindow = m_window.release();
     m_closedWindow->deleteLater();

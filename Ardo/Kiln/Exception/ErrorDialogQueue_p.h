@@ -16,7 +16,7 @@ namespace Ardo::Kiln::Exception
 
 class ErrorDialogWindow;
 
-/// The questions that wait on the user-interface thread, the thread of the Qt application object, and the window of the
+/// The queue of questions of the user-interface thread, the thread of the Qt application object, and the window of the
 /// first of them. It exists from the first question to the end of the event loop or of the application object.
 class ErrorDialogQueue
 {
@@ -26,12 +26,12 @@ public:
     ErrorDialogQueue(const ErrorDialogQueue&) = delete;
     ErrorDialogQueue& operator=(const ErrorDialogQueue&) = delete;
 
-    /// Has \p question shown when its turn comes. On the user-interface thread, returns when it is answered; on any
-    /// other, when the user-interface thread has taken it. Where there are no windows, where the user-interface thread
-    /// does not take it in time or its event loop ends, the question goes to the console.
+    /// Queues \p question to be shown. On the user-interface thread, returns when it is answered; on any other, when
+    /// the user-interface thread has taken it. Where there are no windows, where the user-interface thread does not
+    /// take it in time or its event loop ends, the question goes to the console.
     static void Present(const std::shared_ptr<ErrorDialogQuestion>& question);
 
-    /// How long the user-interface thread may take for that: 30 seconds at start. For tests.
+    /// Sets how long the user-interface thread may take to take a question: 30 seconds at start. For tests.
     KILN_EXPORT_FOR_TESTS static void SetTakeUpLimit(std::chrono::milliseconds limit) noexcept;
 
 private:
@@ -59,7 +59,7 @@ private:
 
     std::deque<Entry> m_entries;                 ///< The first one is shown.
     std::unique_ptr<ErrorDialogWindow> m_window; ///< That of the first question.
-    QPointer<ErrorDialogWindow> m_closedWindow;  ///< To be deleted when Qt is done with it.
+    QPointer<ErrorDialogWindow> m_closedWindow;  ///< Deleted after its signal has returned.
 };
 
 } // namespace Ardo::Kiln::Exception

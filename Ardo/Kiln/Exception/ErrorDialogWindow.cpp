@@ -44,7 +44,7 @@ ErrorDialogWindow::ErrorDialogWindow(const ErrorDialogContent& content)
     setWindowTitle(title);
     setWindowFlag(Qt::WindowContextHelpButtonHint, false);
     setWindowModality(Qt::ApplicationModal);
-    // An error before the main window is there must not end the application when it is closed.
+    // Closing an error that is shown before the main window must not end the application.
     setAttribute(Qt::WA_QuitOnClose, false);
 
     auto* const icon = new QLabel;

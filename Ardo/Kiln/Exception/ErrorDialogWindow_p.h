@@ -11,14 +11,14 @@ class QTextEdit;
 namespace Ardo::Kiln::Exception
 {
 
-/// The window that shows a warning or an error. Its result() after finished() says what the person decided.
+/// The window that shows a warning or an error. Its result() after finished() is a Decision.
 ///
 /// By keyboard: Return presses the button that is marked, Alt and the underlined letter any of them, Tab goes from one
 /// to the next, Escape closes the window.
 class ErrorDialogWindow : public QDialog
 {
 public:
-    /// What the person decided. The window's close button and Escape decide nothing.
+    /// The user's decision. The window's close button and Escape decide nothing.
     enum Decision
     {
         Undecided = QDialog::Rejected,
@@ -34,10 +34,10 @@ private:
     void ShowDetails(bool shown);
     void Copy();
 
-    QString m_text; ///< What is copied.
+    QString m_text; ///< The text that the copy button copies.
     QTextEdit* m_message = nullptr;
     QPlainTextEdit* m_details = nullptr;
-    QPushButton* m_marked = nullptr; ///< What Return presses.
+    QPushButton* m_marked = nullptr; ///< The button that Return presses.
     QPushButton* m_other = nullptr;  ///< The other decision; the same where there is one only.
     QPushButton* m_detailsButton = nullptr;
     QPushButton* m_copyButton = nullptr;

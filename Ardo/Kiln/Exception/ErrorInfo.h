@@ -9,9 +9,8 @@
 namespace Ardo::Kiln::Exception
 {
 
-// What the exceptions of this library carry besides their message, as Boost error info. Attached with operator<<,
-// before the exception is thrown: copies share their entries, and nothing guards a change against a reader in another
-// thread.
+// Entries of the library's exceptions besides the message, as Boost error info. Attach them with operator<< before the
+// exception is thrown: copies share their entries without synchronisation.
 //
 //     throw Error("The shutter does not open.") << CategoryInfo("Camera");
 
@@ -25,7 +24,7 @@ using SeverityInfo = boost::error_info<Severity, Severity>;
 /// Attached by every ErrorWithCode.
 using ErrorCodeInfo = boost::error_info<ErrorCode_, int>;
 
-/// Attached by whoever throws, where it helps to tell kinds of failures apart.
+/// Attached by the thrower to distinguish kinds of failures.
 using CategoryInfo = boost::error_info<Category, std::string>;
 
 /// Attached by the exception handler.

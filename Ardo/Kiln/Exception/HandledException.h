@@ -47,8 +47,8 @@ protected:
     HandledException(const std::ostringstream& message, Severity severity);
 
 private:
-    // Not every standard library's std::exception keeps a text. This one does, and its copies cannot fail, which is
-    // what an exception needs; as a base it would change who catches this class.
+    // runtime_error stores the text and copies without throwing. A member, not a base, so that `catch
+    // (std::runtime_error&)` does not catch this class.
     std::runtime_error m_message;
 };
 

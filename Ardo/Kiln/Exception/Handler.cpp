@@ -155,7 +155,7 @@ void Handler::PrepareProcess()
 
 void Handler::WaitForReports()
 {
-    // The library's own work ends by itself; whether an answer ever comes is not known.
+    // The library's own work always ends; an answer may never come.
     std::chrono::milliseconds forReports = ReportsAtExit;
     std::chrono::milliseconds forAnswer = AnswerAtExit;
     while (g_crashedThread != 0 && !CrashLock::IsHeld() && forReports.count() > 0 && forAnswer.count() > 0)
@@ -172,11 +172,11 @@ void Handler::ResetInChild() noexcept
     g_answerIsAwaited = g_answerIsAwaited && g_holdsLockAtFork;
     if (g_holdsLockAtFork)
     {
-        g_crashedThread = FaultDispatch::ThreadId(); // has another number in the child
+        g_crashedThread = FaultDispatch::ThreadId(); // the thread has another number in the child
         return;
     }
     g_crashedThread = 0;
-    std::construct_at(&g_alreadyCrashedLock); // its owner does not exist here
+    std::construct_at(&g_alreadyCrashedLock); // the thread that owns it does not exist in the child
 }
 
 Handler* Handler::GetThreadLocalHandler() noexcept
@@ -195,8 +195,8 @@ Handler::ThreadState& Handler::StateOfCallingThread()
             std::unique_ptr<ThreadState> state(ThreadState::Get());
             if (state != nullptr && state->notify != nullptr)
             {
-                // The process ends from inside Execute. A fault on its further way comes back there.
-                static std::atomic<const ThreadState*> g_left; // what is left is no leak
+                // The process ends from inside Execute, whose guarded call still needs the state for a later fault.
+                static std::atomic<const ThreadState*> g_left; // so that leak checkers find the state
                 g_left = state.release();
             }
             else if (state != nullptr)
@@ -337,8 +337,8 @@ void Handler::SetHandler(const FaultHandler& handler)
         ResetHandler();
         return;
     }
-    // They are kept for ever: a thread may just be calling the one before, and a fault may come after the last
-    // destructor of the process.
+    // Handlers are never freed: a thread may be calling the old one, and a fault may come after the last destructor of
+    // the process.
     static auto& mutex = *new std::mutex;
     static auto& handlers = *new std::deque<FaultHandler>;
     const std::lock_guard lock(mutex);
@@ -371,7 +371,7 @@ void Handler::ExecuteOrNotify(const std::function<void()>& work, const Notify& n
     PrepareOnce();
     ThreadState& state = StateOfCallingThread();
 
-    /// What holds during the call. In this frame, to which faults come back.
+    /// The state during the call. It lives in this frame, to which the jump after a fault returns.
     class Frame
     {
     public:
@@ -395,7 +395,7 @@ void Handler::ExecuteOrNotify(const std::function<void()>& work, const Notify& n
             {
                 FaultDispatch::RemoveVectoredFilter(&RegisterLastExceptionOnThread);
             }
-            // The handling of an exception has faulted, and its own frames are gone without having unlocked.
+            // The handling of an exception has faulted, and the jump has left its frames without unlocking.
             if (!m_holdsCrashLock && CrashLock::IsHeld())
             {
                 CrashLock::Unlock();

@@ -23,35 +23,36 @@ namespace Ardo::Kiln::Exception
 
 struct Notification;
 
-/// The last line of defence of the process against faults and against exceptions that nobody catches.
+/// Reports faults and uncaught exceptions of the process.
 ///
 /// A fault is a bad access, an illegal instruction, a division by zero, a corrupted heap and the like, and a C++
-/// exception that leaves Execute's work or a thread. When one is fatal, a report is built, the person in front of the
-/// machine is asked where there is one, and the crash report and a minidump are written. After that the process ends
-/// if the flag for it is set, or if the system would have ended it anyway; otherwise Execute returns.
+/// exception that leaves Execute's work or a thread. When one is fatal, a report is built, the user is asked where
+/// there is one, and the crash report and a minidump are written. After that the process ends if the flag for it is
+/// set, or if the system would have ended it anyway; otherwise Execute returns.
 ///
 ///     Handler::SetFlags(Handler::CreateDumpFolder | Handler::CatchUncaught | Handler::RememberThrows); // in main
 ///     Handler::Initialize();                                                             // on each thread
 ///     Handler::Execute([] { RunTheApplication(); });
 ///
 /// Nothing is installed before SetFlags sets flags or Execute is called. docs/crash-reports.md, "What is installed",
-/// tells what these install in the process, how it gets on with handlers of the application, and how to do without it.
+/// describes what these install in the process, how that works with handlers of the application, and how to do without
+/// it.
 ///
 /// An object of this class marks the thread that made it as monitored; Initialize makes it, and the thread's end
 /// destroys it. Any thread may call the functions, unless they say otherwise.
 ///
 /// The functions that deal with a fault run on the faulted thread (Windows) or on a thread of the library on its
-/// behalf, while it stands still (Linux). There they may allocate and lock; what the faulted thread holds locked stays
-/// locked. On Linux handling that takes longer than 10 s is given up, and the reports are written without it. Only the
-/// library's own work counts: a FaultHandler, a Notify and the answer that it leads to take as long as they need.
+/// behalf, while it is stopped (Linux). They may allocate and lock; locks that the faulted thread holds stay locked. On
+/// Linux handling that takes longer than 10 s is abandoned, and the reports are written without it. Only the library's
+/// own work counts: a FaultHandler, a Notify and the answer that it leads to take as long as they need.
 class KILN_EXPORT Handler
 {
 public:
-    /// Hands a notification to whoever presents it and answers its promise, and returns: the answer is waited for
-    /// afterwards, without a time limit and also on the thread that would present it. A notification that is dropped
-    /// unanswered counts as answered by default. The library's own presenter, which stands in for an empty function,
-    /// answers by default where nobody can: without windows, when the user-interface thread is at fault itself, and
-    /// when it has not taken the question up within 30 s.
+    /// Hands a notification to the presenter, which fulfils its promise, and returns. The answer is awaited afterwards,
+    /// without a time limit, also on the thread that would present it. A notification that is dropped unanswered counts
+    /// as answered by default. The library's own presenter, which stands in for an empty function, gives the default
+    /// answer where no user can: without windows, when the user-interface thread is at fault itself, and when it has
+    /// not taken the question up within 30 s.
     using Notify = std::function<void(std::shared_ptr<Notification>)>;
 
     /// Deals with one fatal fault, \p pointers, which are never null and valid during the call only.
@@ -61,12 +62,12 @@ public:
     enum Flag : unsigned long long
     {
         CreateDumpFolder = 0x1, ///< Create the folder of the reports at once, not with the first report.
-        CatchUncaught = 0x2,    ///< Report the faults of the process that nobody else deals with.
+        CatchUncaught = 0x2,    ///< Report the faults of the process that no other handler deals with.
         DetectLoops = 0x4,      ///< Report a thread that faults again and again at one place.
         RememberThrows =
             0x8, ///< Remember each throw, of all threads, for the reports; announce threads that are terminated.
         EndProcess = 0x10,           ///< End the process, with exit code 0, after a fault was dealt with.
-        AlwaysAsk = 0x80,            ///< Ask the person even without a notify callback; so does any greater number.
+        AlwaysAsk = 0x80,            ///< Ask the user even without a notify callback; so does any greater number.
         DetectHeapCorruption = 0x400 ///< Report a corrupted heap, once a thread.
     };
 
@@ -84,9 +85,9 @@ public:
     ///         standard error stream before, and with EndProcess set the process ends instead. Nothing has changed.
     static void SetFlags(unsigned long long flags);
 
-    /// Sets whether threads are guarded that have not asked for it, true at start. With false, Execute on a thread that
-    /// is not monitored by Initialize, and so each worker of a process without flags, calls its work without a guard
-    /// against faults, and installs nothing: no signal handler, no thread, no alternate stack (see
+    /// Sets whether threads that have not called Initialize are guarded; true at start. With false, Execute on a thread
+    /// that is not monitored by Initialize, and so each worker of a process without flags, calls its work without a
+    /// guard against faults, and installs nothing: no signal handler, no thread, no alternate stack (see
     /// docs/crash-reports.md, "What is installed"). Exceptions that leave the work are dealt with as before.
     ///
     /// To be called before the first worker is made, in a process with fault handlers of its own such as a language
@@ -106,7 +107,7 @@ public:
     /// - A fault is dealt with. The destructors of what the work had on its stack do not run, and what it had locked
     ///   stays locked. After abort() and std::terminate(), and so after a corrupted heap or stack, the process ends
     ///   nevertheless, when the reports are written.
-    /// - A Warning that leaves the work is logged, and that is all.
+    /// - A Warning that leaves the work is logged; nothing else happens.
     /// - Any other exception that leaves it is dealt with as a fault, whether the flags are set or not.
     ///
     /// With EndProcess set the process ends instead in the first and last case. The first call in a process installs
@@ -143,10 +144,10 @@ private:
     /// \throws std::bad_alloc.
     static void PrepareProcess();
 
-    /// A forked child starts with what it has: the calling thread, and no fault that another one deals with.
+    /// Resets the state in a forked child, which has the calling thread only.
     static void ResetInChild() noexcept;
 
-    /// At exit: lets another thread that deals with an exception write its reports.
+    /// At exit: waits for another thread that deals with an exception, until its reports are written.
     static void WaitForReports();
 
     static void InitializeGlobal();
@@ -154,7 +155,7 @@ private:
     static void RemoveGlobal();
     static void RemoveThread();
 
-    /// Acquires in advance what the handling of a fault needs.
+    /// Acquires in advance everything the crash path needs.
     static void Prepare() noexcept;
     static void PrepareOnce();
 
@@ -199,8 +200,7 @@ private:
     /// The same, but hands the Warning to \p notify; one that cannot be handed over is logged.
     static void FilterWarnings(const std::function<void()>& work, const Notify& notify);
 
-    // The filters, as the system calls them: 0 to go on with the search for one who deals with the fault, 1 if it has
-    // been dealt with.
+    // The filters, called by the system. They return 0 to ask the next filter, and 1 if the fault has been dealt with.
     static long HandleHeapCorruption(EXCEPTION_POINTERS* pointers);
     static long HandleSuspiciousExceptionLoop(EXCEPTION_POINTERS* pointers);
     static long HandleUncaughtExceptions(EXCEPTION_POINTERS* pointers);

@@ -1,4 +1,4 @@
-// What the system calls at a fault: the filters of the handler, and its terminate handler.
+// The filters of the handler and its terminate handler, which the system calls at a fault.
 
 #include "Ardo/Kiln/Crash/Fault/LastThrow.h"
 #include "Ardo/Kiln/Crash/FaultCode.h"
@@ -32,7 +32,7 @@ long Handler::HandleFaultOfWork(EXCEPTION_POINTERS* pointers)
 {
     if (Crash::ReadFaultRecord(pointers).code == FaultCode::DebugPrint)
     {
-        return FilterResult::ContinueSearch; // says something to a debugger, and is no fault
+        return FilterResult::ContinueSearch; // a message to a debugger, not a fault
     }
     const ThreadState* const state = ThreadState::Get();
     HandleException(pointers, state != nullptr && state->notify != nullptr ? *state->notify : Notify());
@@ -128,7 +128,7 @@ long Handler::HandleUncaughtExceptions(EXCEPTION_POINTERS* pointers)
 
 void Handler::TerminateHandler()
 {
-    // No allocation: it may be what has failed.
+    // No allocation, because an allocation may be what has failed.
     char text[80] = "A thread (id: ";
     char* end = std::to_chars(text + std::string_view(text).size(), text + sizeof(text), FaultDispatch::ThreadId()).ptr;
     constexpr std::string_view Rest = ") is being abnormally terminated\n";
@@ -144,7 +144,7 @@ void Handler::TerminateHandler()
 std::uint64_t Handler::SystemClock() noexcept
 {
     using Ticks = std::chrono::duration<std::uint64_t, std::ratio<1, 10'000'000>>;
-    // Steady: a clock that is set must not make a loop of two faults, nor hide one.
+    // Steady, because setting the wall clock must neither make two faults look like a loop nor hide one.
     return std::chrono::duration_cast<Ticks>(std::chrono::steady_clock::now().time_since_epoch()).count();
 }
 

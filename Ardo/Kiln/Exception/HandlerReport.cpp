@@ -1,4 +1,4 @@
-// What the handler does about a fault once it is found fatal.
+// The handling of a fatal fault.
 
 #include "Ardo/Kiln/Crash/FaultCode.h"
 #include "Ardo/Kiln/Crash/FaultRecord.h"
@@ -32,7 +32,8 @@ constexpr unsigned long long MaxFlagsThatAskNobody = 127;
 /// Polling interval of the waits below.
 constexpr std::chrono::milliseconds PollInterval{20};
 
-constexpr std::size_t ReserveSize = 2 << 20; // for two reports; so large that it comes from the system, and goes back
+constexpr std::size_t ReserveSize =
+    2 << 20; // enough for two reports, and so large that the allocator maps it and returns it to the system
 
 std::atomic<void*> g_reserve = nullptr; ///< Emergency memory, released when allocation fails during a report.
 
@@ -44,7 +45,7 @@ void KeepReserve() noexcept
     }
 }
 
-/// Gives up the reserve, if there is no other memory, as long as it lives.
+/// Releases the reserve during its lifetime if there is no other memory.
 class Reserve
 {
 public:
@@ -92,7 +93,7 @@ void Handler::HandleException(EXCEPTION_POINTERS* pointers, const Notify& notify
     {
         if (const FaultHandler* const handler = g_defaultExceptionHandler)
         {
-            const Reserve reserve; // with an allocation under the time limit, which ends if the heap is locked
+            const Reserve reserve; // its allocation is under the time limit, so that a locked heap ends it
             g_answerIsAwaited = true;
             CallApplication([&] { (*handler)(pointers, notify); });
             g_answerIsAwaited = false;
@@ -170,9 +171,9 @@ void Handler::ReportAndDump(EXCEPTION_POINTERS* pointers, std::string_view messa
     }
     catch (...)
     {
-        // The presenter's affair; the fault is dealt with.
+        // A failure of the presenter does not matter any more: the reports are written.
     }
-    Logger::LogFileRegistry::FlushAfterFault(); // what others have logged while a person was asked
+    Logger::LogFileRegistry::FlushAfterFault(); // records that other threads have logged while the user was asked
 }
 
 std::exception_ptr Handler::ConvertToExceptionPtr(std::string_view message, const std::string& report)
@@ -202,8 +203,8 @@ MinidumpActions Handler::AskUserForMinidump(const std::exception_ptr& exception,
             {
                 if (notify)
                 {
-                    // No reference is kept: a notification that the presenter drops must not leave us waiting for
-                    // ourselves.
+                    // No reference is kept: it would keep the promise of a notification that the presenter drops, and
+                    // this wait would never end.
                     notify(std::move(notification));
                     actions = answer.get();
                     return;

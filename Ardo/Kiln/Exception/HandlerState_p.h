@@ -10,8 +10,8 @@
 namespace Ardo::Kiln::Exception
 {
 
-/// What the handler knows about one thread. Filters reach it through FaultDispatch::ThreadData, because on Linux they
-/// run on another thread; the thread itself owns it.
+/// The handler's data about one thread, which owns it. Filters reach it through FaultDispatch::ThreadData, because on
+/// Linux they run on another thread.
 struct Handler::ThreadState
 {
     std::unique_ptr<Handler> handler;         ///< Made by Initialize.
@@ -31,7 +31,7 @@ struct Handler::ThreadState
     static ThreadState* Get() noexcept { return static_cast<ThreadState*>(Crash::FaultDispatch::ThreadData()); }
 };
 
-/// Holds g_alreadyCrashedLock, unless the faulted thread holds it already: its handling has faulted then.
+/// Holds g_alreadyCrashedLock, unless the faulted thread holds it already because its handling has faulted.
 class Handler::CrashLock
 {
 public:
@@ -46,7 +46,7 @@ public:
     /// Whether it is held for the thread on whose behalf the caller runs.
     static bool IsHeld() noexcept;
 
-    /// Gives back a lock of the calling thread that nobody else will give back. Held.
+    /// Releases the lock, which the calling thread holds, for an object whose destructor was skipped by a jump.
     static void Unlock() noexcept;
 
 private:

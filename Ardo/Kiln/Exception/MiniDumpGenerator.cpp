@@ -27,7 +27,7 @@ public:
     Dump(EXCEPTION_POINTERS* pointers, MINIDUMP_TYPE type) noexcept : m_fault(pointers), m_type(type) {}
 
     int WriteDump(void* file) noexcept override { return m_fault.WriteMinidump(file, m_type); }
-    int WriteText(Crash::ReportFile&) noexcept override { return 0; } // is not asked for
+    int WriteText(Crash::ReportFile&) noexcept override { return 0; } // never called
 
 private:
     Crash::DescribedFault m_fault;

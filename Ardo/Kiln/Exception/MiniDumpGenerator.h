@@ -9,7 +9,7 @@
 namespace Ardo::Kiln::Exception
 {
 
-/// Writes minidumps of this process: where they go, how they are named, what is in them.
+/// Writes minidumps of this process, and chooses their folder, names and contents.
 ///
 /// The folder is "CrashDumps" in the product's data folder. Candidates, the preferred first, are "MicroscopeData" where
 /// the instrument server's software is installed, "Orbex" and "Pellan Orbex", on Windows below %ProgramData%, on Linux
@@ -18,7 +18,7 @@ namespace Ardo::Kiln::Exception
 /// the system's folder for temporary files.
 ///
 /// Any thread may call the functions. After a fault, those that write take no lock that the rest of the library takes.
-/// What they have to tell goes to the standard error stream. They throw std::bad_alloc only, unless they say more.
+/// Messages go to the standard error stream. The functions throw std::bad_alloc only, unless they say more.
 ///
 ///     MiniDumpGenerator::CreateDumpDirectory();
 ///     MiniDumpGenerator::CreateMiniDump(); // the process as it is now
@@ -34,8 +34,8 @@ public:
     /// Writes a dump for a fault as "<tagged name>.dmp" into the dump folder. It has its name only when it is whole; a
     /// name that is taken gets a counter ("<tagged name>_2.dmp").
     ///
-    /// Failures are told with the system's number: "CreateFile failed. Error: %lu \n" when the file cannot be created,
-    /// otherwise as WriteMinidump does; no file is left then, nor with fake writing on.
+    /// Failures are printed with the system's number: "CreateFile failed. Error: %lu \n" when the file cannot be
+    /// created, otherwise as WriteMinidump does; no file is left then, nor with fake writing on.
     /// \param pointers the fault; null for none: then as CreateMiniDump().
     /// \param type see GetSmallSizeMinidumpType.
     static void CreateMiniDump(EXCEPTION_POINTERS* pointers, MINIDUMP_TYPE type);
@@ -43,15 +43,15 @@ public:
     /// Writes a dump of the process as it stands, of the default type. The process goes on.
     static void CreateMiniDump();
 
-    /// Writes a dump of the process. Tells "MiniDumpWriteDump failed. Error: %lu \n" on failure and "Minidump faked.\n"
-    /// with fake writing on, which writes nothing.
+    /// Writes a dump of the process. Prints "MiniDumpWriteDump failed. Error: %lu \n" on failure and "Minidump
+    /// faked.\n" with fake writing on, which writes nothing.
     /// \param file open for writing, empty: a HANDLE, on Linux a file descriptor as a pointer's value. Stays open.
     /// \param pointers the fault, whose thread is the calling one; null for none.
     static void WriteMinidump(void* file, EXCEPTION_POINTERS* pointers, MINIDUMP_TYPE type);
 
-    /// Chooses the dump folder anew, creates it with all parents if it is missing, and tells
-    /// "Selected dump directory: " with the folder. If none can be created, "CreateDirectory failed. Error: %lu \n"
-    /// with the system's number for the preferred one, which stays chosen.
+    /// Chooses the dump folder anew, creates it with all parents if it is missing, and prints "Selected dump directory:
+    /// " with the folder; if none can be created, "CreateDirectory failed. Error: %lu \n" with the system's number for
+    /// the preferred one, which stays chosen.
     static void CreateDumpDirectory();
 
     /// The dump folder. Chooses and creates it if none has been chosen yet. One that monitoring has chosen is created
@@ -61,7 +61,7 @@ public:
     /// The name of the program's file without ".exe".
     static std::wstring GetApplicationName();
 
-    /// The full path of the program's file; empty if the system does not tell.
+    /// The full path of the program's file; empty if the system does not know it.
     static std::wstring GetApplicationPath();
 
     /// The version of the program: its file's version resource, "1.2.3.4"; where it has none, as on Linux, the version
@@ -71,18 +71,18 @@ public:
     /// Everything: with full memory and the list of its regions, 0x973. As large as the memory of the process.
     static MINIDUMP_TYPE GetLargeSizeMinidumpType();
 
-    /// What it takes to see all stacks: registers, stacks and what they point at, thread information, 0x1160.
+    /// Enough to see all stacks: registers, stacks and the memory that they point at, thread information, 0x1160.
     static MINIDUMP_TYPE GetSmallSizeMinidumpType();
 
     /// The type used when none is given. Until it is set: the small one with the writable data of all modules and the
     /// list of memory regions, 0x1961, so that globals can be looked at.
     static MINIDUMP_TYPE GetDefaultMinidumpType();
 
-    /// Sets it, also for what writes when nothing else of the library can run any more.
+    /// Sets it, also for the last resort.
     static void SetDefaultMinidumpType(MINIDUMP_TYPE type);
 
-    /// With \p fake, dumps are only pretended: for tests and for machines whose memory must not be written down. Off at
-    /// start.
+    /// With \p fake, dumps are announced but not written: for tests, and for machines whose memory must not be stored.
+    /// Off at start.
     static void SetFakeWriteDump(bool fake);
 };
 

@@ -9,14 +9,14 @@
 namespace Ardo::Kiln::Exception
 {
 
-/// An exception on its way to whoever presents it to the user, and the way back for the answer. Always held by a
+/// An exception for the presenter, which shows it to the user, and the promise of the answer. Always held by a
 /// `std::shared_ptr`.
 ///
-/// The side that waits takes `reply.get_future()` before it hands the notification over and then lets go of it: a
-/// notification that is dropped unanswered gives that side the standard broken-promise error instead of a hang.
+/// The waiting side takes `reply.get_future()` before it hands the notification over, and keeps no reference to it:
+/// then a notification that is dropped unanswered gives the standard broken-promise error instead of a hang.
 struct KILN_EXPORT Notification
 {
-    std::exception_ptr exception;        ///< What is to be presented.
+    std::exception_ptr exception;        ///< The exception to present.
     std::promise<MinidumpActions> reply; ///< Fulfilled once, by the presenter.
 
     /// Fulfils the promise. Only the first answer counts: a later one is ignored. Any thread may call it.

@@ -18,12 +18,12 @@ void Present(const std::shared_ptr<Notification>& notification)
         {
             std::rethrow_exception(notification->exception);
         }
-        throw nullptr; // an empty notification still has somebody who waits for the answer
+        throw nullptr; // the answer to an empty notification is awaited too
     }
     catch (const Warning& warning)
     {
         ErrorDialog::ShowWarningDialog(warning);
-        notification->Answer(); // a warning asks nothing, but somebody may wait
+        notification->Answer(); // a warning asks nothing, but the answer may be awaited
     }
     catch (const std::exception& exception)
     {

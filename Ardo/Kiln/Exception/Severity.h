@@ -7,11 +7,11 @@
 namespace Ardo::Kiln::Exception
 {
 
-/// How bad the event behind an exception is. Also the tag of the entry that carries it in an exception.
+/// The severity of an exception. Also the tag of the entry that holds it in an exception.
 enum class Severity : int
 {
-    Fatal = 0,  ///< what was asked for has failed
-    Warning = 1 ///< the user should know, and work goes on
+    Fatal = 0,  ///< The operation has failed.
+    Warning = 1 ///< The user should know; the work goes on.
 };
 
 /// Writes "Fatal", "Warning", or "Unknown" for any other value.

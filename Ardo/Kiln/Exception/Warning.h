@@ -8,7 +8,7 @@
 namespace Ardo::Kiln::Exception
 {
 
-/// Something that the user should know and that ends nothing.
+/// An event that the user should know and that does not stop the work.
 ///
 /// The thread remembers the warning that was constructed last, as it does for errors and apart from them: see Error.
 class KILN_EXPORT Warning : public HandledException
