@@ -6,8 +6,8 @@
 namespace Ardo::Kiln::ImageIO
 {
 
-/// Sets every negative one of \p count samples to 0. Written so that the compiler makes whole registers of it at -O3: a
-/// conditional store would cost a mispredicted branch for every second sample of noise.
+/// Sets every negative one of \p count samples to 0. Written so that the compiler vectorises it at -O3: a conditional
+/// store would cost a mispredicted branch for every second sample of noise.
 template <typename Sample>
 void ClampNegative(Sample* samples, std::size_t count)
 {

@@ -7,7 +7,8 @@
 namespace Ardo::Kiln::ImageIO
 {
 
-/// A file as Qt's image readers take it: read where they ask for it, never whole. The file has to outlive the device.
+/// A device for Qt's image readers on a file. It reads the ranges that they ask for, never the whole file. The file
+/// must outlive the device.
 class FileDevice : public QIODevice
 {
 public:

@@ -90,7 +90,7 @@ void CheckBitmap(QIODevice& file)
     const auto compression = isCore ? Uncompressed : qFromLittleEndian<quint32>(header.data() + 12);
     if (compression != Uncompressed && compression != BitFields)
     {
-        RefuseKind("a BMP file with compressed rows"); // which may end early without a word
+        RefuseKind("a BMP file with compressed rows"); // which may end early without an error
     }
     const qint64 rows = height < 0 ? -height : height; // negative: from top to bottom
     const qint64 rowSize = (std::max<qint64>(width, 0) * bits + 31) / 32 * 4;

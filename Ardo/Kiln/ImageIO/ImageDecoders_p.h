@@ -17,35 +17,35 @@ namespace Ardo::Kiln::ImageIO
 
 class TiffFile;
 
-/// The image of the current directory. See ImageFile for what becomes of its samples.
+/// The image of the current directory. ImageFile describes how samples are converted.
 std::unique_ptr<Imaging::const_raw_image> DecodeTiff(TiffFile& file);
 
-/// The image in a file that is not TIFF, told by its content.
+/// The image in a file that is not TIFF; the format is recognised by the content.
 std::unique_ptr<Imaging::const_raw_image> DecodeDevice(QIODevice& file);
 
-/// The image in a JPEG file, turned as its Exif data say.
+/// The image in a JPEG file, rotated as its Exif data say.
 std::unique_ptr<Imaging::const_raw_image> DecodeJpeg(QIODevice& file);
 
 /// The image in a file of the portable any-map family, P1 to P6: PBM, PGM, PPM.
 std::unique_ptr<Imaging::const_raw_image> DecodePnm(QIODevice& file);
 
-/// The image in a file that one of Qt's readers knows.
+/// The image in a file of a format that Qt has a reader for.
 std::unique_ptr<Imaging::const_raw_image> DecodeWithQt(QIODevice& file);
 
 /// True if Qt has an image reader at all. Any thread may call it.
 bool HasQtImageReaders();
 
-/// Refuses a PNG, BMP or GIF file that is cut, as far as it can be told without decoding it; Qt's readers would fill up
-/// what is missing.
+/// Refuses a PNG, BMP or GIF file that is cut, as far as that is visible without decoding it. Qt's readers would fill
+/// the missing part.
 /// \returns false for a file of another format.
 bool CheckIsWhole(QIODevice& file);
 
-/// Refuses an XBM file, a piece of C source, that has less numbers than its size needs.
+/// Refuses an XBM file, a piece of C source, that has fewer numbers than its size needs.
 /// \param size in pixels.
 void CheckXbm(QIODevice& file, const QSize& size);
 
-/// \throws std::runtime_error with the numbers if \p fileSize bytes cannot become \p width x \p height pixels, of which
-/// a byte of the format gives \p pixelsPerByte at most.
+/// \throws std::runtime_error with the numbers if \p fileSize bytes cannot hold \p width x \p height pixels. \p
+///        pixelsPerByte is the most pixels that one byte of the format gives.
 void CheckCanHold(std::uint64_t fileSize, std::uint64_t width, std::uint64_t height, std::uint64_t pixelsPerByte);
 
 /// \throws ReadImageException of cause Unsupported.
@@ -66,9 +66,9 @@ struct NewImage
     Imaging::PixelKind kind;
 };
 
-/// \p image with its rows and columns in the order in which they are to be seen.
-/// \param orientation the code of the tag Orientation (TIFF 6.0, section 8), which Exif has too; 1 and what is no such
-///                    code leave the image as it is.
+/// \p image with its rows and columns in display order.
+/// \param orientation the code of the tag Orientation (TIFF 6.0, section 8), which Exif has too; 1 and unknown codes
+///        leave the image as it is.
 std::unique_ptr<Imaging::const_raw_image> Oriented(std::unique_ptr<Imaging::const_raw_image> image, int orientation);
 
 } // namespace Ardo::Kiln::ImageIO

@@ -25,7 +25,7 @@ namespace
 
 using Cause = ReadImageException::Cause;
 
-/// Runs \p function, whose failures are those of a file of the format that it is for.
+/// Calls \p function. A std::runtime_error that it throws becomes a ReadImageException of cause Damaged.
 template <typename Function>
 auto Reading(Function function)
 {
@@ -61,7 +61,7 @@ bool IsTiff(std::string_view start)
 
 } // namespace
 
-/// One of the two.
+/// Either the TIFF file or the other file is set.
 struct ImageFile::Content
 {
     std::unique_ptr<Platform::RandomAccessFile> file; ///< Of a format that is not TIFF.
@@ -157,7 +157,7 @@ std::optional<MetadataLib::Metadata> ImageFile::ReadMetadata(std::uint32_t page)
     {
         return std::nullopt;
     }
-    if (text.size() > MetadataSerializer::Serializable::MaxTextSize) // which would be passed over without a word
+    if (text.size() > MetadataSerializer::Serializable::MaxTextSize) // which the reader would ignore without an error
     {
         throw ReadImageException(Cause::Unsupported, "a record of " + std::to_string(text.size()) + " bytes");
     }

@@ -14,27 +14,27 @@ namespace Ardo::Kiln::ImageIO
 
 /// An image file of any format, open for reading: its images, and the record of each.
 ///
-/// The format is told by the content, never by the name. TIFF files may have several images, called pages; of every
-/// other format there is one, of an animation the first.
+/// The format is recognised by the content, never by the name. TIFF files may have several images, called pages. A file
+/// of another format counts as one image; of an animation it is the first.
 ///
-/// What becomes of the samples:
+/// Samples are converted as follows:
 /// - 8 and 16 bits of grey, floats, and RGB and RGBA of 8 bits stay as they are. Grey with an opacity becomes Rgba8.
-/// - Grey of less than 8 bits is spread over 0 to 255; of 9 to 15 bits it stays as it is, in 16.
-/// - Grey whose 0 is white (TIFF) is turned over, so that 0 is black.
+/// - Grey of less than 8 bits is scaled to 0 to 255; of 9 to 15 bits it keeps its values, in 16 bits.
+/// - Grey whose 0 is white (TIFF) is inverted, so that 0 is black.
 /// - A palette becomes UInt8 if all its colours are grey, else Rgb8 or Rgba8.
 /// - Signed integers of 8 and 16 bits become Float32, every value as it is. Integers of 32 bits do if a float holds
-/// each
-///   of them. Floats of 64 bits are rounded to 32.
-/// - Colours that are multiplied with their opacity are divided by it.
+///   each of them. Floats of 64 bits are rounded to 32.
+/// - Premultiplied colours are divided by their opacity.
 /// - YCbCr becomes Rgb8, in JPEG files, too. Samples of a PNM file stay as they are whatever its largest value is.
 /// - Colours of more than 8 bits a sample, other colour spaces, complex numbers and floats of 16 bits are refused.
-/// Rows and columns are in the order in which a person is to see them, whatever orientation a TIFF or JPEG file states.
+///
+/// Rows and columns are in display order: the orientation that a TIFF or JPEG file states is applied.
 ///
 /// Files may be hostile: the file is not read whole before its kind and the size of its image are known, an image that
-/// it cannot possibly hold is refused before memory is asked for, and memory stays within a small multiple of the image
-/// and the file. TIFF, PNG, JPEG, BMP, GIF, PNM and XBM files that are cut are refused; of XPM, and of formats that
-/// further readers of Qt know, what a cut file gives is up to those readers. What Qt's readers have to say goes to Qt's
-/// message handler, which is the application's.
+/// it cannot hold is refused before memory is allocated, and memory stays within a small multiple of the image and the
+/// file. TIFF, PNG, JPEG, BMP, GIF, PNM and XBM files that are cut are refused; for XPM, and for formats of further
+/// readers of Qt, those readers decide about a cut file. Messages of Qt's readers go to Qt's message handler, which
+/// belongs to the application.
 ///
 /// Needs no application object. Belongs to one thread at a time; different ones work side by side.
 ///
@@ -44,8 +44,8 @@ namespace Ardo::Kiln::ImageIO
 class KILN_EXPORT ImageFile
 {
 public:
-    /// Opens \p path and reads what its beginning says. On Linux a byte of the name that is no part of UTF-8 travels as
-    /// U+DC80 to U+DCFF (FileSystem::ToWide).
+    /// Opens \p path, recognises its format and reads the headers. On Linux a byte of the name that is not valid UTF-8
+    /// is represented as U+DC80 to U+DCFF (FileSystem::ToWide).
     /// \throws ReadImageException
     /// \throws std::range_error of FileSystem::ToPath if the name can be no path.
     explicit ImageFile(const std::wstring& path);

@@ -23,8 +23,8 @@ using Imaging::PixelKind;
 
 constexpr int ExifMarker = JPEG_APP0 + 1;
 
-/// One JPEG file in libjpeg. Its errors come by longjmp, which must not pass by an object with a destructor: each call
-/// of libjpeg stands in one of the functions whose names begin with Try, which hold no such object.
+/// One JPEG file in libjpeg. libjpeg reports errors by longjmp, which must not skip a destructor: libjpeg is called
+/// only in the functions whose names begin with Try, and they hold no object with a destructor.
 class JpegDecoder
 {
 public:
@@ -79,7 +79,7 @@ private:
         std::longjmp(m_return, 1);
     }
 
-    /// Warnings of entropy-coded data are followed by invented pixels; the others are about what does not matter.
+    /// After warnings about entropy-coded data libjpeg invents pixels; other warnings do not affect the pixels.
     void OnMessage(int level)
     {
         constexpr std::array Harmless = {JWRN_EXTRANEOUS_DATA, JWRN_JFIF_MAJOR, JWRN_ADOBE_XFORM};
@@ -204,7 +204,7 @@ private:
                     }
                 }
             }
-            catch (const std::runtime_error&) // Exif data that are none say nothing about the image
+            catch (const std::runtime_error&) // invalid Exif data count as none
             {
             }
         }
@@ -218,8 +218,8 @@ private:
     jpeg_progress_mgr m_progress{};
     std::jmp_buf m_return{};
     int m_failure = 0;
-    /// Bytes that may still be read: the tables before the image and what follows it, later also the image. libjpeg
-    /// would search a file of any size for the next marker.
+    /// The number of bytes that may still be read: at first for the tables before the image and the data behind it,
+    /// later also for the image. Without a limit libjpeg would search a file of any size for the next marker.
     qint64 m_budget = qint64{64} << 20;
     std::array<JOCTET, 65536> m_buffer{};
 };

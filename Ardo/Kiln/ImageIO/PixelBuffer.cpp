@@ -10,7 +10,7 @@ namespace Ardo::Kiln::ImageIO
 namespace
 {
 
-/// Below this size the heap is faster: it has the memory of the last image at hand.
+/// Below this size the heap is faster, because it reuses the memory of the last image.
 constexpr std::size_t SmallestMapping = std::size_t{2} << 20;
 
 } // namespace

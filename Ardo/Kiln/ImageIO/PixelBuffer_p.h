@@ -5,8 +5,8 @@
 namespace Ardo::Kiln::ImageIO
 {
 
-/// Room for the pixels of an image, kept for the next image of the same size. See Platform/Pages.h for why it is no
-/// vector. Not for use by several threads at once.
+/// Room for the pixels of an image, kept for the next image of the same size. Platform/Pages.h gives the reason why it
+/// is not a vector. One thread at a time may use it.
 class PixelBuffer
 {
 public:
@@ -15,8 +15,8 @@ public:
     PixelBuffer(const PixelBuffer&) = delete;
     PixelBuffer& operator=(const PixelBuffer&) = delete;
 
-    /// Makes room for \p size bytes, whose values are undefined. Never holds two buffers at once, nor a page more than
-    /// is needed.
+    /// Allocates \p size bytes, whose values are undefined. Never holds two buffers at once, nor a page more than is
+    /// needed.
     /// \throws std::bad_alloc; the buffer is empty then.
     void Resize(std::size_t size);
 

@@ -17,7 +17,7 @@ using Imaging::PixelKind;
 constexpr unsigned char Black = 0;
 constexpr unsigned char White = 255;
 
-/// What stands before the samples, see the manual pages pbm(5), pgm(5) and ppm(5).
+/// The header before the samples; see the manual pages pbm(5), pgm(5) and ppm(5).
 struct Header
 {
     int type; ///< The digit of the magic number.
@@ -129,7 +129,7 @@ void ReadTextRow(QIODevice& file, const Header& header, unsigned char* row)
     const std::uint64_t samples = header.width * (header.IsColour() ? 3 : 1);
     for (std::uint64_t i = 0; i < samples; ++i)
     {
-        if (header.IsBitmap()) // the digits may stand side by side
+        if (header.IsBitmap()) // the digits need no white space between them
         {
             const char digit = NextSignificant(file);
             if (digit != '0' && digit != '1')
@@ -161,7 +161,7 @@ void ReadBinaryRow(QIODevice& file, const Header& header, unsigned char* row)
     }
     if (header.IsBitmap())
     {
-        // The bits lie at the beginning of the row, so that from its end on none is overwritten before it is read.
+        // The bits lie at the beginning of the row: backwards, none is overwritten before it is read.
         for (std::uint64_t x = header.width; x-- > 0;)
         {
             row[x] = (row[x / 8] >> (7 - x % 8) & 1) != 0 ? Black : White;

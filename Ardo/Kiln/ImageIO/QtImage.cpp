@@ -90,7 +90,7 @@ bool HasQtImageReaders()
 
 std::unique_ptr<Imaging::const_raw_image> DecodeWithQt(QIODevice& file)
 {
-    // Readers of text formats may search the whole file for what an image begins with.
+    // Readers of text formats may search the whole file for the beginning of an image.
     constexpr qint64 LargestOther = qint64{256} << 20;
     const bool isKnown = CheckIsWhole(file);
     QImageReader reader(&file);
@@ -100,7 +100,7 @@ std::unique_ptr<Imaging::const_raw_image> DecodeWithQt(QIODevice& file)
         throw ReadImageException(ReadImageException::Cause::NotAnImage, "no image of a known format");
     }
 
-    // Qt makes room for whatever size the file states.
+    // Qt allocates the size that the file states, without a check.
     const std::string format = reader.format().toStdString();
     const QSize stated = reader.size();
     if (!stated.isValid() || stated.isEmpty())
@@ -116,7 +116,7 @@ std::unique_ptr<Imaging::const_raw_image> DecodeWithQt(QIODevice& file)
         file.seek(0);
     }
 
-    // The first reader has read up to the pixels.
+    // The first reader is already positioned at the pixels.
     QImageReader again(&file, reader.format());
     QImage image = again.read();
     if (image.isNull())

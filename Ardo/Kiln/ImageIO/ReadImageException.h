@@ -11,17 +11,18 @@
 namespace Ardo::Kiln::ImageIO
 {
 
-/// An image file could not be read. what() is the text that the function documents; the rest says what happened.
+/// An image file could not be read. what() is the text that the throwing function documents; the other members give the
+/// cause.
 class KILN_EXPORT ReadImageException : public std::runtime_error
 {
 public:
-    /// What kept the image from being read.
+    /// Why the image could not be read.
     enum class Cause : std::uint8_t
     {
         System,      ///< The file cannot be opened or read, or there is not enough memory; Code() says why.
         NotAnImage,  ///< The file is of no format that is known.
         Damaged,     ///< The file is cut, or contradicts itself.
-        Unsupported, ///< The image is whole, but its pixels cannot be taken over without loss.
+        Unsupported, ///< The image is whole, but its pixels cannot be converted without loss.
     };
 
     /// \param reason UTF-8, for a person, without the name of the file: "the JPEG file is cut".
@@ -31,7 +32,7 @@ public:
     /// The same failure under another text.
     ReadImageException(const std::string& text, const ReadImageException& failure);
 
-    /// What kept the image from being read.
+    /// Why the image could not be read.
     [[nodiscard]] Cause GetCause() const noexcept { return m_cause; }
 
     /// What happened, in UTF-8, for a person, without the name of the file. Valid as long as any copy of the exception.

@@ -14,7 +14,7 @@ namespace
 
 constexpr std::uint16_t ShortType = 3;
 
-/// Bytes of one value by type code; 0: an unknown type, whose entries a reader passes over (TIFF 6.0, section 2).
+/// Bytes of one value by type code; 0: an unknown type, whose entries a reader ignores (TIFF 6.0, section 2).
 constexpr std::array<std::uint8_t, 19> ValueSizes = {0, 1, 1, 2, 4, 8, 1, 1, 2, 4, 8, 4, 8, 4, 0, 0, 8, 8, 8};
 
 } // namespace

@@ -8,15 +8,15 @@
 namespace Ardo::Kiln::ImageIO
 {
 
-/// The directories of a TIFF file as they stand in the file: what each entry says, and whether the file holds it.
+/// Reads the directories of a TIFF file without libtiff: the entries, and whether the file holds their values.
 ///
 /// libtiff drops an entry whose values it cannot read with a warning, so that a file that was cut looks like one that
-/// never had the entry. This reader tells the two apart. It knows classic and BigTIFF files of both byte orders (TIFF
-/// 6.0, section 2) and reads only the header and the directories that it is asked for.
+/// never had the entry. This reader distinguishes the two. It supports classic and BigTIFF files of both byte orders
+/// (TIFF 6.0, section 2) and reads only the header and the requested directories.
 class TiffDirectoryReader
 {
 public:
-    /// Reads \p size bytes at \p offset. Answers false if there are fewer.
+    /// Reads \p size bytes at \p offset. Returns false if there are fewer.
     using Read = std::function<bool(std::uint64_t offset, void* bytes, std::size_t size)>;
 
     struct Entry
@@ -46,8 +46,8 @@ public:
     ///         successor that does not.
     Directory At(std::uint64_t offset) const;
 
-    /// Where the directories begin, in the order of their chain, which ends where it comes back to itself and after
-    /// \p limit.
+    /// The offsets of the directories in the order of their chain. The list ends where the chain returns to a directory
+    /// listed already, and after \p limit directories.
     /// \throws std::runtime_error as At() does.
     std::vector<std::uint64_t> Chain(std::size_t limit) const;
 

@@ -29,7 +29,7 @@ namespace
 const std::string Prefix = "Failed to write TIFF image. ";
 const std::string InvalidParameters = "Invalid data parameters.";
 
-/// The largest file whose places a classic TIFF can name with its 32 bits.
+/// The largest file that the 32-bit offsets of a classic TIFF can address.
 constexpr std::uint64_t LargestFile = std::numeric_limits<std::uint32_t>::max();
 
 /// The first strip begins on a page boundary of the file. Behind the header, at offset 8, every page of a page-aligned
@@ -38,7 +38,7 @@ constexpr std::uint64_t FirstStrip = 4096;
 
 constexpr std::uint16_t Centimetre = 3;
 
-/// What goes into the private tags.
+/// The values of the private tags.
 struct PrivateTags
 {
     struct Resolution
@@ -52,8 +52,8 @@ struct PrivateTags
     std::optional<std::string> qd;
 };
 
-/// Pixels per centimetre for a pixel size in metres. The tag is a fraction of two 32-bit numbers, and libtiff makes it
-/// of a float: what lies beyond would get a denominator or a numerator of 0.
+/// Pixels per centimetre for a pixel size in metres. The tag is a fraction of two 32-bit numbers, which libtiff makes
+/// from a float. Values beyond the limits would get a numerator or a denominator of 0.
 float PixelsPerCentimetre(double pixelSize)
 {
     constexpr double Largest = 4294967040.0;    // the largest float below 2^32
@@ -97,8 +97,8 @@ StripLayout MakeStripLayout(std::uint32_t height, std::uint64_t rowSize, std::ui
     return {rows, stride * rows, static_cast<std::uint32_t>((std::uint64_t{height} + rows - 1) / rows)};
 }
 
+/// The approximate size of the file in bytes.
 /// \param stride bytes from row to row.
-/// The bytes that the file will have about.
 /// \throws std::runtime_error with the numbers if a classic TIFF cannot hold the image together with \p tags.
 std::uint64_t CheckedFileSize(std::uint64_t stride, std::uint32_t height, const StripLayout& layout,
                               const PrivateTags& tags)
@@ -337,7 +337,7 @@ void TiffExporter::WriteFile(const std::wstring& fileName, const Image& image, c
         throw std::runtime_error(InvalidParameters);
     }
 
-    // Everything that may fail without the file comes before it is touched.
+    // Everything that may fail without the file is done before the file is changed.
     const StripLayout layout = MakeStripLayout(image.height, rowSize, stride);
     const PrivateTags tags = metadata != nullptr ? MakePrivateTags(*metadata) : PrivateTags();
     const std::uint64_t size = CheckedFileSize(stride, image.height, layout, tags);
@@ -364,7 +364,7 @@ void TiffExporter::WriteFile(const std::wstring& fileName, const Image& image, c
     }
     catch (...)
     {
-        // libtiff would complete the directory when it closes the file.
+        // Without this libtiff would write the directory when it closes the file.
         m_file->Abandon();
         m_file->ThrowIfCancelled();
         throw;
@@ -373,7 +373,7 @@ void TiffExporter::WriteFile(const std::wstring& fileName, const Image& image, c
 
 void TiffExporter::OpenFile(const std::wstring& fileName, std::uint64_t size)
 {
-    m_file.reset(); // it may be the same file
+    m_file.reset(); // the next write may be to the same file
     try
     {
         m_file = std::make_unique<TiffFile>(fileName, TiffFile::Access::Replace);
@@ -394,7 +394,8 @@ void TiffExporter::WriteStrips(const Image& image, std::uint64_t stripSize, std:
     const auto size = static_cast<tmsize_t>(stripSize);
     for (std::uint32_t strip = 0; strip < stripCount; ++strip)
     {
-        // libtiff's interface is older than const; it changes only what it has to swap, which is never our own order.
+        // libtiff's interface lacks const. It changes the pixels only to swap bytes, which does not happen in the
+        // machine's own byte order.
         auto* const pixels = static_cast<unsigned char*>(const_cast<void*>(image.pixels)) + stripSize * strip;
         if (TIFFWriteEncodedStrip(m_file->Handle(), strip, pixels, size) != size)
         {

@@ -27,11 +27,11 @@ class TiffFile;
 /// Writes images as uncompressed single-page classic TIFF files, with their metadata in private tags.
 ///
 /// A file holds the pixels in strips of 32 rows if the height is a multiple of 32, in one strip if it is not, and in
-/// strips of one row if the rows are padded. With metadata it also holds the whole metadata as an XML document
-/// (tag 34683); if the pixel size is given, the pixels per centimetre (65450, 65451, and 65452 = 3); and if the pixel
-/// size is in metres, the legacy text (34682). The pixel size counts as metres for the pixels per centimetre whatever
-/// its unit text and its prefix power say; a value that the tag cannot hold becomes the nearest that it can, and a
-/// pixel size that is not a positive finite number writes none of these three tags.
+/// strips of one row if the rows are padded. With metadata it also holds the whole metadata as an XML document (tag
+/// 34683); if the pixel size is given, the pixels per centimetre (65450, 65451, and 65452 = 3); and if the pixel size
+/// is in metres, the legacy text (34682). For the pixels per centimetre the pixel size is taken as metres, whatever its
+/// unit text and its prefix power are. A value that the tag cannot hold is replaced by the nearest one that it can
+/// hold. A pixel size that is not a positive finite number writes none of these three tags.
 ///
 /// The file of the last write stays open until the next write or the destructor; it is complete on return. Neither
 /// pixels nor metadata are kept after a call. A write needs less than 2 MiB of memory beyond the metadata text.
@@ -42,8 +42,7 @@ class TiffFile;
 ///
 /// Every write
 /// - takes the path \p fileName (as FileSystem::ToWide gives it), \p width and \p height in pixels, and \p metadata,
-/// which
-///   may be null: then none of the private tags is written;
+///   which may be null: then none of the private tags is written;
 /// - replaces an existing file, but only after everything that can be checked without it has been: a null pointer, a
 ///   size of 0, an empty name, a stride below the row size, an image that a classic TIFF file cannot hold (with its
 ///   tags 4 GiB or more) and metadata that cannot be written leave it as it was;
@@ -59,13 +58,14 @@ public:
     ~TiffExporter();
     TiffExporter(const TiffExporter&) = delete;
     TiffExporter& operator=(const TiffExporter&) = delete;
-    /// \p other has no file open then.
+    /// \p other has no open file afterwards.
     TiffExporter(TiffExporter&& other) noexcept;
     TiffExporter& operator=(TiffExporter&& other) noexcept;
 
-    /// Is told while a file is written how many bytes are written and how many there will be about. Called on the
-    /// writing thread, for the first time after 8 MiB at the latest. Answers false to end the write, which then throws
-    /// ExportRawImageException "Failed to write TIFF image. Cancelled."; an exception of its own ends it, too.
+    /// Called during a write, on the writing thread, with the number of bytes written and the approximate size of the
+    /// file; for the first time after 8 MiB at the latest. If it returns false the write ends and throws
+    /// ExportRawImageException "Failed to write TIFF image. Cancelled."; an exception that it throws ends the write,
+    /// too.
     using Progress = std::function<bool(std::uint64_t written, std::uint64_t size)>;
 
     /// Sets the function that later writes call; empty for none.

@@ -27,7 +27,8 @@ namespace
 constexpr int MaxWarnings = 16;
 constexpr std::uint64_t MiB = std::uint64_t{1} << 20;
 
-/// An honest file is read twice at most: its tables and its strips. The constant lets small files be read clumsily.
+/// A valid file is read twice at most: its tables and its strips. The constant allows for repeated reads of small
+/// files.
 constexpr std::uint64_t ReadBudgetFactor = 4;
 /// Tables of 16-bit numbers are widened to 64 bits, and decoders need some tables of their own.
 constexpr std::uint64_t AllocationFactor = 8;
@@ -40,7 +41,7 @@ void ExtendTags(TIFF* tiff)
     {
         throw std::runtime_error("Tiff instance does not exist.");
     }
-    // libtiff takes names that it does not change as pointers to changeable text.
+    // libtiff takes the names as pointers to non-const text, but does not change them.
     static std::array g_names = {std::to_array("XPixelsPerUnit"), std::to_array("YPixelsPerUnit")};
     static auto g_unitName = std::to_array("ResolutionUnit");
     static auto g_xmlName = std::to_array("ArdoXmlMetaData");
@@ -79,7 +80,7 @@ tmsize_t AllocationLimit(std::uint64_t fileSize)
     return static_cast<tmsize_t>(AllocationFactor * std::min(fileSize, Largest) + MiB);
 }
 
-/// True for the entries without which an image or its record would be read wrong or not at all.
+/// True for the entries that are needed to read the image or its record correctly.
 bool IsNeeded(std::uint16_t tag, TIFF* tiff)
 {
     constexpr std::array Needed = {
@@ -92,9 +93,9 @@ bool IsNeeded(std::uint16_t tag, TIFF* tiff)
     std::uint16_t photometric = 0;
     switch (tag)
     {
-    case TIFFTAG_COLORMAP: // libtiff passes over one that nothing needs
+    case TIFFTAG_COLORMAP: // libtiff ignores one that the image does not need
         return TIFFGetField(tiff, TIFFTAG_PHOTOMETRIC, &photometric) == 1 && photometric == PHOTOMETRIC_PALETTE;
-    case TIFFTAG_PREDICTOR: // known to the compressions that use it
+    case TIFFTAG_PREDICTOR: // libtiff knows it for the compressions that use it only
         return TIFFFindField(tiff, tag, TIFF_ANY) != nullptr;
     default:
         return std::ranges::find(Needed, tag) != Needed.end() || std::ranges::find(Private, tag) != Private.end();
@@ -103,7 +104,7 @@ bool IsNeeded(std::uint16_t tag, TIFF* tiff)
 
 bool HasTag(TIFF* tiff, std::uint16_t tag)
 {
-    // A field is answered as up to three numbers or pointers.
+    // libtiff returns a field as up to three numbers or pointers.
     std::array<std::uint64_t, 4> values{};
     return TIFFGetField(tiff, tag, values.data(), values.data() + 1, values.data() + 2, values.data() + 3) == 1;
 }
@@ -125,7 +126,7 @@ std::string WithReason(std::string text, const std::string& reason)
     return text;
 }
 
-/// What libtiff calls. None of them may let an exception out through its C code.
+/// The callbacks of libtiff. No exception may leave them, because they are called from C code.
 struct TiffFile::Callbacks
 {
     static TiffFile& File(thandle_t handle) { return *static_cast<TiffFile*>(handle); }
@@ -155,7 +156,7 @@ struct TiffFile::Callbacks
 
     static toff_t Seek(thandle_t handle, toff_t offset, int origin) noexcept
     {
-        // Modulo 2^64, so that a step back is one, too; no file reaches the range where that would matter.
+        // Arithmetic modulo 2^64 also gives a negative step. No file is large enough to overflow.
         TiffFile& file = File(handle);
         const std::uint64_t from = origin == SEEK_END ? file.m_size : origin == SEEK_CUR ? file.m_position : 0;
         constexpr auto Farthest = static_cast<std::uint64_t>(std::numeric_limits<std::int64_t>::max());
@@ -169,7 +170,7 @@ struct TiffFile::Callbacks
 
     static toff_t Size(thandle_t handle) noexcept { return File(handle).m_size; }
 
-    /// The file is closed together with its object, after libtiff's last message.
+    /// Does nothing: the file is closed with its object, after libtiff's last message.
     static int Close(thandle_t) noexcept { return 0; }
 
     static int Error(TIFF*, void* user, const char*, const char* format, std::va_list arguments) noexcept
@@ -235,7 +236,7 @@ TiffFile::~TiffFile()
 {
     m_error.clear();
     TIFFClose(m_tiff);
-    if (!m_error.empty() && !m_isAbandoned) // what an abandoned file has failed with was reported then
+    if (!m_error.empty() && !m_isAbandoned) // the error of an abandoned file has been reported before
     {
         Log(m_name + ": error while closing: " + m_error);
     }
@@ -304,7 +305,7 @@ void TiffFile::ThrowIfCancelled()
 bool TiffFile::WriteInSteps(const unsigned char* bytes, std::uint64_t size) noexcept
 try
 {
-    constexpr std::uint64_t Step = 8 * MiB; // large enough not to be noticed, small enough for a person to see it grow
+    constexpr std::uint64_t Step = 8 * MiB; // large enough to cost little, small enough for visible progress
     for (std::uint64_t done = 0; done < size && !m_isAbandoned;)
     {
         const std::uint64_t count = m_progress ? std::min(size - done, Step) : size - done;
@@ -332,7 +333,7 @@ catch (...)
 
 void TiffFile::ContinueAt(std::uint64_t offset) noexcept
 {
-    // The gap needs no byte of its own: it appears when something is written behind it.
+    // The gap need not be written: the file system makes it when something is written behind it.
     m_size = std::max(m_size, offset);
 }
 
@@ -353,7 +354,7 @@ try
         }
     }
 }
-catch (...) // no memory for the text: the failure itself is still reported by libtiff's result
+catch (...) // no memory for the text; libtiff's result still reports the failure
 {
 }
 
@@ -370,7 +371,7 @@ try
         Log(m_name + ": further warnings are left out");
     }
 }
-catch (...) // a warning is not worth a failure
+catch (...) // a lost warning must not make the call fail
 {
 }
 

@@ -16,21 +16,21 @@ struct tiff; // libtiff's TIFF
 namespace Ardo::Kiln::ImageIO
 {
 
-/// Makes libtiff know the library's private tags in every file that this process opens from now on: once per process,
-/// in front of the extender that was installed before. Any thread may call it.
+/// Registers the library's private tags with libtiff for every file that this process opens from now on. Takes effect
+/// once per process; the extender that was installed before is called as well. Any thread may call it.
 void InstallTagExtender();
 
 /// \p text, followed by \p reason in parentheses unless that is empty.
 std::string WithReason(std::string text, const std::string& reason);
 
-/// One TIFF file open in libtiff, with what libtiff says about it.
+/// One TIFF file open in libtiff, with libtiff's errors and warnings about it.
 ///
 /// libtiff reads and writes through Platform::RandomAccessFile, so that paths, the system's own reasons for a failure
 /// and memory maps (there are none: a file that is cut while it is mapped would end the process) are the same on every
 /// system. Its error and warning handlers belong to this one file: nothing goes to the process-wide ones, which print.
-/// Warnings are logged as component "ImageIO", at most MaxWarnings a file; errors wait for TakeError().
+/// Warnings are logged as component "ImageIO", at most MaxWarnings a file; TakeError() returns errors.
 ///
-/// The destructor closes the file; what goes wrong then is logged. Not for use by several threads at once.
+/// The destructor closes the file and logs errors of closing. One thread at a time may use an object.
 class TiffFile
 {
 public:
@@ -72,15 +72,15 @@ public:
     /// \throws std::runtime_error whose text is the reason.
     void SelectPage(std::uint64_t offset);
 
-    /// Is told, for a file that is written, of all bytes handed to the system so far, after every few MiB. Answers
-    /// false or throws to end the writing: then that and all later writes fail.
+    /// Called every few MiB while a file is written, with the number of bytes handed to the system so far. If it
+    /// returns false or throws, this write and all later ones fail.
     using Progress = std::function<bool(std::uint64_t written)>;
     void SetProgress(Progress progress);
 
-    /// Ends the writing: nothing reaches the file any more, so that closing it cannot complete what has failed.
+    /// Stops all writing, so that closing the file cannot complete it after a failure.
     void Abandon() noexcept { m_isAbandoned = true; }
 
-    /// Throws what the progress function has thrown, or std::runtime_error "Cancelled." if it answered false.
+    /// Throws the exception of the progress function, or std::runtime_error "Cancelled." if that returned false.
     void ThrowIfCancelled();
 
     /// Makes the next strip begin at \p offset if the file ends before it. For a file that is written.
@@ -109,7 +109,8 @@ private:
     std::exception_ptr m_progressFailure;
     std::uint64_t m_written = 0;
     bool m_isAbandoned = false; ///< Nothing is written any more.
-    /// Stands in for the buffer of a whole strip that libtiff would make; strips that are not compressed pass it by.
+    /// Given to libtiff in place of the buffer of a whole strip that it would allocate. Uncompressed strips do not use
+    /// it.
     std::array<unsigned char, 16> m_unusedBuffer{};
     tiff* m_tiff = nullptr;
 };

@@ -21,7 +21,7 @@ namespace
 
 using Imaging::PixelKind;
 
-/// What the directory says of the samples.
+/// The description of the samples in the directory.
 TiffSamples SamplesOf(TIFF* tiff)
 {
     TiffSamples samples;
@@ -44,7 +44,7 @@ TiffSamples SamplesOf(TIFF* tiff)
     return samples;
 }
 
-/// Puts strips and tiles, of pixels or of planes, together to an image of samples side by side.
+/// Assembles strips and tiles, of pixels or of planes, to an image with interleaved samples.
 class Assembly
 {
 public:
@@ -162,7 +162,7 @@ private:
     std::uint64_t m_rowSize = 0; ///< Bytes of a row of a strip or tile.
 };
 
-/// libtiff's own conversion, for pixels whose samples do not all have the same resolution.
+/// Converts with libtiff, for pixels with subsampled chrominance.
 std::unique_ptr<Imaging::const_raw_image> DecodeYCbCr(TiffFile& file, const TiffSamples& samples)
 {
     struct Conversion : TIFFRGBAImage

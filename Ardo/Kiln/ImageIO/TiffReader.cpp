@@ -138,7 +138,7 @@ void TiffReader::ReadFields()
         m_rowsPerStrip = 0;
         throw std::runtime_error(WithReason(StripsError, m_file->TakeError()));
     }
-    // A file without the tag answers the largest number: one strip.
+    // For a file without the tag libtiff returns the largest number: one strip.
     m_rowsPerStrip = std::min(m_rowsPerStrip, m_height);
 }
 
@@ -151,7 +151,7 @@ void TiffReader::ReadMetadata()
     }
 }
 
-/// The bytes of the image, which fit the memory's address space and which the file can really hold.
+/// The size of the image in bytes, checked against the address space and against the size of the file.
 /// \throws std::runtime_error
 std::uint64_t TiffReader::CheckedImageSize() const
 {
@@ -212,7 +212,7 @@ void TiffReader::ReadPixels()
     const std::uint32_t strips = GetStripCount();
     for (std::uint32_t strip = 0; strip < strips; ++strip)
     {
-        // The last strip may be a partial one: then it is refused before it is read past the end of the image.
+        // A partial last strip is refused here, before a read past the end of the image.
         const auto size = static_cast<tmsize_t>(stripSize);
         if (stripSize > imageSize - m_rawImageDataSize ||
             TIFFReadEncodedStrip(m_file->Handle(), strip, m_pixels->Data() + m_rawImageDataSize, size) != size)

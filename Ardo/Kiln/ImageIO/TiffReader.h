@@ -44,21 +44,20 @@ public:
     TiffReader(TiffReader&& other) noexcept;
     TiffReader& operator=(TiffReader&& other) noexcept;
 
-    /// Reads \p file (a path as FileSystem::ToWide gives it): first the fields, then the metadata, then the pixels.
-    /// What an earlier call has read is gone, but its memory is used again. The file stays open until the next call,
-    /// Close() or the destructor.
+    /// Reads \p file (a path as FileSystem::ToWide gives it): first the fields, then the metadata, then the pixels. The
+    /// data of an earlier call are discarded; their memory is reused. The file stays open until the next call, Close()
+    /// or the destructor.
     ///
-    /// After a failure the accessors answer what was read before it: a file with damaged pixels still has fields and
-    /// metadata.
+    /// After a failure the accessors return the parts that were read before it: a file with damaged pixels still has
+    /// fields and metadata.
     /// \throws what OpenFields(), ReadMetadata() and ReadPixels() throw.
     void Open(const std::wstring& file);
 
-    /// Opens \p file and reads its fields only, at the cost of its directory. What an earlier call has read is gone.
-    /// After a failure that leaves a width, the file is open and the other two parts can still be tried.
+    /// Opens \p file and reads its fields only, which costs reading its directory. The data of an earlier call are
+    /// discarded. After a failure that leaves a width, the file is open and the other two parts can still be tried.
     /// \throws std::runtime_error beginning "Unable to open Tiff file" (no such file, no TIFF, an entry of the
-    /// directory
-    ///         that cannot be read, as in a file that was cut) or "Unable to open Tiff file, tiff not in strips"
-    ///         (tiles), followed by the reason in parentheses where one is known.
+    ///         directory that cannot be read, as in a file that was cut) or "Unable to open Tiff file, tiff not in
+    ///         strips" (tiles), followed by the reason in parentheses where one is known.
     void OpenFields(const std::wstring& file);
 
     /// Reads the metadata of the open file. Does nothing if it has none, or if none is open.
@@ -67,12 +66,11 @@ public:
 
     /// Reads the pixels of the open file.
     /// \throws std::runtime_error "Unable to open Tiff file, error while reading image data" (damaged or missing
-    /// strips,
-    ///         a partial last strip, samples of less than 8 bits, samples in separate planes, sizes that the file
-    ///         cannot hold, no open file), followed by the reason in parentheses where one is known.
+    ///         strips, a partial last strip, samples of less than 8 bits, samples in separate planes, sizes that the
+    ///         file cannot hold, no open file), followed by the reason in parentheses where one is known.
     void ReadPixels();
 
-    /// Closes the file. Everything that was read stays. Does nothing without an open file.
+    /// Closes the file. The data that were read stay. Does nothing without an open file.
     void Close() noexcept;
 
     /// In pixels; 0 before Open().
@@ -106,7 +104,7 @@ public:
     /// The first byte of the pixels; null if there are none. Valid until the next Open() or the destructor.
     [[nodiscard]] const unsigned char* GetRawImageData() const noexcept;
 
-    /// The bytes behind GetRawImageData(): those of the whole image, or of the strips before the damaged one.
+    /// The number of bytes at GetRawImageData(): those of the whole image, or of the strips before the damaged one.
     [[nodiscard]] std::size_t GetRawImageDataSize() const noexcept { return m_rawImageDataSize; }
 
     /// The metadata; an empty record if the file has none.
@@ -121,7 +119,7 @@ private:
     std::uint64_t CheckedImageSize() const;
 
     std::unique_ptr<TiffFile> m_file;      ///< Null without an open file.
-    std::unique_ptr<PixelBuffer> m_pixels; ///< May be larger than what was read; null before.
+    std::unique_ptr<PixelBuffer> m_pixels; ///< May be larger than the data read; null before the first read.
     std::size_t m_rawImageDataSize = 0;
     std::uint32_t m_rowsPerStrip = 0;
     std::uint32_t m_width = 0;

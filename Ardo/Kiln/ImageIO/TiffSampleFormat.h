@@ -5,7 +5,7 @@
 namespace Ardo::Kiln::ImageIO
 {
 
-/// What the samples of a TIFF image are: the codes of the tag SampleFormat (TIFF 6.0, section 19). A file may hold
+/// The type of the samples of a TIFF image: the codes of the tag SampleFormat (TIFF 6.0, section 19). A file may hold
 /// other codes, which are kept as they are.
 enum class TiffSampleFormat : std::uint16_t
 {

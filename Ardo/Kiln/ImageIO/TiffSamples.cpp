@@ -124,7 +124,7 @@ void Unpack(const TiffSamples& samples, const unsigned char* row, std::size_t co
         }
         return;
     }
-    std::uint32_t bits = 0; // those read and not yet used, at the lower end
+    std::uint32_t bits = 0; // the bits read and not yet used, in the lower part
     std::uint16_t bitCount = 0;
     for (std::size_t i = 0; i < count; ++i)
     {
