@@ -13,8 +13,8 @@ FileDevice::FileDevice(Platform::RandomAccessFile& file) : m_file(file)
 
 qint64 FileDevice::size() const
 {
-    constexpr auto Largest = static_cast<std::uint64_t>(std::numeric_limits<qint64>::max());
-    return static_cast<qint64>(std::min(m_file.SizeWhenOpened(), Largest));
+    constexpr auto MaxSize = static_cast<std::uint64_t>(std::numeric_limits<qint64>::max());
+    return static_cast<qint64>(std::min(m_file.SizeWhenOpened(), MaxSize));
 }
 
 bool FileDevice::seek(qint64 position)

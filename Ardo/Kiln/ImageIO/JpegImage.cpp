@@ -59,9 +59,8 @@ public:
             RefuseKind("a JPEG file with " + std::to_string(m_jpeg.num_components) + " colour components (CMYK)");
         }
         // The first coefficient of a block of 64 pixels takes a bit at least, in any process with Huffman codes.
-        constexpr std::uint64_t LargestExpansion = 512;
-        CheckCanHold(static_cast<std::uint64_t>(m_file.size()), m_jpeg.image_width, m_jpeg.image_height,
-                     LargestExpansion);
+        constexpr std::uint64_t MaxExpansion = 512;
+        CheckCanHold(static_cast<std::uint64_t>(m_file.size()), m_jpeg.image_width, m_jpeg.image_height, MaxExpansion);
         m_budget += 4 * static_cast<qint64>(m_jpeg.image_width) * m_jpeg.image_height * m_jpeg.num_components;
         const int orientation = ExifOrientation();
         const NewImage image(m_jpeg.image_width, m_jpeg.image_height,
@@ -121,8 +120,8 @@ private:
     /// Each scan of a progressive file goes over the whole image, however short it is in the file.
     void CountScans()
     {
-        constexpr int MostScans = 100; // ten are usual
-        if (m_jpeg.input_scan_number > MostScans)
+        constexpr int MaxScans = 100; // ten are usual
+        if (m_jpeg.input_scan_number > MaxScans)
         {
             Leave(JWRN_BOGUS_PROGRESSION);
         }

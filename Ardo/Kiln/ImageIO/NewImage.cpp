@@ -40,8 +40,8 @@ NewImage::NewImage(std::uint64_t width, std::uint64_t height, Imaging::PixelKind
       size{static_cast<std::uint32_t>(width), static_cast<std::uint32_t>(height)},
       kind(pixelKind)
 {
-    constexpr auto Largest = static_cast<std::uint64_t>(std::numeric_limits<std::ptrdiff_t>::max());
-    if (width != size.width || height != size.height || width == 0 || height == 0 || rowSize > Largest / height)
+    constexpr auto MaxSize = static_cast<std::uint64_t>(std::numeric_limits<std::ptrdiff_t>::max());
+    if (width != size.width || height != size.height || width == 0 || height == 0 || rowSize > MaxSize / height)
     {
         throw std::runtime_error(std::to_string(width) + " x " + std::to_string(height) + " pixels");
     }
@@ -84,9 +84,9 @@ std::unique_ptr<Imaging::const_raw_image> Oriented(std::unique_ptr<Imaging::cons
 
 void CheckCanHold(std::uint64_t fileSize, std::uint64_t width, std::uint64_t height, std::uint64_t pixelsPerByte)
 {
-    constexpr std::uint64_t Most = std::numeric_limits<std::uint64_t>::max();
+    constexpr std::uint64_t MaxNumber = std::numeric_limits<std::uint64_t>::max();
     if (width > std::numeric_limits<std::uint32_t>::max() || height > std::numeric_limits<std::uint32_t>::max() ||
-        (fileSize < Most / pixelsPerByte && width * height > fileSize * pixelsPerByte))
+        (fileSize < MaxNumber / pixelsPerByte && width * height > fileSize * pixelsPerByte))
     {
         throw std::runtime_error(std::to_string(width) + " x " + std::to_string(height) + " pixels in " +
                                  std::to_string(fileSize) + " bytes");

@@ -96,16 +96,16 @@ std::uint64_t NextNumber(QIODevice& file, std::uint64_t largest)
 
 Header ReadHeader(QIODevice& file)
 {
-    constexpr std::uint64_t LargestSide = 0x7fffffff;
-    constexpr std::uint64_t LargestSample = 65535;
+    constexpr std::uint64_t MaxSide = 0x7fffffff;
+    constexpr std::uint64_t MaxSample = 65535;
 
     NextCharacter(file); // "P"
     Header header{.type = NextCharacter(file) - '0', .width = 0, .height = 0, .maximum = 1};
-    header.width = NextNumber(file, LargestSide);
-    header.height = NextNumber(file, LargestSide);
+    header.width = NextNumber(file, MaxSide);
+    header.height = NextNumber(file, MaxSide);
     if (!header.IsBitmap())
     {
-        header.maximum = NextNumber(file, LargestSample);
+        header.maximum = NextNumber(file, MaxSample);
     }
     if (header.width == 0 || header.height == 0 || header.maximum == 0)
     {

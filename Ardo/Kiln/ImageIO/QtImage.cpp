@@ -62,7 +62,7 @@ QImage::Format FormatOf(PixelKind kind)
 }
 
 /// The most pixels that one byte of a file can become.
-std::uint64_t LargestExpansion(QIODevice& file, const std::string& format)
+std::uint64_t MaxExpansion(QIODevice& file, const std::string& format)
 {
     constexpr std::uint64_t Deflate = 1032; // bytes: 258 of two bits, see zlib's technical notes
     constexpr std::uint64_t Lzw = 2731;     // a table entry of 4096 pixels of 12 bits
@@ -91,11 +91,11 @@ bool HasQtImageReaders()
 std::unique_ptr<Imaging::const_raw_image> DecodeWithQt(QIODevice& file)
 {
     // Readers of text formats may search the whole file for the beginning of an image.
-    constexpr qint64 LargestOther = qint64{256} << 20;
+    constexpr qint64 MaxTextFormat = qint64{256} << 20;
     const bool isKnown = CheckIsWhole(file);
     QImageReader reader(&file);
     reader.setDecideFormatFromContent(true);
-    if ((!isKnown && file.size() > LargestOther) || !reader.canRead())
+    if ((!isKnown && file.size() > MaxTextFormat) || !reader.canRead())
     {
         throw ReadImageException(ReadImageException::Cause::NotAnImage, "no image of a known format");
     }
@@ -109,7 +109,7 @@ std::unique_ptr<Imaging::const_raw_image> DecodeWithQt(QIODevice& file)
     }
     file.seek(0);
     CheckCanHold(static_cast<std::uint64_t>(file.size()), static_cast<std::uint64_t>(stated.width()),
-                 static_cast<std::uint64_t>(stated.height()), LargestExpansion(file, format));
+                 static_cast<std::uint64_t>(stated.height()), MaxExpansion(file, format));
     if (format == "xbm")
     {
         CheckXbm(file, stated);

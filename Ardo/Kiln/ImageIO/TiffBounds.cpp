@@ -16,7 +16,7 @@ namespace
 {
 
 /// The most bytes that one byte of a strip or tile can become.
-std::uint64_t LargestExpansion(std::uint16_t compression, std::uint64_t rowSize)
+std::uint64_t MaxExpansion(std::uint16_t compression, std::uint64_t rowSize)
 {
     switch (compression)
     {
@@ -66,14 +66,14 @@ std::uint64_t PresentBytes(TiffFile& file, std::uint32_t count)
 
 void CheckExpansion(TiffFile& file, std::uint64_t presentBytes, std::uint64_t rowSize, std::uint64_t rows)
 {
-    constexpr auto LargestImage = static_cast<std::uint64_t>(std::numeric_limits<std::ptrdiff_t>::max());
-    if (rowSize > LargestImage / 8 / rows)
+    constexpr auto MaxImage = static_cast<std::uint64_t>(std::numeric_limits<std::ptrdiff_t>::max());
+    if (rowSize > MaxImage / 8 / rows)
     {
         throw std::runtime_error(Bytes(rowSize) + " a row, " + std::to_string(rows) + " rows");
     }
     std::uint16_t compression = COMPRESSION_NONE;
     TIFFGetFieldDefaulted(file.Handle(), TIFFTAG_COMPRESSION, &compression);
-    if (rowSize * rows / LargestExpansion(compression, rowSize) > presentBytes)
+    if (rowSize * rows / MaxExpansion(compression, rowSize) > presentBytes)
     {
         throw std::runtime_error("an image of " + Bytes(rowSize * rows) + ", strips of " + Bytes(presentBytes));
     }

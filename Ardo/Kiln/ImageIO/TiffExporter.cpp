@@ -30,7 +30,7 @@ const std::string Prefix = "Failed to write TIFF image. ";
 const std::string InvalidParameters = "Invalid data parameters.";
 
 /// The largest file that the 32-bit offsets of a classic TIFF can address.
-constexpr std::uint64_t LargestFile = std::numeric_limits<std::uint32_t>::max();
+constexpr std::uint64_t MaxFile = std::numeric_limits<std::uint32_t>::max();
 
 /// The first strip begins on a page boundary of the file. Behind the header, at offset 8, every page of a page-aligned
 /// image would be copied to an address 8 bytes off, which costs some processors more than half of their speed.
@@ -56,9 +56,9 @@ struct PrivateTags
 /// from a float. Values beyond the limits would get a numerator or a denominator of 0.
 float PixelsPerCentimetre(double pixelSize)
 {
-    constexpr double Largest = 4294967040.0;    // the largest float below 2^32
-    constexpr double Smallest = 0x1.000002p-32; // the smallest float above 2^-32
-    return static_cast<float>(std::clamp(0.01 / pixelSize, Smallest, Largest));
+    constexpr double Max = 4294967040.0;   // the largest float below 2^32
+    constexpr double Min = 0x1.000002p-32; // the smallest float above 2^-32
+    return static_cast<float>(std::clamp(0.01 / pixelSize, Min, Max));
 }
 
 PrivateTags MakePrivateTags(const MetadataLib::Metadata& metadata)
@@ -110,11 +110,11 @@ std::uint64_t CheckedFileSize(std::uint64_t stride, std::uint32_t height, const 
     const std::uint64_t pixels = stride > Uncountable / height ? Uncountable : stride * height;
     const std::uint64_t others = FirstStrip + DirectoryBytes + TableBytesPerStrip * layout.stripCount +
                                  tags.xml.size() + (tags.qd ? tags.qd->size() : 0);
-    if (pixels > LargestFile || others > LargestFile - pixels)
+    if (pixels > MaxFile || others > MaxFile - pixels)
     {
         throw std::runtime_error(InvalidParameters + " (" + std::to_string(pixels) + " bytes of pixels and " +
                                  std::to_string(others) + " bytes of tags; a TIFF file holds " +
-                                 std::to_string(LargestFile) + ")");
+                                 std::to_string(MaxFile) + ")");
     }
     return pixels + others;
 }

@@ -76,8 +76,8 @@ void Log(std::string_view text) noexcept
 
 tmsize_t AllocationLimit(std::uint64_t fileSize)
 {
-    constexpr std::uint64_t Largest = std::numeric_limits<tmsize_t>::max() / AllocationFactor - MiB;
-    return static_cast<tmsize_t>(AllocationFactor * std::min(fileSize, Largest) + MiB);
+    constexpr std::uint64_t MaxFile = std::numeric_limits<tmsize_t>::max() / AllocationFactor - MiB;
+    return static_cast<tmsize_t>(AllocationFactor * std::min(fileSize, MaxFile) + MiB);
 }
 
 /// True for the entries that are needed to read the image or its record correctly.
@@ -159,8 +159,8 @@ struct TiffFile::Callbacks
         // Arithmetic modulo 2^64 also gives a negative step. No file is large enough to overflow.
         TiffFile& file = File(handle);
         const std::uint64_t from = origin == SEEK_END ? file.m_size : origin == SEEK_CUR ? file.m_position : 0;
-        constexpr auto Farthest = static_cast<std::uint64_t>(std::numeric_limits<std::int64_t>::max());
-        if (from + offset > Farthest)
+        constexpr auto MaxOffset = static_cast<std::uint64_t>(std::numeric_limits<std::int64_t>::max());
+        if (from + offset > MaxOffset)
         {
             return static_cast<toff_t>(-1);
         }
