@@ -13,7 +13,7 @@ namespace
 
 using boost::property_tree::ptree;
 
-/// Puts \p node in the place of the one that is there. The tree's own put_child makes a child without a name for "".
+/// Replaces the node at \p key by \p node. The tree's own put_child would make a child without a name for "".
 void Replace(ptree& tree, const std::string& key, ptree& node)
 {
     if (key.empty())

@@ -26,8 +26,8 @@ namespace Ardo::Kiln::MetadataSerializer
 /// written with "." and without grouping in any locale: integers in decimal, doubles with 17 significant digits, "nan",
 /// "inf" or "-inf". An empty optional writes nothing at all.
 ///
-/// Any thread may call them, for a tree of its own. Beyond std::bad_alloc they throw only what stands at them.
-/// \{
+/// Any thread may call them, for a tree of its own. Besides std::bad_alloc they throw only the exceptions named at
+/// each. \{
 
 /// Decimal digits.
 KILN_EXPORT void AddInt(boost::property_tree::ptree& tree, const std::string& key, std::int32_t value);

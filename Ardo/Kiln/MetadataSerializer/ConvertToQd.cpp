@@ -23,7 +23,7 @@ void AddKey(std::string& text, std::string_view key, std::string_view value)
     text.append(key).append("=").append(value).append("\r\n");
 }
 
-/// A length as "%8.6e" gives it.
+/// Formats a length as "%8.6e" does.
 void AddLength(std::string& text, std::string_view key, const MetadataLib::Quantity& length)
 {
     if (length.Unit.value_or(std::string()) != "m")

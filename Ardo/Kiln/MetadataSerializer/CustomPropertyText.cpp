@@ -51,7 +51,7 @@ bool ParsedBool(const std::string& text)
     return value;
 }
 
-/// One kind of value: its names in documents, and how a text becomes a value of the kind.
+/// One kind of value: its names in documents, and the function that converts a text to it.
 struct Kind
 {
     std::string_view type;

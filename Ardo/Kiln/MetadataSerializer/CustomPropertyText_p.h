@@ -10,16 +10,16 @@
 namespace Ardo::Kiln::MetadataSerializer
 {
 
-/// A custom property as documents show it.
+/// The representation of a custom property in documents.
 struct CustomPropertyText
 {
     std::string name;
     std::string value;
     std::string type;        ///< "int32" to "bool".
-    std::string rawdatatype; ///< "Int", "Double", "String" or "Boolean", for readers that know no more.
+    std::string rawdatatype; ///< "Int", "Double", "String" or "Boolean", for readers that know only these.
 };
 
-template <Is<CustomPropertyText> T, typename Visitor>
+template <SameIgnoringConst<CustomPropertyText> T, typename Visitor>
 void VisitFields(T& property, Visitor& visit)
 {
     visit.Attribute("name"_field, property.name);

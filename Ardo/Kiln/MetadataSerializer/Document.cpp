@@ -14,7 +14,7 @@ Document::Document(std::string_view text, SerializeType type) : m_text(text)
 {
     if (type == SerializeType::Xml)
     {
-        // A text that comes out of a C interface may have kept its terminator, which ends it for the parser, too.
+        // A text from a C interface may include its terminator, at which the parser would stop.
         while (m_text.ends_with('\0'))
         {
             m_text.remove_suffix(1);

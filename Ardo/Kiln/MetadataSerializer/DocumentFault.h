@@ -14,13 +14,13 @@
 namespace Ardo::Kiln::MetadataSerializer
 {
 
-/// What is wrong at one place of a metadata document. The texts are UTF-8 and may quote the document: a program that
-/// shows them on a terminal has to take the control characters out.
+/// A fault at one place of a metadata document. The texts are UTF-8 and may quote the document: a program that prints
+/// them on a terminal must remove the control characters.
 struct DocumentFault
 {
     std::size_t line = 0; ///< From 1; 0 when the place is unknown.
     std::string place;    ///< The node, for example "/Metadata/Optics/SpotIndex"; empty when unknown.
-    std::string text;     ///< What is wrong there, for example "the value \"x\" is no whole number".
+    std::string text;     ///< The fault, for example "the value \"x\" is no whole number".
 
     bool operator==(const DocumentFault&) const = default;
 };
@@ -32,7 +32,7 @@ KILN_EXPORT std::ostream& operator<<(std::ostream& stream, const DocumentFault& 
 
 struct DocumentFault_; ///< Tag of a fault in a document.
 
-/// Attached to the exceptions with which Record::Deserialize stops, whose own texts name no place:
+/// Attached to the exceptions of Record::Deserialize, whose own texts name no place:
 ///
 ///     catch (const boost::exception& error)
 ///     {
@@ -43,16 +43,16 @@ using DocumentFaultInfo = boost::error_info<DocumentFault_, DocumentFault>;
 /// of a parser, or the exception's own text without a place.
 KILN_EXPORT DocumentFault FaultOf(const std::exception& error);
 
-/// Reads a record and answers what Record would log as left out, in the order of lines, and behind that, if reading
-/// stopped with an exception, the reason. Empty: the document is read without loss, but for what a detector of a type
-/// of its own has beyond a Detector, which any document may hold.
+/// Reads a record and returns the faults that Record would log as left out, in the order of lines, and last the reason
+/// if reading stopped with an exception. An empty list means that the document is read without loss, except the
+/// additional elements of a detector of another type, which any document may hold.
 ///
 /// Of what is left out at most MaxDocumentFaults are listed, and a last fault says that there is more. Text over
 /// Serializable::MaxTextSize, which Record ignores, is a fault. Any thread may call it.
 /// \throws std::bad_alloc only.
 KILN_EXPORT std::vector<DocumentFault> CheckDocument(const std::string& text, SerializeType type);
 
-/// How many things left out of one document are listed or logged.
+/// How many faults of one document are listed or logged.
 inline constexpr std::size_t MaxDocumentFaults = 20;
 
 } // namespace Ardo::Kiln::MetadataSerializer

@@ -13,7 +13,7 @@ namespace Ardo::Kiln::MetadataSerializer
 namespace
 {
 
-/// Observer that follows the paths of the nodes and notes the lines of those that are looked for.
+/// Observer that follows the paths of the nodes and notes the lines of the findings.
 class LineFinder
 {
 public:
@@ -51,7 +51,8 @@ public:
     void Fail(const char*, std::size_t) const {} // a document that has been read
 
 private:
-    static constexpr std::size_t NoChildYet = std::numeric_limits<std::size_t>::max(); ///< One more is the child 0.
+    static constexpr std::size_t NoChildYet =
+        std::numeric_limits<std::size_t>::max(); ///< Incremented it is 0, the first child.
 
     void Node(std::size_t at)
     {

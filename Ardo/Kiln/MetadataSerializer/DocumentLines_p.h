@@ -10,11 +10,11 @@
 namespace Ardo::Kiln::MetadataSerializer
 {
 
-/// Sets the line of each finding whose node is in the document. One pass over the text, whatever their number.
+/// Sets the line of each finding whose node is in the document. One pass over the text for any number of findings.
 void SetLines(const std::vector<ReadReport::Finding*>& findings, const Document& document, SerializeType type);
 
-/// The text that this thread is reading, for whoever reads the tree that was made from it and has to name lines.
-/// Serializable::Deserialize, which is given the tree alone, may be anybody's.
+/// The text that this thread is reading, for code that reads the tree made from it and names lines.
+/// Serializable::Deserialize, which gets the tree alone, may be implemented outside the library.
 class TextBeingRead
 {
 public:

@@ -16,7 +16,7 @@ namespace Ardo::Kiln::MetadataSerializer
 namespace
 {
 
-/// Observer that holds a document against the limits. Its errors are those of the parser.
+/// Observer that checks a document against the limits. It throws the parser's errors.
 template <typename Error>
 class Limits
 {

@@ -13,11 +13,11 @@ namespace Ardo::Kiln::MetadataSerializer
 class Document
 {
 public:
-    /// Parses \p text, which has to outlive the object.
+    /// Parses \p text, which must outlive the object.
     /// \throws the parser's error, or ptree_bad_path: see Serializable::DeserializeFromString.
     Document(std::string_view text, SerializeType type);
 
-    /// The text that was parsed: without the NULs that a text out of a C interface may end with.
+    /// The text that was parsed, without terminating NULs of a C interface.
     std::string_view Text() const { return m_text; }
 
     /// The content of the first "Metadata".

@@ -11,8 +11,8 @@
 namespace Ardo::Kiln::MetadataSerializer
 {
 
-// What stands in a document, written down once for both directions: VisitFields shows each field of a record to a
-// visitor, in document order. A writer takes const records, a reader changeable ones. A visitor has
+// The fields of a document, in one list for writing and reading: VisitFields calls a visitor with each field of a
+// record, in document order. A writer takes const records, a reader changeable ones. A visitor has
 //
 //   operator()(name, value)                     an element: a single value, an optional, an enumeration or a record
 //   Attribute(name, value)                      an attribute in XML, an element in JSON
@@ -23,7 +23,7 @@ namespace Ardo::Kiln::MetadataSerializer
 //   List(name, itemName, items, WhenEmpty)      an element with one child for each item
 //   Detectors(name, detectors), CustomProperties(properties)
 
-/// What a writer does with a list without items.
+/// How a list without items is written.
 enum class WhenEmpty
 {
     Written,
@@ -31,16 +31,19 @@ enum class WhenEmpty
 };
 
 template <typename T, typename U>
-concept Is = std::same_as<std::remove_const_t<T>, U>;
+concept SameIgnoringConst = std::same_as<std::remove_const_t<T>, U>;
 
 template <typename T>
-concept AnySize2D = Is<T, MetadataLib::Size2D<std::int32_t>> || Is<T, MetadataLib::Size2D<double>>;
+concept AnySize2D =
+    SameIgnoringConst<T, MetadataLib::Size2D<std::int32_t>> || SameIgnoringConst<T, MetadataLib::Size2D<double>>;
 
 template <typename T>
-concept AnyVector2 = Is<T, MetadataLib::Vector2<std::int32_t>> || Is<T, MetadataLib::Vector2<double>>;
+concept AnyVector2 =
+    SameIgnoringConst<T, MetadataLib::Vector2<std::int32_t>> || SameIgnoringConst<T, MetadataLib::Vector2<double>>;
 
 template <typename T>
-concept AnyOriginAndExtent = Is<T, OriginAndExtent<std::int32_t>> || Is<T, OriginAndExtent<double>>;
+concept AnyOriginAndExtent =
+    SameIgnoringConst<T, OriginAndExtent<std::int32_t>> || SameIgnoringConst<T, OriginAndExtent<double>>;
 
 /// The extent of an image, which documents call "X" and "Y".
 struct SizeAsXY
@@ -58,7 +61,7 @@ struct ApertureTypeText
     static std::string FromDocument(const Document& value) { return value == "Cicular" ? "Circular" : value; }
 };
 
-/// The fields that a detector of a more special class shares with all others.
+/// The fields that a detector of a derived class shares with all detectors.
 inline const MetadataLib::Detector& BaseOf(const MetadataLib::Detector& detector)
 {
     return detector;
@@ -68,7 +71,7 @@ inline MetadataLib::Detector& BaseOf(MetadataLib::Detector& detector)
     return detector;
 }
 
-template <Is<MetadataLib::Range<double>> T, typename Visitor>
+template <SameIgnoringConst<MetadataLib::Range<double>> T, typename Visitor>
 void VisitFields(T& value, Visitor& visit)
 {
     visit("Begin"_field, value.begin);
@@ -89,7 +92,7 @@ void VisitFields(T& value, Visitor& visit)
     visit("Y"_field, value.y);
 }
 
-template <Is<MetadataLib::Vector3<double>> T, typename Visitor>
+template <SameIgnoringConst<MetadataLib::Vector3<double>> T, typename Visitor>
 void VisitFields(T& value, Visitor& visit)
 {
     visit("X"_field, value.x);
@@ -97,7 +100,7 @@ void VisitFields(T& value, Visitor& visit)
     visit("Z"_field, value.z);
 }
 
-template <Is<MetadataLib::TransformMatrix> T, typename Visitor>
+template <SameIgnoringConst<MetadataLib::TransformMatrix> T, typename Visitor>
 void VisitFields(T& value, Visitor& visit)
 {
     visit("a11"_field, value.a11);
@@ -117,7 +120,7 @@ void VisitFields(T& value, Visitor& visit)
     visit("Height"_field, value.height);
 }
 
-template <Is<MetadataLib::CoreRecord> T, typename Visitor>
+template <SameIgnoringConst<MetadataLib::CoreRecord> T, typename Visitor>
 void VisitFields(T& record, Visitor& visit)
 {
     visit("Guid"_field, record.Guid);
@@ -133,7 +136,7 @@ void VisitFields(T& record, Visitor& visit)
     visit("ApplicationComputerName"_field, record.ApplicationComputerName);
 }
 
-template <Is<MetadataLib::InstrumentRecord> T, typename Visitor>
+template <SameIgnoringConst<MetadataLib::InstrumentRecord> T, typename Visitor>
 void VisitFields(T& record, Visitor& visit)
 {
     visit("AcquisitionServer"_field, record.AcquisitionServer);
@@ -147,7 +150,7 @@ void VisitFields(T& record, Visitor& visit)
     visit("ComputerName"_field, record.ComputerName);
 }
 
-template <Is<MetadataLib::AcquisitionRecord> T, typename Visitor>
+template <SameIgnoringConst<MetadataLib::AcquisitionRecord> T, typename Visitor>
 void VisitFields(T& record, Visitor& visit)
 {
     visit("AcquisitionStartDatetime"_field, record.AcquisitionStartDatetime);
@@ -158,7 +161,7 @@ void VisitFields(T& record, Visitor& visit)
     visit("SourceType"_field, record.SourceType);
 }
 
-template <Is<MetadataLib::Aperture> T, typename Visitor>
+template <SameIgnoringConst<MetadataLib::Aperture> T, typename Visitor>
 void VisitFields(T& record, Visitor& visit)
 {
     visit("Name"_field, record.Name);
@@ -170,7 +173,7 @@ void VisitFields(T& record, Visitor& visit)
     visit("PositionOffset"_field, record.PositionOffset);
 }
 
-template <Is<MetadataLib::OpticsRecord> T, typename Visitor>
+template <SameIgnoringConst<MetadataLib::OpticsRecord> T, typename Visitor>
 void VisitFields(T& record, Visitor& visit)
 {
     visit("GunLensSetting"_field, record.GunLensSetting);
@@ -241,7 +244,7 @@ void VisitFields(T& record, Visitor& visit)
     visit.List("Apertures"_field, "Aperture"_field, record.Apertures, WhenEmpty::Written);
 }
 
-template <Is<MetadataLib::EnergyFilterRecord> T, typename Visitor>
+template <SameIgnoringConst<MetadataLib::EnergyFilterRecord> T, typename Visitor>
 void VisitFields(T& record, Visitor& visit)
 {
     visit("AccelerationVoltageOffset"_field, record.AccelerationVoltageOffset);
@@ -253,14 +256,14 @@ void VisitFields(T& record, Visitor& visit)
     visit("EntranceApertureType"_field, record.EntranceApertureType);
 }
 
-template <Is<MetadataLib::StageTiltRecord> T, typename Visitor>
+template <SameIgnoringConst<MetadataLib::StageTiltRecord> T, typename Visitor>
 void VisitFields(T& record, Visitor& visit)
 {
     visit("Alpha"_field, record.Alpha);
     visit("Beta"_field, record.Beta);
 }
 
-template <Is<MetadataLib::StagePositionRecord> T, typename Visitor>
+template <SameIgnoringConst<MetadataLib::StagePositionRecord> T, typename Visitor>
 void VisitFields(T& record, Visitor& visit)
 {
     visit("X"_field, record.X);
@@ -270,7 +273,7 @@ void VisitFields(T& record, Visitor& visit)
     visit.MayBeMissing("Tilt"_field, record.Tilt);
 }
 
-template <Is<MetadataLib::StageRecord> T, typename Visitor>
+template <SameIgnoringConst<MetadataLib::StageRecord> T, typename Visitor>
 void VisitFields(T& record, Visitor& visit)
 {
     visit("StagePosition"_field, record.StagePosition);
@@ -279,7 +282,7 @@ void VisitFields(T& record, Visitor& visit)
     visit("SampleLoader"_field, record.SampleLoader);
 }
 
-template <Is<MetadataLib::ScanRecord> T, typename Visitor>
+template <SameIgnoringConst<MetadataLib::ScanRecord> T, typename Visitor>
 void VisitFields(T& record, Visitor& visit)
 {
     visit("ScanSize"_field, record.ScanSize);
@@ -294,7 +297,7 @@ void VisitFields(T& record, Visitor& visit)
     visit("ScanRotation"_field, record.ScanRotation);
 }
 
-template <Is<MetadataLib::VacuumRecord> T, typename Visitor>
+template <SameIgnoringConst<MetadataLib::VacuumRecord> T, typename Visitor>
 void VisitFields(T& record, Visitor& visit)
 {
     visit("SamplePressure"_field, record.SamplePressure);
@@ -306,14 +309,14 @@ void VisitFields(T& record, Visitor& visit)
     visit("ProjectionChamberPressure"_field, record.ProjectionChamberPressure);
 }
 
-template <Is<MetadataLib::Gas> T, typename Visitor>
+template <SameIgnoringConst<MetadataLib::Gas> T, typename Visitor>
 void VisitFields(T& record, Visitor& visit)
 {
     visit("CrucibleTemperature"_field, record.CrucibleTemperature);
     visit("GasType"_field, record.GasType);
 }
 
-template <Is<MetadataLib::GasInjectionSystem> T, typename Visitor>
+template <SameIgnoringConst<MetadataLib::GasInjectionSystem> T, typename Visitor>
 void VisitFields(T& record, Visitor& visit)
 {
     visit("PortNumber"_field, record.PortNumber);
@@ -325,7 +328,7 @@ void VisitFields(T& record, Visitor& visit)
     visit.List("Gases"_field, "Gas"_field, record.Gases, WhenEmpty::Written);
 }
 
-template <Is<MetadataLib::SampleRecord> T, typename Visitor>
+template <SameIgnoringConst<MetadataLib::SampleRecord> T, typename Visitor>
 void VisitFields(T& record, Visitor& visit)
 {
     visit("SampleGuid"_field, record.SampleGuid);
@@ -335,7 +338,7 @@ void VisitFields(T& record, Visitor& visit)
     visit("RegionOfInterestID"_field, record.RegionOfInterestID);
 }
 
-template <Is<MetadataLib::Detector> T, typename Visitor>
+template <SameIgnoringConst<MetadataLib::Detector> T, typename Visitor>
 void VisitFields(T& record, Visitor& visit)
 {
     visit("DetectorName"_field, record.DetectorName);
@@ -344,7 +347,7 @@ void VisitFields(T& record, Visitor& visit)
     visit("Enabled"_field, record.Enabled);
 }
 
-template <Is<MetadataLib::AnalyticalDetector> T, typename Visitor>
+template <SameIgnoringConst<MetadataLib::AnalyticalDetector> T, typename Visitor>
 void VisitFields(T& record, Visitor& visit)
 {
     VisitFields(BaseOf(record), visit);
@@ -364,14 +367,14 @@ void VisitFields(T& record, Visitor& visit)
     visit("BeginEnergy"_field, record.BeginEnergy);
 }
 
-template <Is<MetadataLib::Shutter> T, typename Visitor>
+template <SameIgnoringConst<MetadataLib::Shutter> T, typename Visitor>
 void VisitFields(T& record, Visitor& visit)
 {
     visit.Attribute("type"_field, record.Type);
     visit.Attribute("position"_field, record.Position);
 }
 
-template <Is<MetadataLib::ImagingDetector> T, typename Visitor>
+template <SameIgnoringConst<MetadataLib::ImagingDetector> T, typename Visitor>
 void VisitFields(T& record, Visitor& visit)
 {
     VisitFields(BaseOf(record), visit);
@@ -389,7 +392,7 @@ void VisitFields(T& record, Visitor& visit)
     visit.List("Shutters"_field, "Shutter"_field, record.Shutters, WhenEmpty::LeftOut);
 }
 
-template <Is<MetadataLib::ScanningDetector> T, typename Visitor>
+template <SameIgnoringConst<MetadataLib::ScanningDetector> T, typename Visitor>
 void VisitFields(T& record, Visitor& visit)
 {
     VisitFields(BaseOf(record), visit);
@@ -409,7 +412,7 @@ void VisitFields(T& record, Visitor& visit)
     visit("CollectionAngleRange"_field, record.CollectionAngleRange);
 }
 
-template <Is<MetadataLib::Quantity> T, typename Visitor>
+template <SameIgnoringConst<MetadataLib::Quantity> T, typename Visitor>
 void VisitFields(T& record, Visitor& visit)
 {
     visit.Attribute("unit"_field, record.Unit);
@@ -417,7 +420,7 @@ void VisitFields(T& record, Visitor& visit)
     visit.OwnText("value"_field, record.Value);
 }
 
-template <Is<MetadataLib::CompleteQuantity> T, typename Visitor>
+template <SameIgnoringConst<MetadataLib::CompleteQuantity> T, typename Visitor>
 void VisitFields(T& record, Visitor& visit)
 {
     visit.Attribute("unit"_field, record.Unit);
@@ -425,14 +428,14 @@ void VisitFields(T& record, Visitor& visit)
     visit.OwnText("value"_field, record.Value);
 }
 
-template <Is<MetadataLib::PixelSizeRecord> T, typename Visitor>
+template <SameIgnoringConst<MetadataLib::PixelSizeRecord> T, typename Visitor>
 void VisitFields(T& record, Visitor& visit)
 {
     visit("X"_field, record.X);
     visit("Y"_field, record.Y);
 }
 
-template <Is<MetadataLib::BinaryResultRecord> T, typename Visitor>
+template <SameIgnoringConst<MetadataLib::BinaryResultRecord> T, typename Visitor>
 void VisitFields(T& record, Visitor& visit)
 {
     visit("AcquisitionUnit"_field, record.AcquisitionUnit);
@@ -465,7 +468,7 @@ void VisitFields(T& record, Visitor& visit)
     visit.Converted(OriginAndExtentOf<double>(), "AcquisitionArea"_field, record.AcquisitionArea);
 }
 
-template <Is<MetadataLib::Metadata> T, typename Visitor>
+template <SameIgnoringConst<MetadataLib::Metadata> T, typename Visitor>
 void VisitFields(T& record, Visitor& visit)
 {
     visit("Core"_field, record.Core);

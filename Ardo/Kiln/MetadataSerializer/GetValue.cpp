@@ -11,7 +11,7 @@ namespace
 
 using boost::property_tree::ptree;
 
-/// Converts a node that was found.
+/// Converts the text of a node.
 template <typename T>
 struct Converter
 {

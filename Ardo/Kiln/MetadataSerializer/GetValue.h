@@ -20,14 +20,13 @@ namespace Ardo::Kiln::MetadataSerializer
 /// \name Readers of single values
 ///
 /// Each takes the tree and the place of the node, a path whose parts are separated by '.' ("" is the tree itself), and
-/// answers the value. Numbers are read with "." and without grouping in any locale; white space around them is skipped,
+/// returns the value. Numbers are read with "." and without grouping in any locale; white space around them is skipped,
 /// a leading '+' accepted.
 ///
 /// The plain readers throw boost::property_tree::ptree_bad_path "No such node" if the node or a child of a composite
 /// value is missing, and boost::property_tree::ptree_bad_data "conversion of data to type ... failed" if a text does
-/// not convert. The optional readers answer an empty optional if the node is missing, or if the text of a single value
-/// does not convert; a composite value that is there has to be complete. Any thread may call them.
-/// \{
+/// not convert. The optional readers return an empty optional if the node is missing, or if the text of a single value
+/// does not convert; a composite value that is present must be complete. Any thread may call them. \{
 
 /// 32 bits.
 KILN_EXPORT std::int32_t GetInt(const boost::property_tree::ptree& tree, const std::string& key);

@@ -6,12 +6,12 @@
 namespace Ardo::Kiln::MetadataSerializer
 {
 
-/// Walks through a JSON document without recursion and tells an observer what it meets, in document order:
+/// Walks through a JSON document without recursion and calls an observer, in document order:
 ///
 ///   Member(at)             a member of an object, or an element of an array, begins at the offset \p at
 ///   Enter(at), Leave()     the content of an object or array begins, ends
 ///
-/// The text need not be JSON: where it is not, the parser of the property tree will say so.
+/// The text need not be valid JSON: the parser of the property tree reports errors.
 template <typename Observer>
 class JsonScanner
 {

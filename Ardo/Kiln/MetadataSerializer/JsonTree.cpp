@@ -20,7 +20,7 @@ using boost::property_tree::json_parser::json_parser_error;
 namespace
 {
 
-/// JSON has no place for the text of a node with children.
+/// False for a node with both text and children, which JSON cannot represent.
 bool FitsJson(const ptree& tree)
 {
     return (tree.empty() || tree.data().empty()) &&
@@ -31,7 +31,7 @@ bool FitsJson(const ptree& tree)
 
 void ParseJson(std::string_view text, ptree& tree)
 {
-    // What read_json does, but from the text itself: through a stream the parser takes 50 % longer.
+    // Like read_json, but directly on the text: through a stream the parser takes 50 % longer.
     namespace detail = boost::property_tree::json_parser::detail;
     detail::standard_callbacks<ptree> callbacks;
     detail::encoding<char> encoding;
@@ -41,7 +41,7 @@ void ParseJson(std::string_view text, ptree& tree)
 
 std::string JsonText(const ptree& tree)
 {
-    // What write_json does, but its own check of the tree copies every text twice.
+    // Like write_json, whose own check of the tree copies every text twice.
     if (!FitsJson(tree))
     {
         BOOST_PROPERTY_TREE_THROW(

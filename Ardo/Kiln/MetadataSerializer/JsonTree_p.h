@@ -9,8 +9,8 @@
 namespace Ardo::Kiln::MetadataSerializer
 {
 
-/// Replaces \p tree by what boost::property_tree::read_json makes of the text. Recursive: the depth of the document has
-/// to be bounded, see ScanJson.
+/// Replaces \p tree by the tree of the text, as boost::property_tree::read_json does. Recursive: ScanJson must have
+/// bounded the depth of the document before.
 /// \throws boost::property_tree::json_parser_error, with the line.
 void ParseJson(std::string_view text, boost::property_tree::ptree& tree);
 

@@ -138,7 +138,7 @@ NumberResult ParseNumber(std::string_view text, Number& value, bool* lost)
         {
             return NumberResult::Invalid;
         }
-        // The sign goes with the digits, so that the smallest value does not pass through a magnitude without room.
+        // The sign is parsed with the digits, because the magnitude of the smallest value does not fit the type.
         Number result = 0;
         const char* const begin = negative && std::is_signed_v<Number> ? number.data() - 1 : number.data();
         const auto [stop, error] = std::from_chars(begin, end, result);
@@ -298,7 +298,7 @@ bool FromText(const std::string& text, MetadataLib::Uuid& value)
 bool FromText(const std::string& text, MetadataLib::TimePoint& value)
 {
     const auto time = Time::ReadISOString(std::string(Trimmed(text)));
-    // An offset can move a time beyond the years that can be written.
+    // An offset can move a time out of the years that can be written.
     if (!time || Time::ToUtcTimeISOString(*time).empty())
     {
         return false;

@@ -11,7 +11,7 @@
 namespace Ardo::Kiln::MetadataSerializer
 {
 
-// The one place where values become the texts of a document and come back: no locale, no stream.
+// Conversions between values and the texts of a document, without locale and stream. No other code does them.
 
 /// Replaces \p text by the text of a value.
 void ToText(bool value, std::string& text);
@@ -22,7 +22,8 @@ void ToText(const MetadataLib::Uuid& value, std::string& text);
 /// \throws boost::property_tree::ptree_bad_data if the year has no text of four digits.
 void ToText(MetadataLib::TimePoint value, std::string& text);
 
-/// Reads the text of a value, white space around it skipped. False, and \p value is as it was, if it does not convert.
+/// Reads the text of a value, skipping white space around it. Returns false, and leaves \p value unchanged, if it does
+/// not convert.
 bool FromText(const std::string& text, bool& value);
 bool FromText(const std::string& text, std::int32_t& value);
 bool FromText(const std::string& text, double& value);
@@ -30,7 +31,7 @@ bool FromText(const std::string& text, std::string& value);
 bool FromText(const std::string& text, MetadataLib::Uuid& value);
 bool FromText(const std::string& text, MetadataLib::TimePoint& value);
 
-/// What became of a text that should be a number.
+/// The result of reading a number.
 enum class NumberResult
 {
     Done,
@@ -38,8 +39,8 @@ enum class NumberResult
     OutOfRange ///< A number that the type cannot hold.
 };
 
-/// Reads a decimal number of the type's own syntax, with white space around it and a leading '+' allowed. Only
-/// floating-point types know "nan", "inf" and "infinity", in letters of either case as std::stof does. A value too
+/// Reads a decimal number of the type's own syntax, with white space around it and a leading '+' allowed. Only for
+/// floating-point types there are "nan", "inf" and "infinity", in letters of either case as std::stof does. A value too
 /// small for a floating-point type is a zero with \p lost set.
 template <typename Number>
 KILN_EXPORT_FOR_TESTS NumberResult ParseNumber(std::string_view text, Number& value, bool* lost = nullptr);

@@ -12,7 +12,7 @@
 namespace Ardo::Kiln::MetadataSerializer
 {
 
-/// A rectangle as documents show it.
+/// The representation of a rectangle in documents.
 template <typename T>
 struct OriginAndExtent
 {
@@ -22,7 +22,7 @@ struct OriginAndExtent
     T height{};
 };
 
-/// Turns the corners of the model into the origin and extent of documents and back.
+/// Converts between the corners of the model and the origin and extent of documents.
 template <typename T>
 struct OriginAndExtentOf
 {
@@ -31,34 +31,34 @@ struct OriginAndExtentOf
     /// \throws boost::property_tree::ptree_bad_data if an extent does not fit the type.
     static Document ToDocument(const MetadataLib::Rectangle<T>& value)
     {
-        return {value.left, value.top, Combined<-1>(value.right, value.left), Combined<-1>(value.bottom, value.top)};
+        return {value.left, value.top, Subtract(value.right, value.left), Subtract(value.bottom, value.top)};
     }
 
     /// \throws boost::property_tree::ptree_bad_data if a corner does not fit the type.
     static MetadataLib::Rectangle<T> FromDocument(const Document& value)
     {
-        return {value.x, value.y, Combined<1>(value.x, value.width), Combined<1>(value.y, value.height)};
+        return {value.x, value.y, Add(value.x, value.width), Add(value.y, value.height)};
     }
 
 private:
-    template <int Sign>
-    static T Combined(T first, T second)
+    /// For integers a type that holds every sum and difference of two values.
+    using Wide = std::conditional_t<std::is_integral_v<T>, std::int64_t, T>;
+
+    static T Add(T first, T second) { return Checked(Wide{first} + Wide{second}); }
+    static T Subtract(T first, T second) { return Checked(Wide{first} - Wide{second}); }
+
+    static T Checked(Wide value)
     {
         if constexpr (std::is_integral_v<T>)
         {
-            const std::int64_t result = std::int64_t{first} + Sign * std::int64_t{second};
-            if (result < std::numeric_limits<T>::min() || result > std::numeric_limits<T>::max())
+            if (value < std::numeric_limits<T>::min() || value > std::numeric_limits<T>::max())
             {
                 BOOST_PROPERTY_TREE_THROW(boost::property_tree::ptree_bad_data(
                     std::string("conversion of data to type \"") + typeid(T).name() + "\" failed",
-                    std::to_string(result)));
+                    std::to_string(value)));
             }
-            return static_cast<T>(result);
         }
-        else
-        {
-            return first + Sign * second;
-        }
+        return static_cast<T>(value);
     }
 };
 

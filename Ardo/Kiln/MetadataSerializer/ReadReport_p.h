@@ -11,25 +11,26 @@
 namespace Ardo::Kiln::MetadataSerializer
 {
 
-/// Where a node stands in a tree: the index among its siblings, from a child of the tree's root on.
+/// The place of a node in a tree: the index among its siblings on each level, beginning with a child of the root.
 using NodePath = std::vector<std::size_t>;
 
 /// At most 80 bytes of a text of the document, cut between characters, without line breaks.
 std::string Shown(std::string_view text);
 
-/// What a reader leaves out, and why it stops. A hostile document costs a bounded number of faults of bounded length.
+/// The faults that a reader leaves out, and the reason why it stops. Their number and length are bounded, for hostile
+/// documents.
 class ReadReport
 {
 public:
-    /// A fault and the node that it is about, below the document's root element. The line is unknown until somebody who
-    /// has the text looks for it, see SetLines.
+    /// A fault and the node that it is about, below the document's root element. The line is unknown until SetLines
+    /// finds it in the text.
     struct Finding
     {
         NodePath path;
         DocumentFault fault;
     };
 
-    /// What is done about content that later versions may know: that of detectors of a type of their own.
+    /// Whether unknown content of detectors of other types, which later versions may define, is reported.
     enum class Extensions
     {
         Reported,
@@ -40,13 +41,13 @@ public:
 
     bool AllowsExtensions() const { return m_extensions == Extensions::Allowed; }
 
-    /// False when one more finding would not be kept: then it need not be made.
+    /// False when another finding would be dropped, so that its texts need not be made.
     bool HasRoom();
 
-    /// Keeps what is left out, while there is room.
+    /// Adds a finding about something left out, while there is room.
     void LeftOut(Finding finding);
 
-    /// Keeps the reason why the reader stops, room or not.
+    /// Sets the reason why the reader stops, also without room.
     void Stopped(Finding finding) { m_reason = std::move(finding); }
 
     /// The reason why the reader stopped; null if it did not or the reason is unknown.
@@ -55,14 +56,14 @@ public:
     /// All findings, the reason among them, for SetLines.
     std::vector<Finding*> All();
 
-    /// What was left out, in the order of lines as far as they are known; a last fault says so if there was more.
+    /// The faults left out, in the order of lines as far as they are known; a last fault says if there are more.
     std::vector<DocumentFault> LeftOut() const;
 
 private:
     Extensions m_extensions;
     std::vector<Finding> m_findings;
     std::optional<Finding> m_reason;
-    bool m_hasMore = false; ///< Than is kept.
+    bool m_hasMore = false; ///< Findings have been dropped.
 };
 
 } // namespace Ardo::Kiln::MetadataSerializer

@@ -17,7 +17,7 @@ namespace Ardo::Kiln::MetadataSerializer
 namespace
 {
 
-/// Sets the lines of what was found, where they can be known, and logs it.
+/// Sets the lines of the findings, where they are known, and logs the findings.
 void Log(ReadReport& report, const boost::property_tree::ptree& tree)
 {
     TextBeingRead::SetLines(report.All(), tree);

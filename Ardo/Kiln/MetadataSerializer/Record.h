@@ -11,7 +11,7 @@ struct Metadata;
 namespace Ardo::Kiln::MetadataSerializer
 {
 
-/// Writes and reads one metadata record tree. Holds a reference only: the tree has to outlive the record.
+/// Writes and reads one metadata record tree. Holds a reference only: the tree must outlive the record.
 ///
 ///     std::string document = Record(metadata).SerializeToString(SerializeType::Xml);
 ///     Metadata copy;
@@ -35,18 +35,17 @@ public:
     /// The sections "Core" to "Sample", always in the same order; gas injection systems, detectors and custom
     /// properties only if there are any.
     /// \throws std::bad_optional_access if a detector has no "DetectorType".
-    /// \throws
-    /// boost::property_tree::ptree_bad_data if a detector's type is no XML name without colon, is
+    /// \throws boost::property_tree::ptree_bad_data if a detector's type is no XML name without colon, is
     ///         "ImagingDetector" although the detector is not of that class (nothing could read it), if the extent of a
     ///         rectangle does not fit 32 bits, or a time lies outside the years that its text can hold.
     /// \throws std::runtime_error "Cannot find value" if a custom property holds no value at all.
     boost::property_tree::ptree Serialize(SerializeType type) const override;
 
-    /// Fills the metadata from a tree. "Core", "Acquisition", "StageSettings" and "ScanSettings" have to be there; a
-    /// section that is not leaves its fields as they were. Elements of lists are appended, so start from an empty
-    /// Metadata. Unknown elements and attributes, text among elements, names outside an enumeration, values of optional
-    /// elements that do not convert, and custom properties of an unknown type are left out and logged at level warning,
-    /// at most MaxDocumentFaults a call. Of custom properties of one name the last counts.
+    /// Fills the metadata from a tree. "Core", "Acquisition", "StageSettings" and "ScanSettings" are required; the
+    /// fields of another section stay as they were if it is missing. Elements of lists are appended, so start from an
+    /// empty Metadata. Unknown elements and attributes, text among elements, names outside an enumeration, values of
+    /// optional elements that do not convert, and custom properties of an unknown type are left out and logged at level
+    /// warning, at most MaxDocumentFaults a call. Of custom properties of one name the last counts.
     ///
     /// Each of the following carries a DocumentFaultInfo with the element, the value and, in DeserializeFromString, the
     /// line; the same is logged at level error.

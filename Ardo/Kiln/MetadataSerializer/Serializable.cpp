@@ -29,7 +29,7 @@ void SetChild(ptree& tree, const char* key, const char* text)
     node.data() = text;
 }
 
-/// Puts the attributes of the root element first, where readers of JSON expect them, too.
+/// Puts the attributes of the root element first, where readers of JSON expect them as well.
 void AddNamespaces(ptree& metadata)
 {
     ptree& attributes = metadata.push_front({AttributesKey(), ptree()})->second;
@@ -67,7 +67,7 @@ std::string WriteJson(const ptree& document)
     // The writer copies bytes beyond ASCII unchanged, so the whole document can be validated at once.
     if (FindInvalid(text, TextRule::Utf8) < text.size())
     {
-        CheckUtf8(document); // throws, and says which
+        CheckUtf8(document); // throws, and names the text
     }
     return text;
 }
@@ -87,7 +87,7 @@ std::string Serializable::SerializeToString(SerializeType type) const
     std::string text = type == SerializeType::Xml ? WriteXml(document) : WriteJson(document);
     if (text.size() > MaxTextSize)
     {
-        // Readers would ignore it without a word.
+        // Readers would ignore it without an error.
         BOOST_PROPERTY_TREE_THROW(boost::property_tree::ptree_bad_data(
             "the document has " + std::to_string(text.size()) + " bytes, readers take " + std::to_string(MaxTextSize),
             std::string()));

@@ -10,10 +10,10 @@
 namespace Ardo::Kiln::MetadataSerializer
 {
 
-/// What can be written to and read from a metadata document: the round trip between text and property tree. Derived
-/// classes say what stands below the root element "Metadata".
+/// Base of classes that are written to and read from a metadata document. It converts between text and property tree;
+/// derived classes convert the content below the root element "Metadata".
 ///
-/// Thread-safety: no shared state; what one thread reads or writes, no other may change meanwhile.
+/// Thread-safety: no shared state. No thread may change an object that another one reads or writes.
 class KILN_EXPORT Serializable
 {
 public:
@@ -41,9 +41,8 @@ public:
     /// UTF-8, indented by four blanks a level, numbers with "." in any locale.
     ///
     /// Carriage returns, and tabs and line feeds where a reader of XML may drop or change them, are written as
-    /// character references, so that every text comes back as it was, from standard readers, too.
-    /// \throws
-    /// boost::property_tree::ptree_bad_data, with the place in its text, if a text cannot be represented: it is
+    /// character references, so that every text is read back unchanged, also by standard readers.
+    /// \throws boost::property_tree::ptree_bad_data, with the place in its text, if a text cannot be represented: it is
     ///         not UTF-8, or, in XML, holds a control character or another one that XML 1.0 excludes, the name of an
     ///         element is no XML name, or an attribute is given twice; and if the document is beyond one of the limits
     ///         above: what is written can be read.
@@ -55,8 +54,7 @@ public:
     ///
     /// The text is UTF-8, whatever an XML declaration says. Comments are skipped. Of elements that should be there
     /// once, the first one counts.
-    /// \throws boost::property_tree::xml_parser::xml_parser_error or
-    /// json_parser::json_parser_error, with message and
+    /// \throws boost::property_tree::xml_parser::xml_parser_error or json_parser::json_parser_error, with message and
     ///         line, if the text is not well-formed, not UTF-8, holds a character that XML excludes, refers to another
     ///         entity than the five predefined ones, has a document type declaration of more than a name, or is beyond
     ///         one of the limits above; the object stays as it was.

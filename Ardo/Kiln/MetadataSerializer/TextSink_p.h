@@ -9,8 +9,8 @@
 namespace Ardo::Kiln::MetadataSerializer
 {
 
-/// Appends what is written to a text, which has to outlive the buffer. What was written last is there after a flush.
-/// The writers of documents write mostly single characters: these are collected first.
+/// A stream buffer that appends to a text, which must outlive it. The writers of documents write mostly single
+/// characters, which are buffered until a flush.
 class TextSink : public std::streambuf
 {
 public:

@@ -22,7 +22,7 @@ constexpr char TabStandIn = '\x01';
 constexpr char LineFeedStandIn = '\x02';
 constexpr char CarriageReturnStandIn = '\x03';
 
-/// A node's name and where it hangs, for messages.
+/// A node's name and its parent, for messages.
 struct Place
 {
     const Place* parent;

@@ -8,13 +8,13 @@
 namespace Ardo::Kiln::MetadataSerializer
 {
 
-/// Holds a document against the limits of readers before it is written.
+/// Checks a document against the limits of readers before it is written.
 /// \throws boost::property_tree::ptree_bad_data if it has too many nodes or is nested too deep.
 void CheckLimits(const boost::property_tree::ptree& document, SerializeType type);
 
-/// Prepares a tree for the writer of XML. A text keeps its tabs, line feeds and carriage returns in any reader only if
-/// they are character references, and the writer has no way to say that: where it matters they are replaced by control
-/// characters that no document can hold, and RestoreWhiteSpace turns these into references afterwards.
+/// Prepares a tree for the writer of XML. Readers keep tabs, line feeds and carriage returns of a text only if they are
+/// character references, which the writer cannot write. So they are replaced, where readers would change them, by
+/// control characters that no document can hold, and RestoreWhiteSpace replaces these by references afterwards.
 /// \returns true if any was replaced.
 /// \throws boost::property_tree::ptree_bad_data: see Serializable::SerializeToString.
 bool PrepareForXml(boost::property_tree::ptree& tree);

@@ -10,7 +10,7 @@ namespace Ardo::Kiln::MetadataSerializer
 namespace
 {
 
-/// True for attributes that any element may have: they say something about names, or where a schema is.
+/// True for attributes that any element may have: those of namespaces and of schema instances.
 bool IsForEveryElement(const std::string& attribute)
 {
     constexpr std::string_view Prefix = "xmlns:";
@@ -43,7 +43,8 @@ void TreeReader::ReadDetectors(MetadataLib::DetectorList& detectors)
         const auto typeNode = node.second.find("DetectorType");
         if (typeNode == node.second.not_found())
         {
-            // The rest of the base is read first: a name that is missing, too, is the first fault of the element.
+            // The other fields of the base are read first, so that a missing name is reported as the first fault of the
+            // element.
             Detector base;
             TreeReader baseReader = reader();
             VisitFields(base, baseReader);
@@ -163,7 +164,7 @@ void TreeReader::ReportUnknown(const NameCollector& known)
 
 void TreeReader::ReportChildren(const Tree& node, const std::string& key)
 {
-    // The node of a value with attributes is the record's own: its children are reported there.
+    // A value with attributes is read by a reader of its own, which reports the children of the node.
     if (&node == &m_tree || node.empty())
     {
         return;

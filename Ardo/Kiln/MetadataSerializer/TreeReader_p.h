@@ -21,8 +21,8 @@ namespace Ardo::Kiln::MetadataSerializer
 
 /// Visitor that fills the fields of one record from one node of the tree.
 ///
-/// Fields usually stand in document order: the reader walks along and searches by name only when the next element is
-/// not the one that it looks for. Of several elements of one name the first counts.
+/// Fields usually stand in document order: the reader searches by name only when the next element is not the expected
+/// one. Of several elements of one name the first counts.
 class TreeReader
 {
 public:
@@ -35,7 +35,7 @@ public:
     {
     }
 
-    /// Reads all fields of \p record, then reports the elements that are none of them.
+    /// Reads all fields of \p record, then reports the elements that belong to no field.
     template <typename T>
     void ReadRecord(T& record)
     {
@@ -329,8 +329,8 @@ private:
     void ReadCustomPropertyGroup(MetadataLib::CustomPropertyMap& properties);
     void ReadCustomProperty(MetadataLib::CustomPropertyMap& properties, std::set<std::string>& names);
 
-    // What is found is told with its place. The texts are made before it is known whether anybody wants them: that
-    // happens for documents with faults only.
+    // Reports of faults with their place. The texts are made also when they are dropped later, which costs time only
+    // for documents with faults.
 
     /// Reports something about \p node, the child or attribute \p key of this reader's node; null: this node itself.
     void Report(const Tree* node, const std::string& key, const std::string& text);
@@ -340,7 +340,7 @@ private:
 
     void ReportUnknown(const NameCollector& known);
     void ReportChildren(const Tree& node, const std::string& key);
-    /// Reports a child that nobody reads; of attributes, each one.
+    /// Reports a child that belongs to no field; of attributes, each one.
     void ReportUnread(const Node& child);
     /// Reports text that stands among elements.
     void ReportText();
@@ -349,7 +349,7 @@ private:
     /// The text in quotes and in bounds.
     static std::string Quoted(const std::string& text) { return '"' + Shown(text) + '"'; }
 
-    // What a text is not that does not convert.
+    // The type of a value for a message about a text that does not convert.
     static std::string NoSuchValue(bool) { return "no boolean"; }
     static std::string NoSuchValue(std::int32_t) { return "no whole number of 32 bits"; }
     static std::string NoSuchValue(double) { return "no number"; }
@@ -357,7 +357,7 @@ private:
     static std::string NoSuchValue(MetadataLib::TimePoint) { return "no time"; }
     static std::string NoSuchValue(const std::string&) { return "no text"; }
 
-    /// The names of the nodes from the root to this one, for people: "/Metadata/Optics".
+    /// The names of the nodes from the root to this one, for messages: "/Metadata/Optics".
     std::string Place() const;
     /// The path to this reader's node, or on to a child or attribute of it. Searches each level.
     NodePath Path(const Tree* child) const;
@@ -368,7 +368,7 @@ private:
     const Tree* m_attributes = nullptr; ///< Null until an attribute was looked for and there are any.
     std::size_t m_foundAttributes = 0;  ///< Attributes that belong to fields.
     bool m_hasOwnText = false;          ///< The text of the node is the value of a field.
-    bool m_isOpen = false;              ///< Content that is not known is allowed.
+    bool m_isOpen = false;              ///< Unknown content is not reported.
     SerializeType m_type;
     ReadReport& m_report;
     const TreeReader* m_parent;

@@ -16,8 +16,8 @@
 namespace Ardo::Kiln::MetadataSerializer
 {
 
-/// Visitor that writes the fields of one record into one node of the tree. Nodes are appended and then filled in place:
-/// the tree cannot move, and copying finished sub-trees would double the cost of a document.
+/// Visitor that writes the fields of one record into one node of the tree. Nodes are appended and then filled in place,
+/// because the tree has no move operations, and copying finished sub-trees would double the cost of a document.
 class TreeWriter
 {
 public:
@@ -134,7 +134,7 @@ public:
     {
         if constexpr (NamedEnumeration<T>)
         {
-            // A value beyond the names must not be produced; there is no text that a reader could take for it.
+            // A value without a name is an error of the program: no text could represent it.
             const auto index = static_cast<std::size_t>(value) - 1;
             if (index < EnumerationNames<T>::Names.size())
             {

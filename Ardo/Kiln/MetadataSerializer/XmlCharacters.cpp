@@ -35,7 +35,7 @@ constexpr std::array<Interval, 16> NameStart{{{':', ':'},
                                               {0xFDF0, 0xFFFD},
                                               {0x10000, 0xEFFFF}}};
 
-// What NameChar adds to it.
+// The further characters of the production NameChar.
 constexpr std::array<Interval, 5> NameOther{{{'-', '.'}, {'0', '9'}, {0xB7, 0xB7}, {0x300, 0x36F}, {0x203F, 0x2040}}};
 
 template <std::size_t Count>
@@ -45,14 +45,14 @@ bool IsIn(const std::array<Interval, Count>& intervals, char32_t c)
                        [c](const Interval& interval) { return c >= interval.first && c <= interval.last; });
 }
 
-/// True for characters that names are usually made of, so that the intervals need not be searched.
+/// True for the usual characters of names, for which the intervals need not be searched.
 constexpr bool IsPlainNameCharacter(char c)
 {
     return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || c == '_';
 }
 
-/// The number of bytes at the front of \p text, eight at a time, that are ASCII and not below \p lowest. Nearly all of
-/// a document is, and every byte of it passes here.
+/// The number of bytes at the front of \p text, eight at a time, that are ASCII and not below \p lowest. Fast, because
+/// nearly all text is ASCII and every byte of a document is checked.
 std::size_t PlainLength(std::string_view text, unsigned char lowest)
 {
     constexpr std::uint64_t EachByte = 0x0101010101010101U;

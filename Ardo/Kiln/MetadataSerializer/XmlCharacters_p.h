@@ -8,9 +8,9 @@
 namespace Ardo::Kiln::MetadataSerializer
 {
 
-// What XML 1.0 (fifth edition) calls characters and names.
+// Characters and names as XML 1.0 (fifth edition) defines them.
 
-/// A code point and where it stands in UTF-8 text.
+/// A code point and the length of its UTF-8 sequence.
 struct CodePoint
 {
     char32_t value = 0;

@@ -11,16 +11,16 @@
 namespace Ardo::Kiln::MetadataSerializer
 {
 
-/// Walks through an XML document without recursion and tells an observer what it meets, in document order:
+/// Walks through an XML document without recursion and calls an observer, in document order:
 ///
-///   Element(at), Attribute(at), Comment(at)    a node of the tree begins at the offset \p at
-///   Enter(at), Leave()                         the content of the last element begins, ends
-///   Fail(message, at)                          the document is not well-formed (XML 1.0); has to throw
+/// Element(at), Attribute(at), Comment(at)    a node of the tree begins at the offset \p at Enter(at), Leave()
+///   the content of the last element begins, ends Fail(message, at)                          the document is not
+///   well-formed (XML 1.0); must throw
 ///
-/// The walk follows the parser of the property tree step by step, so that nothing which looks like a tag inside a
-/// comment, a CDATA section or an attribute is taken for one. Where that parser reports an error of its own the walk
-/// stops without a word. A document type declaration may hold a name only: a document can neither declare entities of
-/// its own nor name anything to be loaded.
+/// The walk follows the parser of the property tree step by step, so that text inside a comment, a CDATA section or an
+/// attribute is never taken for a tag. Where that parser reports an error of its own the walk stops without an error. A
+/// document type declaration may hold a name only: a document can neither declare entities nor refer to other
+/// resources.
 template <typename Observer>
 class XmlScanner
 {
@@ -43,7 +43,7 @@ public:
             m_at = std::min(m_text.find('<', m_at), m_text.size());
             if (m_open.empty())
             {
-                more = IsBlank(begin, m_at); // the parser wants no text here
+                more = IsBlank(begin, m_at); // the parser accepts no text here
             }
             else
             {
@@ -75,7 +75,7 @@ private:
 
     static bool EndsAttributeName(char c) { return EndsElementName(c) || c == '!' || c == '<' || c == '='; }
 
-    /// Moves behind a name and answers it.
+    /// Moves behind a name and returns it.
     template <typename Ends>
     std::string_view Name(const Ends& ends)
     {
@@ -177,7 +177,7 @@ private:
         const auto isLetter = [rest](std::size_t at, char lower)
         { return at < rest.size() && (rest[at] | 0x20) == lower; };
         const bool isXml = isLetter(2, 'x') && isLetter(3, 'm') && isLetter(4, 'l');
-        // The parser takes the blank after "<?xml" for granted.
+        // The parser does not check the blank after "<?xml".
         const bool isDeclaration = isXml && rest.size() > 5 && IsSpace(rest[5]);
         if (!SkipPast("?>", isDeclaration ? 6 : 2))
         {
@@ -244,7 +244,7 @@ private:
         }
         if (Peek() == '/' && Peek(1) == '>')
         {
-            // The parser enters it as deep as one with an end tag, if only for a moment.
+            // For the parser an empty element is as deep as one with an end tag.
             m_observer.Enter(m_at);
             m_observer.Leave();
             m_at += 2;
@@ -272,7 +272,7 @@ private:
             return false;
         }
         CheckName(name, begin);
-        // The observer keeps their number small.
+        // The observer bounds their number.
         if (std::find(m_attributes.begin(), m_attributes.end(), name) != m_attributes.end())
         {
             m_observer.Fail("an attribute given twice", begin);

@@ -21,7 +21,7 @@ std::string_view TrimmedFront(std::string_view text)
     return text;
 }
 
-/// Takes ' name="value"' off the front of \p text and answers the value; nothing if it does not begin so.
+/// Removes ' name="value"' from the front of \p text and returns the value; empty if the text does not begin so.
 std::optional<std::string_view> TakeValue(std::string_view& text, std::string_view name)
 {
     std::string_view rest = TrimmedFront(text);

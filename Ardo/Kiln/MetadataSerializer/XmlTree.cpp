@@ -23,8 +23,8 @@ using boost::property_tree::xml_parser::xml_parser_error;
 namespace rapidxml = boost::property_tree::detail::rapidxml;
 using XmlNode = rapidxml::xml_node<char>;
 
-/// Appends an empty node, to be filled in place. Each copy of a node costs several allocations, even of an empty one:
-/// there is no way around the one into the tree, but this is the only one.
+/// Appends an empty node, to be filled in place. Each copy of a node costs several allocations, even of an empty one.
+/// The copy into the tree is necessary, and it is the only one here.
 template <typename... Key>
 ptree& Append(ptree& parent, const Key&... key)
 {
