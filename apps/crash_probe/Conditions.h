@@ -22,16 +22,16 @@ std::span<const Condition> Conditions();
 /// ever: the work ends the process.
 [[noreturn]] void RunOnForeignThread(const std::string& kind, const std::function<void()>& work);
 
-/// Runs \p work in a forked child, tells on standard output how the child ended, and returns in the parent only.
+/// Runs \p work in a forked child, prints on standard output how the child ended, and returns in the parent only.
 void RunInChild(const std::function<void()>& work);
 
 /// Prints the process and the thread, as the system numbers them.
 void PrintIds();
 
-/// Prints \p line to standard output without the help of the C library, whose locks may be held for ever.
+/// Prints \p line to standard output without the C library, whose locks may be held for ever.
 void Say(const char* line);
 
-/// Ends the process with status 0, without the help of the C library either.
+/// Ends the process with status 0, without the C library.
 [[noreturn]] void EndQuietly();
 
 } // namespace Ardo::Kiln::CrashProbe

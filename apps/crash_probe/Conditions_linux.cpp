@@ -37,7 +37,7 @@ void Limit(int resource, rlim_t value)
     ::setrlimit(static_cast<__rlimit_resource_t>(resource), &limit);
 }
 
-/// No file can grow beyond this, which is less than the smallest dump.
+/// Limits the size of files to less than the smallest dump.
 void FullDisk()
 {
     constexpr rlim_t Size = 4096;
@@ -54,14 +54,14 @@ void NoDescriptors()
     }
 }
 
-/// Nothing more can be mapped than there is now, and all of that is in use.
+/// Limits the address space to its present size, all of which is in use.
 void NoAddressSpace()
 {
     std::size_t pages = 0;
     std::ifstream("/proc/self/statm") >> pages;
     Limit(RLIMIT_AS, pages * static_cast<std::size_t>(::sysconf(_SC_PAGESIZE)));
-    constexpr std::size_t Largest = 1 << 20;
-    for (std::size_t size = Largest; size >= 16;)
+    constexpr std::size_t MaxSize = 1 << 20;
+    for (std::size_t size = MaxSize; size >= 16;)
     {
         if (std::malloc(size) == nullptr)
         {
@@ -93,7 +93,7 @@ void BrokenPipe()
     }
 }
 
-/// For a process that was started without standard error: its first file gets that number.
+/// For a process that was started without standard error, whose first file gets that number.
 void FileInItsPlace()
 {
     if (::open("data", O_CREAT | O_RDWR, S_IRUSR | S_IWUSR) != STDERR_FILENO)
@@ -102,7 +102,7 @@ void FileInItsPlace()
     }
 }
 
-/// As applications do that have their own idea of a last word.
+/// A terminate handler of the application, which prints a message of its own.
 void OwnTerminateHandler()
 {
     std::set_terminate(

@@ -195,7 +195,7 @@ const char* AbortingText()
 const char* EndlessText()
 {
     static std::mutex mutex;
-    mutex.lock(); // by who throws
+    mutex.lock(); // by the thread that throws
     std::lock_guard lock(mutex);
     for (;;)
     {
@@ -243,7 +243,7 @@ void ThrowFaultyTextFromNoexcept() noexcept
     WithCleanup(&ThrowText<&FaultyText>);
 }
 
-/// what() of an exception that is caught is nobody's business.
+/// what() of a caught exception must not be called.
 void CatchText()
 {
     try
@@ -278,7 +278,7 @@ public:
 
 void CallPureVirtual()
 {
-    // A destructor leaves the function table of its class behind: that of the abstract one, in the end.
+    // Each destructor sets the function table of its class; the last one is that of the abstract base.
     alignas(HalfMadeShutter) unsigned char memory[sizeof(HalfMadeShutter)];
     auto* const shutter = new (memory) HalfMadeShutter;
     Shutter* const volatile abstract = shutter;

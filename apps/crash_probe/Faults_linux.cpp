@@ -25,7 +25,7 @@ namespace Ardo::Kiln::CrashProbe
 namespace
 {
 
-// Everything that the compiler could otherwise see through goes by way of these.
+// Volatile, so that the compiler cannot optimise the faults away.
 int* volatile g_pointer = nullptr;
 void (*volatile g_function)() = nullptr;
 volatile int g_number = 0;
@@ -33,7 +33,7 @@ volatile double g_double = 0;
 
 int* PointerTo(std::uintptr_t address)
 {
-    return reinterpret_cast<int*>(address); // NOLINT(performance-no-int-to-ptr): nothing is there, which is the point
+    return reinterpret_cast<int*>(address); // NOLINT(performance-no-int-to-ptr): deliberately invalid
 }
 
 // Bad accesses ----------------------------------------------------------------------------------------------------
@@ -107,9 +107,12 @@ void Misaligned()
     g_number = *g_pointer;                                 // <- misaligned
 }
 
-// One line: where exactly the stack ends is a matter of chance.
-// clang-format off
-int Recurse(int depth) { volatile char room[1000] = {}; return depth < 0 ? 0 : Recurse(depth + 1) + room[depth % 7]; } // <- stack-overflow
+// One line: at which instruction the stack ends is not determined. clang-format off
+int Recurse(int depth)
+{
+    volatile char room[1000] = {};
+    return depth < 0 ? 0 : Recurse(depth + 1) + room[depth % 7];
+} // <- stack-overflow
 // clang-format on
 
 // Arithmetic and instructions -------------------------------------------------------------------------------------
@@ -159,7 +162,7 @@ void Breakpoint()
     asm volatile("int3\n nop"); // <- breakpoint
 }
 
-/// The breakpoint is the last instruction: behind it stands the next function.
+/// The breakpoint is the last instruction of its function.
 void BreakpointAtTheEnd()
 {
     asm volatile("int3"); // <- breakpoint-last
@@ -180,8 +183,8 @@ void Assert()
 
 void DoubleFree()
 {
-    // Too big for the cache of the thread, which has a check of its own. A second block keeps the first one from being
-    // joined to the rest of the heap.
+    // Too large for the thread's cache, which has a check of its own. A second block prevents the first one from being
+    // merged with the rest of the heap.
     void* volatile block = std::malloc(5000);
     void* volatile border = std::malloc(5000);
     std::free(block);
@@ -220,7 +223,7 @@ void FaultInMalloc()
     // allocator follows them with its lock held (it has one: this process has more than one thread).
     constexpr std::size_t Size = 5000;
     auto* volatile block = static_cast<std::uint64_t*>(std::malloc(Size));
-    void* volatile border = std::malloc(Size); // keeps the block from being joined to the rest of the heap
+    void* volatile border = std::malloc(Size); // prevents the block from being merged with the rest of the heap
     std::free(const_cast<std::uint64_t*>(block));
     std::fill_n(block, 2, 0x1234567812345678);
     g_pointer = static_cast<int*>(std::malloc(Size - 1000)); // <- in-malloc

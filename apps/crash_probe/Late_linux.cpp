@@ -1,4 +1,4 @@
-// Loads the library while it runs, and faults on a thread that knows nothing of it: late LIBRARY.
+// Loads the library while it runs, and faults on a thread that does not use it: late LIBRARY.
 
 #include <cstdio>
 #include <thread>

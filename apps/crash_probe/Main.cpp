@@ -29,7 +29,7 @@ constexpr int WrongUsage = 2;
 int* volatile g_nothing = nullptr;
 volatile int g_number = 0;
 
-/// What a function of the application can do wrong while it is told of a fault.
+/// Faults of an application's function that is called about a fault.
 void Misbehave(const std::string& how)
 {
     if (how == "faults")
@@ -47,7 +47,7 @@ void Misbehave(const std::string& how)
     }
 }
 
-/// A presenter that answers from a thread of its own, or does not answer.
+/// A presenter that answers from another thread, or does not answer.
 void Present(const std::string& how, std::shared_ptr<Notification> notification)
 {
     Say("asked");
@@ -86,7 +86,7 @@ void Apply(const std::string& name, bool isEarly)
     }
 }
 
-/// What the thread that crashes does.
+/// The work of the thread that crashes.
 void Crash(const Options& options, const Scenario& scenario)
 {
     if (options.thread == "main" || options.thread == "worker")
@@ -112,7 +112,7 @@ void Crash(const Options& options, const Scenario& scenario)
         }
         Say("returned");
     }
-    EndQuietly(); // what the crash has left locked would hold up an orderly end
+    EndQuietly(); // locks that the crash has left locked would block an orderly end
 }
 
 /// A forked child, whose parent has another monitored thread, sets its own flags.

@@ -16,7 +16,7 @@ struct Scenario
 /// Faults of the processor and of the system. The line at fault of each bears the comment "<- NAME".
 std::span<const Scenario> Faults();
 
-/// C++ exceptions that nobody catches, and what the language ends a program for. Marked like Faults.
+/// Uncaught C++ exceptions, and other cases in which the language ends a program. Marked like Faults.
 std::span<const Scenario> Exceptions();
 
 } // namespace Ardo::Kiln::CrashProbe

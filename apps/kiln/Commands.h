@@ -7,24 +7,24 @@
 namespace Ardo::Kiln::Tool
 {
 
-/// What `kiln import` was asked for. All texts are UTF-8 as they were given.
+/// The arguments of `kiln import`. All texts are UTF-8 as they were given.
 struct ImportOptions
 {
     std::string image;     ///< The image to read; "-" for standard input.
     std::string output;    ///< The TIFF to write; "-" for standard output.
     std::string pixelSize; ///< A length such as "107 nm", or metres as a plain number; empty when not given.
     std::string metadata;  ///< A record to embed (XML, JSON or TIFF); empty when not given.
-    /// Which image of the file, from 1; not given: the first, and it is said that there are others.
+    /// The number of the image in the file, from 1. Not given: the first, with a message if there are others.
     std::optional<std::uint32_t> page;
-    bool progress = false; ///< Show the progress also when nobody seems to look.
+    bool progress = false; ///< Show the progress also when standard error is not a console.
 };
 
 /// Writes an image and its record as a TIFF file.
-/// \throws Interrupted when Ctrl-C has prevented it.
+/// \throws Interrupted when Ctrl-C has ended it.
 void Import(const ImportOptions& options);
 
-/// Prints what a TIFF file holds, for a person. Pixels or a record that cannot be read are said so, the rest is
-/// printed.
+/// Prints the contents of a TIFF file as readable text. If the pixels or the record cannot be read, an error is printed
+/// on standard error and the rest is shown.
 void Info(const std::string& file);
 
 /// Writes the record of a TIFF, XML or JSON file as a document.
@@ -32,7 +32,7 @@ void Info(const std::string& file);
 /// \param output a file, or "-" for standard output.
 void WriteMetadata(const std::string& file, const std::string& format, const std::string& output);
 
-/// Holds the record of a TIFF, XML or JSON file against the schema.
+/// Validates the record of a TIFF, XML or JSON file against the schema.
 /// \returns false after printing its faults.
 bool Validate(const std::string& file);
 
@@ -41,7 +41,7 @@ bool Validate(const std::string& file);
 /// \returns false after printing the differences.
 bool Compare(const std::string& first, const std::string& second, bool allowAdditions);
 
-/// What `kiln format` was asked for. Empty texts: not given.
+/// The arguments of `kiln format`. Empty texts: not given.
 struct FormatOptions
 {
     std::string value; ///< In the base unit.
@@ -55,7 +55,7 @@ struct FormatOptions
 /// Prints a quantity as text with an SI prefix.
 void Format(const FormatOptions& options);
 
-/// Prints the number in base units that a quantity's text stands for.
+/// Parses the text of a quantity and prints its value in base units.
 void Parse(const std::string& text, const std::string& unit);
 
 } // namespace Ardo::Kiln::Tool

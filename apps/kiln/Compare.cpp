@@ -20,15 +20,15 @@ namespace Ardo::Kiln::Tool
 namespace
 {
 
-constexpr std::size_t MaximumDifferences = 20;
+constexpr std::size_t MaxDifferences = 20;
 
-/// Collects what differs and prints it in the end, so that a file that differs everywhere does not flood the screen.
+/// Collects the differences and prints them at the end, at most MaxDifferences of them.
 class Differences
 {
 public:
     void Add(const std::string& text)
     {
-        if (++m_count <= MaximumDifferences)
+        if (++m_count <= MaxDifferences)
         {
             m_text += "different: " + text + "\n";
         }
@@ -38,7 +38,7 @@ public:
 
     std::string Text() const
     {
-        const std::size_t rest = m_count > MaximumDifferences ? m_count - MaximumDifferences : 0;
+        const std::size_t rest = m_count > MaxDifferences ? m_count - MaxDifferences : 0;
         return rest == 0 ? m_text : m_text + "and " + std::to_string(rest) + " more\n";
     }
 

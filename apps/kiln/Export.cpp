@@ -24,7 +24,7 @@ using Threading::BackgroundWorker;
 using Threading::ConsoleInterrupt;
 using Threading::ScopedScheduledWork;
 
-/// One line of standard error that is written over and over.
+/// One line on standard error that is overwritten with each update.
 class Progress
 {
 public:
@@ -58,7 +58,8 @@ private:
 
 void RunExport(const ExportSteps& steps, bool showsProgress)
 {
-    // A function is copied on its way to the worker, a task cannot be. It keeps the exception for this thread.
+    // A packaged_task keeps the exception for this thread. It is shared, because it cannot be copied as functions of a
+    // worker are.
     std::atomic<int> percent = 0;
     std::atomic<bool> isEnded = false;
     const auto write = std::make_shared<std::packaged_task<void()>>(
@@ -75,7 +76,7 @@ void RunExport(const ExportSteps& steps, bool showsProgress)
     const auto commit = std::make_shared<std::packaged_task<void()>>(
         [&]
         {
-            write->get_future().get(); // is there, for the steps run in order; a failure goes on from here
+            write->get_future().get(); // ready, because the steps run in order; throws the failure of the step
             steps.commit();
         });
     std::future<void> done = commit->get_future();
@@ -83,7 +84,7 @@ void RunExport(const ExportSteps& steps, bool showsProgress)
     const ConsoleInterrupt interrupt;
     Progress progress(steps.name, showsProgress || ConsoleInterrupt::IsStandardErrorShown());
     BackgroundWorker worker("Export");
-    // These wait for the step that runs and cancel the other, whatever ends this function.
+    // Their destructors wait for the running step and cancel the other, also when this function throws.
     const ScopedScheduledWork writing = worker.Schedule([write] { (*write)(); });
     ScopedScheduledWork committing = worker.Schedule([commit] { (*commit)(); });
     while (done.wait_for(std::chrono::milliseconds(20)) != std::future_status::ready)

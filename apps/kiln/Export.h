@@ -7,15 +7,15 @@
 namespace Ardo::Kiln::Tool
 {
 
-/// What is to be exported, in two steps.
+/// An export in two steps.
 struct ExportSteps
 {
-    /// Is told how many bytes are written and how many there will be about; answers false when that is to end.
+    /// Called with the number of bytes written and the approximate size of the file; returns false to end the write.
     using Progress = std::function<bool(std::uint64_t written, std::uint64_t size)>;
 
-    std::string name;                           ///< What a person calls the file.
-    std::function<void(const Progress&)> write; ///< Writes the file. Throws when its progress answers false.
-    std::function<void()> commit;               ///< Makes it count.
+    std::string name;                           ///< The name of the file for messages.
+    std::function<void(const Progress&)> write; ///< Writes the file. Throws when its progress returns false.
+    std::function<void()> commit;               ///< Gives the file its name.
 };
 
 /// Runs the steps one after the other on a thread of their own, while the calling one shows progress, if

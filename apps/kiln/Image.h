@@ -12,7 +12,7 @@
 namespace Ardo::Kiln::Tool
 {
 
-/// An image with what the file says about it.
+/// An image and the further contents of its file.
 struct LoadedImage
 {
     std::unique_ptr<Imaging::const_raw_image> image; ///< Never null.

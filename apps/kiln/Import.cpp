@@ -32,7 +32,7 @@ using MetadataLib::Metadata;
 
 double ParseMetres(const std::string& text)
 {
-    double metres = 0.0; // also what no length is taken for
+    double metres = 0.0; // also the result for a text that is no length
     try
     {
         metres = Formatting::ParseStrictly(Conversion::String::FromUtf8(text), Formatting::Units::Metre);
@@ -74,7 +74,8 @@ void Complete(std::optional<T>& field, const Value& value)
     }
 }
 
-/// Adds what the image tells and the record leaves open. A record that belongs to an image of another size is refused.
+/// Sets the fields that follow from the image, unless the record has them. A record of an image of another size is
+/// refused.
 void DescribeImage(Metadata& metadata, const const_raw_image& image, const ImportOptions& options)
 {
     auto& result = metadata.BinaryResult;
@@ -101,7 +102,7 @@ void DescribeImage(Metadata& metadata, const const_raw_image& image, const Impor
     Complete(metadata.Core.FileDatetime, Now());
 }
 
-/// The record to be written. That of the image itself stays as it is; nothing is added to it but what was asked for.
+/// The record to be written. The image's own record gets only the fields that were given as options.
 Metadata RecordFor(const LoadedImage& loaded, const ImportOptions& options)
 {
     Metadata metadata;
@@ -141,7 +142,7 @@ void Import(const ImportOptions& options)
     if (!options.pixelSize.empty())
     {
         static_cast<void>(
-            ParseMetres(options.pixelSize)); // before anything is read: a wrong command line fails at once
+            ParseMetres(options.pixelSize)); // before anything is read, so that a wrong command line fails at once
     }
 
     const InputFile input(options.image);
@@ -167,7 +168,7 @@ void Import(const ImportOptions& options)
     };
     if (options.output == StandardStream)
     {
-        // A TIFF is not written from front to back, so it goes through a file.
+        // A TIFF is not written sequentially, so it is written to a temporary file first.
         const FileSystem::TemporaryFile file;
         write(file.Path(), [] {});
         PrintFile(file.Path());

@@ -23,7 +23,7 @@ using MetadataLib::Metadata;
 
 constexpr double NotGiven = std::numeric_limits<double>::quiet_NaN();
 
-/// The lines of the report: a title column and what belongs to it. A title is printed once for its lines.
+/// The lines of the report: a column of titles and a column of texts. A title is printed once for its lines.
 class Report
 {
 public:
@@ -253,7 +253,7 @@ void DescribeRecord(Report& report, const ImageIO::TiffReader& reader, const Met
     DescribeDetectors(report, metadata);
 }
 
-/// What is said of a file's pixels.
+/// The facts about a file's pixels.
 struct PixelReport
 {
     std::uint32_t pageCount = 1;
@@ -296,7 +296,7 @@ void Info(const std::string& file)
         {
             throw Failure(file + ": " + error.what());
         }
-        areFieldsWhole = reader.GetStripCount() == 0; // tiles, which this reader leaves to others
+        areFieldsWhole = reader.GetStripCount() == 0; // tiles, which this reader does not support
     }
 
     const PixelReport pixels = ExaminePixels(input);

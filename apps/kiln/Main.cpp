@@ -16,7 +16,7 @@ namespace
 constexpr int Done = 0;
 constexpr int Failed = 1;
 constexpr int WrongUsage = 2;
-constexpr int WasInterrupted = 130; // what a shell says of a program that Ctrl-C has ended
+constexpr int WasInterrupted = 130; // the status that shells give for a program ended by Ctrl-C
 
 constexpr const char* Version = "kiln " KILN_VERSION;
 
@@ -24,7 +24,7 @@ constexpr const char* Footer =
     R"(A file name of "-" is standard input or standard output. Results go to standard output, messages to standard
 error. Exit status: 0 done, 1 failed (or not valid, or different), 2 wrong usage, 130 interrupted by Ctrl-C.)";
 
-/// Does what a command asks for, with its log around it.
+/// Runs a command with its log.
 template <typename Action>
 void Do(const std::string& logFolder, const CLI::App* command, Action action)
 {
@@ -44,7 +44,7 @@ void Do(const std::string& logFolder, const CLI::App* command, Action action)
     LogDebug("end " + command->get_name());
 }
 
-/// Refuses empty texts, which commands take for "not given". Only a unit and a prefix may be none.
+/// Refuses empty texts, because the commands take them for "not given". Only a unit and a prefix may be empty.
 void RefuseEmptyTexts(CLI::App& app)
 {
     const CLI::Validator notEmpty([](const std::string& text) { return std::string(text.empty() ? "is empty" : ""); },
@@ -92,9 +92,9 @@ int Run(int argc, char** argv)
     command->add_option("--pixel-size", import.pixelSize,
                         "Width and height of a pixel: \"107 nm\", or a plain number of metres");
     command->add_option("--metadata", import.metadata, "The record to embed: an XML, JSON or TIFF file");
-    constexpr std::uint32_t MostPages = 65'536;
+    constexpr std::uint32_t MaxPages = 65'536;
     command->add_option("--page", import.page, "Which image of a file that has several, from 1")
-        ->check(CLI::Range(std::uint32_t{1}, MostPages));
+        ->check(CLI::Range(std::uint32_t{1}, MaxPages));
     command->add_flag("--progress", import.progress, "Show the progress on standard error also when it is no console");
     on(command, [&] { Import(import); });
 

@@ -32,19 +32,19 @@ std::string QuantityText(double value, const std::string& unit)
     }
     try
     {
-        // Of zero every prefix is right, and none is what a person writes.
+        // Zero fits every prefix; it is written without one.
         const Prefix smallest = value == 0.0 ? Prefix::None : Prefix::Femto;
         std::string text = Conversion::String::ToUtf8(Formatting::SI(
             value, Conversion::String::FromUtf8(unit), Decimals, NotGiven, NotGiven, smallest, Prefix::Exa, false));
         while (text.ends_with(' '))
         {
-            text.pop_back(); // a pure number has an empty unit behind its space
+            text.pop_back(); // a pure number has a space before its empty unit
         }
         return text;
     }
     catch (const std::logic_error&)
     {
-        return NumberText(value) + " " + unit; // a unit from a document that is none
+        return NumberText(value) + " " + unit; // the text from the document is no unit
     }
 }
 

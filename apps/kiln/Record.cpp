@@ -74,7 +74,7 @@ std::optional<RecordDocument> DocumentOf(const InputFile& file, const std::strin
 
 MetadataLib::Metadata ReadDocument(const RecordDocument& document, const std::string& name)
 {
-    if (document.text.size() > Serializable::MaxTextSize) // the reader would pass over it without a word
+    if (document.text.size() > Serializable::MaxTextSize) // the reader would ignore it without an error
     {
         throw Failure(name + ": the record has " + std::to_string(document.text.size()) + " bytes, readers take " +
                       std::to_string(Serializable::MaxTextSize));

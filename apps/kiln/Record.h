@@ -10,7 +10,7 @@
 namespace Ardo::Kiln::Tool
 {
 
-/// What a file is, told from its first bytes.
+/// The kind of a file, recognised by its first bytes.
 enum class FileKind
 {
     Tiff,
@@ -28,11 +28,10 @@ struct RecordDocument
     MetadataSerializer::SerializeType type;
 };
 
-/// The document that a file is, or that a TIFF file holds, well-formed or not; nothing when there is none. The pixels
-/// of a TIFF are not looked at.
+/// The document in an XML, JSON or TIFF file, well-formed or not; empty when there is none. The pixels of a TIFF are
+/// not read.
 /// \param name names the file in messages.
-/// \throws Failure when the file cannot be read,
-/// or the document is longer than readers take.
+/// \throws Failure when the file cannot be read, or the document is longer than readers accept.
 std::optional<RecordDocument> DocumentOf(const InputFile& file, const std::string& name);
 
 /// Reads a document.

@@ -34,16 +34,16 @@ using Faults = std::vector<SchemaValidator::Fault>;
 void Collect(void* faults, xmlErrorPtr error)
 {
     auto& collected = *static_cast<Faults*>(faults);
-    if (collected.size() >= SchemaValidator::MaximumFaults)
+    if (collected.size() >= SchemaValidator::MaxFaults)
     {
         return;
     }
     SchemaValidator::Fault fault{static_cast<std::size_t>(std::max(error->line, 0)), "",
                                  error->message != nullptr ? error->message : "unknown fault"};
-    constexpr std::size_t MaximumLength = 300; // it quotes the document
-    if (fault.text.size() > MaximumLength)
+    constexpr std::size_t MaxLength = 300; // it quotes the document
+    if (fault.text.size() > MaxLength)
     {
-        fault.text.resize(MaximumLength);
+        fault.text.resize(MaxLength);
         fault.text += "...";
     }
     while (!fault.text.empty() && fault.text.back() == '\n')
@@ -63,8 +63,8 @@ void Collect(void* faults, xmlErrorPtr error)
 
 void Drop(void*, const char*, ...) {}
 
-/// Puts blanks in the place of the XML declaration: documents are UTF-8, whatever it says, and the library would look
-/// for another encoding or refuse one that it does not know.
+/// Replaces the XML declaration by blanks: documents are always UTF-8, but libxml2 would decode them as the declaration
+/// says, or refuse an encoding that it does not know.
 std::string WithoutDeclaration(std::string xml)
 {
     const std::size_t begin = xml.starts_with("\xEF\xBB\xBF") ? 3 : 0;
@@ -83,8 +83,8 @@ bool IsNamed(const xmlNode& node, std::string_view name)
     return node.type == XML_ELEMENT_NODE && reinterpret_cast<const char*>(node.name) == name;
 }
 
-/// Gives detectors of the type "Metadata" another name: the schema, which declares the root element, would take each
-/// for a whole document.
+/// Renames detectors of the type "Metadata": the schema declares the root element of this name and would validate each
+/// as a whole document.
 void RenameDetectors(const xmlNode& root)
 {
     for (const xmlNode* section = root.children; section != nullptr; section = section->next)
@@ -109,7 +109,7 @@ struct SchemaValidator::Implementation
 
 SchemaValidator::SchemaValidator() : m_implementation(std::make_unique<Implementation>())
 {
-    // What the library has no structured error for would go to standard error as it is.
+    // libxml2 would print errors without a structured form to standard error.
     xmlSetGenericErrorFunc(nullptr, Drop);
     Faults faults;
     const SchemaParser parser(

@@ -9,7 +9,7 @@
 namespace Ardo::Kiln::Tool
 {
 
-/// Holds XML metadata documents against the schema of the product. One thread at a time.
+/// Validates XML metadata documents against the schema of the product. One thread at a time may use an object.
 class SchemaValidator
 {
 public:
@@ -21,12 +21,12 @@ public:
     SchemaValidator(const SchemaValidator&) = delete;
     SchemaValidator& operator=(const SchemaValidator&) = delete;
 
-    /// \param xml a whole document in UTF-8 that MetadataSerializer::CheckDocument takes for a record: other text may
-    /// cost more time than grows with its length. Text that is not XML is a fault. Nothing that it names is loaded.
-    /// \returns its faults in document order, at most MaximumFaults of them; empty: a valid document.
+    /// \param xml a whole document in UTF-8 that MetadataSerializer::CheckDocument accepts as a record: for other text
+    ///        the time may grow faster than the length. Text that is not XML is a fault. No other resource is loaded.
+    /// \returns its faults in document order, at most MaxFaults of them; empty: a valid document.
     std::vector<Fault> Validate(const std::string& xml);
 
-    static constexpr std::size_t MaximumFaults = 100;
+    static constexpr std::size_t MaxFaults = 100;
 
 private:
     struct Implementation;

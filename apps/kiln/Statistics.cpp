@@ -19,7 +19,7 @@ namespace
 using Imaging::const_raw_image;
 using Imaging::PixelKind;
 
-/// The values of a row, or of several: how many, their mean, and the sum of the squares of their distances from it.
+/// Count and mean of the values of one or more rows, and the sum of their squared distances from the mean.
 struct Moments
 {
     double count = 0.0;
@@ -28,7 +28,7 @@ struct Moments
     double minimum = std::numeric_limits<double>::infinity();
     double maximum = -std::numeric_limits<double>::infinity();
 
-    /// Adds other values. The distances are those of Chan, Golub and LeVeque (1979): no difference of large sums.
+    /// Adds other values with the formula of Chan, Golub and LeVeque (1979), which avoids differences of large sums.
     void Add(const Moments& other)
     {
         if (other.count == 0.0)
@@ -61,8 +61,8 @@ Moments MomentsOf(const Sample* row, std::uint32_t width)
         minimum = std::min(minimum, row[x]);
         maximum = std::max(maximum, row[x]);
     }
-    // The same sums of the distances from the first value, so that no difference of large numbers is left to doubles.
-    // They fit, therefore arithmetic modulo 2^64 gives them.
+    // The same sums for the distances from the first value, so that doubles are not subtracted from large doubles. They
+    // fit 64 bits, so arithmetic modulo 2^64 gives the exact values.
     const std::uint64_t first = row[0];
     const auto distances = static_cast<double>(static_cast<std::int64_t>(sum - width * first));
     const auto distanceSquares = static_cast<double>(squares - 2 * first * sum + width * first * first);
@@ -72,8 +72,8 @@ Moments MomentsOf(const Sample* row, std::uint32_t width)
             static_cast<double>(minimum), static_cast<double>(maximum)};
 }
 
-/// Floats, all of them finite: their distances from the first one, in sums side by side, because one alone would wait
-/// for each addition to end before the next.
+/// Floats, all of them finite. The distances from the first one are added in several sums: the additions of a single
+/// sum would depend on each other.
 Moments MomentsOfFinite(const float* row, std::size_t width)
 {
     constexpr std::size_t Lanes = 8;
@@ -113,7 +113,7 @@ Moments MomentsOfFinite(const float* row, std::size_t width)
 
 Moments MomentsOf(const float* row, std::uint32_t width)
 {
-    // As a number, what is behind the sign says how large a float is; infinities and what is no number come last.
+    // As integers the bits without the sign order floats by magnitude; infinities and NaNs come last.
     constexpr std::uint32_t Magnitude = 0x7fffffff;
     constexpr std::uint32_t Infinity = 0x7f800000;
     std::uint32_t largest = 0;

@@ -7,7 +7,7 @@
 namespace Ardo::Kiln::Tool
 {
 
-/// What the grey values of an image are like. Values that are no finite numbers do not count.
+/// Statistics of the grey values of an image. Values that are not finite are ignored.
 struct Statistics
 {
     double minimum;

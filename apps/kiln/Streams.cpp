@@ -104,7 +104,7 @@ InputFile::InputFile(const std::string& name) : m_name(name == StandardStream ? 
     {
         throw Failure(name + ": is neither a file nor a pipe");
     }
-    std::ifstream file = Open(m_path, name); // also tells at once that a file may not be read
+    std::ifstream file = Open(m_path, name); // throws if the file may not be read
     if (fs::is_fifo(status))
     {
         copy(file);

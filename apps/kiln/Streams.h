@@ -47,22 +47,22 @@ private:
 std::filesystem::path ToPath(const std::string& name);
 
 /// Writes \p text to standard output.
-/// \throws Failure when not all of it gets there.
+/// \throws Failure when it cannot be written completely.
 void Print(std::string_view text);
 
 /// Writes \p text to a file that is complete or not there, or to standard output for "-".
 /// \throws Failure.
 void WriteText(const std::string& name, std::string_view text);
 
-/// Why FileSystem::ReplacementFile could not write a file, in words for a person.
+/// The reason of a failure of FileSystem::ReplacementFile, for messages.
 std::string ReasonOf(const std::filesystem::filesystem_error& error);
 
 /// Copies a temporary file to standard output.
-/// \throws Failure when not all of it gets there.
+/// \throws Failure when it cannot be written completely.
 void PrintFile(const std::filesystem::path& path);
 
-/// \p text made fit for a terminal: control characters, which a hostile document could use to command it, become "?",
-/// and what is not UTF-8 becomes U+FFFD.
+/// \p text for a terminal: control characters, with which a hostile document could control it, become "?", and bytes
+/// that are not UTF-8 become U+FFFD.
 std::string Printable(std::string_view text);
 
 } // namespace Ardo::Kiln::Tool

@@ -22,7 +22,7 @@ namespace Ardo::Kiln::Tool
 namespace
 {
 
-constexpr std::uint64_t MaximumLogSize = 1 << 20;
+constexpr std::uint64_t MaxLogSize = 1 << 20;
 
 class ErrorStreamBackend : public boost::log::sinks::basic_sink_backend<boost::log::sinks::synchronized_feeding>
 {
@@ -57,13 +57,13 @@ ToolLog::ToolLog(const std::string& folder) : m_implementation(std::make_unique<
     {
         Logger::Logging& files = m_implementation->files.emplace(ToPath(folder), L"kiln");
         files.Initialize();
-        files.AddSinks({{L"kiln", MaximumLogSize, {}, Logger::InfoAndAbove}});
+        files.AddSinks({{L"kiln", MaxLogSize, {}, Logger::InfoAndAbove}});
     }
     m_implementation->sink->set_filter(
         [](const boost::log::attribute_value_set& values)
         {
             return boost::log::extract_or_default<Logger::SeverityLevel>("Severity", values, Logger::trace) ==
-                   Logger::warning; // errors end the command, which says so itself
+                   Logger::warning; // an error ends the command, which prints it itself
         });
     boost::log::core::get()->add_sink(m_implementation->sink);
 }

@@ -21,8 +21,8 @@ using MetadataSerializer::DocumentFault;
 using MetadataSerializer::SerializeType;
 using Faults = std::vector<DocumentFault>;
 
-/// True when the text is a document that holds a "Metadata", with few faults for the reader: the cost of the schema
-/// then is that of reading.
+/// True when the text is a document with a "Metadata" and few faults for the reader: then validation costs about as
+/// much as reading.
 bool IsForSchema(const Faults& readerFaults)
 {
     // Neither an error of the parser nor "more is left out" has a place in the document.
@@ -46,14 +46,15 @@ std::string WithoutNumbers(const std::string& path)
     return names;
 }
 
-/// True if the schema's fault says what the reader's does, which for an unknown element stands one level higher.
+/// True if the schema reports the same fault as the reader. For an unknown element the reader's place is one level
+/// higher.
 bool IsSame(const DocumentFault& schema, const DocumentFault& reader)
 {
     return schema.line == reader.line && (WithoutNumbers(schema.place) + '/').starts_with(reader.place + '/');
 }
 
-/// The reader goes first: it bounds what a document costs, and knows what the schema cannot say, such as the values of
-/// custom properties. A JSON document is the reader's alone.
+/// The reader is first: it bounds the cost of a document, and checks what the schema cannot express, such as the values
+/// of custom properties. A JSON document is checked by the reader only.
 Faults FaultsOf(const RecordDocument& document)
 {
     Faults readerFaults = CheckDocument(document.text, document.type);
@@ -62,7 +63,7 @@ Faults FaultsOf(const RecordDocument& document)
         return readerFaults;
     }
     Faults faults = SchemaValidator().Validate(document.text);
-    if (faults.size() == SchemaValidator::MaximumFaults)
+    if (faults.size() == SchemaValidator::MaxFaults)
     {
         return faults;
     }
@@ -95,7 +96,7 @@ bool Validate(const std::string& file)
         report += Printable(file) + ":" + (fault.line > 0 ? std::to_string(fault.line) + ":" : "") + " " +
                   (fault.place.empty() ? "" : Printable(fault.place) + ": ") + Printable(fault.text) + "\n";
     }
-    if (faults.size() == SchemaValidator::MaximumFaults)
+    if (faults.size() == SchemaValidator::MaxFaults)
     {
         report += "The first " + std::to_string(faults.size()) + " faults are shown.\n";
     }

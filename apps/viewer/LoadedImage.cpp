@@ -36,15 +36,15 @@ struct Limits
     double white = -std::numeric_limits<double>::infinity();
 };
 
-/// The limits between which all but a thousandth of the values lie on either side, so that a few hot or dead pixels do
-/// not decide. Where that leaves nothing between them, the smallest and the largest value. Taken from every pixel of a
-/// small image and from a million of a large one.
+/// Limits that leave out a thousandth of the values on each side, so that a few hot or dead pixels have no influence.
+/// If the limits are equal, the smallest and the largest value are taken. They are computed from every pixel of a small
+/// image and from a million of a large one.
 template <class Sample>
 Limits FindLimits(const const_raw_image& image)
 {
-    constexpr std::uint64_t MostSamples = 1'000'000;
+    constexpr std::uint64_t MaxSamples = 1'000'000;
     const auto [width, height] = image.Size();
-    const std::uint64_t step = std::max<std::uint64_t>(1, std::uint64_t{width} * height / MostSamples);
+    const std::uint64_t step = std::max<std::uint64_t>(1, std::uint64_t{width} * height / MaxSamples);
     std::vector<double> samples;
     Limits all;
     std::uint64_t index = 0;
@@ -64,7 +64,7 @@ Limits FindLimits(const const_raw_image& image)
             }
         }
     }
-    constexpr std::size_t FewSamples = 64; // of which each one may matter
+    constexpr std::size_t FewSamples = 64; // too few to leave some out
     if (samples.size() < FewSamples)
     {
         return all;
@@ -77,7 +77,7 @@ Limits FindLimits(const const_raw_image& image)
     return white > black ? Limits{black, white} : all;
 }
 
-/// Makes samples of type \p Sample grey values of 8 bits. What is no number becomes black.
+/// Makes samples of type \p Sample grey values of 8 bits. NaN becomes black.
 template <class Sample>
 void Stretch(const const_raw_image& image, QImage& picture)
 {
@@ -101,10 +101,10 @@ QImage MakePicture(const const_raw_image& image)
     const QImage::Format format = image.Kind() == PixelKind::Rgb8    ? QImage::Format_RGB888
                                   : image.Kind() == PixelKind::Rgba8 ? QImage::Format_RGBA8888
                                                                      : QImage::Format_Grayscale8;
-    constexpr std::uint32_t MostPixels = 32767; // of a side, in Qt's painter
+    constexpr std::uint32_t MaxPixels = 32767; // of a side, in Qt's painter
     const auto [width, height] = image.Size();
     QImage picture;
-    if (width <= MostPixels && height <= MostPixels)
+    if (width <= MaxPixels && height <= MaxPixels)
     {
         picture = QImage(static_cast<int>(width), static_cast<int>(height), format);
     }
@@ -134,7 +134,7 @@ QString Text(const std::wstring& text)
     return QString::fromStdWString(text);
 }
 
-/// A line, unless there is nothing to say.
+/// A line, or nothing if \p text is empty.
 QString Line(const char* name, const QString& text)
 {
     return text.isEmpty() ? QString() : QStringLiteral("%1: %2\n").arg(QLatin1String(name), text);
@@ -189,7 +189,7 @@ try
     }
     catch (const std::exception& exception)
     {
-        // The picture is worth showing without them.
+        // The picture is shown without them.
         Exception::ErrorDialog::ShowWarningDialog(
             Exception::Warning(std::string("The metadata cannot be read: ") + exception.what()));
     }

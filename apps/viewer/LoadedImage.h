@@ -6,10 +6,10 @@
 namespace Ardo::Kiln::Viewer
 {
 
-/// What the window shows of a file.
+/// The contents of the window for one file.
 struct LoadedImage
 {
-    QImage picture; ///< Grey values of more than 8 bits stretched, without a thousandth at each end.
+    QImage picture; ///< Grey values of more than 8 bits are stretched; a thousandth at each end is clipped.
     QString facts;  ///< Lines about the image and its metadata.
 };
 

@@ -52,7 +52,8 @@ ViewerWindow::ViewerWindow(std::function<void(const std::string&)> failed)
     auto* const scrolled = new QScrollArea;
     scrolled->setWidget(m_picture);
     scrolled->setAlignment(Qt::AlignCenter);
-    // Comments come from files: they are plain text, wrap within words, too, and scroll instead of growing.
+    // The comment comes from a file, so it is shown as plain text that wraps also within words, and scrolls instead of
+    // growing.
     constexpr int LinesShown = 8;
     m_facts->setReadOnly(true);
     m_facts->setWordWrapMode(QTextOption::WrapAtWordBoundaryOrAnywhere);
@@ -69,7 +70,7 @@ ViewerWindow::ViewerWindow(std::function<void(const std::string&)> failed)
 void ViewerWindow::Open(const QString& path)
 {
     statusBar()->showMessage(QStringLiteral("Reading %1 ...").arg(path));
-    // The pointer is made here: on the other thread the window might be gone while it is made.
+    // The pointer is made here, because on the other thread the window might be destroyed meanwhile.
     m_loader.Post(
         [this, path, window = Threading::GuardedQObjectPointer(this)]
         {

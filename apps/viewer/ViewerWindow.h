@@ -15,17 +15,17 @@ namespace Ardo::Kiln::Viewer
 
 struct LoadedImage;
 
-/// Shows an image file and what its metadata say. Belongs to the main thread; files are read on a thread of its own.
+/// Shows an image file and its metadata. Belongs to the main thread; files are read on a worker thread.
 class ViewerWindow : public QMainWindow
 {
 public:
-    /// \param failed is told, on the main thread, what kept a file from being shown.
+    /// \param failed called on the main thread with the reason when a file cannot be shown.
     explicit ViewerWindow(std::function<void(const std::string&)> failed);
 
     /// Reads \p path and shows it. Returns at once; of several requests the latest counts.
     void Open(const QString& path);
 
-    /// Waits until the latest request is read; it is shown by the next events.
+    /// Waits until the file of the latest request is read; the next events show it.
     void WaitForFile() { m_loader.Wait(); }
 
 private:
@@ -35,7 +35,7 @@ private:
     std::function<void(const std::string&)> m_failed;
     QLabel* m_picture;
     QPlainTextEdit* m_facts;
-    Threading::Asynchronizer m_loader; ///< Last: its thread ends before what it works for.
+    Threading::Asynchronizer m_loader; ///< Last, so that its thread ends before the other members are destroyed.
 };
 
 } // namespace Ardo::Kiln::Viewer
