@@ -107,12 +107,9 @@ void Misaligned()
     g_number = *g_pointer;                                 // <- misaligned
 }
 
-// One line: at which instruction the stack ends is not determined. clang-format off
-int Recurse(int depth)
-{
-    volatile char room[1000] = {};
-    return depth < 0 ? 0 : Recurse(depth + 1) + room[depth % 7];
-} // <- stack-overflow
+// One line: at which instruction the stack ends is not determined.
+// clang-format off
+int Recurse(int depth) { volatile char room[1000] = {}; return depth < 0 ? 0 : Recurse(depth + 1) + room[depth % 7]; } // <- stack-overflow
 // clang-format on
 
 // Arithmetic and instructions -------------------------------------------------------------------------------------
