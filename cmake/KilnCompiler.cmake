@@ -24,7 +24,9 @@ find_package(Threads REQUIRED)
 
 add_library(KilnCompiler INTERFACE)
 if(MSVC)
-    target_compile_options(KilnCompiler INTERFACE /W4 /permissive- /utf-8 $<$<BOOL:${KILN_WARNINGS_AS_ERRORS}>:/WX>)
+    target_compile_options(
+        KilnCompiler INTERFACE /W4 /permissive- /utf-8 /bigobj /Zc:__cplusplus
+                               $<$<BOOL:${KILN_WARNINGS_AS_ERRORS}>:/WX>)
 else()
     target_compile_options(
         KilnCompiler
@@ -39,6 +41,16 @@ else()
                   -Wcast-qual
                   -Wformat=2
                   $<$<BOOL:${KILN_WARNINGS_AS_ERRORS}>:-Werror>)
+endif()
+
+if(WIN32)
+    # Without NOMINMAX the system's headers define macros min and max. The version is Windows 10, the oldest one supported.
+    target_compile_definitions(KilnCompiler INTERFACE NOMINMAX _WIN32_WINNT=0x0A00)
+    if(NOT MSVC)
+        target_compile_options(KilnCompiler INTERFACE -Wa,-mbig-obj) # templates make more sections than the format has
+    endif()
+    # The system looks for DLLs beside the program.
+    set(CMAKE_RUNTIME_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/bin)
 endif()
 
 # What uses Qt is compiled with -fPIC, as Qt asks. So is everything else: the tests share one precompiled header.

@@ -18,7 +18,9 @@ function(kiln_begin_library)
                    VERIFY_INTERFACE_HEADER_SETS ON)
     target_link_libraries(Common PUBLIC Boost::log Qt5::Core PRIVATE KilnCompiler)
     target_compile_features(Common PUBLIC cxx_std_20)
-    if(NOT WIN32)
+    if(WIN32)
+        set_target_properties(Common PROPERTIES PREFIX "") # Common.dll with every compiler
+    else()
         target_link_options(Common PRIVATE -Wl,-z,nodelete) # signal handlers and a thread stay after dlclose
     endif()
 

@@ -3,6 +3,7 @@
 #include "Ardo/Kiln/FileSystem/WidePath.h"
 #include "Ardo/Kiln/Logger/LockWithin_p.h"
 #include "Ardo/Kiln/Logger/LogText_p.h"
+#include "Ardo/Kiln/Platform/FileRename.h"
 #include "Ardo/Kiln/Platform/SharedAppendFile.h"
 #include "Ardo/Kiln/Platform/StandardError.h"
 
@@ -385,7 +386,7 @@ std::error_code LogFile::Rotate()
     }
     for (unsigned number = m_fileCount - 1; number > 0; --number)
     {
-        fs::rename(RotatedName(m_path, number - 1), RotatedName(m_path, number), error);
+        error = Platform::RenameFile(RotatedName(m_path, number - 1), RotatedName(m_path, number));
         if (error && error != std::errc::no_such_file_or_directory)
         {
             return error;

@@ -1,6 +1,7 @@
 #include "Ardo/Kiln/Platform/FileAttributes.h"
 
 #include "Ardo/Kiln/Platform/ScopedHandle_win.h"
+#include "Ardo/Kiln/Platform/SystemError.h"
 
 namespace Ardo::Kiln::Platform
 {
@@ -13,13 +14,11 @@ bool IsHidden(const std::filesystem::path& file)
 
 std::error_code ClearHidden(const std::filesystem::path& file)
 {
-    const DWORD attributes = ::GetFileAttributesW(file.c_str());
-    if (attributes == INVALID_FILE_ATTRIBUTES ||
-        !::SetFileAttributesW(file.c_str(), attributes & ~static_cast<DWORD>(FILE_ATTRIBUTE_HIDDEN)))
-    {
-        return {static_cast<int>(::GetLastError()), std::system_category()};
-    }
-    return {};
+    // A file that is not hidden, or does not exist, is left alone: as on the other system.
+    return !IsHidden(file) || ::SetFileAttributesW(file.c_str(), ::GetFileAttributesW(file.c_str()) &
+                                                                     ~static_cast<DWORD>(FILE_ATTRIBUTE_HIDDEN))
+               ? std::error_code()
+               : LastSystemError();
 }
 
 bool MayWrite(const std::filesystem::path& file) noexcept

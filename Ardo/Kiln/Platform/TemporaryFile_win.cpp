@@ -1,5 +1,6 @@
 #include "Ardo/Kiln/Platform/TemporaryFile.h"
 
+#include "Ardo/Kiln/Platform/FileRename.h"
 #include "Ardo/Kiln/Platform/ScopedHandle_win.h"
 #include "Ardo/Kiln/Platform/SystemError.h"
 
@@ -63,10 +64,13 @@ std::error_code TemporaryFile::Create(const fs::path& folder, Rights)
 
 std::error_code TemporaryFile::MoveTo(const fs::path& target)
 {
-    if (!::FlushFileBuffers(m_system->file.Get()) ||
-        !::MoveFileExW(m_system->path.c_str(), target.c_str(), MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH))
+    if (!::FlushFileBuffers(m_system->file.Get()))
     {
         return LastSystemError();
+    }
+    if (const std::error_code error = RenameFile(m_system->path, target))
+    {
+        return error;
     }
     m_system->path.clear();
     m_system.reset();

@@ -18,16 +18,12 @@ std::optional<std::tm> Split(TimePoint time, std::optional<std::tm> (&split)(std
     return seconds > 0 ? split(seconds) : std::nullopt;
 }
 
-const wchar_t* FormatOf(TimeFormat format)
+/// Appends the offset of local time from UTC as hours and minutes: the "%z" of some C libraries is the zone's name.
+void AppendOffset(std::wostream& text, std::chrono::seconds offset)
 {
-    switch (format)
-    {
-    case TimeFormat::Plain:
-        return L"%F %T";
-    case TimeFormat::Iso:
-        return L"%FT%T%z";
-    }
-    return L"";
+    const auto minutes = std::chrono::abs(std::chrono::duration_cast<std::chrono::minutes>(offset)).count();
+    text << (offset < std::chrono::seconds(0) ? L'-' : L'+') << std::setfill(L'0') << std::setw(2) << minutes / 60
+         << std::setw(2) << minutes % 60;
 }
 
 } // namespace
@@ -51,7 +47,18 @@ std::wstring ToLocalTimeString(const std::optional<TimePoint>& time, TimeFormat 
     }
     std::wostringstream text;
     text.imbue(std::locale::classic());
-    text << std::put_time(&*fields, FormatOf(format));
+    // Not "%F" and "%T", which some C libraries do not know.
+    switch (format)
+    {
+    case TimeFormat::Plain:
+        text << std::put_time(&*fields, L"%Y-%m-%d %H:%M:%S");
+        break;
+    case TimeFormat::Iso:
+        text << std::put_time(&*fields, L"%Y-%m-%dT%H:%M:%S");
+        AppendOffset(text, std::chrono::seconds(Platform::SecondsOf(*fields)) -
+                               std::chrono::floor<std::chrono::seconds>(time->time_since_epoch()));
+        break;
+    }
     return text.str();
 }
 
