@@ -10,6 +10,7 @@
 #include "Ardo/Kiln/FileSystem/ReplacementFile.h"
 #include "Ardo/Kiln/FileSystem/TemporaryFile.h"
 #include "Ardo/Kiln/FileSystem/WidePath.h"
+#include "Ardo/Kiln/Formatting/MicroscopeQuantities.h"
 #include "Ardo/Kiln/Formatting/Parse.h"
 #include "Ardo/Kiln/Formatting/Units.h"
 #include "Ardo/Kiln/ImageIO/TiffExporter.h"
@@ -35,7 +36,9 @@ double ParseMetres(const std::string& text)
     double metres = 0.0; // also the result for a text that is no length
     try
     {
-        metres = Formatting::ParseStrictly(Conversion::String::FromUtf8(text), Formatting::Units::Metre);
+        const std::wstring wide = Conversion::String::FromUtf8(text);
+        const bool hasUnit = !Formatting::SplitNumberAndUnit(wide).second.empty();
+        metres = hasUnit ? Formatting::ParsePixelSize(wide) : Formatting::ParseStrictly(wide, Formatting::Units::Metre);
     }
     catch (const std::exception&)
     {

@@ -3,6 +3,9 @@
 #include "apps/kiln/QuantityText.h"
 #include "apps/kiln/Record.h"
 
+#include "Ardo/Kiln/Conversion/String.h"
+#include "Ardo/Kiln/Formatting/MicroscopeQuantities.h"
+#include "Ardo/Kiln/Formatting/Units.h"
 #include "Ardo/Kiln/ImageIO/ImageFile.h"
 #include "Ardo/Kiln/ImageIO/ReadImageException.h"
 #include "Ardo/Kiln/ImageIO/TiffReader.h"
@@ -20,6 +23,7 @@ namespace
 {
 
 using MetadataLib::Metadata;
+using namespace Formatting; // the functions of quantities
 
 constexpr double NotGiven = std::numeric_limits<double>::quiet_NaN();
 
@@ -62,10 +66,15 @@ std::string Text(const std::optional<std::string>& text)
     return text.value_or("");
 }
 
-/// "name value unit", or "name -" when the value is not given.
-std::string Named(const std::string& name, const std::optional<double>& value, const char* unit)
+std::string Text(const std::wstring& text)
 {
-    return name + " " + QuantityText(value.value_or(NotGiven), unit);
+    return Conversion::String::ToUtf8(text);
+}
+
+/// "name value unit", or "name -" when the value is not given.
+std::string Named(const std::string& name, const std::wstring& text)
+{
+    return name + " " + Text(text);
 }
 
 std::string Named(const std::string& name, const std::string& text)
@@ -78,9 +87,24 @@ std::string Switch(const std::optional<bool>& state, const char* on, const char*
     return !state ? "" : *state ? on : off;
 }
 
-std::string Area(double x, double y, const std::string& unitX, const std::string& unitY)
+/// The space that pixels of this unit show; empty if the unit of the record is another one.
+std::optional<PixelSpace> SpaceOf(const std::string& unit)
 {
-    return QuantityText(x, unitX) + " x " + QuantityText(y, unitY);
+    return unit == Text(Units::Metre)                       ? std::optional(PixelSpace::Real)
+           : unit == Text(Units::PerMetre) || unit == "1/m" ? std::optional(PixelSpace::Reciprocal)
+           : unit == Text(Units::Radian)                    ? std::optional(PixelSpace::Angle)
+                                                            : std::nullopt;
+}
+
+/// Two extents in the space of the image.
+std::string Area(double x, double y, const std::string& unitX, const std::string& unitY, bool isField)
+{
+    const auto space = unitX == unitY ? SpaceOf(unitX) : std::nullopt;
+    if (!space)
+    {
+        return QuantityText(x, unitX) + " x " + QuantityText(y, unitY);
+    }
+    return Text(isField && *space == PixelSpace::Real ? FormatFieldOfView(x, y) : FormatPixelSize(x, y, *space));
 }
 
 std::string KindText(const ImageIO::TiffReader& reader)
@@ -103,8 +127,7 @@ std::string KindText(const ImageIO::TiffReader& reader)
 void DescribeImage(Report& report, const ImageIO::TiffReader& reader, std::uint32_t pageCount)
 {
     report.Section("Image");
-    report.Line(std::to_string(reader.GetImageWidth()) + " x " + std::to_string(reader.GetImageHeight()) + " pixels, " +
-                KindText(reader));
+    report.Line(Text(FormatImageSize(reader.GetImageWidth(), reader.GetImageHeight())) + ", " + KindText(reader));
     report.Line(reader.GetStripCount() == 0 ? "tiles"
                                             : std::to_string(reader.GetStripCount()) +
                                                   (reader.GetStripCount() == 1 ? " strip of " : " strips of ") +
@@ -129,17 +152,17 @@ void DescribePixels(Report& report, const ImageIO::TiffReader& reader, const Met
         const double y = InBaseUnit(result.PixelSize->Y);
         const std::string unitX = Text(result.PixelSize->X.Unit);
         const std::string unitY = Text(result.PixelSize->Y.Unit);
-        report.Line(Area(x, y, unitX, unitY));
+        report.Line(Area(x, y, unitX, unitY, false));
         report.Section("Field of view");
-        report.Line(Area(x * reader.GetImageWidth(), y * reader.GetImageHeight(), unitX, unitY));
+        report.Line(Area(x * reader.GetImageWidth(), y * reader.GetImageHeight(), unitX, unitY, true));
     }
     if (result.PixelValueMinimum || result.PixelValueMaximum)
     {
         report.Section("Grey values");
         report.Line({QuantityText(result.PixelValueMinimum.value_or(NotGiven), "") + " to " +
                          QuantityText(result.PixelValueMaximum.value_or(NotGiven), ""),
-                     Named("mean", result.PixelValueMean, ""),
-                     Named("standard deviation", result.PixelValueStandardDeviation, "")});
+                     "mean " + QuantityText(result.PixelValueMean.value_or(NotGiven), ""),
+                     "standard deviation " + QuantityText(result.PixelValueStandardDeviation.value_or(NotGiven), "")});
     }
 }
 
@@ -168,24 +191,30 @@ void DescribeColumn(Report& report, const Metadata& metadata)
                        : optics.OperatingMode == MetadataLib::OpticsOperatingMode::STEM ? "STEM"
                                                                                         : "";
     report.Section("Optics");
-    report.Line({mode, Named("acceleration", optics.AccelerationVoltage, "V"),
-                 Named("magnification", optics.NominalMagnification, "x"),
-                 Named("camera length", optics.CameraLength, "m")});
-    report.Line({Named("defocus", optics.Defocus, "m"), Named("beam current", optics.BeamCurrent, "A"),
-                 Named("convergence", optics.BeamConvergence, "rad"), Named("spot", optics.SpotSize, "m")});
+    report.Line({mode, Named("acceleration", FormatAccelerationVoltage(optics.AccelerationVoltage)),
+                 Named("magnification", FormatMagnification(optics.NominalMagnification)),
+                 Named("camera length", FormatCameraLength(optics.CameraLength))});
+    report.Line({Named("defocus", FormatDefocus(optics.Defocus)),
+                 Named("working distance", FormatWorkingDistance(optics.WorkingDistance)),
+                 Named("convergence", FormatConvergenceAngle(optics.BeamConvergence)),
+                 Named("spot", FormatSpotSize(optics.SpotSize))});
+    report.Line({Named("beam current", FormatBeamCurrent(optics.BeamCurrent)),
+                 Named("screen current", FormatScreenCurrent(optics.ScreenCurrent)),
+                 Named("emission", FormatEmissionCurrent(optics.EmissionCurrent))});
     for (const auto& aperture : optics.Apertures)
     {
-        report.Line({Named("aperture", Text(aperture.Name)), aperture.Type, Named("diameter", aperture.Diameter, "m")});
+        report.Line({Named("aperture", Text(aperture.Name)), aperture.Type,
+                     "diameter " + QuantityText(aperture.Diameter.value_or(NotGiven), "m")});
     }
     report.Section("Energy filter");
-    report.Line({Named("slit", metadata.EnergyFilterSettings.EnergySelectionSlitWidth, "eV") +
+    report.Line({Named("slit", FormatSlitWidth(metadata.EnergyFilterSettings.EnergySelectionSlitWidth)) +
                      Switch(metadata.EnergyFilterSettings.EnergySelectionSlitInserted, " inserted", " retracted"),
-                 Named("shift", metadata.EnergyFilterSettings.EnergyShift, "eV")});
+                 Named("shift", FormatEnergyLoss(metadata.EnergyFilterSettings.EnergyShift))});
     const auto& vacuum = metadata.VacuumProperties;
     report.Section("Vacuum");
-    report.Line({vacuum.VacuumMode, Named("sample", vacuum.SamplePressure, "Pa"),
-                 Named("column", vacuum.ElectronColumnPressure, "Pa"),
-                 Named("projection chamber", vacuum.ProjectionChamberPressure, "Pa")});
+    report.Line({vacuum.VacuumMode, Named("sample", FormatPressure(vacuum.SamplePressure)),
+                 Named("column", FormatPressure(vacuum.ElectronColumnPressure)),
+                 Named("projection chamber", FormatPressure(vacuum.ProjectionChamberPressure))});
     report.Section("Gas injection");
     for (const auto& system : metadata.GasInjectionSystems)
     {
@@ -204,17 +233,19 @@ void DescribeStageAndScan(Report& report, const Metadata& metadata)
     const auto& stage = metadata.StageSettings;
     const auto& position = stage.StagePosition;
     report.Section("Stage");
-    report.Line({Named("x", position.X, "m"), Named("y", position.Y, "m"), Named("z", position.Z, "m"),
-                 Named("rotation", position.Rotation, "rad"), Named("alpha", position.Tilt.Alpha, "rad"),
-                 Named("beta", position.Tilt.Beta, "rad")});
-    report.Line({Text(stage.HolderType), Named("temperature", stage.HolderTemperature, "K")});
+    report.Line({Named("x", FormatStagePosition(position.X)), Named("y", FormatStagePosition(position.Y)),
+                 Named("z", FormatStagePosition(position.Z)), Named("rotation", FormatTiltAngle(position.Rotation)),
+                 Named("alpha", FormatTiltAngle(position.Tilt.Alpha)),
+                 Named("beta", FormatTiltAngle(position.Tilt.Beta))});
+    report.Line({Text(stage.HolderType), Named("temperature", FormatTemperature(stage.HolderTemperature))});
     const auto& scan = metadata.ScanSettings;
     if (scan.ScanSize.width > 0)
     {
         report.Section("Scan");
-        report.Line({std::to_string(scan.ScanSize.width) + " x " + std::to_string(scan.ScanSize.height),
-                     Named("dwell time", scan.DwellTime, "s"), Named("frame time", scan.FrameTime, "s"),
-                     Named("rotation", scan.ScanRotation, "rad")});
+        report.Line({Text(FormatImageSize(scan.ScanSize.width, scan.ScanSize.height)),
+                     Named("dwell time", FormatDwellTime(scan.DwellTime)),
+                     Named("frame time", FormatFrameTime(scan.FrameTime)),
+                     Named("rotation", FormatTiltAngle(scan.ScanRotation))});
     }
 }
 
@@ -226,13 +257,13 @@ void DescribeDetectors(Report& report, const Metadata& metadata)
         std::string detail;
         if (const auto* imaging = dynamic_cast<const MetadataLib::ImagingDetector*>(detector.get()))
         {
-            detail = Named("exposure", imaging->ExposureTime, "s");
+            detail = Named("exposure", FormatExposureTime(imaging->ExposureTime));
         }
         else if (const auto* scanning = dynamic_cast<const MetadataLib::ScanningDetector*>(detector.get());
                  scanning != nullptr && scanning->CollectionAngleRange)
         {
-            detail = QuantityText(scanning->CollectionAngleRange->begin, "rad") + " to " +
-                     QuantityText(scanning->CollectionAngleRange->end, "rad");
+            detail = Text(FormatConvergenceAngle(scanning->CollectionAngleRange->begin) + L" to " +
+                          FormatConvergenceAngle(scanning->CollectionAngleRange->end));
         }
         report.Line({detector->DetectorName, Text(detector->DetectorType), detail,
                      Switch(detector->Inserted, "inserted", "retracted")});

@@ -129,7 +129,10 @@ int Run(int argc, char** argv)
     FormatOptions formatting;
     command = AddCommand(app, "format", "Print a quantity with an SI prefix");
     command->add_option("VALUE", formatting.value, "The number in the base unit")->required();
-    command->add_option("UNIT", formatting.unit, "The base unit, for example m, m^-1 or e/nm^2")->required();
+    command
+        ->add_option("UNIT", formatting.unit,
+                     "The base unit, for example m, m^-1 or e/nm^2, or a quantity, for example defocus")
+        ->required();
     command->add_option("--decimals", formatting.decimals, "Digits after the point; negative: round before it")
         ->capture_default_str()
         ->check(CLI::Range(-400, 400));
@@ -142,7 +145,8 @@ int Run(int argc, char** argv)
     std::string unit;
     command = AddCommand(app, "parse", "Print the number in base units that a quantity stands for");
     command->add_option("TEXT", text, "The quantity, for example \"12.5 nm\"")->required();
-    command->add_option("UNIT", unit, "The base unit of the number")->required();
+    command->add_option("UNIT", unit, "The base unit of the number, or a quantity, for example \"camera length\"")
+        ->required();
     on(command, [&] { Parse(text, unit); });
 
     RefuseEmptyTexts(app);

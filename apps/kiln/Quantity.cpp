@@ -6,6 +6,7 @@
 #include "Ardo/Kiln/Conversion/String.h"
 #include "Ardo/Kiln/Formatting/Parse.h"
 #include "Ardo/Kiln/Formatting/Prefix.h"
+#include "Ardo/Kiln/Formatting/QuantityFormat.h"
 #include "Ardo/Kiln/Formatting/SI.h"
 
 #include <charconv>
@@ -41,6 +42,15 @@ void Format(const FormatOptions& options)
     {
         throw UsageError("VALUE: no number");
     }
+    if (const auto quantity = Formatting::QuantityFromName(String::FromUtf8(options.unit)))
+    {
+        if (options.decimals != 0 || options.prefix || !options.uncertainty.empty() || !options.reference.empty())
+        {
+            throw UsageError(Printable(options.unit) + ": the digits and the prefix are those of the quantity");
+        }
+        Print(String::ToUtf8(Formatting::FormatQuantity(ParseNumber("VALUE", options.value), *quantity)) + "\n");
+        return;
+    }
     Prefix smallest = Prefix::Femto;
     Prefix largest = Prefix::Exa;
     if (options.prefix)
@@ -69,7 +79,10 @@ void Parse(const std::string& text, const std::string& unit)
 {
     try
     {
-        Print(NumberText(Formatting::Parse(String::FromUtf8(text), String::FromUtf8(unit))) + "\n");
+        const auto quantity = Formatting::QuantityFromName(String::FromUtf8(unit));
+        Print(NumberText(quantity ? Formatting::ParseQuantity(String::FromUtf8(text), *quantity)
+                                  : Formatting::Parse(String::FromUtf8(text), String::FromUtf8(unit))) +
+              "\n");
     }
     catch (const std::logic_error& error)
     {

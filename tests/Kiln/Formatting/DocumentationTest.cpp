@@ -1,6 +1,7 @@
 #include "Ardo/Kiln/Conversion/String.h"
 #include "Ardo/Kiln/Formatting/NiceNumber.h"
 #include "Ardo/Kiln/Formatting/Parse.h"
+#include "Ardo/Kiln/Formatting/QuantityFormat.h"
 #include "Ardo/Kiln/Formatting/Scientific.h"
 #include "Ardo/Kiln/Formatting/SI.h"
 #include "Ardo/Kiln/Formatting/UnitAlgebra.h"
@@ -15,6 +16,8 @@
 #include <filesystem>
 #include <fstream>
 #include <regex>
+#include <sstream>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -77,7 +80,67 @@ catch (const std::exception& exception)
     return exception.what();
 }
 
+std::string ToUtf8(std::wstring_view text)
+{
+    return text.empty() ? "1" : String::ToUtf8(std::wstring(text));
+}
+
+std::string Symbol(Prefix prefix)
+{
+    return prefix == Prefix::None ? "none" : String::ToUtf8(PrefixSymbol(prefix));
+}
+
+// The units that the message about a wrong one lists.
+std::string TypedAs(const QuantityFormat& format)
+try
+{
+    ParseQuantity(L"1 furlong", format.quantity);
+    return "a unit of horses";
+}
+catch (const std::invalid_argument& error)
+{
+    const std::string message = error.what();
+    return format.isTyped ? message.substr(message.find("units: ") + 7) : "-";
+}
+
+// The row of the page about a quantity, up to its example.
+std::string Row(const QuantityFormat& format)
+{
+    const std::string prefixes = format.minPrefix == format.maxPrefix
+                                     ? Symbol(format.minPrefix)
+                                     : Symbol(format.minPrefix) + " to " + Symbol(format.maxPrefix);
+    const std::string step = format.hasExponent ? "exponent" : "1e" + std::to_string(format.smallestStep);
+    const char* const signs[] = {"no", "-", "- +"};
+    std::string row = "|";
+    for (const std::string& cell :
+         {ToUtf8(format.name), ToUtf8(format.unit->base), ToUtf8(format.unit->text), std::to_string(format.digits),
+          step, prefixes, std::string(signs[static_cast<int>(format.sign)]), TypedAs(format)})
+    {
+        row += " " + cell + " |";
+    }
+    return row;
+}
+
 } // namespace
+
+TEST(DocumentationTest, TheTableOfQuantitiesIsThatOfTheCode)
+{
+    std::istringstream page(Read("docs/formatting.md"));
+    const std::regex example(R"re((.*) `([^`]*)` \| `([^`]*)` \|)re");
+    std::string line;
+    while (std::getline(page, line) && !line.starts_with("| quantity |"))
+    {
+    }
+    std::getline(page, line);
+    for (const QuantityFormat& format : QuantityFormats())
+    {
+        std::smatch cells;
+        ASSERT_TRUE(std::getline(page, line) && std::regex_match(line, cells, example)) << line;
+        EXPECT_EQ(cells[1], Row(format));
+        EXPECT_EQ(String::ToUtf8(FormatQuantity(ToNumber(cells[2]), format.quantity)), cells[3]) << line;
+    }
+    EXPECT_FALSE(std::getline(page, line) && line.starts_with("|")) << line;
+}
 
 TEST(DocumentationTest, EveryLineOfTheTableHolds)
 {

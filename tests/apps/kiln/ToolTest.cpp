@@ -221,12 +221,15 @@ TEST_F(ToolTest, QuantitiesAreWrittenAndReadAsAPersonDoes)
         {"format nan V", "- V"},
         {"parse '12,5 nm' m", "1.25e-08"},
         {"parse ' 5 µmˉ¹' m^-1", "5000000"},
-        {"parse 3 V", "3"}};
+        {"parse 3 V", "3"},
+        {"format 4.52e21 'dose per nm²'", "4.52 ke/nm²"},
+        {"format nan Defocus", "-"},
+        {"parse '15 Å' 'pixel size'", "1.5e-09"}};
     for (const auto& [arguments, result] : results)
     {
         EXPECT_EQ(Must("kiln " + arguments), result + "\n") << arguments;
     }
-    for (const std::string arguments : {"parse tiny m", "parse 1e999 m", "format 1 m^x"})
+    for (const std::string arguments : {"parse tiny m", "parse 1e999 m", "parse 5 defocus", "format 1 m^x"})
     {
         EXPECT_EQ(Run("kiln " + arguments).status, 1) << arguments;
     }
@@ -349,7 +352,7 @@ EOF
     EXPECT_EQ(first.error, "kiln: two.tif: the first of 2 pages is taken; --page takes another\n");
     Must("kiln metadata one.tif | sed 's/660/10/' > ten.xml");
     Must("kiln import two.tif out.tif --page 2 --metadata ten.xml");
-    EXPECT_THAT(Must("kiln info out.tif"), HasSubstr("550 x 10 pixels"));
+    EXPECT_THAT(Must("kiln info out.tif"), HasSubstr("550 x 10 px"));
     EXPECT_EQ(Run("kiln import two.tif out.tif --page 3").error, "kiln: two.tif: has no page 3, only 2\n");
     EXPECT_EQ(Run("kiln import two.tif out.tif --page 0").status, 2);
 }
@@ -507,7 +510,7 @@ TEST_F(ToolTest, ARecordThatCannotBeReadIsNamedWithLineAndElementAndNothingIsInv
         WriteFile(m_folder / "r.tif", TiffWithRecord(text));
         const ProcessResult info = Run("kiln info r.tif");
         EXPECT_EQ(info.status, 0) << fault;
-        EXPECT_THAT(info.output, HasSubstr("1 x 1 pixels"));
+        EXPECT_THAT(info.output, HasSubstr("1 x 1 px"));
         const bool isRead = fault.empty();
         EXPECT_EQ(info.output.find("cannot be read") == std::string::npos, isRead) << fault;
         EXPECT_EQ(info.output.find("Stage ") != std::string::npos, isRead) << info.output;
