@@ -2,6 +2,7 @@
 #
 #   kiln_begin_library()          declares Common and its export header
 #   kiln_folder(NAME ...)         declares one folder of the library (see below)
+#   kiln_plugin(NAME ...)         declares a part of the library that is loaded when it is first needed (see below)
 #   kiln_end_library()            completes Common; no kiln_folder() after it
 #   kiln_test(NAME ...)           declares a test program that runs twice, once in a hostile locale
 
@@ -65,6 +66,28 @@ function(kiln_folder)
         list(TRANSFORM arg_HEADERS PREPEND ${CMAKE_CURRENT_SOURCE_DIR}/)
         target_sources(Common PUBLIC FILE_SET HEADERS BASE_DIRS ${PROJECT_SOURCE_DIR} FILES ${arg_HEADERS})
     endif()
+endfunction()
+
+# kiln_plugin(NAME CommonDialogs SOURCES ErrorDialogWindow.cpp LINK Qt5::Widgets)
+#
+# Declares a shared library of its own for what few programs need and what links large libraries. It stands beside
+# Common, which loads it with Platform::PluginFunction(). It uses nothing of Common but headers, so Common can depend on
+# it: who builds Common has its plug-ins, too.
+function(kiln_plugin)
+    cmake_parse_arguments(arg "" "NAME" "SOURCES;LINK" ${ARGN})
+    add_library(${arg_NAME} MODULE ${arg_SOURCES})
+    add_dependencies(Common ${arg_NAME})
+    target_link_libraries(${arg_NAME} PRIVATE KilnCompiler Boost::headers ${arg_LINK})
+    target_include_directories(${arg_NAME} PRIVATE ${PROJECT_SOURCE_DIR} ${PROJECT_BINARY_DIR}/generated)
+    target_compile_definitions(${arg_NAME} PRIVATE KILN_EXPORT_FOR_TESTS=)
+    # The full version is part of the name: see Ardo/Kiln/Platform/Plugin.h. MODULE libraries are LIBRARY targets on
+    # Windows as well, but stand in the folder of the programs there, as Common does.
+    set_target_properties(
+        ${arg_NAME}
+        PROPERTIES PREFIX ""
+                   OUTPUT_NAME ${arg_NAME}-${PROJECT_VERSION}
+                   LIBRARY_OUTPUT_DIRECTORY $<TARGET_FILE_DIR:Common>)
+    install(TARGETS ${arg_NAME} LIBRARY DESTINATION $<IF:$<PLATFORM_ID:Windows>,${CMAKE_INSTALL_BINDIR},${CMAKE_INSTALL_LIBDIR}>)
 endfunction()
 
 function(kiln_end_library)

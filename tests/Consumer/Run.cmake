@@ -25,6 +25,11 @@ run(${CMAKE_COMMAND} -S ${SOURCE_DIR}/tests/Consumer -B ${WORK_DIR}/build -G ${G
     -DCMAKE_PREFIX_PATH=${prefix} -DCMAKE_CXX_COMPILER=${CXX})
 run(${CMAKE_COMMAND} --build ${WORK_DIR}/build)
 run(${CMAKE_COMMAND} -E chdir ${WORK_DIR} build/first_program${EXE_SUFFIX})
+
+# Wherever the installation is moved, the tool finds the library and the library its plug-ins.
+file(RENAME ${prefix} "${prefix} that moved")
+set(prefix "${prefix} that moved")
+run(${prefix}/bin/kiln${EXE_SUFFIX} import ${SOURCE_DIR}/tests/Data/images/cell.png ${WORK_DIR}/cell.tif)
 run(${prefix}/bin/kiln${EXE_SUFFIX} info ${WORK_DIR}/first.tif)
 if(NOT output MATCHES "640 x 480" OR NOT output MATCHES "107 nm")
     message(FATAL_ERROR "the first program's image is not what it should be:\n${output}")

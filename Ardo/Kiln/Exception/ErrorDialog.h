@@ -28,7 +28,8 @@ struct Notification;
 /// The error forms fulfil the notification's promise exactly once, whatever happens; a promise fulfilled before stays
 /// as it is. An error that cannot be shown goes to the standard error stream and gets the default answer. The text is a
 /// heading line, Boost's diagnostic information (place of the throw, type, message, attached entries) and a line end.
-/// An error cannot be shown without an application object of Qt Widgets, when the event loop ends before, when the
+/// An error cannot be shown without an application object of Qt Widgets, without the plug-in CommonDialogs beside the
+/// library (the first such text is preceded by a line with the reason), when the event loop ends before, when the
 /// user-interface thread does not take the question in time, perhaps because it waits for the calling thread, and when
 /// the fault presented is that of the first thread of the process, whose event loop never runs again.
 ///

@@ -1,8 +1,9 @@
 #include "Ardo/Kiln/Exception/ErrorDialogQueue_p.h"
 
-#include "Ardo/Kiln/Exception/ErrorDialogWindow_p.h"
+#include "Ardo/Kiln/Platform/Plugin.h"
+#include "Ardo/Kiln/Platform/StandardError.h"
 
-#include <QApplication>
+#include <QCoreApplication>
 #include <QEventLoop>
 #include <QThread>
 
@@ -33,6 +34,33 @@ std::unique_ptr<QObject> g_receiver;
 
 /// The event loop has ended, and none has run since. Guarded by g_applicationMutex.
 bool g_eventLoopEnded = false;
+
+/// Whether the application has windows. Asked by name: this code does without the libraries for windows.
+bool HasWindows()
+{
+    const QCoreApplication* const application = QCoreApplication::instance();
+    return application != nullptr && application->inherits("QApplication");
+}
+
+using ShowErrorDialog = decltype(&KilnShowErrorDialog);
+
+/// The function that shows a window; null if its plug-in cannot be loaded, which is said on the console once.
+ShowErrorDialog WindowFunction()
+{
+    static const ShowErrorDialog g_function = []() -> ShowErrorDialog
+    {
+        try
+        {
+            return reinterpret_cast<ShowErrorDialog>(Platform::PluginFunction("CommonDialogs", "KilnShowErrorDialog"));
+        }
+        catch (const std::runtime_error& error)
+        {
+            Platform::WriteStandardError("Errors are shown on the console: " + std::string(error.what()) + '\n');
+            return nullptr;
+        }
+    }();
+    return g_function;
+}
 
 void SetEventLoopEnded(bool ended)
 {
@@ -65,6 +93,12 @@ void ApplicationBegins()
 {
     auto receiver = std::make_unique<QObject>();
     QObject::connect(QCoreApplication::instance(), &QCoreApplication::aboutToQuit, receiver.get(), EventLoopEnds);
+    if (HasWindows())
+    {
+        // Before anything is at fault, because the loader takes locks; but not while it loads this library.
+        QMetaObject::invokeMethod(
+            receiver.get(), [] { WindowFunction(); }, Qt::QueuedConnection);
+    }
     const std::lock_guard lock(g_applicationMutex);
     g_receiver = std::move(receiver);
     qAddPostRoutine(ApplicationEnds); // Qt forgets it when it has called it
@@ -147,8 +181,7 @@ ErrorDialogQueue::Place ErrorDialogQueue::Post(const std::shared_ptr<ErrorDialog
 {
     // The wall clock, because ThreadSanitizer does not know the lock that follows the steady one.
     const std::unique_lock lock(g_applicationMutex, std::chrono::system_clock::now() + g_takeUpLimit.load());
-    if (!lock.owns_lock() || g_receiver == nullptr ||
-        qobject_cast<QApplication*>(QCoreApplication::instance()) == nullptr)
+    if (!lock.owns_lock() || g_receiver == nullptr || !HasWindows())
     {
         return Place::NoWindows;
     }
@@ -178,7 +211,10 @@ void ErrorDialogQueue::ShowAndWait(const std::shared_ptr<ErrorDialogQuestion>& q
     QEventLoop loop;
     question->Take();
     OfApplication().Add({question, &loop});
-    loop.exec(QEventLoop::DialogExec);
+    if (WindowFunction() != nullptr)
+    {
+        loop.exec(QEventLoop::DialogExec);
+    }
     if (g_queue != nullptr)
     {
         g_queue->Remove(question); // still there when the loop ended because the application quits
@@ -187,6 +223,11 @@ void ErrorDialogQueue::ShowAndWait(const std::shared_ptr<ErrorDialogQuestion>& q
 
 void ErrorDialogQueue::Add(const Entry& entry)
 {
+    if (WindowFunction() == nullptr)
+    {
+        entry.question->AnswerOnConsole();
+        return;
+    }
     const ErrorDialogContent& content = entry.question->Content();
     const auto saysTheSame = [&content](const Entry& other)
     { return other.question->Content().isWarning && other.question->Content().message == content.message; };
@@ -222,15 +263,11 @@ void ErrorDialogQueue::ShowFirst()
         return;
     }
     const std::shared_ptr<ErrorDialogQuestion> question = m_entries.front().question;
-    m_window = std::make_unique<ErrorDialogWindow>(question->Content());
-    QObject::connect(m_window.get(), &QDialog::finished, m_window.get(), [this](int decision) { Finish(decision); });
+    m_window.reset(WindowFunction()(question->Content(), [this](ErrorDialogDecision decision) { Finish(decision); }));
     question->MarkShown();
-    m_window->show();
-    m_window->raise();
-    m_window->activateWindow();
 }
 
-void ErrorDialogQueue::Finish(int decision)
+void ErrorDialogQueue::Finish(ErrorDialogDecision decision)
 {
     // The window is still inside its signal.
     delete m_closedWindow.data();
@@ -240,9 +277,9 @@ void ErrorDialogQueue::Finish(int decision)
     const Entry entry = m_entries.front();
     m_entries.pop_front();
     MinidumpActions actions;
-    if (decision != ErrorDialogWindow::Undecided)
+    if (decision != ErrorDialogDecision::Undecided)
     {
-        actions.decision = decision == ErrorDialogWindow::Write ? 1 : 0;
+        actions.decision = decision == ErrorDialogDecision::Write ? 1 : 0;
     }
     entry.question->Answer(actions);
     if (entry.loop != nullptr)

@@ -1,8 +1,10 @@
 #pragma once
 
 #include "Ardo/Kiln/Exception/ErrorDialogQuestion_p.h"
+#include "Ardo/Kiln/Exception/ErrorDialogWindow_p.h"
 #include "Ardo/KilnExport.h"
 
+#include <QObject>
 #include <QPointer>
 
 #include <chrono>
@@ -13,8 +15,6 @@ class QEventLoop;
 
 namespace Ardo::Kiln::Exception
 {
-
-class ErrorDialogWindow;
 
 /// The queue of questions of the user-interface thread, the thread of the Qt application object, and the window of the
 /// first of them. It exists from the first question to the end of the event loop or of the application object.
@@ -55,11 +55,11 @@ private:
     void Add(const Entry& entry);
     void Remove(const std::shared_ptr<ErrorDialogQuestion>& question);
     void ShowFirst();
-    void Finish(int decision);
+    void Finish(ErrorDialogDecision decision);
 
-    std::deque<Entry> m_entries;                 ///< The first one is shown.
-    std::unique_ptr<ErrorDialogWindow> m_window; ///< That of the first question.
-    QPointer<ErrorDialogWindow> m_closedWindow;  ///< Deleted after its signal has returned.
+    std::deque<Entry> m_entries;       ///< The first one is shown.
+    std::unique_ptr<QObject> m_window; ///< That of the first question.
+    QPointer<QObject> m_closedWindow;  ///< Deleted after its signal has returned.
 };
 
 } // namespace Ardo::Kiln::Exception

@@ -2,6 +2,7 @@
 
 #include <QApplication>
 #include <QClipboard>
+#include <QDialog>
 #include <QFontDatabase>
 #include <QGridLayout>
 #include <QHBoxLayout>
@@ -14,6 +15,7 @@
 #include <QTextEdit>
 
 #include <memory>
+#include <utility>
 
 namespace Ardo::Kiln::Exception
 {
@@ -27,7 +29,25 @@ constexpr int MessageCharacters = 4000; ///< The rest of a still longer one stan
 constexpr int Spacing = 6;              ///< Between buttons, in pixels; twice that between the parts.
 constexpr int DetailsLines = 14;        ///< The height of the details.
 
-} // namespace
+class ErrorDialogWindow : public QDialog
+{
+public:
+    explicit ErrorDialogWindow(const ErrorDialogContent& content);
+
+private:
+    QWidget* MakeMessage(const QString& message);
+    QLayout* MakeButtons(bool offerMinidump);
+    void ShowDetails(bool shown);
+    void Copy();
+
+    QString m_text; ///< The text that the copy button copies.
+    QTextEdit* m_message = nullptr;
+    QPlainTextEdit* m_details = nullptr;
+    QPushButton* m_marked = nullptr; ///< The button that Return presses.
+    QPushButton* m_other = nullptr;  ///< The other decision; the same where there is one only.
+    QPushButton* m_detailsButton = nullptr;
+    QPushButton* m_copyButton = nullptr;
+};
 
 ErrorDialogWindow::ErrorDialogWindow(const ErrorDialogContent& content)
 {
@@ -121,10 +141,10 @@ QLayout* ErrorDialogWindow::MakeButtons(bool offerMinidump)
         buttons->addWidget(button);
         return button;
     };
-    const auto addDecision = [&](const QString& text, Decision decision)
+    const auto addDecision = [&](const QString& text, ErrorDialogDecision decision)
     {
         QPushButton* const button = add(text);
-        connect(button, &QPushButton::clicked, this, [this, decision] { done(decision); });
+        connect(button, &QPushButton::clicked, this, [this, decision] { done(static_cast<int>(decision)); });
         return button;
     };
     m_detailsButton = add(QStringLiteral("Show &Details"));
@@ -136,12 +156,12 @@ QLayout* ErrorDialogWindow::MakeButtons(bool offerMinidump)
 
     if (offerMinidump)
     {
-        m_marked = addDecision(QStringLiteral("&Write Reports"), Write);
-        m_other = addDecision(QStringLiteral("Do &Not Write"), DoNotWrite);
+        m_marked = addDecision(QStringLiteral("&Write Reports"), ErrorDialogDecision::Write);
+        m_other = addDecision(QStringLiteral("Do &Not Write"), ErrorDialogDecision::DoNotWrite);
     }
     else
     {
-        m_marked = m_other = addDecision(QStringLiteral("C&lose"), Undecided);
+        m_marked = m_other = addDecision(QStringLiteral("C&lose"), ErrorDialogDecision::Undecided);
     }
     m_marked->setDefault(true);
     return buttons;
@@ -162,4 +182,23 @@ void ErrorDialogWindow::Copy()
     m_copyButton->setText(QStringLiteral("&Copied"));
 }
 
+} // namespace
+
 } // namespace Ardo::Kiln::Exception
+
+QObject* KilnShowErrorDialog(const Ardo::Kiln::Exception::ErrorDialogContent& content,
+                             std::function<void(Ardo::Kiln::Exception::ErrorDialogDecision)> finished)
+{
+    using namespace Ardo::Kiln::Exception;
+
+    // The result of the close button and of Escape.
+    static_assert(QDialog::Rejected == static_cast<int>(ErrorDialogDecision::Undecided));
+    auto window = std::make_unique<ErrorDialogWindow>(content);
+    QObject::connect(window.get(), &QDialog::finished, window.get(),
+                     [finished = std::move(finished)](int result)
+                     { finished(static_cast<ErrorDialogDecision>(result)); });
+    window->show();
+    window->raise();
+    window->activateWindow();
+    return window.release();
+}

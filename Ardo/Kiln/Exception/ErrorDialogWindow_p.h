@@ -2,45 +2,32 @@
 
 #include "Ardo/Kiln/Exception/ErrorDialogContent_p.h"
 
-#include <QDialog>
+#include <QtGlobal>
 
-class QPlainTextEdit;
-class QPushButton;
-class QTextEdit;
+#include <functional>
+
+class QObject;
 
 namespace Ardo::Kiln::Exception
 {
 
-/// The window that shows a warning or an error. Its result() after finished() is a Decision.
-///
-/// By keyboard: Return presses the button that is marked, Alt and the underlined letter any of them, Tab goes from one
-/// to the next, Escape closes the window.
-class ErrorDialogWindow : public QDialog
+/// The user's decision in the window of a warning or an error.
+enum class ErrorDialogDecision
 {
-public:
-    /// The user's decision. The window's close button and Escape decide nothing.
-    enum Decision
-    {
-        Undecided = QDialog::Rejected,
-        Write = QDialog::Accepted,
-        DoNotWrite
-    };
-
-    explicit ErrorDialogWindow(const ErrorDialogContent& content);
-
-private:
-    QWidget* MakeMessage(const QString& message);
-    QLayout* MakeButtons(bool offerMinidump);
-    void ShowDetails(bool shown);
-    void Copy();
-
-    QString m_text; ///< The text that the copy button copies.
-    QTextEdit* m_message = nullptr;
-    QPlainTextEdit* m_details = nullptr;
-    QPushButton* m_marked = nullptr; ///< The button that Return presses.
-    QPushButton* m_other = nullptr;  ///< The other decision; the same where there is one only.
-    QPushButton* m_detailsButton = nullptr;
-    QPushButton* m_copyButton = nullptr;
+    Undecided, ///< The window was closed with its close button or with Escape.
+    Write,
+    DoNotWrite
 };
 
 } // namespace Ardo::Kiln::Exception
+
+/// The only function of the plug-in CommonDialogs: shows \p content in a modal window.
+///
+/// By keyboard: Return presses the button that is marked, Alt and the underlined letter any of them, Tab goes from one
+/// to the next, Escape closes the window. Only for the user-interface thread, with an application object of Qt Widgets.
+/// \param finished is called once when the user closes the window, The window still exists then and is used after
+///                 the call: delete it later. Destroying the window does not call it.
+/// \returns the window, which belongs to the caller.
+extern "C" Q_DECL_EXPORT QObject*
+KilnShowErrorDialog(const Ardo::Kiln::Exception::ErrorDialogContent& content,
+                    std::function<void(Ardo::Kiln::Exception::ErrorDialogDecision)> finished);

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Ardo/Imaging/const_raw_image.h"
+#include "Ardo/Kiln/ImageIO/ReadImageException.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -30,10 +31,15 @@ std::unique_ptr<Imaging::const_raw_image> DecodeJpeg(QIODevice& file);
 std::unique_ptr<Imaging::const_raw_image> DecodePnm(QIODevice& file);
 
 /// The image in a file of a format that Qt has a reader for.
+/// \throws NoImageReaders
 std::unique_ptr<Imaging::const_raw_image> DecodeWithQt(QIODevice& file);
 
-/// True if Qt has an image reader at all. Any thread may call it.
-bool HasQtImageReaders();
+/// Qt has no image readers, or they cannot be loaded.
+class NoImageReaders : public ReadImageException
+{
+public:
+    explicit NoImageReaders(const std::string& reason) : ReadImageException(Cause::System, reason) {}
+};
 
 /// Refuses a PNG, BMP or GIF file that is cut, as far as that is visible without decoding it. Qt's readers would fill
 /// the missing part.

@@ -1,65 +1,18 @@
 #include "Ardo/Kiln/ImageIO/ImageDecoders_p.h"
+#include "Ardo/Kiln/ImageIO/QtImageReaders_p.h"
 #include "Ardo/Kiln/ImageIO/ReadImageException.h"
+#include "Ardo/Kiln/Platform/Plugin.h"
 
-#include <new>
+#include <algorithm>
 #include <stdexcept>
 
-#include <QImage>
-#include <QImageReader>
 #include <QIODevice>
-#include <QtEndian>
 
 namespace Ardo::Kiln::ImageIO
 {
 
 namespace
 {
-
-using Imaging::PixelKind;
-
-PixelKind KindOf(const QImage& image)
-{
-    switch (image.format())
-    {
-    case QImage::Format_Grayscale8:
-        return PixelKind::UInt8;
-    case QImage::Format_Grayscale16:
-        return PixelKind::UInt16;
-    case QImage::Format_RGBX64:
-    case QImage::Format_RGBA64:
-    case QImage::Format_RGBA64_Premultiplied:
-    case QImage::Format_BGR30:
-    case QImage::Format_RGB30:
-    case QImage::Format_A2BGR30_Premultiplied:
-    case QImage::Format_A2RGB30_Premultiplied:
-        RefuseKind("colours, or grey with an opacity, of more than 8 bits a sample");
-    case QImage::Format_Mono:
-    case QImage::Format_MonoLSB:
-    case QImage::Format_Indexed8:
-        if (image.allGray() && !image.hasAlphaChannel())
-        {
-            return PixelKind::UInt8;
-        }
-        [[fallthrough]];
-    default:
-        return image.hasAlphaChannel() ? PixelKind::Rgba8 : PixelKind::Rgb8;
-    }
-}
-
-QImage::Format FormatOf(PixelKind kind)
-{
-    switch (kind)
-    {
-    case PixelKind::UInt8:
-        return QImage::Format_Grayscale8;
-    case PixelKind::UInt16:
-        return QImage::Format_Grayscale16;
-    case PixelKind::Rgb8:
-        return QImage::Format_RGB888;
-    default:
-        return QImage::Format_RGBA8888;
-    }
-}
 
 /// The most pixels that one byte of a file can become.
 std::uint64_t MaxExpansion(QIODevice& file, const std::string& format)
@@ -81,59 +34,64 @@ std::uint64_t MaxExpansion(QIODevice& file, const std::string& format)
     return 8 * Deflate;
 }
 
-} // namespace
-
-bool HasQtImageReaders()
+/// Loads the readers when they are first asked for.
+/// \throws NoImageReaders
+const QtImageReaders& Readers()
 {
-    return !QImageReader::supportedImageFormats().isEmpty();
+    static const QtImageReaders& g_readers = []() -> const QtImageReaders&
+    {
+        try
+        {
+            void* const function = Platform::PluginFunction("CommonImages", "KilnQtImageReaders");
+            if (const auto* const readers = reinterpret_cast<decltype(&KilnQtImageReaders)>(function)())
+            {
+                return *readers;
+            }
+        }
+        catch (const std::runtime_error& error)
+        {
+            throw NoImageReaders(error.what());
+        }
+        throw NoImageReaders("no image reader is installed");
+    }();
+    return g_readers;
 }
+
+} // namespace
 
 std::unique_ptr<Imaging::const_raw_image> DecodeWithQt(QIODevice& file)
 {
     // Readers of text formats may search the whole file for the beginning of an image.
     constexpr qint64 MaxTextFormat = qint64{256} << 20;
     const bool isKnown = CheckIsWhole(file);
-    QImageReader reader(&file);
-    reader.setDecideFormatFromContent(true);
-    if ((!isKnown && file.size() > MaxTextFormat) || !reader.canRead())
+    const bool isTried = isKnown || file.size() <= MaxTextFormat;
+    const auto [format, size] = isTried ? Readers().ReadHeader(file) : QtImageReaders::Header();
+    if (format.empty())
     {
         throw ReadImageException(ReadImageException::Cause::NotAnImage, "no image of a known format");
     }
 
     // Qt allocates the size that the file states, without a check.
-    const std::string format = reader.format().toStdString();
-    const QSize stated = reader.size();
-    if (!stated.isValid() || stated.isEmpty())
+    if (!size.isValid() || size.isEmpty())
     {
         throw std::runtime_error("the " + format + " file states no size");
     }
     file.seek(0);
-    CheckCanHold(static_cast<std::uint64_t>(file.size()), static_cast<std::uint64_t>(stated.width()),
-                 static_cast<std::uint64_t>(stated.height()), MaxExpansion(file, format));
+    CheckCanHold(static_cast<std::uint64_t>(file.size()), static_cast<std::uint64_t>(size.width()),
+                 static_cast<std::uint64_t>(size.height()), MaxExpansion(file, format));
     if (format == "xbm")
     {
-        CheckXbm(file, stated);
+        CheckXbm(file, size);
         file.seek(0);
     }
 
-    // The first reader is already positioned at the pixels.
-    QImageReader again(&file, reader.format());
-    QImage image = again.read();
-    if (image.isNull())
+    std::string refusal;
+    auto image = Readers().Decode(file, format, refusal);
+    if (image == nullptr)
     {
-        throw std::runtime_error("the " + format + " file is damaged: " + again.errorString().toStdString());
+        RefuseKind(refusal);
     }
-
-    const PixelKind kind = KindOf(image);
-    const auto pixels = std::make_shared<QImage>(std::move(image).convertToFormat(FormatOf(kind)));
-    if (pixels->isNull())
-    {
-        throw std::bad_alloc();
-    }
-    return std::make_unique<Imaging::const_raw_image>(
-        std::shared_ptr<const void>(pixels, pixels->constBits()),
-        Imaging::size_2d{static_cast<std::uint32_t>(pixels->width()), static_cast<std::uint32_t>(pixels->height())},
-        kind, static_cast<std::size_t>(pixels->bytesPerLine()));
+    return image;
 }
 
 std::unique_ptr<Imaging::const_raw_image> DecodeDevice(QIODevice& file)

@@ -13,11 +13,6 @@ std::unique_ptr<Imaging::const_raw_image> ReadImageFromFile(const std::wstring& 
 {
     using Cause = ReadImageException::Cause;
 
-    if (!HasQtImageReaders())
-    {
-        throw ReadImageException("ReadImageFromFile: failed to create Imaging::RawImage::Com::ImageFileFactory",
-                                 {Cause::System, "no image reader is installed"});
-    }
     try
     {
         return ImageFile(file).ReadImage();
@@ -26,6 +21,11 @@ std::unique_ptr<Imaging::const_raw_image> ReadImageFromFile(const std::wstring& 
     {
         const std::string name = FileSystem::ToDisplayText(FileSystem::ToPath(file));
         Logger::ComponentLog("ImageIO").Warning(name + ": " + failure.Reason());
+        if (dynamic_cast<const NoImageReaders*>(&failure) != nullptr)
+        {
+            throw ReadImageException("ReadImageFromFile: failed to create Imaging::RawImage::Com::ImageFileFactory",
+                                     failure);
+        }
         throw ReadImageException(failure.GetCause() == Cause::Unsupported
                                      ? "null IRawImage2"
                                      : "ReadImageFromFile: failed to open file -" + name,

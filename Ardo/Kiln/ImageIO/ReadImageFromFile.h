@@ -15,8 +15,8 @@ namespace Ardo::Kiln::ImageIO
 /// Needs no application object. Any thread may call it.
 /// \throws ReadImageException, a std::runtime_error with the cause and the reason. The reason is also logged as a
 ///         warning. The text is
-///         "ReadImageFromFile: failed to create Imaging::RawImage::Com::ImageFileFactory" if there is no image reader
-///         at all;
+///         "ReadImageFromFile: failed to create Imaging::RawImage::Com::ImageFileFactory" if the plug-in with Qt's
+///         readers is needed and cannot be loaded;
 ///         "ReadImageFromFile: failed to open file -" and FileSystem::ToDisplayText of the name if the file cannot be
 ///         opened or read, is no image, is cut or damaged;
 ///         "null IRawImage2" if its pixels are of a kind that cannot be converted.

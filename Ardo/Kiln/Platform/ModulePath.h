@@ -14,4 +14,9 @@ namespace Ardo::Kiln::Platform
 /// \throws std::bad_alloc only.
 KILN_EXPORT_FOR_TESTS std::filesystem::path ExecutablePath();
 
+/// The absolute path of the shared library that contains this code, with symbolic links resolved, or an empty path if
+/// the system does not provide it. Any thread may call it.
+/// \throws std::bad_alloc only.
+KILN_EXPORT_FOR_TESTS std::filesystem::path LibraryPath();
+
 } // namespace Ardo::Kiln::Platform

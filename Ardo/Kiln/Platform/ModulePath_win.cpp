@@ -6,18 +6,38 @@
 namespace Ardo::Kiln::Platform
 {
 
-std::filesystem::path ExecutablePath()
+namespace
+{
+
+/// \param module null for the executable.
+std::filesystem::path PathOf(HMODULE module)
 {
     // The call does not return the length that it needs. A result that fills the buffer may be truncated.
     for (std::wstring buffer(MAX_PATH, L'\0');; buffer.resize(buffer.size() * 2))
     {
-        const DWORD length = ::GetModuleFileNameW(nullptr, buffer.data(), static_cast<DWORD>(buffer.size()));
+        const DWORD length = ::GetModuleFileNameW(module, buffer.data(), static_cast<DWORD>(buffer.size()));
         if (length < buffer.size())
         {
             buffer.resize(length);
             return buffer;
         }
     }
+}
+
+} // namespace
+
+std::filesystem::path ExecutablePath()
+{
+    return PathOf(nullptr);
+}
+
+std::filesystem::path LibraryPath()
+{
+    constexpr DWORD ByAddress = GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS | GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT;
+    HMODULE module = nullptr;
+    return ::GetModuleHandleExW(ByAddress, reinterpret_cast<LPCWSTR>(&LibraryPath), &module) != 0
+               ? PathOf(module)
+               : std::filesystem::path();
 }
 
 } // namespace Ardo::Kiln::Platform

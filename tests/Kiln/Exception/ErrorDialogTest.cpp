@@ -7,6 +7,8 @@
 #include "Ardo/Kiln/Exception/Handler.h"
 #include "Ardo/Kiln/Exception/Notification.h"
 #include "Ardo/Kiln/Exception/Warning.h"
+#include "tests/Support/LibraryCopy_posix.h"
+#include "tests/Support/ScopedTempDir.h"
 
 #include <boost/throw_exception.hpp>
 #include <gmock/gmock.h>
@@ -20,6 +22,7 @@
 #include <QTextEdit>
 #include <QTimer>
 
+#include <cstdlib>
 #include <thread>
 
 namespace Ardo::Kiln::Exception
@@ -270,6 +273,27 @@ TEST_F(ErrorDialogTest, AnEventLoopThatDoesNotRunDoesNotKeepAnybodyWaiting)
     const std::string console = Console();
     EXPECT_THAT(console, AllOf(HasSubstr("(EEE)\nbusy\n"), HasSubstr("(EEE)\nwaits"), HasSubstr("(EEE)\nafter"),
                                HasSubstr("(EEE)\nas the"), Not(HasSubstr("seen"))));
+}
+
+TEST_F(ErrorDialogTest, WithoutThePluginEverythingGoesToTheConsole)
+{
+    if (std::getenv("KILN_WITHOUT_PLUGIN") != nullptr) // the process below
+    {
+        Question questions[2];
+        RunWith([&] { questions[0].Ask("of another thread"); });
+        questions[1].Ask("of this thread");
+        EXPECT_EQ(questions[0].Decision() + questions[1].Decision(), 2);
+        EXPECT_THAT(Console(), ::testing::ContainsRegex(
+                                   "^Errors are shown on the console: [^\n]*CommonDialogs-[^\n]*\n"
+                                   "\\(EEE.*\\(EEE\\)\nof another thread\n\\(EEE.*\\(EEE\\)\nof this thread\n$"));
+        return;
+    }
+    const Support::ScopedTempDir folder;
+    const auto result = Support::RunShell(Support::WithLibraryCopy(folder.Path()) + "KILN_WITHOUT_PLUGIN=1 " +
+                                              Support::Quoted(std::filesystem::canonical("/proc/self/exe")) +
+                                              " --gtest_filter=ErrorDialogTest.WithoutThePlugin*",
+                                          folder.Path());
+    EXPECT_EQ(result.status, 0) << result.output << result.error;
 }
 
 TEST_F(ErrorDialogTest, AFaultIsAskedAboutUnlessTheUserInterfaceThreadIsAtFault)

@@ -1,6 +1,7 @@
 #include "Ardo/Kiln/FileSystem/TemporaryFile.h"
 #include "Ardo/Kiln/FileSystem/WidePath.h"
 #include "Ardo/Kiln/ImageIO/TiffExporter.h"
+#include "tests/Support/LibraryCopy_posix.h"
 #include "tests/Support/Process.h"
 #include "tests/Support/ScopedTempDir.h"
 
@@ -132,6 +133,22 @@ TEST_F(ToolTest, HelpAndVersionAreResultsAndWrongUsageIsStatusTwo)
         EXPECT_NE(result.error, "") << arguments;
     }
     EXPECT_EQ(Entries(), 0U);
+}
+
+TEST_F(ToolTest, LoadsTheLibrariesForImagesWithTheFirstImageAndThoseForWindowsNever)
+{
+    EXPECT_THAT(Must("LD_TRACE_LOADED_OBJECTS=1 kiln"),
+                AllOf(HasSubstr("libCommon.so"), Not(HasSubstr("Qt5Gui")), Not(HasSubstr("libX11"))));
+    EXPECT_THAT(Run("LD_DEBUG=files kiln import " + Cell + " cell.tif").error,
+                AllOf(HasSubstr("Qt5Gui"), Not(HasSubstr("Qt5Widgets"))));
+    EXPECT_THAT(Run("LD_DEBUG=files kiln import cell.tif again.tif").error, Not(HasSubstr("Qt5Gui")));
+
+    const ScopedTempDir folder;
+    const std::string loadsCopy = Support::WithLibraryCopy(folder.Path());
+    Must(loadsCopy + "kiln info cell.tif");
+    const ProcessResult result = Run(loadsCopy + "kiln import " + Cell + " other.tif");
+    EXPECT_EQ(result.status, 1);
+    EXPECT_THAT(result.error, AllOf(HasSubstr("cell.png"), HasSubstr(folder.Path().native() + "/CommonImages-")));
 }
 
 TEST_F(ToolTest, WhateverEndsAnExportTheOldFileStaysAndNothingElse)

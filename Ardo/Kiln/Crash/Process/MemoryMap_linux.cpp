@@ -1,6 +1,6 @@
 #include "Ardo/Kiln/Crash/Process/MemoryMap_linux.h"
 
-#include "Ardo/Kiln/Crash/Process/MapsReader_linux.h"
+#include "Ardo/Kiln/Platform/MapsReader_linux.h"
 
 #include <algorithm>
 #include <iterator>
@@ -11,7 +11,7 @@ namespace Ardo::Kiln::Crash
 std::vector<MappedRange> ReadMemoryMap(std::uint32_t processId)
 {
     Platform::MappedArray<char> text;
-    if (ReadMaps(static_cast<std::int32_t>(processId), text) != 0)
+    if (Platform::ReadMaps(static_cast<std::int32_t>(processId), text) != 0)
     {
         return {};
     }
@@ -19,7 +19,7 @@ std::vector<MappedRange> ReadMemoryMap(std::uint32_t processId)
     std::string_view file; // of the last mapping that has one
     std::uint64_t fileBase = 0;
     std::string_view list(text.begin(), text.Size());
-    for (MapsLine line; TakeMapsLine(list, line);)
+    for (Platform::MapsLine line; TakeMapsLine(list, line);)
     {
         if (!line.name.empty() && (line.name != file || line.offset == 0))
         {

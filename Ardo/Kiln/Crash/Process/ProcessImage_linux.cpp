@@ -1,6 +1,6 @@
 #include "Ardo/Kiln/Crash/Process/ProcessImage_linux.h"
 
-#include "Ardo/Kiln/Crash/Process/MapsReader_linux.h"
+#include "Ardo/Kiln/Platform/MapsReader_linux.h"
 #include "Ardo/Kiln/Platform/ProcFile_linux.h"
 
 #include <algorithm>
@@ -56,12 +56,12 @@ int ProcessImage::Read(bool withExclusions) noexcept
 
 int ProcessImage::ReadMappings() noexcept
 {
-    if (const int error = ReadMaps(m_process, m_mapsText); error != 0)
+    if (const int error = Platform::ReadMaps(m_process, m_mapsText); error != 0)
     {
         return error;
     }
     std::string_view list = MapsText();
-    for (MapsLine line; TakeMapsLine(list, line);)
+    for (Platform::MapsLine line; TakeMapsLine(list, line);)
     {
         const Mapping mapping = {line.start,
                                  line.end,

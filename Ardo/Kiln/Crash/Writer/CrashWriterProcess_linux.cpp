@@ -1,8 +1,8 @@
 #include "Ardo/Kiln/Crash/Writer/CrashWriterProcess_linux.h"
 
 #include "Ardo/Kiln/Crash/CrashRequest_linux.h"
-#include "Ardo/Kiln/Crash/Process/MapsReader_linux.h"
 #include "Ardo/Kiln/Crash/Writer/SystemCall_linux.h"
+#include "Ardo/Kiln/Platform/MapsReader_linux.h"
 #include "Ardo/Kiln/Platform/StandardError.h"
 
 #include <algorithm>
@@ -79,9 +79,10 @@ bool FindProgram() noexcept
     // The file that this code was loaded from, as the kernel knows it: dladdr() returns what the loader was told, which
     // may be relative to a folder that is no longer current.
     Platform::MappedArray<char> maps;
-    const bool read = ReadMaps(getpid(), maps) == 0;
+    const bool read = Platform::ReadMaps(getpid(), maps) == 0;
     const auto self =
-        read ? FindModule({maps.begin(), maps.Size()}, reinterpret_cast<std::uint64_t>(&FindProgram)) : std::nullopt;
+        read ? Platform::FindModule({maps.begin(), maps.Size()}, reinterpret_cast<std::uint64_t>(&FindProgram))
+             : std::nullopt;
     const std::string_view file = self ? self->file : std::string_view();
     const std::string_view folder = file.substr(0, file.rfind('/') + 1);
     for (const std::string_view place : {"kiln-crash-writer", KILN_CRASH_WRITER_FROM_LIBRARY})

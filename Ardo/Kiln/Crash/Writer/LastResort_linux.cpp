@@ -2,13 +2,13 @@
 
 #include "Ardo/Kiln/Crash/CrashRequest_linux.h"
 #include "Ardo/Kiln/Crash/Minidump/MinidumpWriter_linux.h"
-#include "Ardo/Kiln/Crash/Process/MapsReader_linux.h"
 #include "Ardo/Kiln/Crash/Report/CrashReportText.h"
 #include "Ardo/Kiln/Crash/Report/FaultFacts.h"
 #include "Ardo/Kiln/Crash/Report/ReportFile.h"
 #include "Ardo/Kiln/Crash/Report/ReportWriter.h"
 #include "Ardo/Kiln/Crash/Report/TextSink.h"
 #include "Ardo/Kiln/Platform/LocalOffset.h"
+#include "Ardo/Kiln/Platform/MapsReader_linux.h"
 #include "Ardo/Kiln/Platform/StandardError.h"
 
 #include <string_view>
@@ -27,8 +27,8 @@ std::string_view MakeText(CrashRequest& request) noexcept
 {
     const FaultFacts facts = FactsOf(request);
     Platform::MappedArray<char> maps;
-    const bool read = ReadMaps(::getpid(), maps) == 0;
-    const auto module = read ? FindModule({maps.begin(), maps.Size()}, facts.address) : std::nullopt;
+    const bool read = Platform::ReadMaps(::getpid(), maps) == 0;
+    const auto module = read ? Platform::FindModule({maps.begin(), maps.Size()}, facts.address) : std::nullopt;
     BufferSink text(request.text, sizeof request.text);
     AppendShortReport(text, facts, module ? module->file : "", module ? module->base : 0, request.fakesDump == 0);
     return text.Text();

@@ -6,7 +6,7 @@
 #include <optional>
 #include <string_view>
 
-namespace Ardo::Kiln::Crash
+namespace Ardo::Kiln::Platform
 {
 
 // The kernel's list of the mappings of a process, /proc/PID/maps: see proc(5). System calls only, no allocation from
@@ -36,7 +36,7 @@ struct MapsModule
 
 /// Reads the list of \p process to the end of \p text.
 /// \returns 0 or the error number.
-int ReadMaps(std::int32_t process, Platform::MappedArray<char>& text) noexcept;
+int ReadMaps(std::int32_t process, MappedArray<char>& text) noexcept;
 
 /// Takes the first line from \p list.
 /// \returns false at the end of the list.
@@ -45,4 +45,4 @@ bool TakeMapsLine(std::string_view& list, MapsLine& line) noexcept;
 /// The file that \p list has at \p address; empty where no file is mapped.
 std::optional<MapsModule> FindModule(std::string_view list, std::uint64_t address) noexcept;
 
-} // namespace Ardo::Kiln::Crash
+} // namespace Ardo::Kiln::Platform

@@ -1,18 +1,15 @@
-#include "Ardo/Kiln/Crash/Process/MapsReader_linux.h"
+#include "Ardo/Kiln/Platform/MapsReader_linux.h"
 
 #include "Ardo/Kiln/Platform/ProcFile_linux.h"
 
 #include <algorithm>
 
-namespace Ardo::Kiln::Crash
+namespace Ardo::Kiln::Platform
 {
 
-using Platform::TakeNumber;
-using Platform::TakeUntil;
-
-int ReadMaps(std::int32_t process, Platform::MappedArray<char>& text) noexcept
+int ReadMaps(std::int32_t process, MappedArray<char>& text) noexcept
 {
-    return Platform::ReadWholeFile(Platform::ProcPath(process, 0, "maps").Text(), text);
+    return ReadWholeFile(ProcPath(process, 0, "maps").Text(), text);
 }
 
 // "7f12-7f34 r-xp 00001000 fe:00 1234      /usr/lib/libX.so"
@@ -63,4 +60,4 @@ std::optional<MapsModule> FindModule(std::string_view list, std::uint64_t addres
     return std::nullopt;
 }
 
-} // namespace Ardo::Kiln::Crash
+} // namespace Ardo::Kiln::Platform

@@ -1,0 +1,26 @@
+#include "Ardo/Kiln/Platform/ModulePath.h"
+#include "Ardo/Kiln/Platform/Plugin.h"
+#include "Ardo/Kiln/Platform/SystemError.h"
+
+#include <system_error>
+
+#include <windows.h>
+
+namespace Ardo::Kiln::Platform
+{
+
+void* PluginFunction(const std::string& name, const char* function)
+{
+    const auto file = LibraryPath().replace_filename(name + "-" KILN_VERSION ".dll");
+    // The libraries that the plug-in needs are looked for beside it, too, and never in the current folder.
+    const HMODULE plugin =
+        ::LoadLibraryExW(file.c_str(), nullptr, LOAD_LIBRARY_SEARCH_DLL_LOAD_DIR | LOAD_LIBRARY_SEARCH_DEFAULT_DIRS);
+    const FARPROC address = plugin != nullptr ? ::GetProcAddress(plugin, function) : nullptr;
+    if (address == nullptr)
+    {
+        throw std::system_error(LastSystemError(), name + "-" KILN_VERSION ".dll");
+    }
+    return reinterpret_cast<void*>(address);
+}
+
+} // namespace Ardo::Kiln::Platform
