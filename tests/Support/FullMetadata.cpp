@@ -157,7 +157,13 @@ void FillColumn(Metadata& metadata)
     scan.AcquisitionTime = 35.2;
     scan.ScanRotation = -1.5707963267948966;
 
-    metadata.VacuumProperties = {1e-5, "HighVacuum", 2e-7, 3e-5, 4e-6, 5e-4, 6e-3};
+    metadata.VacuumProperties = {.SamplePressure = 1e-5,
+                                 .VacuumMode = "HighVacuum",
+                                 .ElectronSourcePressure = 2e-7,
+                                 .IonSourcePressure = 3e-5,
+                                 .ElectronColumnPressure = 4e-6,
+                                 .IonColumnPressure = 5e-4,
+                                 .ProjectionChamberPressure = 6e-3};
     metadata.GasInjectionSystems = {
         {1, "Port A", true, false, GasInjectionSystemNeedleState::Inserted, 303.15, {{301.0, "Pt"}, {302.0, "W"}}},
         {2, "Port B", false, true, GasInjectionSystemNeedleState::MaskOnline, 293.15, {{299.5, "C"}}}};

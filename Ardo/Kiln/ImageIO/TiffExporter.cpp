@@ -32,8 +32,9 @@ const std::string InvalidParameters = "Invalid data parameters.";
 /// The largest file that the 32-bit offsets of a classic TIFF can address.
 constexpr std::uint64_t MaxFile = std::numeric_limits<std::uint32_t>::max();
 
-/// The first strip begins on a page boundary of the file. Behind the header, at offset 8, every page of a page-aligned
-/// image would be copied to an address 8 bytes off, which costs some processors more than half of their speed.
+/// The first strip begins on a page boundary of the file. If it began right after the 8-byte header, every page of a
+/// page-aligned image would be copied to an address that is off by 8 bytes, which costs some processors more than half
+/// of their speed.
 constexpr std::uint64_t FirstStrip = 4096;
 
 constexpr std::uint16_t Centimetre = 3;

@@ -31,7 +31,8 @@ class TiffFile;
 /// 34683); if the pixel size is given, the pixels per centimetre (65450, 65451, and 65452 = 3); and if the pixel size
 /// is in metres, the legacy text (34682). For the pixels per centimetre the pixel size is taken as metres, whatever its
 /// unit text and its prefix power are. A value that the tag cannot hold is replaced by the nearest one that it can
-/// hold. A pixel size that is not a positive finite number writes none of these three tags.
+/// hold. With a pixel size that is not positive and
+/// finite, the tags 65450 to 65452 are not written.
 ///
 /// The file of the last write stays open until the next write or the destructor; it is complete on return. Neither
 /// pixels nor metadata are kept after a call. A write needs less than 2 MiB of memory beyond the metadata text.

@@ -95,7 +95,7 @@ bool IsNeeded(std::uint16_t tag, TIFF* tiff)
     {
     case TIFFTAG_COLORMAP: // libtiff ignores one that the image does not need
         return TIFFGetField(tiff, TIFFTAG_PHOTOMETRIC, &photometric) == 1 && photometric == PHOTOMETRIC_PALETTE;
-    case TIFFTAG_PREDICTOR: // libtiff knows it for the compressions that use it only
+    case TIFFTAG_PREDICTOR: // libtiff registers it only for compressions that use it
         return TIFFFindField(tiff, tag, TIFF_ANY) != nullptr;
     default:
         return std::ranges::find(Needed, tag) != Needed.end() || std::ranges::find(Private, tag) != Private.end();

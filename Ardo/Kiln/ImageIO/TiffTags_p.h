@@ -3,6 +3,9 @@
 #include <cstdint>
 
 /// The private tags of the library's TIFF files.
+///
+/// TiffFile.cpp makes them known to libtiff (ExtendTags) and says which of them must not be damaged (IsNeeded).
+/// TiffExporter writes them; TiffReader and ImageFile read them.
 namespace Ardo::Kiln::ImageIO::Tag
 {
 

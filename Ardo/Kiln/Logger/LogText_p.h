@@ -11,7 +11,7 @@
 namespace Ardo::Kiln::Logger
 {
 
-// The texts of log lines. Any thread may call the functions.
+// Parts of log lines. DebugOutput::Write and TextLogWriter compose the lines. Any thread may call the functions.
 
 /// Appends \p text, which should be UTF-8, to a log line, which is UTF-8 and stays one line.
 ///

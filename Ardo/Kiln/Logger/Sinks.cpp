@@ -27,7 +27,7 @@ namespace
 
 constexpr unsigned FileCount = 3;
 constexpr std::uint64_t DebugFileSize = 4'194'304;
-constexpr std::size_t FixedPart = 40; // of a debug line
+constexpr std::size_t FixedPart = 40; // bytes of time, tag and separators, for reserve()
 
 template <typename T>
 const T* ValueOf(const boost::log::attribute_value_set& values, const boost::log::attribute_name& name)

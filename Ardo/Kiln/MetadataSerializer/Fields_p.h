@@ -12,11 +12,17 @@ namespace Ardo::Kiln::MetadataSerializer
 {
 
 // The fields of a document, in one list for writing and reading: VisitFields calls a visitor with each field of a
-// record, in document order. A writer takes const records, a reader changeable ones. A visitor has
+// record, in document order. A writer takes const records, a reader changeable ones.
+//
+// A new field is added to its struct in Ardo/MetadataLib, to the list below, and to share/ArdoMetadata.xsd in the same
+// order. The tests want it in tests/Support/FullMetadata.cpp and tests/Data/full.*; `kiln info` (apps/kiln/Info.cpp)
+// shows only what it names.
+//
+// A visitor has
 //
 //   operator()(name, value)                     an element: a single value, an optional, an enumeration or a record
 //   Attribute(name, value)                      an attribute in XML, an element in JSON
-//   AttributeForOthers(name, value)             an attribute that our reader neither needs nor looks at
+//   AttributeForOthers(name, value)             an attribute for other programs, which our reader ignores
 //   OwnText(name, value)                        the text of the element itself in XML, an element in JSON
 //   MayBeMissing(name, record)                  a record that is always written but that readers do not insist on
 //   Converted(adapter, name, value)             a value whose form in documents differs from that in the model

@@ -8,6 +8,8 @@
 namespace Ardo::Kiln::MetadataSerializer
 {
 
+// Checks and changes before a document is written. TreeReader checks the values of a document that is read.
+
 /// Checks a document against the limits of readers before it is written.
 /// \throws boost::property_tree::ptree_bad_data if it has too many nodes or is nested too deep.
 void CheckLimits(const boost::property_tree::ptree& document, SerializeType type);

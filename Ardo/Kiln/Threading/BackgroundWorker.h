@@ -127,10 +127,9 @@ public:
     std::thread::id GetThreadId();
 
 protected:
-    /// \param spawnThread true: the thread calls ExecuteWork() as soon as this base class is constructed, so the
-    /// override
-    ///        of a derived class may not be called. False: functions run on their callers' threads; such a class
-    ///        overrides Wait() or InternalCall(), which call each other here.
+    /// \param spawnThread true: the thread calls ExecuteWork() as soon as this base class is constructed; the override
+    ///        of a derived class is then possibly not called. False: functions run on their callers' threads; such a
+    ///        class overrides Wait() or InternalCall(), which call each other here.
     BackgroundWorker(bool spawnThread, const std::string& threadName,
                      const std::function<void(const Exception::Warning&)>& warningHandler,
                      ComInitializationType comInitialization);

@@ -15,7 +15,7 @@ namespace Ardo::Kiln::Threading
 /// Any thread may Post() and Schedule(), also from within a function that runs: what it hands over waits for the next
 /// drain. Wait(), Call() and the destructor drain on the calling thread. Drain on one thread at a time, or hand-over
 /// order is lost. The worker never refuses work and never stops: IsRunning() is always true.
-/// With a warning handler, an Exception::Warning goes there. Any other exception ends the drain: it is thrown on to the
+/// With a warning handler, an Exception::Warning goes there. Any other exception ends the drain: it is rethrown to the
 /// caller, and the rest of the batch is destroyed without being run, so that its scheduled items stay Scheduled for
 /// ever (ScopedScheduledWork cancels them).
 ///

@@ -43,10 +43,10 @@ public:
         const std::function<void(const Exception::Warning&)>* warningHandler = nullptr;
     };
 
-    /// What the thread that brings a function does next.
+    /// What the posting thread does next.
     enum class Caller
     {
-        GoesOn, ///< Nothing that depends on the function: an awake queue gathers such functions for some microseconds.
+        GoesOn, ///< It does not wait for the function, so an awake queue may gather several for some microseconds.
         Waits,  ///< It waits until the function has run.
     };
 
@@ -92,7 +92,7 @@ private:
     alignas(CacheLine) std::mutex m_queueMutex;
     std::vector<Job> m_queue;                  ///< Guarded by m_queueMutex.
     std::atomic<bool> m_isDrainPosted = false; ///< Whether m_queue will be taken. Written under m_queueMutex.
-    /// Whether a caller waits for one of m_queue. Written under m_queueMutex, seldom; read all the time.
+    /// Whether a caller waits for a job in m_queue. Written under m_queueMutex, seldom; read all the time.
     alignas(CacheLine) std::atomic<bool> m_isWaitedFor = false;
     alignas(CacheLine) std::vector<Job> m_batch; ///< Taken from m_queue. The running thread's alone.
     std::size_t m_next = 0;                      ///< The first of m_batch that has not begun.

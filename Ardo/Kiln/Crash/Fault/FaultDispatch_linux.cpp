@@ -2,11 +2,11 @@
 
 #include "Ardo/Kiln/Crash/Fault/AbortReason_linux.h"
 #include "Ardo/Kiln/Crash/Fault/FaultFallback_linux.h"
-#include "Ardo/Kiln/Crash/Fault/FaultHandlers_linux.h"
 #include "Ardo/Kiln/Crash/Fault/FaultProcess_linux.h"
 #include "Ardo/Kiln/Crash/Fault/FaultSignal_linux.h"
 #include "Ardo/Kiln/Crash/Fault/FaultThread_linux.h"
 #include "Ardo/Kiln/Crash/Fault/LanguageRuntime_linux.h"
+#include "Ardo/Kiln/Crash/Fault/SignalHandlers_linux.h"
 #include "Ardo/Kiln/Crash/Fault/TerminateHandler_linux.h"
 #include "Ardo/Kiln/Crash/Fault/ThreadStart_linux.h"
 #include "Ardo/Kiln/Crash/Fault/ThrowHook_linux.h"

@@ -4,12 +4,12 @@
 #include "Ardo/Kiln/Crash/CrashRequest_linux.h"
 #include "Ardo/Kiln/Crash/Fault/FaultDescription_linux.h"
 #include "Ardo/Kiln/Crash/Fault/FaultFallback_linux.h"
-#include "Ardo/Kiln/Crash/Fault/FaultHandlers_linux.h"
 #include "Ardo/Kiln/Crash/Fault/FaultProcess_linux.h"
 #include "Ardo/Kiln/Crash/Fault/FaultSignal_linux.h"
 #include "Ardo/Kiln/Crash/Fault/FaultThread_linux.h"
 #include "Ardo/Kiln/Crash/Fault/GuardedQuestion_linux.h"
 #include "Ardo/Kiln/Crash/Fault/RecoveryCheck_linux.h"
+#include "Ardo/Kiln/Crash/Fault/SignalHandlers_linux.h"
 #include "Ardo/Kiln/Crash/Fault/TerminateHandler_linux.h"
 #include "Ardo/Kiln/Crash/FaultCode.h"
 

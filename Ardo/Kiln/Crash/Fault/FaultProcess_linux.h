@@ -1,8 +1,8 @@
 #pragma once
 
+#include "Ardo/Kiln/Crash/Fault/EndRequest_linux.h"
 #include "Ardo/Kiln/Crash/Fault/FaultSlot_linux.h"
 #include "Ardo/Kiln/Crash/Fault/FilterThread_linux.h"
-#include "Ardo/Kiln/Crash/Fault/ProcessEnding_linux.h"
 
 #include <sys/types.h>
 
@@ -22,7 +22,7 @@ struct FaultProcess
     std::atomic<bool> isStarted = false; ///< In this process; a forked child starts anew.
     FaultSlot slot;
     FilterThread filters;
-    ProcessEnding ending;
+    EndRequest ending;
 
     /// In a forked child: only the calling thread exists.
     void ResetInChild() noexcept;

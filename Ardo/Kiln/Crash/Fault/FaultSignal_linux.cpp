@@ -21,7 +21,7 @@ constexpr std::uintptr_t Page = 4096;
 constexpr std::uint64_t UnknownAddress = ~std::uint64_t(0);
 
 // The processor's exception numbers ("vectors" in its manual), as the kernel hands them on.
-constexpr greg_t TrapInvalidOpcodeOrPrivilege = 13;
+constexpr greg_t TrapGeneralProtection = 13;
 constexpr greg_t TrapPageFault = 14;
 constexpr greg_t TrapAlignment = 17;
 
@@ -54,7 +54,7 @@ Fault ClassifySegmentation(const FaultThread& thread, const siginfo_t& info, con
     {
         return fault; // sent by a process: no instruction is at fault
     }
-    if (registers[REG_TRAPNO] == TrapInvalidOpcodeOrPrivilege)
+    if (registers[REG_TRAPNO] == TrapGeneralProtection)
     {
         if (IsPrivilegedInstruction(context))
         {
@@ -191,8 +191,8 @@ void ClassifySignal(FaultThread& thread, int signal, const siginfo_t& info, cons
     auto address = static_cast<std::uintptr_t>(thread.context.Rip);
     if (fault.code == FaultCode::Breakpoint && info.si_code > 0)
     {
-        // Debuggers and stacks name what stands at the instruction pointer: behind the last instruction of a function
-        // that is the next function. Windows moves it back as well.
+        // Debuggers name the function that contains the instruction pointer. After a breakpoint that is the last
+        // instruction of a function, this would be the next function. Windows moves the pointer back as well.
         address = BreakpointAddress(context);
         thread.context.Rip = address;
     }

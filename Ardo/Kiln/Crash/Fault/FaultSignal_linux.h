@@ -22,7 +22,7 @@ void ClassifySignal(FaultThread& thread, int signal, const siginfo_t& info, cons
 /// The registers of \p source in the other layout.
 void ToContext(const ucontext_t& source, CONTEXT& context) noexcept;
 
-/// The signal that becomes the given code, for records that no signal made.
+/// Inverse of ClassifySignal: the signal for \p code, for records that were not made by a signal.
 int SignalOfCode(std::uint32_t code) noexcept;
 
 } // namespace Ardo::Kiln::Crash

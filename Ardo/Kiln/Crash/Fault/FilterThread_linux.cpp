@@ -134,7 +134,7 @@ bool FilterThread::CountsTime() const noexcept
     return m_pauses == 0 && !(g_fallback.isReporting != nullptr && g_fallback.isReporting());
 }
 
-Verdict FilterThread::Decide(FaultThread& thread, ProcessEnding& ending, GuardFrame*& guard) noexcept
+Verdict FilterThread::Decide(FaultThread& thread, EndRequest& ending, GuardFrame*& guard) noexcept
 {
     if (!IsRunning())
     {

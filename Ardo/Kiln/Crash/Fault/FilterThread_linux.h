@@ -1,7 +1,7 @@
 #pragma once
 
+#include "Ardo/Kiln/Crash/Fault/EndRequest_linux.h"
 #include "Ardo/Kiln/Crash/Fault/FaultThread_linux.h"
-#include "Ardo/Kiln/Crash/Fault/ProcessEnding_linux.h"
 
 #include <setjmp.h>
 
@@ -39,7 +39,7 @@ public:
     /// Has the filters decide about the fault of \p thread, the calling one. Waits until they have answered or their
     /// time is over. Only for the owner of the fault slot; system calls only.
     /// \param guard receives the guarded call to return from, with Verdict::Jump.
-    Verdict Decide(FaultThread& thread, ProcessEnding& ending, GuardFrame*& guard) noexcept;
+    Verdict Decide(FaultThread& thread, EndRequest& ending, GuardFrame*& guard) noexcept;
 
     /// For the signal handler: if the caller is the thread and a filter has faulted, does not return; Decide answers
     /// Verdict::Failed.

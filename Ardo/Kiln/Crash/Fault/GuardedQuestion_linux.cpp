@@ -1,8 +1,8 @@
 #include "Ardo/Kiln/Crash/Fault/GuardedQuestion_linux.h"
 
-#include "Ardo/Kiln/Crash/Fault/FaultHandlers_linux.h"
 #include "Ardo/Kiln/Crash/Fault/FaultSignal_linux.h"
 #include "Ardo/Kiln/Crash/Fault/LanguageRuntime_linux.h"
+#include "Ardo/Kiln/Crash/Fault/SignalHandlers_linux.h"
 
 #include <pthread.h>
 #include <setjmp.h>

@@ -1,6 +1,6 @@
 #include "Ardo/Kiln/Crash/Fault/RecoveryCheck_linux.h"
 
-#include "Ardo/Kiln/Crash/Fault/FaultHandlers_linux.h"
+#include "Ardo/Kiln/Crash/Fault/SignalHandlers_linux.h"
 
 #include <utility>
 

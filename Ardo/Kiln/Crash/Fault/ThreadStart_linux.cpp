@@ -4,8 +4,8 @@
 
 #include "Ardo/Kiln/Crash/Fault/ThreadStart_linux.h"
 
-#include "Ardo/Kiln/Crash/Fault/FaultHandlers_linux.h"
 #include "Ardo/Kiln/Crash/Fault/FaultThread_linux.h"
+#include "Ardo/Kiln/Crash/Fault/SignalHandlers_linux.h"
 #include "Ardo/KilnExport.h"
 
 #include <dlfcn.h>

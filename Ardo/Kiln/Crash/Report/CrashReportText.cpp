@@ -205,7 +205,6 @@ void AppendTaggedName(TextSink& name, std::string_view applicationName, std::str
 
 std::string_view ExceptionName(std::uint32_t code) noexcept
 {
-    namespace FaultCode = FaultCode;
     struct Row
     {
         std::uint32_t code;

@@ -1,11 +1,11 @@
-#include "Ardo/Kiln/Crash/Fault/ProcessEnding_linux.h"
+#include "Ardo/Kiln/Crash/Fault/EndRequest_linux.h"
 
 #include <signal.h>
 
 namespace Ardo::Kiln::Crash
 {
 
-bool ProcessEnding::Poll() noexcept
+bool EndRequest::Poll() noexcept
 {
     sigset_t pending;
     if (!IsRequested() && sigpending(&pending) == 0)

@@ -9,7 +9,7 @@ namespace Ardo::Kiln::Crash
 /// or SIGQUIT. A question to a person will hardly be answered then, and nobody should wait for the answer.
 ///
 /// A signal that another thread takes ends the process, or runs the application's handler, as if there was no fault.
-class ProcessEnding
+class EndRequest
 {
 public:
     /// Notes that exit() was called.

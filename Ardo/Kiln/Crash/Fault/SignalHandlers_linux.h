@@ -49,7 +49,7 @@ void CallPreviousHandler(int signal, siginfo_t* info, ucontext_t& context) noexc
 /// fault of an instruction can end it by the signal itself; the call does not return then.
 void EndBySignal(int signal, siginfo_t* info) noexcept;
 
-/// Whether ours handles \p signal at the moment.
+/// Whether KilnFaultEntry is the installed handler of \p signal.
 bool IsOursInstalled(int signal) noexcept;
 
 } // namespace Ardo::Kiln::Crash

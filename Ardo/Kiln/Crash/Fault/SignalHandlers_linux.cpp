@@ -1,4 +1,4 @@
-#include "Ardo/Kiln/Crash/Fault/FaultHandlers_linux.h"
+#include "Ardo/Kiln/Crash/Fault/SignalHandlers_linux.h"
 
 #include "Ardo/Kiln/Crash/Fault/FaultSignal_linux.h"
 
