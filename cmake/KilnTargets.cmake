@@ -95,16 +95,21 @@ function(kiln_end_library)
     set_target_properties(Common PROPERTIES LINKER_LANGUAGE CXX)
 endfunction()
 
-# kiln_test(NAME ImageIOTests SOURCES TiffExporterTest.cpp ... [LINK TIFF::TIFF] [THREADED])
+# kiln_test(NAME ImageIOTests SOURCES TiffExporterTest.cpp ... [LINK TIFF::TIFF] [THREADED] [WITHOUT_ERROR_RECORD_CHECK])
 #
 # THREADED: the program uses threads in ways that ThreadSanitizer can judge. The target threaded_tests builds these
 # programs, and their tests have the label "threaded".
 #
+# WITHOUT_ERROR_RECORD_CHECK: an unexpected log record of level error does not fail a test.
+#
 # The program takes its locale from the environment, which has a decimal comma in the second run.
 function(kiln_test)
-    cmake_parse_arguments(arg "THREADED" "NAME" "SOURCES;LINK" ${ARGN})
+    cmake_parse_arguments(arg "THREADED;WITHOUT_ERROR_RECORD_CHECK" "NAME" "SOURCES;LINK" ${ARGN})
     add_executable(${arg_NAME} ${arg_SOURCES})
     target_link_libraries(${arg_NAME} PRIVATE Common KilnTestSupport KilnCompiler ${arg_LINK})
+    if(NOT arg_WITHOUT_ERROR_RECORD_CHECK)
+        target_link_libraries(${arg_NAME} PRIVATE KilnErrorRecordCheck)
+    endif()
     target_precompile_headers(${arg_NAME} REUSE_FROM KilnTestSupport)
     add_test(NAME ${arg_NAME} COMMAND ${arg_NAME})
     add_test(NAME ${arg_NAME}.HostileLocale COMMAND ${arg_NAME})

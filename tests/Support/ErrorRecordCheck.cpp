@@ -1,5 +1,4 @@
-// A test program that has this file among its sources fails each test that logs a record of level error or fatal while
-// there is no LogCollector. Not for the tests of Logger, which need a logging core without other sinks.
+// Fails each test that logs a record of level error or fatal while there is no LogCollector.
 
 #include "tests/Support/LogCollector.h"
 

@@ -38,6 +38,10 @@ public:
     /// Announces records of level error or fatal, one for each text: the message contains the text. In any order.
     void ExpectErrors(std::vector<std::string> parts);
 
+    /// Allows any number of records of level error or fatal whose messages contain \p part: for tests in which each of
+    /// many errors is also an exception that the test expects.
+    void AllowErrors(std::string part);
+
     /// The records so far, in the order of logging.
     std::vector<Record> Records() const;
 

@@ -1,3 +1,4 @@
+#include "tests/Support/TemporaryFolder.h"
 #include "tests/Support/TestTimeLimit.h"
 
 #include <gmock/gmock.h>
@@ -32,5 +33,6 @@ int main(int argc, char** argv)
     // The global C and C++ locales follow the environment, which has a decimal comma in the hostile run.
     std::locale::global(std::locale(""));
     Ardo::Kiln::Support::LimitTimeOfEachTest();
+    Ardo::Kiln::Support::CheckTemporaryFolder();
     return RUN_ALL_TESTS();
 }

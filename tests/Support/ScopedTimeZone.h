@@ -1,9 +1,9 @@
 #pragma once
 
-#include <cstdlib>
+#include "tests/Support/ScopedVariable.h"
+
 #include <ctime>
 #include <optional>
-#include <string>
 
 namespace Ardo::Kiln::Support
 {
@@ -12,27 +12,22 @@ namespace Ardo::Kiln::Support
 class ScopedTimeZone
 {
 public:
-    /// \param zone what the environment variable TZ holds, such as "CET-1CEST,M3.5.0,M10.5.0/3".
+    /// \param zone the value of the environment variable TZ, such as "CET-1CEST,M3.5.0,M10.5.0/3".
     explicit ScopedTimeZone(const char* zone)
     {
-        if (const char* const before = std::getenv("TZ"))
-        {
-            m_before = before;
-        }
-        Set(zone);
+        m_variable.emplace("TZ", zone);
+        ::tzset();
     }
-    ~ScopedTimeZone() { Set(m_before ? m_before->c_str() : nullptr); }
+    ~ScopedTimeZone()
+    {
+        m_variable.reset();
+        ::tzset();
+    }
     ScopedTimeZone(const ScopedTimeZone&) = delete;
     ScopedTimeZone& operator=(const ScopedTimeZone&) = delete;
 
 private:
-    static void Set(const char* zone)
-    {
-        zone != nullptr ? ::setenv("TZ", zone, 1) : ::unsetenv("TZ");
-        ::tzset();
-    }
-
-    std::optional<std::string> m_before;
+    std::optional<ScopedVariable> m_variable; ///< Optional, so that it ends before tzset is called.
 };
 
 } // namespace Ardo::Kiln::Support

@@ -12,6 +12,7 @@
 #include "tests/Kiln/Crash/StackSample.h"
 #include "tests/Support/Process.h"
 #include "tests/Support/ScopedTempDir.h"
+#include "tests/Support/ScopedVariable.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -83,16 +84,11 @@ class ReportWaysTest : public testing::Test
 protected:
     ReportWaysTest()
     {
-        ::setenv("XDG_DATA_HOME", m_data.Path().c_str(), 1);
         testing::internal::CaptureStderr();
         Exception::MiniDumpGenerator::CreateDumpDirectory();
         testing::internal::GetCapturedStderr();
     }
-    ~ReportWaysTest() override
-    {
-        ::unsetenv("XDG_DATA_HOME");
-        Exception::MiniDumpGenerator::SetFakeWriteDump(false);
-    }
+    ~ReportWaysTest() override { Exception::MiniDumpGenerator::SetFakeWriteDump(false); }
 
     std::vector<std::string> Names() const
     {
@@ -106,6 +102,7 @@ protected:
     }
 
     const Support::ScopedTempDir m_data;
+    const Support::ScopedVariable m_variable{"XDG_DATA_HOME", m_data.Path()};
     const std::filesystem::path m_folder = m_data / "Orbex/CrashDumps";
 };
 

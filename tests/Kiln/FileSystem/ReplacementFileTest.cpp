@@ -5,6 +5,7 @@
 #include "tests/Support/Process.h"
 #include "tests/Support/ScopedNobody.h"
 #include "tests/Support/ScopedTempDir.h"
+#include "tests/Support/ScopedVariable.h"
 
 #include <gmock/gmock.h>
 
@@ -252,18 +253,16 @@ TEST(TemporaryFileTest, IsItsOwnersAloneAndGoneWithTheObject)
     const Support::ScopedTempDir folder;
     const auto check = [&]
     {
-        const std::string before = ::getenv("TMPDIR") != nullptr ? ::getenv("TMPDIR") : "";
-        ::setenv("TMPDIR", folder.Path().c_str(), 1);
         {
+            const Support::ScopedVariable inFolder("TMPDIR", folder.Path());
             const TemporaryFile file;
             WriteFile(ToPath(file.WidePath()), "text");
             EXPECT_EQ(ReadFile(file.Path()), "text");
             EXPECT_EQ(ModeOf(file.Path()), 0600U);
         }
         EXPECT_EQ(EntriesOf(folder.Path()), 0);
-        ::setenv("TMPDIR", (folder / "missing").c_str(), 1);
+        const Support::ScopedVariable missing("TMPDIR", folder / "missing");
         EXPECT_THROW(TemporaryFile(), fs::filesystem_error);
-        before.empty() ? ::unsetenv("TMPDIR") : ::setenv("TMPDIR", before.c_str(), 1);
     };
     check();
     Support::RunWithFailing(NoFilesWithoutName, check);

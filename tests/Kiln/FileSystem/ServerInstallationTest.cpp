@@ -2,6 +2,7 @@
 
 #include "tests/Support/Process.h"
 #include "tests/Support/ScopedTempDir.h"
+#include "tests/Support/ScopedVariable.h"
 #include "tests/Support/VersionedLibrary.h"
 
 #include <gtest/gtest.h>
@@ -16,9 +17,6 @@ namespace fs = std::filesystem;
 class ServerInstallationTest : public testing::Test
 {
 protected:
-    ServerInstallationTest() { ::setenv("XDG_CONFIG_DIRS", ("/missing:" + m_folder.Path().string()).c_str(), 1); }
-    ~ServerInstallationTest() override { ::unsetenv("XDG_CONFIG_DIRS"); }
-
     void Write(const fs::path& name, const std::string& bytes) const
     {
         fs::create_directories((m_folder.Path() / name).parent_path());
@@ -35,6 +33,9 @@ protected:
     const Support::ScopedTempDir m_folder;
     const std::string m_installed = (m_folder / "Instrument µ").string();
     const std::string m_library = Support::VersionedLibrary({7, 10, 65535, 4711});
+
+private:
+    const Support::ScopedVariable m_configuration{"XDG_CONFIG_DIRS", "/missing:" + m_folder.Path().string()};
 };
 
 TEST_F(ServerInstallationTest, TheSettingOfEitherViewIsFoundAndReadAnew)

@@ -13,6 +13,7 @@
 #include "tests/Support/Process.h"
 #include "tests/Support/ScopedTempDir.h"
 #include "tests/Support/ScopedTimeZone.h"
+#include "tests/Support/ScopedVariable.h"
 #include "tests/Support/VersionedLibrary.h"
 
 #include <boost/log/sources/record_ostream.hpp>
@@ -33,9 +34,6 @@ using namespace std::string_literals;
 class LoggingTest : public testing::Test
 {
 protected:
-    LoggingTest() { ::setenv("XDG_CONFIG_DIRS", m_folder.Path().c_str(), 1); }
-    ~LoggingTest() override { ::unsetenv("XDG_CONFIG_DIRS"); }
-
     void Log(const char* component, SeverityLevel level, const std::string& text)
     {
         auto logger = CreateLogger(component);
@@ -50,6 +48,9 @@ protected:
     }
 
     const Support::ScopedTempDir m_folder;
+
+private:
+    const Support::ScopedVariable m_configuration{"XDG_CONFIG_DIRS", m_folder.Path()};
 };
 
 TEST_F(LoggingTest, OneObjectIsInitialisedUntilItGoes)

@@ -62,6 +62,8 @@ std::vector<std::string> Names(const ptree& tree)
 
 TEST(RecordTest, EveryElementIsEitherRequiredOrMayBeMissing)
 {
+    Support::LogCollector log;
+    log.AllowErrors("Metadata: ");
     // Each is removed in turn from a complete document.
     const char* const required[] = {"Core",
                                     "Core.Guid",
@@ -210,6 +212,8 @@ TEST(RecordTest, ApertureTypesKeepTheSpellingThatFilesCarry)
 
 TEST(RecordTest, ADetectorNeedsATypeThatIsAnElementName)
 {
+    Support::LogCollector log;
+    log.AllowErrors("Metadata: ");
     const auto with = [](DetectorPtr detector, std::optional<std::string> type)
     {
         Metadata metadata = Support::MinimalMetadata();
@@ -323,6 +327,8 @@ TEST(RecordTest, WhereReadingStopsTravelsWithTheException)
 
 TEST(RecordTest, CustomPropertiesConvertByTheirType)
 {
+    Support::LogCollector log;
+    log.AllowErrors("Metadata: ");
     const auto read = [](const std::string& type, const std::string& value) -> std::string
     {
         ptree tree = TreeOf(Support::MinimalMetadata(), SerializeType::Json);
@@ -388,6 +394,24 @@ TEST(RecordTest, CustomPropertiesConvertByTheirType)
     {
         EXPECT_EQ(read(type, value), outcome) << type << ' ' << value;
     }
+}
+
+TEST(RecordTest, OfCustomPropertiesOfOneNameTheLastCounts)
+{
+    const Support::LogCollector log;
+    ptree tree = TreeOf(Support::MinimalMetadata(), SerializeType::Json);
+    for (const char* value : {"1", "2"})
+    {
+        ptree property;
+        property.put("name", "n");
+        property.put("value", value);
+        property.put("type", "int32");
+        tree.add_child("CustomPropertyGroup.CustomProperties.CustomProperty", property);
+    }
+    const CustomPropertyMap properties = FromTree(tree, SerializeType::Json).CustomProperties;
+    ASSERT_EQ(properties.size(), 1U);
+    EXPECT_EQ(std::get<std::int32_t>(properties.at("n")), 2);
+    EXPECT_THAT(log.Messages(), testing::ElementsAre(testing::HasSubstr("\"n\" is given once more")));
 }
 
 } // namespace Ardo::Kiln::MetadataSerializer

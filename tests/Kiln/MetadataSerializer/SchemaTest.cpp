@@ -2,6 +2,7 @@
 #include "Ardo/Kiln/MetadataSerializer/Record.h"
 #include "Ardo/MetadataLib/Metadata.h"
 #include "tests/Support/FullMetadata.h"
+#include "tests/Support/LogCollector.h"
 #include "tests/Support/Process.h"
 #include "tests/Support/ScopedTempDir.h"
 
@@ -63,6 +64,8 @@ bool LeaveOut(boost::property_tree::ptree& tree, int& index)
 
 TEST(SchemaTest, WhatIsWrittenIsValid)
 {
+    Support::LogCollector log;
+    log.AllowErrors("Metadata: ");
     std::vector<std::string> documents{Xml(Support::FullMetadata()), Xml(Support::MinimalMetadata()), Xml(Metadata())};
     Metadata odd = Support::FullMetadata();
     odd.Optics.Focus = -std::numeric_limits<double>::infinity();

@@ -3,11 +3,12 @@
 #include "tests/Support/Process.h"
 #include "tests/Support/ScopedNobody.h"
 #include "tests/Support/ScopedTempDir.h"
+#include "tests/Support/ScopedVariable.h"
 
 #include <gmock/gmock.h>
 
 #include <cerrno>
-#include <cstdlib>
+#include <optional>
 #include <string>
 
 #include <pwd.h>
@@ -21,32 +22,6 @@ namespace fs = std::filesystem;
 
 namespace
 {
-
-/// A variable of the environment with another value, or null for none, until the end of the block.
-class ScopedVariable
-{
-public:
-    ScopedVariable(const char* name, const char* value) : m_name(name)
-    {
-        const char* const before = std::getenv(name);
-        m_wasSet = before != nullptr;
-        m_before = m_wasSet ? before : "";
-        Set(value);
-    }
-    ~ScopedVariable() { Set(m_wasSet ? m_before.c_str() : nullptr); }
-    ScopedVariable(const ScopedVariable&) = delete;
-    ScopedVariable& operator=(const ScopedVariable&) = delete;
-
-private:
-    void Set(const char* value) const
-    {
-        EXPECT_EQ(value != nullptr ? ::setenv(m_name, value, 1) : ::unsetenv(m_name), 0);
-    }
-
-    const char* m_name;
-    bool m_wasSet = false;
-    std::string m_before;
-};
 
 int Make(const fs::path& folder)
 {
@@ -65,22 +40,22 @@ TEST(DataFolderTest, TheEnvironmentNamesTheFolders)
     const std::string home = ::getpwuid(::getuid())->pw_dir;
     const struct
     {
-        const char* data;
-        const char* home;
-        const char* temporary;
+        std::optional<std::string> data;
+        std::optional<std::string> home;
+        std::optional<std::string> temporary;
         std::vector<fs::path> folders;
     } rows[] = {{"/d", "/h", "/t", {"/d", "/t"}},
-                {nullptr, "/h", nullptr, {"/h/.local/share", "/tmp"}},
+                {{}, "/h", {}, {"/h/.local/share", "/tmp"}},
                 {"", "/h", "", {"/h/.local/share", "/tmp"}},
                 {"relative", "/h", "relative", {"/h/.local/share", "/tmp"}},
-                {nullptr, nullptr, "/t", {home + "/.local/share", "/t"}},
-                {nullptr, "relative", "/t", {home + "/.local/share", "/t"}}};
+                {{}, {}, "/t", {home + "/.local/share", "/t"}},
+                {{}, "relative", "/t", {home + "/.local/share", "/t"}}};
     for (const auto& row : rows)
     {
-        const ScopedVariable data("XDG_DATA_HOME", row.data);
-        const ScopedVariable ofUser("HOME", row.home);
-        const ScopedVariable temporary("TMPDIR", row.temporary);
-        EXPECT_EQ(DataFolders(), row.folders) << testing::PrintToString(row.data);
+        const Support::ScopedVariable data("XDG_DATA_HOME", row.data);
+        const Support::ScopedVariable ofUser("HOME", row.home);
+        const Support::ScopedVariable temporary("TMPDIR", row.temporary);
+        EXPECT_EQ(DataFolders(), row.folders) << row.data.value_or("none");
     }
 }
 
