@@ -5,11 +5,13 @@
 
 #include <gmock/gmock.h>
 
+#include <array>
 #include <atomic>
 #include <cstdlib>
 #include <filesystem>
 #include <iostream>
 #include <memory>
+#include <span>
 #include <sstream>
 #include <string>
 #include <thread>
@@ -292,69 +294,21 @@ TEST(CrashProbeTest, EveryCrashIsReportedOnEveryThread)
     }
 }
 
-TEST(CrashProbeTest, ReportsAreMadeWhateverTheStateOfTheProcess)
+/// A crash, and what is expected of it.
+struct State
 {
-    // clang-format off
-    const struct State
-    {
-        const char* arguments;
-        int status;
-        std::size_t reports;
-        const char* frame = "ReadNull() at ";
-        const char* said = "";
-        unsigned traits = 0;
-        const char* environment = "";
-        const char* wrapper = "";
-    } states[] = {
-        {"--with full-disk --execute throw-std", 0, 0, "", "returned\n"}, // no half of a file
-        {"--with no-descriptors --thread worker --execute read-null", 0, 1, "ReadNull() at ", "", NotSanitized},
-        {"--with no-descriptors throw-std", Ended + SIGABRT, 1, "ThrowStandard() at ", "", NotSanitized},
-        {"--with no-memory --thread bare read-null", Ended + SIGSEGV, 1, "ReadNull() at ", "", NotSanitized},
-        {"--with no-memory --thread worker --execute throw-std", 0, 1, "WithCleanup(", "returned\n", NotSanitized},
-        {"read-null", Ended + SIGSEGV, 1, "ReadNull() at ", "", 0, "XDG_DATA_HOME=/proc/none"},
-        {"in-malloc", Ended + SIGSEGV, 1, "FaultInMalloc() at ", "", NotSanitized, "MALLOC_ARENA_MAX=1"}, // watchdog
-        {"abort", Ended + SIGABRT, 1, "Abort() at ", "", 0, "", FirstProcess},
-        {"throw-std", Ended + SIGABRT, 1, "ThrowStandard() at ", "", 0, "", FirstProcess},
-        {"breakpoint", Ended + SIGTRAP, 1, "Breakpoint() at ", "", 0, "", FirstProcess},
-        {"--thread worker divide-zero", Ended + SIGFPE, 1, "DivideByZero() at ", "", 0, "", FirstProcess},
-        {"--thread bare stack-overflow", Ended + SIGSEGV, 1, "Recurse(", "", 0, "", FirstProcess},
-        {"--with broken-pipe throw-std", Ended + SIGABRT, 1, "ThrowStandard() at "},
-        {"--with broken-pipe --thread bare read-null", Ended + SIGSEGV, 1, "ReadNull() at "},
-        {"--with broken-pipe --child --thread bare read-null", 0, 1, "ReadNull() at "}, // from outside
-        {"--with file-as-stderr read-null", Ended + SIGSEGV, 1, "ReadNull() at ", "", 0, "", WithoutStandardError},
-        {"--with file-as-stderr --child --thread bare read-null", 0, 1, "ReadNull() at ", "", 0, "", WithoutStandardError},
-        {"--thread c11 stack-overflow", Ended + SIGSEGV, 1, "Recurse("},
-        {"--thread timer stack-overflow", Ended + SIGSEGV, 1, "Recurse("},
-        {COMMON_LIBRARY, Ended + SIGSEGV, 1, "\r\nLoaded after the C library: ", "", NotSanitized, "", LoadedLate},
-        {"--child read-null", 0, 1, "ReadNull() at ", "child: signal 11\n"},
-        {"--child --thread bare read-null", 0, 1, "ReadNull() at ", "child: signal 11\n"},
-        {"--child --thread bare --execute throw-std", 0, 1, "ThrowStandard() at ", "child: status 0\n"},
-        {"--with fake-dump read-null", Ended + SIGSEGV, 1, "ReadNull() at ", "Minidump faked.\n", NoDump},
-        {"--with fake-dump --execute --handler faults read-null", Ended + SIGSEGV, 1, "ReadNull() at ", "Minidump faked.\n", NoDump},
-        {"--flags 0 read-null", Ended + SIGSEGV, 0, ""},
-        {"--flags 0 --execute read-null", 0, 1, "ReadNull() at ", "returned\n"},
-        {"--flags 0 --execute throw-std", 0, 1, "ThrowStandard() at ", "returned\n"},
-        {"--flags 31 --execute read-null", 0, 1, "ReadNull() at ", "\nTerminating Orbex.\n"},
-        {"--flags 1039 double-free", Ended + SIGABRT, 1, "DoubleFree() at ", "\nHeap corruption detected\n", NotSanitized},
-        {"--flags 1039 stdio-lock", Ended + SIGSEGV, 1, "FaultWithStdioLocked() at ", "(EEE) ------- Error"},
-        {"--flags 1039 in-loader", Ended + SIGSEGV, 1, "FaultyConstructor() at ", "(EEE) ------- Error"},
-        {"--execute --times 3 read-null", 0, 3, "", "returned\nreturned\nreturned\n"},
-        {"--execute --handler nothing read-null", 0, 0, ""},
-        {"--execute --handler throws read-null", 0, 1},
-        {"--execute --handler faults read-null", Ended + SIGSEGV, 1},
-        {"--execute --handler slow read-null", 0, 0, "", "returned\n"},
-        {"--notify yes read-null", 0, 1, "ReadNull() at ", "asked\nfunction called\nreturned\n"},
-        {"--thread worker --notify yes throw-std", 0, 1, "ThrowStandard() at ", "asked\nfunction called\nreturned\n"},
-        {"--thread worker --notify no read-null", 0, 0, "", "asked\nfunction called\nreturned\n"},
-        {"--thread worker --notify drops read-null", 0, 1, "ReadNull() at ", "asked\nreturned\n"},
-        {"--thread worker --notify throws throw-int", 0, 1, "ThrowNumber() at ", "asked\nreturned\n"},
-        {"--thread worker --notify faults read-null", Ended + SIGSEGV, 1},
-        {"--thread worker --notify faults --times 2 throw-int", 0, 2, "Misbehave(", "asked\nreturned\nasked\nreturned\n"},
-        {"--thread worker throw-std", Ended + SIGABRT, 1, "ThrowStandard() at ", ") is being abnormally terminated\nterminate called"},
-        {"--thread worker --notify slow read-null", 0, 0, "", "asked\nfunction called\nreturned\n"},
-        {"--notify slow read-null", 0, 0, "", "asked\nfunction called\nreturned\n"},
-    };
-    // clang-format on
+    const char* arguments;
+    int status;
+    std::size_t reports;
+    const char* frame = "ReadNull() at ";
+    const char* said = "";
+    unsigned traits = 0;
+    const char* environment = "";
+    const char* wrapper = "";
+};
+
+void CheckStates(std::span<const State> states)
+{
     const bool hasNamespaces = RunShell(std::string(FirstProcess) + " true", ".").status == 0;
     if (!hasNamespaces)
     {
@@ -384,6 +338,85 @@ TEST(CrashProbeTest, ReportsAreMadeWhateverTheStateOfTheProcess)
         EXPECT_EQ(ReadFile(*child.folder / "data"), ""); // the application's
         EXPECT_THAT(child.report, HasSubstr(state.frame));
     }
+}
+
+TEST(CrashProbeTest, ReportsAreMadeWhateverTheProcessHasRunOutOf)
+{
+    // clang-format off
+    CheckStates(std::to_array<State>({
+        {"--with full-disk --execute throw-std", 0, 0, "", "returned\n"}, // no half of a file
+        {"--with no-descriptors --thread worker --execute read-null", 0, 1, "ReadNull() at ", "", NotSanitized},
+        {"--with no-descriptors throw-std", Ended + SIGABRT, 1, "ThrowStandard() at ", "", NotSanitized},
+        {"--with no-memory --thread bare read-null", Ended + SIGSEGV, 1, "ReadNull() at ", "", NotSanitized},
+        {"--with no-memory --thread worker --execute throw-std", 0, 1, "WithCleanup(", "returned\n", NotSanitized},
+        {"read-null", Ended + SIGSEGV, 1, "ReadNull() at ", "", 0, "XDG_DATA_HOME=/proc/none"},
+        {"in-malloc", Ended + SIGSEGV, 1, "FaultInMalloc() at ", "", NotSanitized, "MALLOC_ARENA_MAX=1"}, // watchdog
+        {"--with broken-pipe throw-std", Ended + SIGABRT, 1, "ThrowStandard() at "},
+        {"--with broken-pipe --thread bare read-null", Ended + SIGSEGV, 1, "ReadNull() at "},
+        {"--with file-as-stderr read-null", Ended + SIGSEGV, 1, "ReadNull() at ", "", 0, "", WithoutStandardError},
+        {"--with fake-dump read-null", Ended + SIGSEGV, 1, "ReadNull() at ", "Minidump faked.\n", NoDump},
+    }));
+    // clang-format on
+}
+
+TEST(CrashProbeTest, ReportsAreMadeInChildrenInProcess1AndOnForeignThreads)
+{
+    // clang-format off
+    CheckStates(std::to_array<State>({
+        {"abort", Ended + SIGABRT, 1, "Abort() at ", "", 0, "", FirstProcess},
+        {"throw-std", Ended + SIGABRT, 1, "ThrowStandard() at ", "", 0, "", FirstProcess},
+        {"breakpoint", Ended + SIGTRAP, 1, "Breakpoint() at ", "", 0, "", FirstProcess},
+        {"--thread worker divide-zero", Ended + SIGFPE, 1, "DivideByZero() at ", "", 0, "", FirstProcess},
+        {"--thread bare stack-overflow", Ended + SIGSEGV, 1, "Recurse(", "", 0, "", FirstProcess},
+        {"--with broken-pipe --child --thread bare read-null", 0, 1, "ReadNull() at "}, // from outside
+        {"--with file-as-stderr --child --thread bare read-null", 0, 1, "ReadNull() at ", "", 0, "", WithoutStandardError},
+        {"--thread c11 stack-overflow", Ended + SIGSEGV, 1, "Recurse("},
+        {"--thread timer stack-overflow", Ended + SIGSEGV, 1, "Recurse("},
+        {COMMON_LIBRARY, Ended + SIGSEGV, 1, "\r\nLoaded after the C library: ", "", NotSanitized, "", LoadedLate},
+        {"--child read-null", 0, 1, "ReadNull() at ", "child: signal 11\n"},
+        {"--child --thread bare read-null", 0, 1, "ReadNull() at ", "child: signal 11\n"},
+        {"--child --thread bare --execute throw-std", 0, 1, "ThrowStandard() at ", "child: status 0\n"},
+    }));
+    // clang-format on
+}
+
+TEST(CrashProbeTest, FlagsSayWhatIsReported)
+{
+    // clang-format off
+    CheckStates(std::to_array<State>({
+        {"--flags 0 read-null", Ended + SIGSEGV, 0, ""},
+        {"--flags 0 --execute read-null", 0, 1, "ReadNull() at ", "returned\n"},
+        {"--flags 0 --execute throw-std", 0, 1, "ThrowStandard() at ", "returned\n"},
+        {"--flags 31 --execute read-null", 0, 1, "ReadNull() at ", "\nTerminating Orbex.\n"},
+        {"--flags 1039 double-free", Ended + SIGABRT, 1, "DoubleFree() at ", "\nHeap corruption detected\n", NotSanitized},
+        {"--flags 1039 stdio-lock", Ended + SIGSEGV, 1, "FaultWithStdioLocked() at ", "(EEE) ------- Error"},
+        {"--flags 1039 in-loader", Ended + SIGSEGV, 1, "FaultyConstructor() at ", "(EEE) ------- Error"},
+    }));
+    // clang-format on
+}
+
+TEST(CrashProbeTest, FunctionsOfTheApplicationDecideAndMayFail)
+{
+    // clang-format off
+    CheckStates(std::to_array<State>({
+        {"--with fake-dump --execute --handler faults read-null", Ended + SIGSEGV, 1, "ReadNull() at ", "Minidump faked.\n", NoDump},
+        {"--execute --times 3 read-null", 0, 3, "", "returned\nreturned\nreturned\n"},
+        {"--execute --handler nothing read-null", 0, 0, ""},
+        {"--execute --handler throws read-null", 0, 1},
+        {"--execute --handler faults read-null", Ended + SIGSEGV, 1},
+        {"--execute --handler slow read-null", 0, 0, "", "returned\n"},
+        {"--notify yes read-null", 0, 1, "ReadNull() at ", "asked\nfunction called\nreturned\n"},
+        {"--thread worker --notify yes throw-std", 0, 1, "ThrowStandard() at ", "asked\nfunction called\nreturned\n"},
+        {"--thread worker --notify no read-null", 0, 0, "", "asked\nfunction called\nreturned\n"},
+        {"--thread worker --notify drops read-null", 0, 1, "ReadNull() at ", "asked\nreturned\n"},
+        {"--thread worker --notify throws throw-int", 0, 1, "ThrowNumber() at ", "asked\nreturned\n"},
+        {"--thread worker --notify faults read-null", Ended + SIGSEGV, 1},
+        {"--thread worker --notify faults --times 2 throw-int", 0, 2, "Misbehave(", "asked\nreturned\nasked\nreturned\n"},
+        {"--thread worker throw-std", Ended + SIGABRT, 1, "ThrowStandard() at ", ") is being abnormally terminated\nterminate called"},
+        {"--thread worker --notify slow read-null", 0, 0, "", "asked\nfunction called\nreturned\n"},
+        {"--notify slow read-null", 0, 0, "", "asked\nfunction called\nreturned\n"},
+    }));
+    // clang-format on
 }
 
 TEST(CrashProbeTest, LogIsFlushedAndItsFilesAreNamed)
