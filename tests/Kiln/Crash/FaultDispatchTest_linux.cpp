@@ -307,6 +307,7 @@ TEST_F(ThrowPlaceTest, OnlyThrownExceptionsHaveAPlace)
     const auto made = std::make_exception_ptr(Thrown<0>());
     EXPECT_EQ(Describe(made).address, 0U);
     EXPECT_EQ(Describe(made).type, std::string(typeid(Thrown<0>).name()));
+    Throw<0>();                             // leaves its address, and its place, to the next one
     FaultDispatch::SetThrowFilter(nullptr); // and none that nobody remembers
     EXPECT_EQ(Describe(Throw<0>()).address, 0U);
 }

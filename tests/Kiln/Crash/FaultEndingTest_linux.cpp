@@ -17,6 +17,7 @@
 #include <fstream>
 #include <string>
 #include <thread>
+#include <vector>
 
 #include <sys/mman.h>
 #include <sys/wait.h>
@@ -364,13 +365,47 @@ TEST(FaultEndingTest, FloatingPointModesSurviveAFaultInAGuardedCall)
     const unsigned modes = _mm_getcsr();
     _mm_setcsr((modes & ~0x1E00U) | _MM_ROUND_UP | _MM_FLUSH_ZERO_ON); // and the trap of invalid operations (0x80)
     const unsigned set = _mm_getcsr();
-    EXPECT_FALSE(FaultDispatch::CallGuarded([](void*) { Touch(); }, nullptr,
-                                            [](EXCEPTION_POINTERS*) { return FilterResult::ExecuteHandler; }));
+    static std::uint32_t seen = 0;
+    const auto filter = [](EXCEPTION_POINTERS* pointers)
+    {
+        seen = pointers->ContextRecord->MxCsr;
+        return FilterResult::ExecuteHandler;
+    };
+    EXPECT_FALSE(FaultDispatch::CallGuarded([](void*) { Touch(); }, nullptr, filter));
+    EXPECT_EQ(seen & 0xFFC0U, set & 0xFFC0U);
     asm volatile("fnstcw %0" : "=m"(control));
     EXPECT_EQ(_mm_getcsr() & 0xFFC0U, set & 0xFFC0U);
     EXPECT_EQ(control, wide);
     asm volatile("fldcw %0" : : "m"(before));
     _mm_setcsr(modes);
+}
+
+TEST(FaultSlotTest, OneThreadHoldsItAtATime)
+{
+    FaultSlot slot;
+    std::atomic<int> holders = 0;
+    std::atomic<int> overlaps = 0;
+    std::vector<std::thread> threads;
+    for (int thread = 0; thread < 4; ++thread)
+    {
+        threads.emplace_back(
+            [&]
+            {
+                for (int round = 0; round < 2000; ++round)
+                {
+                    slot.Acquire();
+                    overlaps += ++holders > 1 ? 1 : 0;
+                    std::this_thread::yield(); // the others come here meanwhile
+                    --holders;
+                    slot.Release();
+                }
+            });
+    }
+    for (std::thread& thread : threads)
+    {
+        thread.join();
+    }
+    EXPECT_EQ(overlaps, 0);
 }
 
 TEST(FaultSlotTest, WaitsNeitherForAThreadThatHasEndedNorForItself)

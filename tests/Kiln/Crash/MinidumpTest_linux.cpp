@@ -207,7 +207,8 @@ TEST(Minidump, HasTheStreamsThatReadersOfItsKindKnow)
                                      {Full, "Memory64List UnloadedModuleList"}})
     {
         const ScopedTempDir folder;
-        MakeDump(folder, "fault", type, 1);
+        const Dump dump = MakeDump(folder, "fault", type, 1);
+        EXPECT_NE(dump.bytes.find("RED-ZONE"), std::string::npos) << "in use below the stack pointer";
         const std::string list = "obj2yaml-14 x.dmp | sed -n 's/^  - Type: *//p' | LC_ALL=C sort | tr '\\n' ' '";
         std::istringstream words(always + " " + more);
         std::vector<std::string> expected{std::istream_iterator<std::string>(words), {}};

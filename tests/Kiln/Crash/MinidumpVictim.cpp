@@ -130,8 +130,16 @@ void OnFault(int signal, siginfo_t* info, void* context)
     Tell(DumpInto(OpenFile(), nullptr)); // LINE asking
 }
 
+// Puts "RED-ZONE" below the stack pointer, by its complement, so that the text is nowhere else in the process.
 [[gnu::noinline]] void WriteToNowhere(volatile int* target)
 {
+    asm volatile("movabsq $0xBAB1B0A5D2BBBAAD, %%rax\n\t"
+                 "notq %%rax\n\t"
+                 "movq %%rax, -120(%%rsp)\n\t"
+                 "xorl %%eax, %%eax"
+                 :
+                 :
+                 : "rax", "cc", "memory");
     *target = 1; // LINE faulting
 }
 

@@ -7,13 +7,20 @@
 #include "Ardo/Kiln/Exception/MiniDumpGenerator.h"
 #include "Ardo/Kiln/Exception/Notification.h"
 #include "Ardo/Kiln/Exception/Warning.h"
+#include "Ardo/Kiln/Logger/CreateLogger.h"
+#include "Ardo/Kiln/Logger/Logging.h"
 #include "tests/Support/LogCollector.h"
 #include "tests/Support/Process.h"
 #include "tests/Support/ScopedTempDir.h"
+#include "tests/Support/ScopedVariable.h"
 
 #include <boost/exception/get_error_info.hpp>
+#include <boost/log/sources/record_ostream.hpp>
+#include <boost/log/sources/severity_feature.hpp>
 #include <gmock/gmock.h>
 
+#include <atomic>
+#include <chrono>
 #include <csignal>
 #include <cstdlib>
 #include <pthread.h>
@@ -93,20 +100,13 @@ class HandlerTest : public ::testing::Test
 protected:
     HandlerTest()
     {
-        ::setenv("XDG_DATA_HOME", m_folder.Path().c_str(), 1);
-        // A process that a test starts and that ends half-way makes its folder in this one, which the test removes.
-        ::setenv("TMPDIR", m_folder.Path().c_str(), 1);
         MiniDumpGenerator::SetFakeWriteDump(true);
         Said([] { MiniDumpGenerator::CreateDumpDirectory(); });
         Access::Forget();
         Access::SetClock([] { return g_now; });
     }
 
-    ~HandlerTest() override
-    {
-        ::unsetenv("TMPDIR");
-        Access::Forget();
-    }
+    ~HandlerTest() override { Access::Forget(); }
 
     /// What \p action writes to the standard error stream.
     template <typename Action>
@@ -127,7 +127,12 @@ protected:
         return count;
     }
 
-    Support::ScopedTempDir m_folder;
+    const Support::ScopedTempDir m_folder;
+
+private:
+    const Support::ScopedVariable m_data{"XDG_DATA_HOME", m_folder.Path()};
+    // A process that a test starts and that ends half-way makes its folder in this one, which the test removes.
+    const Support::ScopedVariable m_temporary{"TMPDIR", m_folder.Path()};
 };
 
 class HandlerDeathTest : public HandlerTest
@@ -181,30 +186,58 @@ TEST_F(HandlerTest, FlagsBelongToTheFirstThread)
 
 TEST_F(HandlerTest, LoopsAreCountedAsTheyHappen)
 {
-    // Each character is a fault: "." as the one before and "!" the same, but reported as a loop; "s" just soon enough
-    // for a repetition, "p" just too late; with another "b"lock, "a"ddress, "t"hird word or "c"ode.
-    for (const char* faults : {".ss.!!", "....p..!!", "....b....", "....a....", "....t...!", "....c...!", ".c.c.c.c.c"})
+    enum Change
     {
-        SCOPED_TRACE(faults);
+        Same,
+        Block,
+        Address,
+        ThirdWord,
+        Code
+    };
+    struct Step
+    {
+        int faults;              ///< So many of them, one after another.
+        Change change = Same;    ///< In what they differ from the other faults of the row.
+        bool isLoop = false;     ///< Whether each is reported as a loop.
+        std::uint64_t pause = 0; ///< Before each, in ticks of 100 ns.
+    };
+    constexpr std::uint64_t JustInTime = 1'009'999;
+    constexpr std::uint64_t TooLate = 1'010'000;
+    const std::vector<Step> rows[] = {{{1}, {2, Same, false, JustInTime}, {1}, {2, Same, true}},
+                                      {{4}, {1, Same, false, TooLate}, {2}, {2, Same, true}},
+                                      {{4}, {1, Block}, {4}},
+                                      {{4}, {1, Address}, {4}},
+                                      {{4}, {1, ThirdWord}, {3}, {1, Same, true}},
+                                      {{4}, {1, Code}, {3}, {1, Same, true}},
+                                      {{1}, {1, Code}, {1}, {1, Code}, {1}, {1, Code}, {1}, {1, Code}, {1}}};
+    for (const std::vector<Step>& row : rows)
+    {
+        SCOPED_TRACE(&row - rows);
         Handler::SetFlags(Handler::DetectLoops);
         std::thread(
-            [faults]
+            [&row]
             {
                 Handler::Initialize();
                 Fault usual;
                 Fault other;
-                for (const std::string rest = faults; const char& what : rest)
+                for (const Step& step : row)
                 {
-                    g_now += what == 's' ? 1'009'999 : what == 'p' ? 1'010'000 : 0;
-                    usual.record.ExceptionCode = what == 'c' ? FaultCode::CxxException : FaultCode::AccessViolation;
-                    usual.record.ExceptionAddress = what == 'a' ? &other : nullptr;
-                    usual.record.ExceptionInformation[2] = what == 't' ? 1 : 0;
-                    Fault ignored(FaultCode::SingleStep);
-                    Access::Loop(&ignored.pointers);
-                    EXPECT_EQ(Count(Said([&] { Access::Loop(&(what == 'b' ? other : usual).pointers); }),
-                                    "A suspicious loop of exceptions has been detected. Orbex must be ended. \r\n\n"),
-                              what == '!' ? 1U : 0U)
-                        << "at " << &what - rest.data();
+                    for (int fault = 0; fault < step.faults; ++fault)
+                    {
+                        g_now += step.pause;
+                        usual.record.ExceptionCode =
+                            step.change == Code ? FaultCode::CxxException : FaultCode::AccessViolation;
+                        usual.record.ExceptionAddress = step.change == Address ? &other : nullptr;
+                        usual.record.ExceptionInformation[2] = step.change == ThirdWord ? 1 : 0;
+                        Fault ignored(FaultCode::SingleStep);
+                        Access::Loop(&ignored.pointers);
+                        const std::string said =
+                            Said([&] { Access::Loop(&(step.change == Block ? other : usual).pointers); });
+                        EXPECT_EQ(Count(said, "A suspicious loop of exceptions has been detected. "
+                                              "Orbex must be ended. \r\n\n"),
+                                  step.isLoop ? 1U : 0U)
+                            << "step " << &step - row.data() << ", fault " << fault;
+                    }
                 }
             })
             .join();
@@ -297,6 +330,21 @@ TEST_F(HandlerTest, WhoIsAskedAndWhat)
     EXPECT_EQ(Reports(), 2U);
 }
 
+TEST_F(HandlerTest, RecordsLoggedDuringTheQuestionAreInTheFileAfterwards)
+{
+    Logger::Logging logging(m_folder.Path(), L"B");
+    logging.Initialize();
+    Fault fault;
+    const auto present = [](const std::shared_ptr<Notification>& notification)
+    {
+        auto logger = Logger::CreateLogger("C");
+        BOOST_LOG_SEV(logger, Logger::debug) << "meanwhile";
+        notification->Answer({0, {}});
+    };
+    Said([&] { Access::Report(&fault.pointers, "message", present); });
+    EXPECT_THAT(Support::ReadFile(m_folder / "Log/B_Dbg.log"), EndsWith("meanwhile\n"));
+}
+
 TEST_F(HandlerTest, WhatLeavesTheWorkEndsThere)
 {
     std::vector<std::string> handled;
@@ -339,6 +387,37 @@ TEST_F(HandlerTest, WhatLeavesTheWorkEndsThere)
                                      "St17bad_function_callbad_function_call", "fault", "fault asks", "went on"));
     EXPECT_THAT(presented, ElementsAre("presented"));
     EXPECT_THAT(log.Messages(), ElementsAre("logged", "presented"));
+}
+
+TEST_F(HandlerTest, OneFatalExceptionIsHandledAtATime)
+{
+    constexpr int Threads = 4;
+    std::atomic<int> inside = 0;
+    std::atomic<int> handled = 0;
+    std::atomic<bool> overlap = false;
+    Handler::SetHandler(
+        [&](EXCEPTION_POINTERS*, const Handler::Notify&)
+        {
+            // The others throw meanwhile. Without exclusion they come in long before the limit.
+            const auto limit = std::chrono::steady_clock::now() + std::chrono::milliseconds(++handled == 1 ? 500 : 0);
+            overlap = ++inside > 1 || overlap;
+            while (!overlap && std::chrono::steady_clock::now() < limit)
+            {
+                std::this_thread::yield();
+            }
+            --inside;
+        });
+    std::vector<std::thread> threads;
+    for (int thread = 0; thread < Threads; ++thread)
+    {
+        threads.emplace_back([] { Handler::Execute([] { throw std::runtime_error("at once"); }); });
+    }
+    for (std::thread& thread : threads)
+    {
+        thread.join();
+    }
+    EXPECT_FALSE(overlap);
+    EXPECT_EQ(handled, Threads);
 }
 
 TEST_F(HandlerTest, AThreadMayEndInsideTheWork)

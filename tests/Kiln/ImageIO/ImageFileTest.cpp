@@ -309,7 +309,8 @@ TEST_F(ImageFileTest, EachPageHasItsImageAndItsRecord)
 
 TEST_F(ImageFileTest, BlankImagesMayBeVerySmall)
 {
-    for (const int compression : {COMPRESSION_ZSTD, COMPRESSION_LZMA, COMPRESSION_CCITTFAX4})
+    for (const int compression : {COMPRESSION_ZSTD, COMPRESSION_LZMA, COMPRESSION_CCITTFAX4, COMPRESSION_PACKBITS,
+                                  COMPRESSION_LZW, COMPRESSION_ADOBE_DEFLATE})
     {
         SCOPED_TRACE(compression);
         ASSERT_EQ(TIFFIsCODECConfigured(static_cast<std::uint16_t>(compression)), 1);

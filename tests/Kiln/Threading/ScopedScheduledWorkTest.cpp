@@ -195,7 +195,7 @@ TEST(AsynchronizerTest, ItsEndWaitsForAPostInProgress)
     worker.gate.AwaitEntry();
     std::promise<void> end;
     std::thread ender([&] { latest.reset(), end.set_value(); });
-    EXPECT_EQ(end.get_future().wait_for(std::chrono::milliseconds(100)), std::future_status::timeout);
+    EXPECT_EQ(end.get_future().wait_for(std::chrono::milliseconds(500)), std::future_status::timeout);
     worker.gate.Open();
     poster.join();
     ender.join();

@@ -27,6 +27,10 @@ TEST(LocalOffsetTest, FollowsTheZoneThroughTheChangesOfTheComingYear)
         {
             const std::int32_t offset = LocalOffsetAt(time);
             ASSERT_EQ(offset, SecondsOf(LocalCalendarTime(time).value()) - time) << zone << ", " << time - now << " s";
+            for (std::int64_t second = time - 600; offset != before && second < time; ++second)
+            {
+                ASSERT_EQ(LocalOffsetAt(second), SecondsOf(LocalCalendarTime(second).value()) - second) << zone;
+            }
             changes += offset != before ? 1 : 0;
             before = offset;
         }
