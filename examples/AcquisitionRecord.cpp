@@ -2,6 +2,7 @@
 // an XML document. The size and the grey values of the image are not part of it; the program that writes the image adds
 // them.
 
+#include "apps/Program/ProgramArguments.h"
 #include "Ardo/Kiln/Conversion/String.h"
 #include "Ardo/Kiln/Formatting/Parse.h"
 #include "Ardo/Kiln/MetadataSerializer/Record.h"
@@ -13,6 +14,7 @@
 #include <exception>
 #include <iostream>
 #include <string>
+#include <vector>
 
 namespace
 {
@@ -220,13 +222,15 @@ try
     using namespace Ardo::Kiln::MetadataSerializer;
     using Ardo::Kiln::Conversion::String;
 
-    if (argc != 5)
+    Ardo::Kiln::Program::UseBinaryStreams();
+    const std::vector<std::string> arguments = Ardo::Kiln::Program::ProgramArguments(argc, argv);
+    if (arguments.size() != 5)
     {
         std::cerr << "usage: acquisition_record DESCRIPTION WIDTH HEIGHT PIXEL_SIZE\n";
         return 2;
     }
-    const Image image{argv[1], std::stoi(argv[2]), std::stoi(argv[3]),
-                      Ardo::Kiln::Formatting::ParseStrictly(String::FromUtf8(argv[4]), L"m")};
+    const Image image{arguments[1], std::stoi(arguments[2]), std::stoi(arguments[3]),
+                      Ardo::Kiln::Formatting::ParseStrictly(String::FromUtf8(arguments[4]), L"m")};
 
     Metadata metadata;
     DescribeOrigin(metadata, image);

@@ -2,13 +2,17 @@
 #include "apps/kiln/Failure.h"
 #include "apps/kiln/Streams.h"
 #include "apps/kiln/ToolLog.h"
+#include "apps/Program/ProgramArguments.h"
 
 #include <CLI/CLI.hpp>
 
+#include <algorithm>
 #include <csignal>
 #include <exception>
 #include <iostream>
 #include <string>
+#include <utility>
+#include <vector>
 
 namespace
 {
@@ -69,7 +73,8 @@ CLI::App* AddCommand(CLI::App& app, const std::string& name, const std::string& 
     return command;
 }
 
-int Run(int argc, char** argv)
+/// \param arguments the command line without the name of the program.
+int Run(std::vector<std::string> arguments)
 {
     using namespace Ardo::Kiln::Tool;
 
@@ -78,7 +83,8 @@ int Run(int argc, char** argv)
     app.set_version_flag("--version", Version, "Print the version and exit");
     app.footer(Footer);
     app.require_subcommand(1);
-    app.fallthrough(); // so that the option below may stand behind the command, too
+    app.allow_windows_style_options(false); // a word that begins with "/" is a path on every system
+    app.fallthrough();                      // so that the option below may stand behind the command, too
     std::string logFolder;
     app.add_option("--log", logFolder, "Log what is done to FOLDER/Log/kiln.log and kiln_Dbg.log")->type_name("FOLDER");
     const auto on = [&](CLI::App* command, auto action)
@@ -152,7 +158,8 @@ int Run(int argc, char** argv)
     RefuseEmptyTexts(app);
     try
     {
-        app.parse(argc, argv);
+        std::ranges::reverse(arguments); // as CLI11 takes them
+        app.parse(std::move(arguments));
         std::cout.flush();
     }
     catch (const CLI::ParseError& error)
@@ -181,7 +188,11 @@ int main(int argc, char** argv)
 #endif
     try
     {
-        return Run(argc, argv);
+        using namespace Ardo::Kiln::Program;
+        UseBinaryStreams();
+        std::vector<std::string> arguments = ProgramArguments(argc, argv);
+        arguments.erase(arguments.begin(), arguments.begin() + (arguments.empty() ? 0 : 1));
+        return Run(std::move(arguments));
     }
     catch (const std::exception& error)
     {
