@@ -1,6 +1,9 @@
 #pragma once
 
-#include <cmath>
+#include <algorithm>
+#include <charconv>
+#include <iterator>
+#include <limits>
 
 namespace Ardo::Kiln::Formatting
 {
@@ -14,8 +17,8 @@ inline constexpr double PowersOfTen[] = {
     1e-7,  1e-6,  1e-5,  1e-4,  1e-3,  1e-2,  1e-1,  1e0,   1e1,   1e2,   1e3,   1e4,   1e5,   1e6,  1e7,
     1e8,   1e9,   1e10,  1e11,  1e12,  1e13,  1e14,  1e15,  1e16,  1e17,  1e18,  1e19,  1e20,  1e21, 1e22};
 
-/// 10 to the power of \p exponent. From -22 to 22 the result is correctly rounded and so the same on every system;
-/// beyond, it is that of `std::pow`.
+/// 10 to the power of \p exponent, correctly rounded and so the same on every system. Those of `std::pow` for the
+/// smallest numbers differ from system to system.
 /// \param exponent a whole number; a double, because the product of a unit's exponent and a prefix may exceed an int.
 inline double PowerOfTen(double exponent) noexcept
 {
@@ -23,7 +26,13 @@ inline double PowerOfTen(double exponent) noexcept
     {
         return PowersOfTen[static_cast<int>(exponent) + ExactPowers];
     }
-    return std::pow(10.0, exponent);
+    constexpr double MaxExponent = 400; // beyond the range of double, whose powers of ten end at -324 and 308
+    char text[8] = {'1', 'e'};
+    const int bounded = static_cast<int>(std::clamp(exponent, -MaxExponent, MaxExponent));
+    const char* const end = std::to_chars(text + 2, std::end(text), bounded).ptr;
+    double power = exponent > 0 ? std::numeric_limits<double>::infinity() : 0;
+    std::from_chars(text, end, power); // leaves a power out of range as it is
+    return power;
 }
 
 } // namespace Ardo::Kiln::Formatting

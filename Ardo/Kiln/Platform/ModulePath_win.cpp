@@ -1,3 +1,4 @@
+#include "Ardo/Kiln/Platform/ModulePath_win.h"
 #include "Ardo/Kiln/Platform/ModulePath.h"
 
 #include <string>
@@ -31,13 +32,17 @@ std::filesystem::path ExecutablePath()
     return PathOf(nullptr);
 }
 
-std::filesystem::path LibraryPath()
+std::filesystem::path ModulePathOf(const void* address)
 {
     constexpr DWORD ByAddress = GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS | GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT;
     HMODULE module = nullptr;
-    return ::GetModuleHandleExW(ByAddress, reinterpret_cast<LPCWSTR>(&LibraryPath), &module) != 0
-               ? PathOf(module)
-               : std::filesystem::path();
+    return ::GetModuleHandleExW(ByAddress, static_cast<LPCWSTR>(address), &module) != 0 ? PathOf(module)
+                                                                                        : std::filesystem::path();
+}
+
+std::filesystem::path LibraryPath()
+{
+    return ModulePathOf(reinterpret_cast<const void*>(&LibraryPath));
 }
 
 } // namespace Ardo::Kiln::Platform
