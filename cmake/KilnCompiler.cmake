@@ -59,6 +59,10 @@ target_compile_options(KilnCompiler INTERFACE $<TARGET_PROPERTY:Qt5::Core,INTERF
 if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU" AND CMAKE_CXX_COMPILER_VERSION VERSION_LESS 13)
     # It takes the copy inside "text" + std::string for one onto itself when it optimises (its bug 105651).
     target_compile_options(KilnCompiler INTERFACE -Wno-restrict)
+    if(WIN32)
+        # The same for copies of short wide strings, with an array bound.
+        target_compile_options(KilnCompiler INTERFACE -Wno-array-bounds -Wno-stringop-overflow -Wno-stringop-overread)
+    endif()
 endif()
 
 if(KILN_SANITIZERS)

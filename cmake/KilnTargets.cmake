@@ -91,11 +91,20 @@ function(kiln_plugin)
 endfunction()
 
 function(kiln_end_library)
+    kiln_version_resource(Common "${PROJECT_DESCRIPTION}")
     # CMake cannot derive the linker language from object libraries.
     set_target_properties(Common PROPERTIES LINKER_LANGUAGE CXX)
 endfunction()
 
-# kiln_test(NAME ImageIOTests SOURCES TiffExporterTest.cpp ... [LINK TIFF::TIFF] [THREADED] [WITHOUT_ERROR_RECORD_CHECK])
+# The tests that do not run on Windows, each with its reason: sources of test programs, and single tests as SUITE.NAME.
+set(kilnNotOnWindowsList ${PROJECT_SOURCE_DIR}/tests/NotOnWindows.txt)
+set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${kilnNotOnWindowsList})
+file(STRINGS ${kilnNotOnWindowsList} kilnNotOnWindows REGEX "^[^#]")
+list(TRANSFORM kilnNotOnWindows REPLACE ": .*" "")
+set(kilnNotOnWindowsTests ${kilnNotOnWindows})
+list(FILTER kilnNotOnWindowsTests EXCLUDE REGEX "[.]cpp$")
+
+# kiln_test(NAME ImageIOTests SOURCES TiffExporterTest.cpp ... [LINK TIFF::TIFF] [THREADED])
 #
 # THREADED: the program uses threads in ways that ThreadSanitizer can judge. The target threaded_tests builds these
 # programs, and their tests have the label "threaded".
@@ -103,16 +112,46 @@ endfunction()
 # WITHOUT_ERROR_RECORD_CHECK: an unexpected log record of level error does not fail a test.
 #
 # The program takes its locale from the environment, which has a decimal comma in the second run.
+#
+# On Windows the sources and tests of tests/NotOnWindows.txt are left out, and a program that has no other sources. All
+# sources that end in Test_posix or Test_linux must be in that list. Sources that end in _win are for Windows only.
 function(kiln_test)
     cmake_parse_arguments(arg "THREADED;WITHOUT_ERROR_RECORD_CHECK" "NAME" "SOURCES;LINK" ${ARGN})
-    add_executable(${arg_NAME} ${arg_SOURCES})
+    set(sources)
+    foreach(source ${arg_SOURCES})
+        file(RELATIVE_PATH listed ${PROJECT_SOURCE_DIR}/tests ${CMAKE_CURRENT_SOURCE_DIR}/${source})
+        if(source MATCHES "Test_(posix|linux)[.]cpp$" AND NOT listed IN_LIST kilnNotOnWindows)
+            message(FATAL_ERROR "tests/NotOnWindows.txt does not say why ${listed} does not run on Windows.")
+        endif()
+        if(WIN32)
+            set(isLeftOut FALSE)
+            if(listed IN_LIST kilnNotOnWindows OR source MATCHES "_(posix|linux)[.]cpp$")
+                set(isLeftOut TRUE)
+            endif()
+        else()
+            string(REGEX MATCH "_win[.]cpp$" isLeftOut "${source}")
+        endif()
+        if(NOT isLeftOut)
+            list(APPEND sources ${source})
+        endif()
+    endforeach()
+    if(NOT sources)
+        return()
+    endif()
+    set(filter)
+    if(WIN32)
+        list(JOIN kilnNotOnWindowsTests ":" filter)
+        set(filter --gtest_filter=-${filter})
+    endif()
+    add_executable(${arg_NAME} ${sources})
+    kiln_version_resource(${arg_NAME} "Tests of Common")
     target_link_libraries(${arg_NAME} PRIVATE Common KilnTestSupport KilnCompiler ${arg_LINK})
     if(NOT arg_WITHOUT_ERROR_RECORD_CHECK)
         target_link_libraries(${arg_NAME} PRIVATE KilnErrorRecordCheck)
     endif()
     target_precompile_headers(${arg_NAME} REUSE_FROM KilnTestSupport)
-    add_test(NAME ${arg_NAME} COMMAND ${arg_NAME})
-    add_test(NAME ${arg_NAME}.HostileLocale COMMAND ${arg_NAME})
+    add_test(NAME ${arg_NAME} COMMAND ${arg_NAME} ${filter})
+    add_test(NAME ${arg_NAME}.HostileLocale COMMAND ${arg_NAME} ${filter})
     set_tests_properties(${arg_NAME} ${arg_NAME}.HostileLocale PROPERTIES TIMEOUT 600)
     set_tests_properties(${arg_NAME}.HostileLocale PROPERTIES ENVIRONMENT "${KILN_HOSTILE_ENVIRONMENT}")
     if(arg_THREADED)

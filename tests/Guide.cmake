@@ -3,6 +3,7 @@ execute_process(COMMAND ${PROGRAM} RESULT_VARIABLE result OUTPUT_VARIABLE output
 if(NOT result EQUAL 0 OR NOT error STREQUAL "")
     message(FATAL_ERROR "${PROGRAM} ended with ${result}:\n${error}")
 endif()
+string(REPLACE "\r\n" "\n" output "${output}") # of the C library's text streams on Windows
 file(READ ${GUIDE} guide)
 file(READ ${SOURCE} source)
 string(FIND "${guide}" "```cpp\n${source}```\n\n```text\n${output}```\n" position)

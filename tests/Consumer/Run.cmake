@@ -1,5 +1,6 @@
 # Installs the library into a folder with a blank in its name, builds the README's first program against it, runs it, and
-# looks at what it wrote with the installed tool. Called with BUILD_DIR, SOURCE_DIR, WORK_DIR, CXX, GENERATOR, EXE_SUFFIX.
+# looks at what it wrote with the installed tool. Called with BUILD_DIR, SOURCE_DIR, WORK_DIR, CXX, GENERATOR, EXE_SUFFIX, and
+# for a cross build EMULATOR and TOOLCHAIN.
 set(prefix "${WORK_DIR}/a prefix")
 file(REMOVE_RECURSE ${WORK_DIR})
 file(MAKE_DIRECTORY ${WORK_DIR}/build)
@@ -21,16 +22,26 @@ if(NOT readme MATCHES "```cpp\n(#include [^`]*)```")
 endif()
 file(WRITE ${WORK_DIR}/build/first_program.cpp "${CMAKE_MATCH_1}")
 
+if(TOOLCHAIN)
+    # The toolchain file keeps CMake from the libraries of the building machine; the installed one is added to its own.
+    set(compiler -DCMAKE_TOOLCHAIN_FILE=${TOOLCHAIN} -DCMAKE_FIND_ROOT_PATH=${prefix}
+        -DArdoKilnCommon_DIR=${prefix}/lib/cmake/ArdoKilnCommon)
+else()
+    set(compiler -DCMAKE_CXX_COMPILER=${CXX})
+endif()
 run(${CMAKE_COMMAND} -S ${SOURCE_DIR}/tests/Consumer -B ${WORK_DIR}/build -G ${GENERATOR} -DCMAKE_BUILD_TYPE=Debug
-    -DCMAKE_PREFIX_PATH=${prefix} -DCMAKE_CXX_COMPILER=${CXX})
+    -DCMAKE_PREFIX_PATH=${prefix} ${compiler})
 run(${CMAKE_COMMAND} --build ${WORK_DIR}/build)
-run(${CMAKE_COMMAND} -E chdir ${WORK_DIR} build/first_program${EXE_SUFFIX})
+if(TOOLCHAIN) # the system looks for DLLs beside the program
+    file(COPY ${prefix}/bin/Common.dll DESTINATION ${WORK_DIR}/build)
+endif()
+run(${CMAKE_COMMAND} -E chdir ${WORK_DIR} ${EMULATOR} build/first_program${EXE_SUFFIX})
 
 # Wherever the installation is moved, the tool finds the library and the library its plug-ins.
 file(RENAME ${prefix} "${prefix} that moved")
 set(prefix "${prefix} that moved")
-run(${prefix}/bin/kiln${EXE_SUFFIX} import ${SOURCE_DIR}/tests/Data/images/cell.png ${WORK_DIR}/cell.tif)
-run(${prefix}/bin/kiln${EXE_SUFFIX} info ${WORK_DIR}/first.tif)
+run(${EMULATOR} ${prefix}/bin/kiln${EXE_SUFFIX} import ${SOURCE_DIR}/tests/Data/images/cell.png ${WORK_DIR}/cell.tif)
+run(${EMULATOR} ${prefix}/bin/kiln${EXE_SUFFIX} info ${WORK_DIR}/first.tif)
 if(NOT output MATCHES "640 x 480" OR NOT output MATCHES "107 nm")
     message(FATAL_ERROR "the first program's image is not what it should be:\n${output}")
 endif()

@@ -1,9 +1,8 @@
+#include "tests/Support/Environment.h"
 #include "tests/Support/TemporaryFolder.h"
 #include "tests/Support/TestTimeLimit.h"
 
 #include <gmock/gmock.h>
-
-#include <locale>
 
 #ifdef __SANITIZE_ADDRESS__
 extern "C" __attribute__((visibility("default"))) const char* __lsan_default_options()
@@ -30,8 +29,7 @@ extern "C" __attribute__((visibility("default"))) const char* __lsan_default_sup
 int main(int argc, char** argv)
 {
     ::testing::InitGoogleMock(&argc, argv);
-    // The global C and C++ locales follow the environment, which has a decimal comma in the hostile run.
-    std::locale::global(std::locale(""));
+    Ardo::Kiln::Support::UseLocaleOfEnvironment();
     Ardo::Kiln::Support::LimitTimeOfEachTest();
     Ardo::Kiln::Support::CheckTemporaryFolder();
     return RUN_ALL_TESTS();

@@ -1,6 +1,9 @@
 #pragma once
 
-#include <cstdlib>
+#include "tests/Support/Environment.h"
+
+#include <concepts>
+#include <filesystem>
 #include <optional>
 #include <string>
 
@@ -12,25 +15,22 @@ class ScopedVariable
 {
 public:
     /// \param name a literal.
-    /// \param value empty: the variable is removed.
-    ScopedVariable(const char* name, const std::optional<std::string>& value) : m_name(name)
+    /// \param value in UTF-8; empty: the variable is removed.
+    ScopedVariable(const char* name, const std::optional<std::string>& value)
+        : m_name(name), m_before(EnvironmentValue(name))
     {
-        if (const char* const before = std::getenv(name))
-        {
-            m_before = before;
-        }
-        Set(value);
+        SetEnvironmentValue(m_name, value);
     }
-    ~ScopedVariable() { Set(m_before); }
+    template <std::same_as<std::filesystem::path> Path>
+    ScopedVariable(const char* name, const Path& value)
+        : ScopedVariable(name, std::optional(std::string(reinterpret_cast<const char*>(value.u8string().c_str()))))
+    {
+    }
+    ~ScopedVariable() { SetEnvironmentValue(m_name, m_before); }
     ScopedVariable(const ScopedVariable&) = delete;
     ScopedVariable& operator=(const ScopedVariable&) = delete;
 
 private:
-    void Set(const std::optional<std::string>& value) const
-    {
-        value ? ::setenv(m_name, value->c_str(), 1) : ::unsetenv(m_name);
-    }
-
     const char* m_name;
     std::optional<std::string> m_before; ///< Empty: it was not set.
 };

@@ -7,8 +7,8 @@
 #include "Ardo/Kiln/Exception/Handler.h"
 #include "Ardo/Kiln/Exception/Notification.h"
 #include "Ardo/Kiln/Exception/Warning.h"
-#include "tests/Support/LibraryCopy_posix.h"
 #include "tests/Support/ScopedTempDir.h"
+#include "tests/Support/SystemFacilities.h"
 
 #include <boost/throw_exception.hpp>
 #include <gmock/gmock.h>
@@ -289,10 +289,8 @@ TEST_F(ErrorDialogTest, WithoutThePluginEverythingGoesToTheConsole)
         return;
     }
     const Support::ScopedTempDir folder;
-    const auto result = Support::RunShell(Support::WithLibraryCopy(folder.Path()) + "KILN_WITHOUT_PLUGIN=1 " +
-                                              Support::Quoted(std::filesystem::canonical("/proc/self/exe")) +
-                                              " --gtest_filter=ErrorDialogTest.WithoutThePlugin*",
-                                          folder.Path());
+    const auto result =
+        Support::RunWithLibraryCopy(folder.Path(), "ErrorDialogTest.WithoutThePlugin*", "KILN_WITHOUT_PLUGIN");
     EXPECT_EQ(result.status, 0) << result.output << result.error;
 }
 

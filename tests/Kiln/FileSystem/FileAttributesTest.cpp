@@ -2,8 +2,11 @@
 
 #include "tests/Support/Process.h"
 #include "tests/Support/ScopedTempDir.h"
+#include "tests/Support/SystemFacilities.h"
 
 #include <gtest/gtest.h>
+
+#include <string>
 
 namespace Ardo::Kiln::FileSystem
 {
@@ -12,18 +15,22 @@ TEST(FileAttributesTest, AreSeenAndRemovedWhereThatIsPossible)
 {
     struct Row
     {
-        const char* name;
+        std::string name;
         bool exists, hidden, readOnly;
     };
     const Support::ScopedTempDir folder;
-    for (const Row& row :
-         {Row{"µ.log", true, false, false}, Row{"locked.log", true, false, true}, Row{".hidden.log", true, true, true},
-          Row{"missing", false, false, false}, Row{".missing", false, false, false}})
+    for (const Row& row : {Row{"µ.log", true, false, false}, Row{"locked.log", true, false, true},
+                           Row{Support::HiddenName("hidden.log"), true, true, true},
+                           Row{"missing", false, false, false}, Row{".missing", false, false, false}})
     {
         const auto path = folder / row.name;
         if (row.exists)
         {
             Support::WriteFile(path, "x");
+            if (row.hidden)
+            {
+                Support::Hide(path);
+            }
             std::filesystem::permissions(path, std::filesystem::perms(row.readOnly ? 0400 : 0600));
         }
         EXPECT_EQ(IsHidden(path), row.hidden) << path;
@@ -40,8 +47,9 @@ TEST(FileAttributesTest, AreSeenAndRemovedWhereThatIsPossible)
                 return error.what();
             }
         };
-        EXPECT_EQ(result(RemoveHiddenAttribute),
-                  row.hidden ? "Can not remove hidden file attribute of " + path.string() : "");
+        const std::string refusal = result(RemoveHiddenAttribute);
+        EXPECT_EQ(refusal, IsHidden(path) ? "Can not remove hidden file attribute of " + path.string() : "");
+        EXPECT_EQ(IsHidden(path), row.hidden && Support::HiddenName("") == ".") << path;
         EXPECT_EQ(result(RemoveReadOnlyAttribute),
                   row.exists ? "" : "Can not remove read only file attribute of " + path.string());
         EXPECT_FALSE(IsReadOnly(path)) << path;

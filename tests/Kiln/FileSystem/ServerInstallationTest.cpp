@@ -1,13 +1,12 @@
 #include "Ardo/Kiln/FileSystem/ServerInstallation_p.h"
 
+#include "Ardo/Kiln/FileSystem/WidePath.h"
 #include "tests/Support/Process.h"
 #include "tests/Support/ScopedTempDir.h"
-#include "tests/Support/ScopedVariable.h"
+#include "tests/Support/SystemFacilities.h"
 #include "tests/Support/VersionedLibrary.h"
 
 #include <gtest/gtest.h>
-
-#include <cstdlib>
 
 namespace Ardo::Kiln::FileSystem
 {
@@ -17,25 +16,20 @@ namespace fs = std::filesystem;
 class ServerInstallationTest : public testing::Test
 {
 protected:
-    void Write(const fs::path& name, const std::string& bytes) const
+    ServerInstallationTest() { fs::create_directories(m_file.parent_path()); }
+
+    void InstallAt(const std::string& key, const std::string& folder)
     {
-        fs::create_directories((m_folder.Path() / name).parent_path());
-        Support::WriteFile(m_folder.Path() / name, bytes);
+        m_settings.Set(key, "Installation Path", folder);
     }
 
-    void InstallAt(const std::string& key, const std::string& folder) const
-    {
-        Write(key + ".conf", "[General]\nInstallation%20Path=" + folder + "\n");
-    }
-
-    void WriteLibrary(const std::string& bytes) const { Write("Instrument µ/Exe/kestrel.dll", bytes); }
+    void WriteLibrary(const std::string& bytes) const { Support::WriteFile(m_file, bytes); }
 
     const Support::ScopedTempDir m_folder;
-    const std::string m_installed = (m_folder / "Instrument µ").string();
+    Support::ScopedMachineSettings m_settings;
+    const std::string m_installed = ToDisplayText(m_folder / "Instrument µ");
+    const fs::path m_file = m_folder / "Instrument µ/Exe/kestrel.dll";
     const std::string m_library = Support::VersionedLibrary({7, 10, 65535, 4711});
-
-private:
-    const Support::ScopedVariable m_configuration{"XDG_CONFIG_DIRS", "/missing:" + m_folder.Path().string()};
 };
 
 TEST_F(ServerInstallationTest, TheSettingOfEitherViewIsFoundAndReadAnew)
@@ -43,12 +37,11 @@ TEST_F(ServerInstallationTest, TheSettingOfEitherViewIsFoundAndReadAnew)
     EXPECT_EQ(ServerInstallationFolder(), std::nullopt);
     InstallAt("Wow6432Node/Ardo/Configuration", "/of/32 bits");
     EXPECT_EQ(ServerInstallationFolder(), "/of/32 bits");
-    InstallAt("Ardo/Configuration", R"(C:\\Program Files\\Ardo)");
+    InstallAt("Ardo/Configuration", R"(C:\Program Files\Ardo)");
     EXPECT_EQ(ServerInstallationFolder(), R"(C:\Program Files\Ardo)");
-    Write("Ardo/Configuration.conf", "[General]\nOther=1\n");
+    m_settings.Set("Ardo/Configuration", "Other", "1");
     EXPECT_EQ(ServerInstallationFolder(), "/of/32 bits");
-    fs::remove(m_folder / "Wow6432Node/Ardo/Configuration.conf");
-    fs::create_directory(m_folder / "Wow6432Node/Ardo/Configuration.conf");
+    m_settings.Spoil("Wow6432Node/Ardo/Configuration", "Installation Path");
     EXPECT_EQ(ServerInstallationFolder(), std::nullopt);
 }
 
@@ -82,8 +75,8 @@ TEST_F(ServerInstallationTest, NoFieldOfTheLibraryLeadsOutsideOfIt)
     EXPECT_GT(missing, 100);
     EXPECT_LT(missing, 500) << "most bytes do not matter";
 
-    fs::remove(m_folder / "Instrument µ/Exe/kestrel.dll");
-    fs::create_directory(m_folder / "Instrument µ/Exe/kestrel.dll");
+    fs::remove(m_file);
+    fs::create_directory(m_file);
     EXPECT_EQ(ServerVersion(), std::nullopt);
 }
 

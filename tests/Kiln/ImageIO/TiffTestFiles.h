@@ -3,12 +3,14 @@
 #include "Ardo/Kiln/FileSystem/WidePath.h"
 #include "Ardo/Kiln/ImageIO/TiffExporter.h"
 #include "Ardo/Kiln/ImageIO/TiffReader.h"
+#include "Ardo/Kiln/Platform/RandomAccessFile.h"
 #include "tests/Support/Process.h"
 #include "tests/Support/ScopedTempDir.h"
 
 #include <algorithm>
 #include <random>
 #include <string>
+#include <system_error>
 #include <type_traits>
 #include <vector>
 
@@ -75,6 +77,24 @@ std::string MessageOf(Function function)
 class TiffTest : public ::testing::Test
 {
 protected:
+    /// The system's text for a file that cannot be opened because its folder is missing.
+    static std::string NotFound() { return ReasonOf({"/no folder/file"}); }
+    /// The same for a folder.
+    std::string Folder() const { return ReasonOf(m_dir.Path()); }
+
+    static std::string ReasonOf(const std::filesystem::path& path)
+    {
+        try
+        {
+            Platform::RandomAccessFile(path, Platform::RandomAccessFile::Access::Read);
+        }
+        catch (const std::system_error& error)
+        {
+            return error.code().message();
+        }
+        return "none";
+    }
+
     /// The message of the failure; empty after a success, whose pixels have been looked at.
     std::string Open(const std::string& bytes)
     {

@@ -1,7 +1,7 @@
 #!/usr/bin/python3
 """Opens the files that the exporter writes with two readers that do not use libtiff, pixel for pixel.
 
-    independent_readers.py WRITE_SAMPLES
+    independent_readers.py [EMULATOR] WRITE_SAMPLES
 
 WRITE_SAMPLES is the program that writes the files. tifffile and Pillow, which decodes uncompressed files itself, read
 every kind, padded rows included.
@@ -30,7 +30,7 @@ def same(name, reader, expected, actual):
 
 def main():
     with tempfile.TemporaryDirectory() as folder:
-        lines = subprocess.run([sys.argv[1], folder], check=True, capture_output=True, text=True).stdout.splitlines()
+        lines = subprocess.run([*sys.argv[1:], folder], check=True, capture_output=True, text=True).stdout.splitlines()
         good = len(lines) == 15
         for line in lines:
             name, width, height, samples, dtype = line.split()

@@ -18,22 +18,26 @@ constexpr int Records = 10'000;
 class LogProcessesTest : public testing::Test
 {
 protected:
-    static std::string Command(const std::string& nameAndMode, std::size_t limit)
+    Support::Program Command(const std::string& nameAndMode, std::size_t limit) const
     {
-        return Support::Quoted(KILN_LOG_WRITER) + " . " + nameAndMode + " " + std::to_string(Records) + " " +
-               std::to_string(limit);
+        const std::size_t blank = nameAndMode.find(' ');
+        return {{KILN_LOG_WRITER, ".", nameAndMode.substr(0, blank), nameAndMode.substr(blank + 1),
+                 std::to_string(Records), std::to_string(limit)},
+                m_folder.Path()};
     }
 
     /// Runs processes side by side until all have ended.
     void Run(const std::vector<std::string>& namesAndModes, std::size_t limit)
     {
-        std::string line;
+        std::vector<Support::Program> programs;
         for (const std::string& nameAndMode : namesAndModes)
         {
-            line += Command(nameAndMode, limit) + " & ";
+            programs.push_back(Command(nameAndMode, limit));
         }
-        const Support::ProcessResult result = Support::RunShell(line + "wait", m_folder.Path());
-        EXPECT_EQ(result.output + result.error, "");
+        for (const Support::ProcessResult& result : Support::RunSideBySide(programs))
+        {
+            EXPECT_EQ(result.output + result.error, "");
+        }
     }
 
     /// Reads files, the oldest first. Each writer's records must follow one another without a gap.
@@ -80,6 +84,26 @@ protected:
         last->second = number;
         ++m_lines;
         return true;
+    }
+
+    /// What a process that ends by itself leaves in the file.
+    struct End
+    {
+        const char* nameAndMode;
+        int lines;
+        std::map<std::string, int> last;
+    };
+
+    void CheckEnds(const std::vector<End>& ends)
+    {
+        for (const auto& [mode, lines, last] : ends)
+        {
+            EXPECT_EQ(Support::Run(Command(mode, 1000)).status, 0) << mode;
+            Read({"Shared.log"}, 0, 1000);
+            EXPECT_EQ(m_lines, lines) << mode;
+            EXPECT_EQ(m_last, last) << mode;
+            std::filesystem::remove_all(m_folder / "Log");
+        }
     }
 
     const Support::ScopedTempDir m_folder;
@@ -135,27 +159,18 @@ TEST_F(LogProcessesTest, AWarningIsInTheFileWhenTheProcessDiesOfIt)
 
 TEST_F(LogProcessesTest, TheEndOfAProcessIsLoggedWhateverEndsFirst)
 {
-    // A forked child writes its own records and none of its parent's; static objects log as long as the log is there.
-    struct Row
-    {
-        const char* mode;
-        int lines;
-        std::map<std::string, int> last;
-    };
-    for (const auto& [mode, lines, last] :
-         {Row{"P end", 2, {{"PC", 0}, {"PP", 0}}}, Row{"P exit", 4, {{"PC", 0}, {"PL", 0}, {"PP", 0}}}})
-    {
-        EXPECT_EQ(Support::RunShell(Command(mode, 1000), m_folder.Path()).status, 0) << mode;
-        Read({"Shared.log"}, 0, 1000);
-        EXPECT_EQ(m_lines, lines) << mode;
-        EXPECT_EQ(m_last, last) << mode;
-        std::filesystem::remove_all(m_folder / "Log");
-    }
+    // Static objects log as long as the log is there.
+    CheckEnds({{"P end", 1, {{"PP", 0}}}, {"P exit", 2, {{"PL", 0}, {"PP", 0}}}});
+}
+
+TEST_F(LogProcessesTest, AForkedChildWritesItsOwnRecordsAndNoneOfItsParents)
+{
+    CheckEnds({{"P fork-end", 2, {{"PC", 0}, {"PP", 0}}}, {"P fork-exit", 4, {{"PC", 0}, {"PL", 0}, {"PP", 0}}}});
 }
 
 TEST_F(LogProcessesTest, TheProgramOfTheGuideWritesWhatTheGuideSays)
 {
-    const Support::ProcessResult result = Support::RunShell(Support::Quoted(KILN_LOG_GUIDE), m_folder.Path());
+    const Support::ProcessResult result = Support::Run({{KILN_LOG_GUIDE}, m_folder.Path()});
     EXPECT_EQ(result.status, 0);
     EXPECT_EQ(result.output + result.error, "");
     EXPECT_THAT(Support::ReadFile(m_folder / "Log/Guide.log"),

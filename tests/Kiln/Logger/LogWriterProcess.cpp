@@ -1,5 +1,6 @@
 // A process that shares its log files with others: LogWriterProcess FOLDER ID MODE COUNT LIMIT
 
+#include "tests/Kiln/Logger/LogWriterProcess.h"
 #include "Ardo/Kiln/Logger/CreateLogger.h"
 #include "Ardo/Kiln/Logger/Logging.h"
 #include "Ardo/Kiln/Logger/SeveritySets.h"
@@ -8,14 +9,11 @@
 #include <boost/log/sources/severity_feature.hpp>
 
 #include <atomic>
-#include <csignal>
 #include <cstdlib>
 #include <limits>
 #include <optional>
 #include <string_view>
-#include <sys/wait.h>
 #include <thread>
-#include <unistd.h>
 
 #ifdef __SANITIZE_THREAD__
 /// A race that is none: the C library guards its time zone by a lock that the sanitizer does not see.
@@ -67,26 +65,23 @@ int main(int, char** arguments)
     const std::string_view mode = arguments[3];
     const int count = std::atoi(arguments[4]);
 
-    static Logging& logging = mode == "exit" ? *new Logging(arguments[1], L"Shared") // is never destroyed
-                                             : g_logging.emplace(arguments[1], L"Shared");
+    static Logging& logging = mode.ends_with("exit") ? *new Logging(arguments[1], L"Shared") // is never destroyed
+                                                     : g_logging.emplace(arguments[1], L"Shared");
     logging.Initialize();
     logging.AddSinks({{L"Shared", std::strtoull(arguments[5], nullptr, 10), {}, InfoAndAbove}});
 
-    if (mode == "end" || mode == "exit")
+    if (mode.ends_with("end") || mode.ends_with("exit"))
     {
         g_late.name = name + "L";
         Log(name + "P", 1);
-        int status = 0;
-        const pid_t child = ::fork();
-        child > 0 ? void(::waitpid(child, &status, 0)) : Log(name + "C", 1);
-        return status == 0 ? 0 : 1;
+        return mode.starts_with("fork") ? RunInForkedChild([&] { Log(name + "C", 1); }) : 0;
     }
     if (mode == "abort")
     {
         auto logger = CreateLogger(name);
         BOOST_LOG_SEV(logger, info) << "first words";
         BOOST_LOG_SEV(logger, warning) << "last words";
-        std::abort();
+        AbortSilently();
     }
     const bool killed = mode == "killed";
     std::thread first(Log, name + "A", killed ? std::numeric_limits<int>::max() : count);
@@ -97,7 +92,7 @@ int main(int, char** arguments)
     }
     if (killed)
     {
-        std::raise(SIGKILL);
+        KillThisProcess();
     }
     first.join();
     second.join();

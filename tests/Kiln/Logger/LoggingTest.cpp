@@ -13,7 +13,7 @@
 #include "tests/Support/Process.h"
 #include "tests/Support/ScopedTempDir.h"
 #include "tests/Support/ScopedTimeZone.h"
-#include "tests/Support/ScopedVariable.h"
+#include "tests/Support/SystemFacilities.h"
 #include "tests/Support/VersionedLibrary.h"
 
 #include <boost/log/sources/record_ostream.hpp>
@@ -21,7 +21,6 @@
 #include <gmock/gmock.h>
 
 #include <algorithm>
-#include <cstdlib>
 #include <thread>
 
 namespace Ardo::Kiln::Logger
@@ -48,9 +47,7 @@ protected:
     }
 
     const Support::ScopedTempDir m_folder;
-
-private:
-    const Support::ScopedVariable m_configuration{"XDG_CONFIG_DIRS", m_folder.Path()};
+    Support::ScopedMachineSettings m_settings;
 };
 
 TEST_F(LoggingTest, OneObjectIsInitialisedUntilItGoes)
@@ -92,11 +89,12 @@ TEST_F(LoggingTest, AFolderThatCannotBeMadeIsAnErrorAndMayBeTriedAgain)
     EXPECT_THAT([&] { logging.Initialize(); }, ThrowsMessage<fs::filesystem_error>(expected.what()));
     fs::remove(m_folder / "root");
     {
-        const fs::path root = m_folder.Path() / "r\xE4t"; // no text: it travels as wide text all the same
+        // It travels as wide text all the same.
+        const fs::path root = m_folder.Path() / Support::NameThatIsNoText("r", "t");
         Support::WriteFile(root, "");
         Logging wide(FileSystem::ToWide(root), L"B");
         EXPECT_THAT([&] { wide.Initialize(); },
-                    ThrowsMessage<fs::filesystem_error>(testing::HasSubstr("r\uFFFDt/Log")));
+                    ThrowsMessage<fs::filesystem_error>(testing::HasSubstr(FileSystem::ToDisplayText(root / "Log"))));
         fs::remove(root);
         wide.Initialize();
         EXPECT_TRUE(fs::exists(root / "Log/B_Dbg.log"));
@@ -107,10 +105,8 @@ TEST_F(LoggingTest, AFolderThatCannotBeMadeIsAnErrorAndMayBeTriedAgain)
 
 TEST_F(LoggingTest, TheExtensionFollowsTheServersSoftwareOfTheMoment)
 {
-    fs::create_directories(m_folder / "Ardo");
     fs::create_directories(m_folder / "Server/Exe");
-    Support::WriteFile(m_folder / "Ardo/Configuration.conf",
-                       "[General]\nInstallation%20Path=" + (m_folder / "Server").string() + "\n");
+    m_settings.Set("Ardo/Configuration", "Installation Path", (m_folder / "Server").string());
     Logging logging(m_folder.Path(), L"B");
     logging.Initialize(); // an installation without the library
     const std::pair<std::array<std::uint16_t, 4>, const char*> rows[] = {{{7, 6, 9, 9}, "a.log"},
@@ -267,24 +263,26 @@ TEST_F(LoggingTest, FilesThatWouldRotateOverEachOtherAreRefused)
 TEST_F(LoggingTest, AReadOnlyFileIsUsedAndAHiddenOneRefused)
 {
     fs::create_directories(m_folder / "Log");
-    for (const char* name : {"B_Dbg.log", ".hidden.log"})
+    const std::string hidden = Support::HiddenName("hidden");
+    for (const std::string& name : {std::string("B_Dbg.log"), hidden + ".log"})
     {
         Support::WriteFile(m_folder / "Log" / name, "");
         fs::permissions(m_folder / "Log" / name, fs::perms::owner_read);
     }
+    Support::Hide(m_folder / "Log" / (hidden + ".log"));
     Logging logging(m_folder.Path(), L"B");
     logging.Initialize();
     Log("C", debug, "here");
     EXPECT_THAT(Read("B_Dbg.log"), testing::EndsWith("here\n"));
     EXPECT_THAT(
         [&] {
-            logging.AddSinks({{L".hidden", 0, {}, InfoAndAbove}});
+            logging.AddSinks({{std::wstring(hidden.begin(), hidden.end()), 0, {}, InfoAndAbove}});
         },
-        ThrowsMessage<std::exception>("Can not use file log " + (m_folder / "Log/.hidden.log").string() +
+        ThrowsMessage<std::exception>("Can not use file log " + (m_folder / "Log" / (hidden + ".log")).string() +
                                       " hidden on filesystem."));
     Log("C", fatal, "not there");
-    EXPECT_EQ(Read(".hidden.log"), "");
-    EXPECT_NO_THROW(CheckLogFileAttribute((m_folder / "Log/missing.log").c_str()));
+    EXPECT_EQ(Read(hidden + ".log"), "");
+    EXPECT_NO_THROW(CheckLogFileAttribute((m_folder / "Log/missing.log").string().c_str()));
 }
 
 TEST_F(LoggingTest, WarningsAreInTheFileAtOnceAndTheRestWithinTheSecond)

@@ -29,14 +29,21 @@ std::string Encoded(std::uint32_t value)
     return {static_cast<char>(0xF0U | (value >> 18U)), trail(12), trail(6), trail(0)};
 }
 
+/// UTF-16 where a unit has 16 bits, else the value itself.
+std::wstring WideEncoded(std::uint32_t value)
+{
+    if (sizeof(wchar_t) > 2 || value < 0x10000)
+    {
+        return {static_cast<wchar_t>(value)};
+    }
+    const std::uint32_t rest = value - 0x10000;
+    return {static_cast<wchar_t>(0xD800 + (rest >> 10U)), static_cast<wchar_t>(0xDC00 + (rest & 0x3FFU))};
+}
+
 } // namespace
 
 TEST(UtfTest, EveryCharacterIsConvertedAndEveryOtherValueRefused)
 {
-    if (sizeof(wchar_t) == 2)
-    {
-        GTEST_SKIP() << "a character may take two units";
-    }
     std::string utf8;
     std::wstring wide;
     std::string characters;
@@ -45,7 +52,7 @@ TEST(UtfTest, EveryCharacterIsConvertedAndEveryOtherValueRefused)
     {
         const bool isCharacter = value < 0xD800 || (value > 0xDFFF && value < 0x110000);
         const std::string bytes = Encoded(value);
-        const std::wstring unit(1, static_cast<wchar_t>(value));
+        const std::wstring unit = WideEncoded(value);
         if (isCharacter)
         {
             characters += bytes;
@@ -54,7 +61,11 @@ TEST(UtfTest, EveryCharacterIsConvertedAndEveryOtherValueRefused)
         else
         {
             ASSERT_EQ(Utf8ToWide("ok" + bytes + "ok", wide), NoUnicodeTranslation) << value;
-            ASSERT_EQ(WideToUtf8(L"ok" + unit + L"ok", utf8), NoUnicodeTranslation) << value;
+            // Above 0x10FFFF there is no UTF-16, so only one system has such a unit.
+            if (sizeof(wchar_t) > 2 || value < 0x10000)
+            {
+                ASSERT_EQ(WideToUtf8(L"ok" + unit + L"ok", utf8), NoUnicodeTranslation) << value;
+            }
         }
     }
     EXPECT_EQ(Utf8ToWide(characters, wide), 0U);
@@ -63,6 +74,10 @@ TEST(UtfTest, EveryCharacterIsConvertedAndEveryOtherValueRefused)
     EXPECT_TRUE(utf8 == characters);
     for (const std::uint32_t value : {0x80000000U, 0xFFFFFFFFU})
     {
+        if (sizeof(wchar_t) == 2)
+        {
+            break;
+        }
         EXPECT_EQ(WideToUtf8(std::wstring(1, static_cast<wchar_t>(value)), utf8), NoUnicodeTranslation) << value;
     }
 }

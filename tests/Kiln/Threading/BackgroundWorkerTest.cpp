@@ -2,17 +2,13 @@
 
 #include "Ardo/Kiln/Exception/Warning.h"
 #include "Ardo/Kiln/Platform/ComApartment.h"
-#include "Ardo/Kiln/Platform/ThreadName.h"
 #include "Ardo/Kiln/Threading/Work.h"
 #include "tests/Kiln/Threading/Gate.h"
-#include "tests/Support/Process.h"
 
 #include <gmock/gmock.h>
 
 #include <cstdlib>
-#include <sys/wait.h>
 #include <thread>
-#include <unistd.h>
 
 namespace Ardo::Kiln::Threading
 {
@@ -229,45 +225,11 @@ TEST(BackgroundWorkerDeathTest, AFunctionMayCallExitWhileItsWorkerIsStatic)
     GTEST_FLAG_SET(death_test_style, "threadsafe");
     const auto exitOnWorker = []
     {
-        ::alarm(120);
         static BackgroundWorker g_worker;
         g_worker.Post([] { std::exit(5); });
         std::this_thread::sleep_for(std::chrono::hours(1));
     };
     EXPECT_EXIT(exitOnWorker(), ::testing::ExitedWithCode(5), "^$");
-}
-
-TEST(BackgroundWorkerTest, AForkedChildHasAStoppedWorkerAndNobodyWaitsThere)
-{
-    Gate gate;
-    auto worker = std::make_unique<BackgroundWorker>();
-    auto series = std::make_unique<ScopedScheduledWork>(worker->Schedule([&] { gate.Pass(); }));
-    gate.AwaitEntry();
-    worker->Post([] {});
-    const pid_t child = ::fork();
-    if (child == 0)
-    {
-        ::alarm(120);
-        const bool isRefused = !worker->IsRunning() && Refusal([&] { worker->Post([] {}); }) == NotRunning &&
-                               Refusal([&] { worker->Call([] {}); }) == NotRunning;
-        worker->Wait();
-        series.reset();
-        worker.reset();
-#ifdef __SANITIZE_THREAD__ // does not support new threads there
-        ::_exit(isRefused ? 0 : 1);
-#else
-        BackgroundWorker own;
-        bool ran = false;
-        own.Call([&] { ran = true; });
-        ::_exit(isRefused && ran ? 0 : 1);
-#endif
-    }
-    gate.Open();
-    int status = -1;
-    ASSERT_EQ(::waitpid(child, &status, 0), child);
-    EXPECT_EQ(status, 0);
-    worker->Wait();
-    EXPECT_TRUE(worker->IsRunning());
 }
 
 TEST(BackgroundWorkerTest, WhatAFunctionHoldsGoesBeforeItsItemHasEnded)
@@ -322,24 +284,6 @@ TEST(BackgroundWorkerTest, EntersTheApartmentAskedFor)
     Platform::LeaveComApartment();
     Platform::LeaveComApartment();
     EXPECT_EQ(Platform::CurrentComApartment(), ComApartment::None);
-}
-
-TEST(BackgroundWorkerTest, ItsThreadTakesTheName)
-{
-    const std::tuple<std::string, std::string> names[] = {
-        {"Exporter", "Exporter"},
-        {BackgroundWorker::DEFAULT_THREAD_NAME, "BackgroundWorke"},
-        {"12345678901234\u00e9x", "12345678901234"},
-        {"1234567890123\u00e9", "1234567890123\u00e9"},
-        {"1234567890123\u4f4e", "1234567890123"},
-        {"\x80\x80\x80\x80\x80\x80\x80\x80\x80\x80\x80\x80\x80\x80\x80\x80", ""}};
-    for (const auto& [name, expected] : names)
-    {
-        std::string shown;
-        BackgroundWorker worker(name);
-        worker.Call([&] { shown = Support::ReadFile("/proc/thread-self/comm"); });
-        EXPECT_EQ(shown, expected + "\n") << name;
-    }
 }
 
 TEST(BackgroundWorkerTest, WithoutAThreadFunctionsRunAtOnce)

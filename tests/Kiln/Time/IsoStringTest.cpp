@@ -59,7 +59,8 @@ TEST(IsoStringTest, UtcTextsAreThoseOfQDateTimeOverTheWholeRange)
 
 TEST(IsoStringTest, BothTextsReadBackToTheSameMillisecond)
 {
-    for (const std::int64_t milliseconds : {-62'135'596'800'000L, -1L, 0L, 1L, 951'827'696'789L, 253'402'214'400'000L})
+    for (const std::int64_t milliseconds :
+         std::initializer_list<std::int64_t>{-62'135'596'800'000, -1, 0, 1, 951'827'696'789, 253'402'214'400'000})
     {
         const TimePoint time = FromMilliseconds(milliseconds);
         EXPECT_EQ(FromLocalTimeISOString(ToUtcTimeISOString(time)), time) << milliseconds;

@@ -1,9 +1,7 @@
+#include "tests/apps/kiln/ToolTest.h"
 #include "Ardo/Kiln/FileSystem/TemporaryFile.h"
 #include "Ardo/Kiln/FileSystem/WidePath.h"
 #include "Ardo/Kiln/ImageIO/TiffExporter.h"
-#include "tests/Support/LibraryCopy_posix.h"
-#include "tests/Support/Process.h"
-#include "tests/Support/ScopedTempDir.h"
 
 #include <gmock/gmock.h>
 
@@ -18,19 +16,14 @@ namespace
 {
 
 using Support::ProcessResult;
-using Support::Quoted;
 using Support::ReadFile;
-using Support::ScopedTempDir;
+using Support::Replaced;
 using Support::WriteFile;
 using testing::EndsWith;
 using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::Not;
 using testing::StartsWith;
-
-const std::string Kiln = Quoted(KILN_TOOL);
-const std::string Cell = Quoted(KILN_TEST_DATA "/images/cell.png");
-const std::string Ihc = Quoted(KILN_TEST_DATA "/images/ihc.png");
 
 std::string Repeated(const std::string& text, std::size_t count)
 {
@@ -40,6 +33,25 @@ std::string Repeated(const std::string& text, std::size_t count)
         result += text;
     }
     return result;
+}
+
+/// A number of \p size bytes in a file, least significant first.
+std::size_t Word(const std::string& bytes, std::size_t offset, std::size_t size)
+{
+    std::size_t value = 0;
+    for (std::size_t index = size; index-- > 0;)
+    {
+        value = value << 8U | static_cast<unsigned char>(bytes.at(offset + index));
+    }
+    return value;
+}
+
+void SetWord(std::string& bytes, std::size_t offset, std::size_t value, std::size_t size)
+{
+    for (std::size_t index = 0; index < size; ++index)
+    {
+        bytes.at(offset + index) = static_cast<char>(value >> (8 * index));
+    }
 }
 
 /// A TIFF file with one black pixel and \p text in the tag of the record.
@@ -71,33 +83,6 @@ std::string TiffWithRecord(const std::string& text)
     put(0, 4); // the pixel, at an even offset
     return file + text + '\0';
 }
-
-class ToolTest : public testing::Test
-{
-protected:
-    /// Runs shell text in which "kiln" is the tool.
-    ProcessResult Run(const std::string& line) const
-    {
-        return Support::RunShell("kiln() { " + Kiln + " \"$@\"; }\n" + line, m_folder.Path());
-    }
-
-    /// Runs a step that the test builds on.
-    std::string Must(const std::string& line) const
-    {
-        const ProcessResult result = Run(line);
-        EXPECT_EQ(result.status, 0) << line << '\n' << result.error;
-        EXPECT_EQ(result.error, "") << line;
-        return result.output;
-    }
-
-    std::size_t Entries() const
-    {
-        return static_cast<std::size_t>(
-            std::distance(std::filesystem::directory_iterator(m_folder.Path()), std::filesystem::directory_iterator()));
-    }
-
-    ScopedTempDir m_folder;
-};
 
 } // namespace
 
@@ -135,78 +120,9 @@ TEST_F(ToolTest, HelpAndVersionAreResultsAndWrongUsageIsStatusTwo)
     EXPECT_EQ(Entries(), 0U);
 }
 
-TEST_F(ToolTest, LoadsTheLibrariesForImagesWithTheFirstImageAndThoseForWindowsNever)
-{
-    EXPECT_THAT(Must("LD_TRACE_LOADED_OBJECTS=1 kiln"),
-                AllOf(HasSubstr("libCommon.so"), Not(HasSubstr("Qt5Gui")), Not(HasSubstr("libX11"))));
-    EXPECT_THAT(Run("LD_DEBUG=files kiln import " + Cell + " cell.tif").error,
-                AllOf(HasSubstr("Qt5Gui"), Not(HasSubstr("Qt5Widgets"))));
-    EXPECT_THAT(Run("LD_DEBUG=files kiln import cell.tif again.tif").error, Not(HasSubstr("Qt5Gui")));
-
-    const ScopedTempDir folder;
-    const std::string loadsCopy = Support::WithLibraryCopy(folder.Path());
-    Must(loadsCopy + "kiln info cell.tif");
-    const ProcessResult result = Run(loadsCopy + "kiln import " + Cell + " other.tif");
-    EXPECT_EQ(result.status, 1);
-    EXPECT_THAT(result.error, AllOf(HasSubstr("cell.png"), HasSubstr(folder.Path().native() + "/CommonImages-")));
-}
-
-TEST_F(ToolTest, WhateverEndsAnExportTheOldFileStaysAndNothingElse)
-{
-    constexpr std::uint32_t Width = 4096;
-    constexpr std::uint32_t Height = 8192;
-    const std::vector<Imaging::rgb_type<unsigned char>> pixels(std::size_t{Width} * Height);
-    ImageIO::TiffExporter().WriteRgbImage(FileSystem::ToWide(m_folder / "large.tif"), pixels.data(), Width, Height, 0,
-                                          nullptr);
-    // Only a file without a name goes with a process that is killed; not every file system has such.
-    const bool hasName = !FileSystem::TemporaryFile().Path().native().starts_with("/proc/");
-    for (const auto& [signal, number] : {std::pair("INT", 2), {"TERM", 15}, {"HUP", 1}, {"KILL", 9}})
-    {
-        WriteFile(m_folder / "out.tif", "old");
-        // Stopped while the file is being written, so that the signal meets the export and not its end.
-        const ProcessResult result = Run("size() {\n"
-                                         "    for fd in /proc/$pid/fd/*; do case $(readlink $fd) in\n"
-                                         "        $PWD/*deleted\\)|$PWD/*.part) stat -Lc %s $fd; return;;\n"
-                                         "    esac; done 2>/dev/null; echo 0\n"
-                                         "}\n"
-                                         "for try in 1 2 3 4 5 6 7 8 9 10; do\n"
-                                         "    env --default-signal=INT,HUP " +
-                                         Kiln +
-                                         " import --progress large.tif out.tif & pid=$!\n"
-                                         "    until [ $(size) -gt 0 ] || ! kill -0 $pid; do :; done\n"
-                                         "    kill -STOP $pid\n"
-                                         "    [ $(size) -gt 0 ] && [ $(size) -lt 90000000 ] && break\n"
-                                         "    kill -CONT $pid; wait $pid; printf old >out.tif\n"
-                                         "done\n"
-                                         "kill -" +
-                                         signal + " $pid; kill -CONT $pid; wait $pid");
-        EXPECT_EQ(result.status, 128 + number) << result.error;
-        EXPECT_EQ(ReadFile(m_folder / "out.tif"), "old") << signal;
-        EXPECT_EQ(Entries(), 2U) << signal;
-        if (number == 2)
-        {
-            EXPECT_THAT(result.error, StartsWith("\rwriting out.tif: "));
-            EXPECT_THAT(result.error, EndsWith(" %\nkiln: interrupted\n"));
-        }
-        if (hasName)
-        {
-            break;
-        }
-    }
-    EXPECT_THAT(Run("kiln import --progress large.tif out.tif").error, EndsWith("\rwriting out.tif: 100 %\n"));
-
-    // Who reads the output goes away: a copy in the temporary folder goes with the tool, too.
-    if (!hasName)
-    {
-        std::filesystem::create_directory(m_folder / "copies");
-        Run("export TMPDIR=$PWD/copies; exec env --default-signal=PIPE " + Kiln + " import out.tif - | head -c 1");
-        EXPECT_TRUE(std::filesystem::is_empty(m_folder / "copies"));
-    }
-}
-
 TEST_F(ToolTest, AMicrographComesBackWithEveryPixelAndEveryField)
 {
-    Must(Quoted(KILN_EXAMPLE_RECORD) + " 'one cell' 550 660 '107 nm' > record.xml");
+    WriteExampleRecord();
     Must("kiln import " + Cell + " 'cell 細胞.tif' --pixel-size '107 nm' --metadata record.xml");
     EXPECT_EQ(Must("kiln compare " + Cell + " 'cell 細胞.tif'"), "equal: 363000 pixels\n");
     EXPECT_THAT(Must("kiln compare --allow-additions record.xml 'cell 細胞.tif'"), StartsWith("equal: "));
@@ -257,41 +173,13 @@ TEST_F(ToolTest, StandardStreamsTakeThePlaceOfFiles)
     Must("kiln import - - --pixel-size 5e-7 < " + Ihc + " > ihc.tif");
     EXPECT_EQ(Must("kiln compare " + Ihc + " - < ihc.tif"), "equal: 262144 pixels\n");
     EXPECT_THAT(Must("kiln info - < ihc.tif"), HasSubstr("RGB"));
-    EXPECT_THAT(Must("kiln metadata - --format json < ihc.tif | kiln validate -"), HasSubstr("valid"));
-}
-
-TEST_F(ToolTest, APipeIsReadFromItsBeginningAndAFileOfAnyName)
-{
-    Must("kiln import " + Cell + " \"$(printf 'b\\344r.tif')\" --pixel-size 1e-7");
-    EXPECT_TRUE(std::filesystem::exists(m_folder.Path() / "b\xE4r.tif"));
-    EXPECT_THAT(Must("kiln info b*r.tif"), StartsWith("b\uFFFDr.tif\nImage           550 x 660"));
-    Must("kiln metadata b*r.tif --output \"$(printf '\\303.xml')\"");
-    const std::string record = ReadFile(m_folder.Path() / "\xC3.xml");
-    EXPECT_THAT(record, HasSubstr("b\uFFFDr.tif"));
-
-    Must("mkfifo pipe");
-    EXPECT_EQ(Must("cat ?.xml >pipe & kiln metadata pipe"), record);
-    EXPECT_EQ(Must("cat b*r.tif >pipe & kiln compare " + Cell + " pipe"), "equal: 363000 pixels\n");
-    EXPECT_EQ(Must("cat ?.xml | kiln metadata /dev/stdin"), record);
-
-    // What cannot be read is no file without a record. A privileged user has to give up the right to read everything.
-    const std::string drop = "[ $(id -u) = 0 ] && drop='setpriv --bounding-set=-all'; chmod 0 record; $drop " + Kiln;
-    const std::vector<std::pair<std::string, std::string>> lines = {
-        {"echo >record; " + drop + " metadata record", "kiln: record: Permission denied\n"},
-        {"kiln metadata /dev/null", "kiln: /dev/null: is neither a file nor a pipe\n"},
-        {"kiln metadata ?.xml --output pipe", "kiln: pipe: is not a file that can be replaced\n"},
-        {"kiln metadata $(printf 'b\\344')", "kiln: b\uFFFD: No such file or directory\n"}};
-    for (const auto& [line, error] : lines)
-    {
-        const ProcessResult result = Run(line);
-        EXPECT_EQ(result.status, 1) << line;
-        EXPECT_EQ(result.error, error) << line;
-    }
+    Must("kiln metadata - --format json < ihc.tif > ihc.json");
+    EXPECT_THAT(Must("kiln validate - < ihc.json"), HasSubstr("valid"));
 }
 
 TEST_F(ToolTest, AnImportKeepsTheRecordOfItsImage)
 {
-    Must(Quoted(KILN_EXAMPLE_RECORD) + " 'one cell' 550 660 '107 nm' > record.xml");
+    WriteExampleRecord();
     Must("kiln import " + Cell + " cell.tif --metadata record.xml");
     Must("kiln import cell.tif again.tif");
     EXPECT_EQ(Must("kiln metadata again.tif"), Must("kiln metadata cell.tif"));
@@ -300,11 +188,11 @@ TEST_F(ToolTest, AnImportKeepsTheRecordOfItsImage)
     const std::string differences = Run("kiln compare cell.tif again.tif").output;
     EXPECT_THAT(differences, HasSubstr("/BinaryResult/PixelSize/X/value: (missing) | 5.0"));
     EXPECT_THAT(differences, testing::Not(testing::ContainsRegex("different: .(Core|Acq|BinaryResult/[^P])")));
-    Must("kiln metadata cell.tif | sed 's/one cell/other cell/' > other.xml");
+    WriteFile(m_folder / "other.xml", Replaced(Must("kiln metadata cell.tif"), "one cell", "other cell"));
     Must("kiln import cell.tif again.tif --metadata other.xml");
     EXPECT_THAT(Must("kiln info again.tif"), HasSubstr("other cell"));
 
-    Must("sed 's|<Core>|<Cory>|; s|</Core>|</Cory>|' cell.tif > broken.tif");
+    WriteFile(m_folder / "broken.tif", Replaced(ReadFile(m_folder / "cell.tif"), "Core>", "Cory>"));
     const ProcessResult broken = Run("kiln import broken.tif again.tif");
     EXPECT_EQ(broken.status, 1);
     EXPECT_THAT(broken.error, HasSubstr("broken.tif: its record: "));
@@ -336,7 +224,9 @@ TEST_F(ToolTest, GreyValuesAreMeasuredAsLongAsTheyAreNumbers)
         const auto height = static_cast<std::uint32_t>(pixels.size()) / width;
         (exporter.*write)((m_folder / "in.tif").wstring(), pixels.data(), width, height, nullptr);
         Must("kiln import in.tif out.tif");
-        return Must("kiln info out.tif | grep '^Grey' || true");
+        const std::string info = Must("kiln info out.tif");
+        const std::size_t grey = info.find("\nGrey");
+        return grey == std::string::npos ? "" : info.substr(grey + 1, info.find('\n', grey + 1) - grey);
     };
     EXPECT_THAT(measure(&ImageIO::TiffExporter::WriteFloatImage, floats, 2),
                 EndsWith(" 1 to 6, mean 3, standard deviation 1.871\n"));
@@ -348,26 +238,27 @@ TEST_F(ToolTest, GreyValuesAreMeasuredAsLongAsTheyAreNumbers)
 TEST_F(ToolTest, OfSeveralPagesOneIsTakenAndTheirNumberIsSaid)
 {
     Must("kiln import " + Cell + " one.tif");
-    Must(Quoted("/usr/bin/python3") + R"( - <<'EOF'
-import struct
-data = bytearray(open("one.tif", "rb").read())
-first, = struct.unpack_from("<I", data, 4)
-count, = struct.unpack_from("<H", data, first)
-directory = bytearray(data[first:first + 2 + 12 * count + 4])
-for entry in range(count):
-    at = 2 + 12 * entry
-    if struct.unpack_from("<H", directory, at)[0] in (257, 278): # the second page has ten rows
-        struct.pack_into("<HII", directory, at + 2, 4, 1, 10)
-data += bytes(len(data) % 2)
-struct.pack_into("<I", data, first + 2 + 12 * count, len(data))
-open("two.tif", "wb").write(data + directory)
-EOF
-)");
+    std::string bytes = ReadFile(m_folder / "one.tif");
+    const std::size_t directory = Word(bytes, 4, 4);
+    const std::size_t entries = Word(bytes, directory, 2);
+    std::string second = bytes.substr(directory, 2 + 12 * entries + 4);
+    for (std::size_t at = 2; at < 2 + 12 * entries; at += 12)
+    {
+        if (Word(second, at, 2) == 257 || Word(second, at, 2) == 278) // the second page has ten rows
+        {
+            SetWord(second, at + 2, 4, 2);
+            SetWord(second, at + 4, 1, 4);
+            SetWord(second, at + 8, 10, 4);
+        }
+    }
+    bytes.resize(bytes.size() + bytes.size() % 2);
+    SetWord(bytes, directory + 2 + 12 * entries, bytes.size(), 4);
+    WriteFile(m_folder / "two.tif", bytes + second);
     EXPECT_THAT(Must("kiln info two.tif"), HasSubstr("the first of 2 pages"));
     const ProcessResult first = Run("kiln import two.tif out.tif");
     EXPECT_EQ(first.status, 0);
     EXPECT_EQ(first.error, "kiln: two.tif: the first of 2 pages is taken; --page takes another\n");
-    Must("kiln metadata one.tif | sed 's/660/10/' > ten.xml");
+    WriteFile(m_folder / "ten.xml", Replaced(Must("kiln metadata one.tif"), "660", "10"));
     Must("kiln import two.tif out.tif --page 2 --metadata ten.xml");
     EXPECT_THAT(Must("kiln info out.tif"), HasSubstr("550 x 10 px"));
     EXPECT_EQ(Run("kiln import two.tif out.tif --page 3").error, "kiln: two.tif: has no page 3, only 2\n");
@@ -389,7 +280,7 @@ TEST_F(ToolTest, DifferencesAreNamedAndEndWithStatusOne)
     EXPECT_EQ(result.status, 1);
     EXPECT_THAT(result.output, HasSubstr("550 x 660"));
 
-    Must("kiln metadata cell.tif | sed 's/550/551/' > other.xml");
+    WriteFile(m_folder / "other.xml", Replaced(Must("kiln metadata cell.tif"), "550", "551"));
     result = Run("kiln compare cell.tif other.xml");
     EXPECT_EQ(result.status, 1);
     EXPECT_THAT(result.output, HasSubstr("/BinaryResult/ImageSize/X: 550 | 551"));
@@ -404,45 +295,34 @@ TEST_F(ToolTest, AnImportThatFailsLeavesTheOldFileAndNothingElse)
     std::filesystem::create_directory(m_folder / "folder");
 
     const std::vector<std::pair<std::string, std::string>> lines = {
-        // A limit on the size of files stands for a full disk.
-        {"ulimit -f 100; kiln import " + Cell + " out.tif", "out.tif"},
         {"kiln import text.png out.tif", "text.png"},
         {"kiln import missing.png out.tif", "missing.png"},
         {"kiln import folder out.tif", "folder"},
         {"kiln import " + Cell + " out.tif --metadata broken.xml", "broken.xml"},
         {"kiln import " + Cell + " folder", "folder"},
         {"kiln import " + Cell + " nowhere/out.tif", "nowhere"},
-        {"kiln import " + Cell + " - > /dev/full", "standard output"},
         {"kiln metadata broken.xml --output out.tif", "broken.xml"}};
-    const std::size_t entries = Entries();
-    for (const auto& [line, named] : lines)
-    {
-        const ProcessResult result = Run(line);
-        EXPECT_EQ(result.status, 1) << line;
-        EXPECT_EQ(result.output, "") << line;
-        EXPECT_THAT(result.error, StartsWith("kiln: ")) << line;
-        EXPECT_THAT(result.error, HasSubstr(named)) << line;
-        EXPECT_EQ(ReadFile(m_folder / "out.tif"), "the old file") << line;
-        EXPECT_EQ(Entries(), entries) << line;
-    }
+    CheckFailures(lines);
 }
 
 TEST_F(ToolTest, DamagedFilesStillTellWhatTheyHold)
 {
-    Must(Quoted(KILN_EXAMPLE_RECORD) + " 'one cell' 550 660 '107 nm' > record.xml");
+    WriteExampleRecord();
     Must("kiln import " + Cell + " cell.tif --metadata record.xml --pixel-size 107e-9");
     // The pixels are said to lie behind the end of the file.
-    Must(Quoted("/usr/bin/python3") + R"( - <<'EOF'
-import struct
-data = bytearray(open("cell.tif", "rb").read())
-directory, = struct.unpack_from("<I", data, 4)
-for entry in range(struct.unpack_from("<H", data, directory)[0]):
-    at = directory + 2 + 12 * entry
-    if struct.unpack_from("<H", data, at)[0] == 273:
-        struct.pack_into("<HII", data, at + 2, 4, 1, 1 << 30)
-open("damaged.tif", "wb").write(data)
-EOF
-)");
+    std::string bytes = ReadFile(m_folder / "cell.tif");
+    const std::size_t directory = Word(bytes, 4, 4);
+    for (std::size_t entry = 0; entry < Word(bytes, directory, 2); ++entry)
+    {
+        const std::size_t at = directory + 2 + 12 * entry;
+        if (Word(bytes, at, 2) == 273)
+        {
+            SetWord(bytes, at + 2, 4, 2);
+            SetWord(bytes, at + 4, 1, 4);
+            SetWord(bytes, at + 8, 1U << 30U, 4);
+        }
+    }
+    WriteFile(m_folder / "damaged.tif", bytes);
     const ProcessResult info = Run("kiln info damaged.tif");
     EXPECT_EQ(info.status, 0) << info.error;
     EXPECT_THAT(info.output, HasSubstr("550 x 660"));
@@ -549,7 +429,7 @@ TEST_F(ToolTest, ARecordThatCannotBeReadIsNamedWithLineAndElementAndNothingIsInv
 
 TEST_F(ToolTest, ARecordIsValidWhenItIsReadWithoutLossInEitherSyntax)
 {
-    Must(Quoted(KILN_EXAMPLE_RECORD) + " 'one cell' 550 660 '107 nm' > record.xml");
+    WriteExampleRecord();
     Must("kiln metadata record.xml --format json --output record.json");
     const std::string json = ReadFile(m_folder / "record.json");
     const auto without = [](std::string text, const std::string& begin, const std::string& end)
@@ -602,7 +482,8 @@ TEST_F(ToolTest, ARecordIsValidWhenItIsReadWithoutLossInEitherSyntax)
 TEST_F(ToolTest, WhatAReaderLeavesOutIsSaidOnStandardError)
 {
     Must("kiln import " + Cell + " cell.tif");
-    Must("kiln metadata cell.tif | sed 's|<VacuumMode|<Colour>red</Colour><VacuumMode|' > later.xml");
+    WriteFile(m_folder / "later.xml",
+              Replaced(Must("kiln metadata cell.tif"), "<VacuumMode", "<Colour>red</Colour><VacuumMode"));
     const ProcessResult result = Run("kiln metadata later.xml");
     EXPECT_EQ(result.status, 0);
     EXPECT_EQ(result.output, Must("kiln metadata cell.tif"));
@@ -618,14 +499,16 @@ TEST_F(ToolTest, WhatIsDoneIsLoggedWhereAsked)
     EXPECT_THAT(log, HasSubstr("kiln.Tool: wrote "));
     EXPECT_THAT(log, HasSubstr("kiln.Tool: info: missing.tif"));
     EXPECT_THAT(ReadFile(m_folder / "logs/Log/kiln_Dbg.log"), HasSubstr("kiln.Tool begin info"));
-    EXPECT_EQ(Run("kiln --log /dev/null/nowhere info cell.tif").status, 1);
+    EXPECT_EQ(Run("kiln --log cell.tif/nowhere info cell.tif").status, 1);
 }
 
 TEST_F(ToolTest, WhatADocumentHoldsCannotCommandTheTerminal)
 {
     Must("kiln import " + Cell + " cell.tif");
-    Must("kiln metadata cell.tif | sed 's|<Manufacturer.*|<Manufacturer>evil\xC2\x9B"
-         "2J</Manufacturer>|' > evil.xml");
+    std::string document = Must("kiln metadata cell.tif");
+    const std::size_t at = document.find("<Manufacturer");
+    document.replace(at, document.find('\n', at) - at, "<Manufacturer>evil\xC2\x9B\x32J</Manufacturer>");
+    WriteFile(m_folder / "evil.xml", document);
     Must("kiln import " + Cell + " evil.tif --metadata evil.xml");
     const std::string info = Must("kiln info evil.tif");
     EXPECT_THAT(info, HasSubstr("evil?2J"));

@@ -14,19 +14,23 @@
 namespace Ardo::Kiln
 {
 
-using Support::Quoted;
-
 TEST(ViewerTest, APictureOfTheWindowShowsTheFileAndAFileThatIsNoneIsAnError)
 {
     const Support::ScopedTempDir folder;
-    // Qt's platform without a screen never deletes its screen.
-    const std::string viewer =
-        "QT_QPA_PLATFORM=offscreen ASAN_OPTIONS=detect_leaks=0 timeout 60 " KILN_VIEWER " --screenshot picture.png ";
+    const auto run = [&](const std::string& file)
+    {
+        Support::Program program{{KILN_VIEWER, "--screenshot", "picture.png", "-platform", "offscreen"}, folder.Path()};
+        if (!file.empty())
+        {
+            program.words.push_back(file);
+        }
+        program.variables = {{"ASAN_OPTIONS", "detect_leaks=0"}}; // that platform of Qt never deletes its screen
+        return Support::Run(program);
+    };
     const auto picture = [&] { return ImageIO::ReadImageFromFile((folder / "picture.png").wstring()); };
-    ASSERT_EQ(Support::RunShell(viewer, folder.Path()).status, 0);
+    ASSERT_EQ(run("").status, 0);
     const auto empty = picture();
-    const std::string image = Quoted(KILN_TEST_DATA "/images/cell.png");
-    ASSERT_EQ(Support::RunShell(viewer + image, folder.Path()).status, 0);
+    ASSERT_EQ(run(KILN_TEST_DATA "/images/cell.png").status, 0);
     const auto full = picture();
     const std::size_t size = full->Stride() * full->Size().height;
     ASSERT_EQ(size, empty->Stride() * empty->Size().height);
@@ -44,7 +48,7 @@ TEST(ViewerTest, APictureOfTheWindowShowsTheFileAndAFileThatIsNoneIsAnError)
         MetadataLib::Metadata metadata;
         metadata.Core.Comment = std::move(comment);
         ImageIO::TiffExporter().WriteUInt16Image((folder / "faint.tif").wstring(), pixels.data(), 256, 256, &metadata);
-        ASSERT_EQ(Support::RunShell(viewer + "faint.tif", folder.Path()).status, 0);
+        ASSERT_EQ(run("faint.tif").status, 0);
         const auto window = picture();
         EXPECT_EQ(window->Size(), empty->Size());
         const auto grey = [&](std::uint32_t x)
@@ -56,9 +60,9 @@ TEST(ViewerTest, APictureOfTheWindowShowsTheFileAndAFileThatIsNoneIsAnError)
         EXPECT_GT(grey(window->Size().width / 2 + 100), 200);
     }
 
-    const Support::ProcessResult missing = Support::RunShell(viewer + "missing.tif", folder.Path());
+    const Support::ProcessResult missing = run("missing.tif");
     EXPECT_EQ(missing.status, 1);
-    EXPECT_THAT(missing.error, ::testing::HasSubstr("viewer: missing.tif: No such file or directory"));
+    EXPECT_THAT(missing.error, ::testing::HasSubstr("viewer: missing.tif: "));
 }
 
 } // namespace Ardo::Kiln

@@ -1,10 +1,10 @@
 #include "tests/Support/TemporaryFolder.h"
 
+#include "tests/Support/Environment.h"
 #include "tests/Support/ScopedTempDir.h"
 
 #include <gtest/gtest.h>
 
-#include <cstdlib>
 #include <optional>
 
 namespace Ardo::Kiln::Support
@@ -21,7 +21,7 @@ public:
     void SetUp() override
     {
         constexpr const char* IsChild = "KILN_TEST_HAS_TEMPORARY_FOLDER";
-        if (std::getenv(IsChild) != nullptr)
+        if (EnvironmentValue(IsChild))
         {
             return;
         }
@@ -30,10 +30,13 @@ public:
         const fs::path runtime = *m_folder / "runtime";
         fs::create_directories(runtime);
         fs::permissions(runtime, fs::perms::owner_all);
-        ::setenv("XDG_RUNTIME_DIR", runtime.c_str(), 1);
+        SetEnvironmentValue("XDG_RUNTIME_DIR", runtime.string());
         fs::create_directory(Files());
-        ::setenv("TMPDIR", Files().c_str(), 1);
-        ::setenv(IsChild, "1", 1);
+        for (const char* const variable : {"TMPDIR", "TMP", "TEMP"}) // by the system
+        {
+            SetEnvironmentValue(variable, Files().string());
+        }
+        SetEnvironmentValue(IsChild, "1");
     }
 
     void TearDown() override
