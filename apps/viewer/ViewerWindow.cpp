@@ -1,15 +1,14 @@
 #include "apps/viewer/ViewerWindow.h"
 
-#include "apps/viewer/LoadedImage.h"
-
 #include "Ardo/Kiln/Exception/Error.h"
 #include "Ardo/Kiln/Exception/ErrorDialog.h"
 #include "Ardo/Kiln/Exception/ErrorInfo.h"
 #include "Ardo/Kiln/Exception/Notification.h"
 #include "Ardo/Kiln/Exception/NotifyException.h"
 #include "Ardo/Kiln/Exception/Warning.h"
-#include "Ardo/Kiln/Threading/ToMainThread.h"
+#include "Ardo/Kiln/Threading/ViewCapabilities.h"
 
+#include <QAction>
 #include <QFileDialog>
 #include <QLabel>
 #include <QMenuBar>
@@ -26,6 +25,22 @@ namespace Ardo::Kiln::Viewer
 namespace
 {
 
+using Threading::DeliverOn;
+using Threading::Delivery;
+using Threading::Offer;
+
+enum class Command
+{
+    Reload
+};
+
+const Threading::ViewRules<FileAbility, Command>& Rules()
+{
+    static const Threading::ViewRules<FileAbility, Command> g_rules = {
+        {Command::Reload, {FileAbility::Reread}, "No image was read"}};
+    return g_rules;
+}
+
 void ShowAnError()
 {
     const auto notification = std::make_shared<Exception::Notification>();
@@ -40,11 +55,14 @@ ViewerWindow::ViewerWindow(std::function<void(const std::string&)> failed)
     : m_failed(std::move(failed)),
       m_picture(new QLabel),
       m_facts(new QPlainTextEdit),
-      m_loader(Exception::ErrorDialog::ShowWarningDialog, "Viewer files")
+      m_worker("Viewer files", Exception::ErrorDialog::ShowWarningDialog)
 {
     QMenu* const file = menuBar()->addMenu(QStringLiteral("&File"));
     file->addAction(
         QStringLiteral("&Open..."), this, [this] { AskForFile(); }, QKeySequence::Open);
+    m_reload = file->addAction(
+        QStringLiteral("&Reload"), this, [this] { Open(m_path); }, QKeySequence::Refresh);
+    m_reload->setEnabled(false);
     file->addAction(QStringLiteral("Show an &Error"), this, [] { ShowAnError(); });
     file->addAction(
         QStringLiteral("&Quit"), this, [this] { close(); }, QKeySequence::Quit);
@@ -65,29 +83,29 @@ ViewerWindow::ViewerWindow(std::function<void(const std::string&)> failed)
     setCentralWidget(content);
     resize(640, 640);
     statusBar()->showMessage(QStringLiteral("File, Open shows an image."));
+    ConnectModel();
+}
+
+void ViewerWindow::ConnectModel()
+{
+    m_reading = m_fileChosen.Connect(
+        DeliverOn::Worker(m_worker), [this](const QString& path) { m_model.Read(path); }, Delivery::Latest());
+    m_model.progress = m_transmitter.Open<QString>([this](const QString& text) { statusBar()->showMessage(text); });
+    m_model.outcomes = m_transmitter.Open<FileOutcome>([this](const FileOutcome& outcome) { Show(outcome); });
+    m_model.abilities = m_transmitter.Open<FileAbilities>(
+        [this](const FileAbilities& abilities)
+        {
+            const auto reload = Rules().Apply(abilities).Of(Command::Reload);
+            m_reload->setEnabled(reload.offer == Offer::Enabled);
+            m_reload->setStatusTip(QString::fromStdString(reload.reason));
+        },
+        Delivery::Changes());
 }
 
 void ViewerWindow::Open(const QString& path)
 {
-    statusBar()->showMessage(QStringLiteral("Reading %1 ...").arg(path));
-    // The pointer is made here, because on the other thread the window might be destroyed meanwhile.
-    m_loader.Post(
-        [this, path, window = Threading::GuardedQObjectPointer(this)]
-        {
-            try
-            {
-                Threading::ToMainThread(window, [this, image = LoadImageFile(path)] { Show(image); });
-            }
-            catch (const std::exception& exception)
-            {
-                Threading::ToMainThread(window,
-                                        [this, text = std::string(exception.what())]
-                                        {
-                                            statusBar()->clearMessage();
-                                            m_failed(text);
-                                        });
-            }
-        });
+    m_path = path;
+    m_fileChosen.Emit(path);
 }
 
 void ViewerWindow::AskForFile()
@@ -99,12 +117,17 @@ void ViewerWindow::AskForFile()
     }
 }
 
-void ViewerWindow::Show(const LoadedImage& image)
+void ViewerWindow::Show(const FileOutcome& outcome)
 {
-    m_picture->setPixmap(QPixmap::fromImage(image.picture));
-    m_picture->adjustSize();
-    m_facts->setPlainText(image.facts.trimmed());
     statusBar()->clearMessage();
+    if (!outcome.image)
+    {
+        m_failed(outcome.error);
+        return;
+    }
+    m_picture->setPixmap(QPixmap::fromImage(outcome.image->picture));
+    m_picture->adjustSize();
+    m_facts->setPlainText(outcome.image->facts.trimmed());
 }
 
 } // namespace Ardo::Kiln::Viewer
