@@ -2,6 +2,7 @@
 
 #include "Ardo/Kiln/Exception/ErrorDialog.h"
 #include "Ardo/Kiln/Exception/Handler.h"
+#include "Ardo/Kiln/Profiling/Startup.h"
 #include "Ardo/Kiln/Threading/ToMainThreadInitialization.h"
 
 #include <QApplication>
@@ -11,6 +12,7 @@
 
 int main(int argc, char** argv)
 {
+    Ardo::Kiln::Profiling::MarkStartup("main");
     using Ardo::Kiln::Exception::ErrorDialog;
     using Ardo::Kiln::Exception::Handler;
     Handler::SetFlags(Handler::CatchUncaught | Handler::RememberThrows | Handler::DetectLoops | Handler::AlwaysAsk);
@@ -47,6 +49,8 @@ int main(int argc, char** argv)
         window.Open(parser.positionalArguments().constFirst());
     }
     window.show();
+    Ardo::Kiln::Profiling::MarkStartup("window shown");
+    Ardo::Kiln::Profiling::LogStartup();
     if (parser.isSet(screenshot))
     {
         window.WaitForFile();

@@ -2,6 +2,7 @@
 
 #include "Ardo/KilnExport.h"
 
+#include <string>
 #include <string_view>
 #include <thread>
 
@@ -15,5 +16,11 @@ namespace Ardo::Kiln::Platform
 /// \param thread a thread that is not joined.
 /// \param name UTF-8, up to its first NUL.
 KILN_EXPORT_FOR_TESTS void SetThreadName(std::thread::native_handle_type thread, std::string_view name) noexcept;
+
+/// The name of the calling thread. On Linux the bytes of /proc, which SetThreadName() sets; on Windows the description
+/// of the thread as UTF-8, which SetThreadName() does not set.
+/// \returns an empty text if there is none.
+/// \throws std::bad_alloc only.
+KILN_EXPORT_FOR_TESTS std::string OwnThreadName();
 
 } // namespace Ardo::Kiln::Platform

@@ -21,4 +21,11 @@ void SetThreadName(std::thread::native_handle_type thread, std::string_view name
     ::pthread_setname_np(thread, text.data()); // fails only for a thread that has ended
 }
 
+std::string OwnThreadName()
+{
+    std::array<char, 16> text{};
+    return ::pthread_getname_np(::pthread_self(), text.data(), text.size()) == 0 ? std::string(text.data())
+                                                                                 : std::string();
+}
+
 } // namespace Ardo::Kiln::Platform

@@ -62,4 +62,25 @@ void SetThreadName(std::thread::native_handle_type thread, std::string_view name
     ::RemoveVectoredExceptionHandler(handler);
 }
 
+std::string OwnThreadName()
+{
+    // Not every system has the function, and not every compiler declares it.
+    using GetThreadDescription = HRESULT(WINAPI*)(HANDLE, PWSTR*);
+    const HMODULE kernel = ::GetModuleHandleW(L"kernel32.dll");
+    const FARPROC address = kernel == nullptr ? nullptr : ::GetProcAddress(kernel, "GetThreadDescription");
+    PWSTR text = nullptr;
+    if (address == nullptr || FAILED(reinterpret_cast<GetThreadDescription>(reinterpret_cast<void (*)()>(address))(
+                                  ::GetCurrentThread(), &text)))
+    {
+        return {};
+    }
+    // Unpaired surrogates become U+FFFD. The size includes the NUL.
+    const int size = ::WideCharToMultiByte(CP_UTF8, 0, text, -1, nullptr, 0, nullptr, nullptr);
+    std::string name(static_cast<std::size_t>(size > 0 ? size : 1), '\0');
+    ::WideCharToMultiByte(CP_UTF8, 0, text, -1, name.data(), size, nullptr, nullptr);
+    name.pop_back();
+    ::LocalFree(text);
+    return name;
+}
+
 } // namespace Ardo::Kiln::Platform

@@ -1,0 +1,73 @@
+#include "Ardo/Kiln/Profiling/Startup.h"
+
+#include "Ardo/Kiln/Platform/ProcessStart.h"
+#include "tests/Kiln/Profiling/TraceCheck.h"
+#include "tests/Support/LogCollector.h"
+
+#include <gmock/gmock.h>
+
+#include <thread>
+
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace Ardo::Kiln::Profiling
+{
+
+TEST(StartupTest, TheSystemSaysWhenAProcessWasStarted)
+{
+    int ends[2];
+    ASSERT_EQ(::pipe(ends), 0);
+    const auto before = std::chrono::steady_clock::now();
+    const pid_t child = ::fork();
+    if (child == 0)
+    {
+        const auto start = Platform::OwnProcessStart();
+        const bool isWritten = start && ::write(ends[1], &*start, sizeof *start) == sizeof *start;
+        ::_exit(isWritten ? 0 : 1);
+    }
+    ASSERT_GT(child, 0);
+    const auto after = std::chrono::steady_clock::now();
+    Platform::ProcessStart start;
+    EXPECT_EQ(::read(ends[0], &start, sizeof start), static_cast<ssize_t>(sizeof start));
+    int status = -1;
+    EXPECT_EQ(::waitpid(child, &status, 0), child);
+    EXPECT_EQ(status, 0);
+    ::close(ends[0]);
+    ::close(ends[1]);
+    EXPECT_GT(start.resolution.count(), 0);
+    EXPECT_LE(start.time, after);
+    EXPECT_GE(start.time + start.resolution, before);
+}
+
+TEST(StartupTest, MarksCountFromTheStartOfTheProcessAndAreLogged)
+{
+    const Support::LogCollector log;
+    const auto earliest = SinceProcessStart();
+    EXPECT_GT(earliest.count(), 0);
+    EXPECT_GT(StartResolution().count(), 0);
+    MarkStartup("main");
+    std::thread([] { MarkStartup("detector \u00B5"); }).join();
+    for (int i = 0; i < 200; ++i)
+    {
+        MarkStartup("again and again");
+    }
+    const std::vector<StartupMark> marks = StartupMarks();
+    ASSERT_EQ(marks.size(), 100);
+    auto last = earliest;
+    for (const StartupMark& mark : marks)
+    {
+        EXPECT_GE(mark.sinceStart, last);
+        last = mark.sinceStart;
+    }
+    EXPECT_LE(last, SinceProcessStart());
+    EXPECT_EQ(marks[1].name, "detector \u00B5");
+
+    LogStartup();
+    ASSERT_EQ(log.Messages().size(), 100);
+    EXPECT_THAT(log.Messages()[1], ::testing::MatchesRegex("Start-up: detector .* after .* [mn]?.*s \\(\\+.*s\\)"));
+    EXPECT_EQ(log.Records()[0].severity, Logger::info);
+    EXPECT_THAT(CheckedTrace(), ::testing::HasSubstr("i main {}\ni detector \u00B5 {}\ni again and again {}\n"));
+}
+
+} // namespace Ardo::Kiln::Profiling
