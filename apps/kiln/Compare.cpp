@@ -5,6 +5,7 @@
 #include "apps/kiln/ToolLog.h"
 
 #include "Ardo/Kiln/MetadataSerializer/Record.h"
+#include "Ardo/Kiln/Profiling/Stage.h"
 
 #include <boost/property_tree/ptree.hpp>
 
@@ -123,6 +124,8 @@ void ComparePixels(const Imaging::const_raw_image& first, const Imaging::const_r
         differences.Add("image: " + Describe(first) + " | " + Describe(second));
         return;
     }
+    Profiling::Stage stage("compare pixels");
+    stage.AddBytes(2 * std::uint64_t{first.RowSize()} * first.Size().height);
     const std::size_t pixelSize = BytesPerPixel(first.Kind());
     for (std::uint32_t y = 0; y < first.Size().height; ++y)
     {

@@ -4,6 +4,7 @@
 #include "apps/kiln/Record.h"
 #include "Ardo/Kiln/ImageIO/ImageFile.h"
 #include "Ardo/Kiln/ImageIO/ReadImageException.h"
+#include "Ardo/Kiln/Profiling/Stage.h"
 
 #include <utility>
 
@@ -22,7 +23,11 @@ LoadedImage LoadImage(const InputFile& file, const std::string& name, std::uint3
             throw Failure(name + ": has no page " + std::to_string(page + 1) + ", only " +
                           std::to_string(loaded.pageCount));
         }
-        loaded.image = opened.ReadImage(page);
+        {
+            Profiling::Stage stage("read image");
+            loaded.image = opened.ReadImage(page);
+            stage.AddBytes(std::uint64_t{loaded.image->RowSize()} * loaded.image->Size().height);
+        }
         if (std::string text = withRecord ? opened.ReadMetadataText(page) : ""; !text.empty())
         {
             loaded.record =

@@ -14,6 +14,7 @@
 #include "Ardo/Kiln/Formatting/Parse.h"
 #include "Ardo/Kiln/Formatting/Units.h"
 #include "Ardo/Kiln/ImageIO/TiffExporter.h"
+#include "Ardo/Kiln/Profiling/Stage.h"
 #include "Ardo/Kiln/Types/Guid.h"
 
 #include <chrono>
@@ -91,6 +92,7 @@ void DescribeImage(Metadata& metadata, const const_raw_image& image, const Impor
     }
     result.ImageSize = MetadataLib::Size2D<double>{width, height};
     Complete(result.BitsPerPixel, static_cast<int>(BytesPerPixel(image.Kind()) * 8));
+    const Profiling::Stage stage("measure pixels");
     if (const auto statistics = Measure(image))
     {
         Complete(result.PixelValueMinimum, statistics->minimum);
@@ -108,6 +110,7 @@ void DescribeImage(Metadata& metadata, const const_raw_image& image, const Impor
 /// The record to be written. The image's own record gets only the fields that were given as options.
 Metadata RecordFor(const LoadedImage& loaded, const ImportOptions& options)
 {
+    const Profiling::Stage stage("make record");
     Metadata metadata;
     if (loaded.record)
     {
@@ -162,6 +165,8 @@ void Import(const ImportOptions& options)
     {
         const auto writeFile = [&](const ImageIO::TiffExporter::Progress& progress)
         {
+            Profiling::Stage stage("write image");
+            stage.AddBytes(std::uint64_t{image->RowSize()} * image->Size().height);
             ImageIO::TiffExporter exporter;
             exporter.SetProgress(progress);
             exporter.WriteImage(FileSystem::ToWide(file), *image, &metadata);
@@ -181,7 +186,12 @@ void Import(const ImportOptions& options)
     try
     {
         FileSystem::ReplacementFile file(ToPath(options.output));
-        write(file.Path(), [&] { file.Commit(); });
+        write(file.Path(),
+              [&]
+              {
+                  const Profiling::Stage stage("replace file");
+                  file.Commit();
+              });
         LogInfo("wrote " + options.image + ", " + Describe(*image) + ", to " + options.output);
     }
     catch (const Interrupted&)

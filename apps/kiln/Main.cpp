@@ -1,8 +1,12 @@
 #include "apps/kiln/Commands.h"
 #include "apps/kiln/Failure.h"
+#include "apps/kiln/Profile.h"
 #include "apps/kiln/Streams.h"
 #include "apps/kiln/ToolLog.h"
 #include "apps/Program/ProgramArguments.h"
+
+#include "Ardo/Kiln/Profiling/Stage.h"
+#include "Ardo/Kiln/Profiling/Startup.h"
 
 #include <CLI/CLI.hpp>
 
@@ -28,23 +32,42 @@ constexpr const char* Footer =
     R"(A file name of "-" is standard input or standard output. Results go to standard output, messages to standard
 error. Exit status: 0 done, 1 failed (or not valid, or different), 2 wrong usage, 130 interrupted by Ctrl-C.)";
 
-/// Runs a command with its log.
-template <typename Action>
-void Do(const std::string& logFolder, const CLI::App* command, Action action)
+/// The options of every command. Empty texts: not given.
+struct CommonOptions
 {
+    std::string logFolder;
+    std::string profile;
+};
+
+/// Runs a command with its log and its profile.
+template <typename Action>
+void Do(const CommonOptions& options, const CLI::App* command, Action action)
+{
+    using namespace Ardo::Kiln;
     using namespace Ardo::Kiln::Tool;
 
-    const ToolLog log(logFolder);
+    const ToolLog log(options.logFolder);
+    Profile profile(options.profile);
     LogDebug("begin " + command->get_name());
     try
     {
+        const Profiling::Stage stage(Profiling::InternName(command->get_name()));
         action();
     }
     catch (const std::exception& error)
     {
         LogError(command->get_name() + ": " + error.what());
+        try
+        {
+            profile.Write(); // shows how far the command came
+        }
+        catch (const std::exception& second)
+        {
+            std::cerr << "kiln: " << Printable(second.what()) << '\n'; // the exit status is that of the first
+        }
         throw;
     }
+    profile.Write();
     LogDebug("end " + command->get_name());
 }
 
@@ -84,11 +107,15 @@ int Run(std::vector<std::string> arguments)
     app.footer(Footer);
     app.require_subcommand(1);
     app.allow_windows_style_options(false); // a word that begins with "/" is a path on every system
-    app.fallthrough();                      // so that the option below may stand behind the command, too
-    std::string logFolder;
-    app.add_option("--log", logFolder, "Log what is done to FOLDER/Log/kiln.log and kiln_Dbg.log")->type_name("FOLDER");
+    app.fallthrough();                      // so that the options below may stand behind the command, too
+    CommonOptions options;
+    app.add_option("--log", options.logFolder, "Log what is done to FOLDER/Log/kiln.log and kiln_Dbg.log")
+        ->type_name("FOLDER");
+    app.add_option("--profile", options.profile,
+                   "Record the stages of the command: a trace to FILE, a table to standard error")
+        ->type_name("FILE");
     const auto on = [&](CLI::App* command, auto action)
-    { command->callback([&logFolder, command, action] { Do(logFolder, command, action); }); };
+    { command->callback([&options, command, action] { Do(options, command, action); }); };
 
     ImportOptions import;
     CLI::App* command = AddCommand(app, "import", "Write an image and its record as a TIFF file");
@@ -186,6 +213,7 @@ int main(int argc, char** argv)
 #ifdef SIGXFSZ
     std::signal(SIGXFSZ, SIG_IGN); // a write beyond the limit on file sizes fails instead
 #endif
+    Ardo::Kiln::Profiling::MarkStartup("main");
     try
     {
         using namespace Ardo::Kiln::Program;

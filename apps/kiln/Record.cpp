@@ -5,6 +5,7 @@
 #include "Ardo/Kiln/ImageIO/ReadImageException.h"
 #include "Ardo/Kiln/MetadataSerializer/DocumentFault.h"
 #include "Ardo/Kiln/MetadataSerializer/Record.h"
+#include "Ardo/Kiln/Profiling/Stage.h"
 
 #include <array>
 #include <string_view>
@@ -79,6 +80,8 @@ MetadataLib::Metadata ReadDocument(const RecordDocument& document, const std::st
         throw Failure(name + ": the record has " + std::to_string(document.text.size()) + " bytes, readers take " +
                       std::to_string(Serializable::MaxTextSize));
     }
+    Profiling::Stage stage("read record");
+    stage.AddBytes(document.text.size());
     try
     {
         MetadataLib::Metadata metadata;

@@ -5,6 +5,7 @@
 #include "apps/kiln/ToolLog.h"
 
 #include "Ardo/Kiln/MetadataSerializer/DocumentFault.h"
+#include "Ardo/Kiln/Profiling/Stage.h"
 
 #include <algorithm>
 #include <iterator>
@@ -57,6 +58,8 @@ bool IsSame(const DocumentFault& schema, const DocumentFault& reader)
 /// of custom properties. A JSON document is checked by the reader only.
 Faults FaultsOf(const RecordDocument& document)
 {
+    Profiling::Stage stage("validate record");
+    stage.AddBytes(document.text.size());
     Faults readerFaults = CheckDocument(document.text, document.type);
     if (document.type != SerializeType::Xml || !IsForSchema(readerFaults))
     {

@@ -4,6 +4,7 @@
 #include "apps/kiln/ToolLog.h"
 
 #include "Ardo/Kiln/MetadataSerializer/Record.h"
+#include "Ardo/Kiln/Profiling/Stage.h"
 
 namespace Ardo::Kiln::Tool
 {
@@ -36,6 +37,7 @@ void WriteMetadata(const std::string& file, const std::string& format, const std
         throw Failure(file + ": holds no record");
     }
     const auto type = format == "json" ? SerializeType::Json : SerializeType::Xml;
+    const Profiling::Stage stage("write record");
     WriteText(output, Written(*record, type, file));
     LogInfo("wrote the record of " + file + " as " + format + " to " + output);
 }

@@ -16,6 +16,7 @@ namespace
 {
 
 using Support::ProcessResult;
+using Support::Quoted;
 using Support::ReadFile;
 using Support::WriteFile;
 using testing::AllOf;
@@ -45,6 +46,38 @@ protected:
 };
 
 } // namespace
+
+TEST_F(ToolLinuxTest, TheProfileOfACommandIsATraceAndATable)
+{
+    const std::string check = Quoted("/usr/bin/python3") + " " + Quoted(KILN_CHECK_TRACE) + " trace.json";
+    const ProcessResult import = Run("kiln --profile trace.json import " + Cell + " cell.tif");
+    EXPECT_EQ(import.status, 0);
+    EXPECT_EQ(import.output, "");
+    EXPECT_THAT(import.error,
+                testing::ContainsRegex("stage +count +total.*\nimport +1 .*\n  read image +1 .* [kMG]?B/s\n"));
+    const std::string events = Must(check);
+    for (const std::string event :
+         {"M process_name {\"name\": \"kiln\"}\n", "i main {}\ni command {}\n", "X import {}\n", "X make record {}\n",
+          "X measure pixels {}\n", "M thread_name {\"name\": \"Export\"}\n",
+          "X write image {\"bytes\": 363000, \"items\": 0}\nX replace file {}\n", "dropped 0\n"})
+    {
+        EXPECT_THAT(events, HasSubstr(event));
+    }
+
+    // A command that fails has a profile, too; its status and its message stay the same.
+    const ProcessResult failed = Run("kiln info missing.tif --profile trace.json");
+    EXPECT_EQ(failed.status, 1);
+    EXPECT_THAT(failed.error, HasSubstr("kiln: missing.tif: No such file or directory"));
+    EXPECT_THAT(Must(check), HasSubstr("X info {}\n"));
+
+    // Nothing is done when the trace cannot be written.
+    const ProcessResult refused = Run("kiln import " + Cell + " other.tif --profile nowhere/trace.json");
+    EXPECT_EQ(refused.status, 1);
+    EXPECT_THAT(refused.error, StartsWith("kiln: nowhere/trace.json: "));
+    EXPECT_EQ(Run("kiln --profile '' info cell.tif").status, 2);
+    EXPECT_EQ(Entries(), 2);
+    EXPECT_THAT(Run("kiln parse '1 nm' m --profile -").output, StartsWith("1e-09\n{\"displayTimeUnit\""));
+}
 
 TEST_F(ToolLinuxTest, WhateverEndsAnExportTheOldFileStaysAndNothingElse)
 {
