@@ -3,9 +3,9 @@
 #include "apps/kiln/Failure.h"
 #include "apps/kiln/Image.h"
 #include "apps/kiln/Record.h"
-#include "apps/kiln/Statistics.h"
 #include "apps/kiln/ToolLog.h"
 
+#include "Ardo/Imaging/Histogram.h"
 #include "Ardo/Kiln/Conversion/String.h"
 #include "Ardo/Kiln/FileSystem/ReplacementFile.h"
 #include "Ardo/Kiln/FileSystem/TemporaryFile.h"
@@ -93,12 +93,14 @@ void DescribeImage(Metadata& metadata, const const_raw_image& image, const Impor
     result.ImageSize = MetadataLib::Size2D<double>{width, height};
     Complete(result.BitsPerPixel, static_cast<int>(BytesPerPixel(image.Kind()) * 8));
     const Profiling::Stage stage("measure pixels");
-    if (const auto statistics = Measure(image))
+    // The samples of colours are no grey values.
+    const bool isGrey = image.Kind() != Imaging::PixelKind::Rgb8 && image.Kind() != Imaging::PixelKind::Rgba8;
+    if (const Imaging::Histogram histogram(image); isGrey && histogram.Count() > 0)
     {
-        Complete(result.PixelValueMinimum, statistics->minimum);
-        Complete(result.PixelValueMaximum, statistics->maximum);
-        Complete(result.PixelValueMean, statistics->mean);
-        Complete(result.PixelValueStandardDeviation, statistics->standardDeviation);
+        Complete(result.PixelValueMinimum, histogram.Minimum());
+        Complete(result.PixelValueMaximum, histogram.Maximum());
+        Complete(result.PixelValueMean, histogram.Mean());
+        Complete(result.PixelValueStandardDeviation, histogram.StandardDeviation());
     }
     if (options.output != StandardStream)
     {

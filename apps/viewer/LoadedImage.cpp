@@ -1,6 +1,8 @@
 #include "apps/viewer/LoadedImage.h"
 
 #include "Ardo/Imaging/const_raw_image.h"
+#include "Ardo/Imaging/DisplayBuffer.h"
+#include "Ardo/Imaging/Histogram.h"
 #include "Ardo/Kiln/Conversion/String.h"
 #include "Ardo/Kiln/Exception/Error.h"
 #include "Ardo/Kiln/Exception/ErrorDialog.h"
@@ -12,13 +14,11 @@
 
 #include <QFileInfo>
 
-#include <algorithm>
 #include <cmath>
-#include <cstring>
 #include <limits>
+#include <memory>
 #include <optional>
 #include <string>
-#include <vector>
 
 namespace Ardo::Kiln::Viewer
 {
@@ -29,104 +29,37 @@ namespace
 using Imaging::const_raw_image;
 using Imaging::PixelKind;
 
-/// The values that are shown black and white.
-struct Limits
+/// The settings that show \p image: samples of 8 bits as they are, others from black to white without a thousandth at
+/// each end, so that a few hot or dead pixels have no influence.
+Imaging::DisplaySettings SettingsFor(const const_raw_image& image)
 {
-    double black = std::numeric_limits<double>::infinity();
-    double white = -std::numeric_limits<double>::infinity();
-};
-
-/// Limits that leave out a thousandth of the values on each side, so that a few hot or dead pixels have no influence.
-/// If the limits are equal, the smallest and the largest value are taken. They are computed from every pixel of a small
-/// image and from a million of a large one.
-template <class Sample>
-Limits FindLimits(const const_raw_image& image)
-{
-    constexpr std::uint64_t MaxSamples = 1'000'000;
-    const auto [width, height] = image.Size();
-    const std::uint64_t step = std::max<std::uint64_t>(1, std::uint64_t{width} * height / MaxSamples);
-    std::vector<double> samples;
-    Limits all;
-    std::uint64_t index = 0;
-    for (std::uint32_t y = 0; y < height; ++y)
+    Imaging::DisplaySettings settings;
+    if (image.Kind() == PixelKind::UInt16 || image.Kind() == PixelKind::Float32)
     {
-        const auto* const row = static_cast<const Sample*>(image.Row(y));
-        for (std::uint32_t x = 0; x < width; ++x, ++index)
-        {
-            const double value = row[x];
-            if (std::isfinite(value))
-            {
-                all = {std::min(all.black, value), std::max(all.white, value)};
-                if (index % step == 0)
-                {
-                    samples.push_back(value);
-                }
-            }
-        }
+        const Imaging::ValueRange range = Imaging::Histogram(image).AutomaticRange(0.1, 99.9);
+        settings.black = range.low;
+        settings.white = range.high;
     }
-    constexpr std::size_t FewSamples = 64; // too few to leave some out
-    if (samples.size() < FewSamples)
-    {
-        return all;
-    }
-    const auto outliers = static_cast<std::ptrdiff_t>(std::max<std::size_t>(1, samples.size() / 1000));
-    std::nth_element(samples.begin(), samples.begin() + outliers, samples.end());
-    const double black = samples[static_cast<std::size_t>(outliers)];
-    std::nth_element(samples.begin(), samples.end() - 1 - outliers, samples.end());
-    const double white = *(samples.end() - 1 - outliers);
-    return white > black ? Limits{black, white} : all;
-}
-
-/// Makes samples of type \p Sample grey values of 8 bits. NaN becomes black.
-template <class Sample>
-void Stretch(const const_raw_image& image, QImage& picture)
-{
-    const auto [black, white] = FindLimits<Sample>(image);
-    const double scale = white > black ? 255.0 / (white - black) : 0.0;
-    for (std::uint32_t y = 0; y < image.Size().height; ++y)
-    {
-        const auto* const row = static_cast<const Sample*>(image.Row(y));
-        uchar* const line = picture.scanLine(static_cast<int>(y));
-        for (std::uint32_t x = 0; x < image.Size().width; ++x)
-        {
-            const double value = row[x];
-            const double grey = std::clamp((value - black) * scale, 0.0, 255.0);
-            line[x] = std::isfinite(value) ? static_cast<uchar>(grey) : uchar{0};
-        }
-    }
+    return settings;
 }
 
 QImage MakePicture(const const_raw_image& image)
 {
-    const QImage::Format format = image.Kind() == PixelKind::Rgb8    ? QImage::Format_RGB888
-                                  : image.Kind() == PixelKind::Rgba8 ? QImage::Format_RGBA8888
-                                                                     : QImage::Format_Grayscale8;
+    using Imaging::DisplayBuffer;
     constexpr std::uint32_t MaxPixels = 32767; // of a side, in Qt's painter
     const auto [width, height] = image.Size();
-    QImage picture;
-    if (width <= MaxPixels && height <= MaxPixels)
-    {
-        picture = QImage(static_cast<int>(width), static_cast<int>(height), format);
-    }
-    if (picture.isNull())
+    if (width > MaxPixels || height > MaxPixels)
     {
         throw Exception::Error("The image is too large to be shown.");
     }
-    switch (image.Kind())
-    {
-    case PixelKind::UInt16:
-        Stretch<std::uint16_t>(image, picture);
-        break;
-    case PixelKind::Float32:
-        Stretch<float>(image, picture);
-        break;
-    default:
-        for (std::uint32_t y = 0; y < height; ++y)
-        {
-            std::memcpy(picture.scanLine(static_cast<int>(y)), image.Row(y), image.RowSize());
-        }
-    }
-    return picture;
+    const Imaging::DisplayMapping mapping(image.Kind(), SettingsFor(image));
+    auto buffer = std::make_unique<DisplayBuffer>(image.Size(), mapping.Format());
+    buffer->Update(image, mapping);
+    const std::uint8_t* const pixels = buffer->Pixels();
+    const auto stride = static_cast<int>(buffer->Stride());
+    return {pixels,          static_cast<int>(width), static_cast<int>(height),
+            stride,          QImage::Format_RGB32,    [](void* owned) { delete static_cast<DisplayBuffer*>(owned); },
+            buffer.release()};
 }
 
 QString Text(const std::wstring& text)
