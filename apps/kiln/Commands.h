@@ -41,6 +41,38 @@ bool Validate(const std::string& file);
 /// \returns false after printing the differences.
 bool Compare(const std::string& first, const std::string& second, bool allowAdditions);
 
+/// The arguments of `kiln export`. All texts are UTF-8; empty ones: not given.
+struct PictureOptions
+{
+    std::string image;            ///< The image to read; "-" for standard input.
+    std::string output;           ///< The file to write; "-" for standard output.
+    std::string type;             ///< The name of an export type.
+    std::string size;             ///< As ImageIO::ExportSize::Parse takes it.
+    std::string range;            ///< "full", "LOW..HIGH" or "LOW%..HIGH%".
+    double gamma = 1.0;           ///< 0.1 to 10.
+    std::string colours = "grey"; ///< The name of a table, or a file.
+    bool hasScaleBar = false;     ///< Draw a scale bar.
+    std::string dataBar;          ///< "usual", or names of quantities separated by commas.
+    int quality = 92;             ///< Of JPEG, 1 to 100.
+    std::uint32_t page = 1;       ///< Which image of the file, from 1.
+};
+
+/// Writes an image as it is shown, or its scaled data.
+void ExportPicture(const PictureOptions& options);
+
+/// The arguments of `kiln histogram`. All texts are UTF-8.
+struct HistogramOptions
+{
+    std::string image;           ///< The image to read; "-" for standard input.
+    std::string output;          ///< The text file to write; "-" for standard output.
+    int parts = 256;             ///< Maximum number of lines below the header.
+    std::string separator = ","; ///< One character, or "tab".
+    std::uint32_t page = 1;      ///< Which image of the file, from 1.
+};
+
+/// Writes how often each value of an image occurs, as a text that spreadsheets open.
+void WriteHistogram(const HistogramOptions& options);
+
 /// The arguments of `kiln format`. Empty texts: not given.
 struct FormatOptions
 {

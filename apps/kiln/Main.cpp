@@ -131,6 +131,44 @@ int Run(std::vector<std::string> arguments)
     command->add_flag("--progress", import.progress, "Show the progress on standard error also when it is no console");
     on(command, [&] { Import(import); });
 
+    PictureOptions picture;
+    command = AddCommand(app, "export", "Write an image as a picture: scaled, with range, colours and scale bar");
+    command->add_option("IN", picture.image, "The image to read")->required();
+    command->add_option("OUT", picture.output, "A PNG, JPEG or 8-bit TIFF file; it is replaced when it is complete")
+        ->required();
+    command->add_option("--type", picture.type,
+                        "png, jpeg, tiff, or data: a TIFF with all data; else by the extension");
+    command->add_option("--size", picture.size, "\"50 %\", \"1024\" (longest side) or \"800x600\" (within)");
+    command->add_option("--range", picture.range,
+                        "Values that become black and white: \"100..4000\", \"1%..99%\" or \"full\"");
+    command->add_option("--gamma", picture.gamma, "More than 1 makes the middle brighter")
+        ->capture_default_str()
+        ->check(CLI::Range(0.1, 10.0));
+    command->add_option("--colours", picture.colours, "A colour table: its name, or a file with one")
+        ->capture_default_str();
+    command->add_flag("--scale-bar", picture.hasScaleBar, "Draw a scale bar");
+    command->add_option("--data-bar", picture.dataBar,
+                        "Quantities below the image: \"usual\", or names separated by commas");
+    command->add_option("--quality", picture.quality, "Of JPEG")->capture_default_str()->check(CLI::Range(1, 100));
+    command->add_option("--page", picture.page, "Which image of a file that has several, from 1")
+        ->check(CLI::Range(std::uint32_t{1}, MaxPages));
+    on(command, [&] { ExportPicture(picture); });
+
+    HistogramOptions histogram;
+    command = AddCommand(app, "histogram", "Write how often each value of an image occurs");
+    command->add_option("IN", histogram.image, "The image to read")->required();
+    command->add_option("OUT", histogram.output, "The text file to write, for example with the extension csv")
+        ->required();
+    command->add_option("--parts", histogram.parts, "Maximum number of lines below the header")
+        ->capture_default_str()
+        ->check(CLI::Range(1, 1'000'000));
+    command->add_option("--separator", histogram.separator, "Between the cells of a line")
+        ->capture_default_str()
+        ->check(CLI::IsMember({",", ";", "tab"}));
+    command->add_option("--page", histogram.page, "Which image of a file that has several, from 1")
+        ->check(CLI::Range(std::uint32_t{1}, MaxPages));
+    on(command, [&] { WriteHistogram(histogram); });
+
     std::string file;
     command = AddCommand(app, "info", "Print what a TIFF file holds, also when its pixels are damaged");
     command->add_option("FILE.tif", file, "The file to read")->required();

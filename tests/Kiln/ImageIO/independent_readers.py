@@ -28,6 +28,56 @@ def same(name, reader, expected, actual):
     return False
 
 
+def chunks(path):
+    """The ancillary chunks of a PNG file by their names."""
+    data, found, at = path.read_bytes(), {}, 8
+    while at < len(data):
+        size = int.from_bytes(data[at:at + 4], "big")
+        found[data[at + 4:at + 8].decode()] = data[at + 8:at + 8 + size]
+        at += size + 12
+    return found
+
+
+def close(name, what, expected, actual, tolerance=1e-6):
+    if abs(actual / expected - 1) <= tolerance:
+        return True
+    print(f"{name}: {what} is {actual}, not {expected}")
+    return False
+
+
+def pictures(folder):
+    """The pixel sizes that general programs find in pictures, where the format has room for them."""
+    good = True
+    expected = numpy.frombuffer(Path(folder, "picture.raw").read_bytes(), "uint8").reshape(50, 60, 3)
+    for name, size in (("micro", 2.5e-7), ("nano", 1e-9), ("pico", 1e-12)):
+        x, y = 0.01 / size, 0.005 / size  # pixels per centimetre
+        with tifffile.TiffFile(Path(folder, name + ".tif")) as tiff:
+            page = tiff.pages[0]
+            good &= same(name, "tifffile", expected, page.asarray())
+            if name != "pico":
+                for tag, value in ((282, x), (283, y)):
+                    numerator, denominator = page.tags[tag].value
+                    good &= close(name, f"tag {tag}", value, numerator / denominator)
+            good &= page.tags[296].value == 3
+        with Image.open(Path(folder, name + ".png")) as image:
+            good &= same(name, "Pillow", expected, numpy.asarray(image))
+            if name != "pico":
+                good &= close(name, "PNG density", x * 2.54, image.info["dpi"][0])
+                good &= close(name, "PNG density", y * 2.54, image.info["dpi"][1])
+        found = chunks(Path(folder, name + ".png"))
+        unit, (width, height) = found["sCAL"][0], found["sCAL"][1:].split(b"\0")
+        good &= unit == 1 and close(name, "sCAL", size, float(width)) and close(name, "sCAL", 2 * size, float(height))
+        good &= ("pHYs" in found) == (name != "pico")
+        with Image.open(Path(folder, name + ".jpg")) as image:
+            good &= int(numpy.abs(numpy.asarray(image).astype(int) - expected).max()) <= 12
+            if name == "micro":
+                good &= image.info["jfif_unit"] == 2 and image.info["jfif_density"] == (round(x), round(y))
+            if name != "pico":
+                exif = image.getexif()
+                good &= exif[296] == 3 and close(name, "Exif", x, float(exif[282])) and close(name, "Exif", y, float(exif[283]))
+    return good
+
+
 def main():
     with tempfile.TemporaryDirectory() as folder:
         lines = subprocess.run([*sys.argv[1:], folder], check=True, capture_output=True, text=True).stdout.splitlines()
@@ -66,6 +116,7 @@ def main():
                     print(f"{name}: Pillow takes it for {image.mode}")
                     good = False
                 good &= same(name, "Pillow", expected, numpy.asarray(image).reshape(shape))
+        good &= pictures(folder)
         print(f"{len(lines)} files, two readers: {'the same pixels' if good else 'DIFFERENT'}")
         return 0 if good else 1
 

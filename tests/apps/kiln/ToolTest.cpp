@@ -6,6 +6,8 @@
 #include <gmock/gmock.h>
 
 #include <limits>
+#include <locale>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -88,7 +90,8 @@ std::string TiffWithRecord(const std::string& text)
 
 TEST_F(ToolTest, HelpAndVersionAreResultsAndWrongUsageIsStatusTwo)
 {
-    for (const std::string command : {"", "import", "info", "metadata", "validate", "compare", "format", "parse"})
+    for (const std::string command :
+         {"", "import", "export", "histogram", "info", "metadata", "validate", "compare", "format", "parse"})
     {
         EXPECT_THAT(Must("kiln " + command + " --help"), HasSubstr("--version"));
         EXPECT_THAT(Must("kiln " + command + " --version"), StartsWith("kiln 1."));
@@ -109,7 +112,17 @@ TEST_F(ToolTest, HelpAndVersionAreResultsAndWrongUsageIsStatusTwo)
                                             "format 1 m --prefix q",
                                             "format one m",
                                             "format 1 m --decimals many",
-                                            "import " + Cell + " out.tif --pixel-size nan"};
+                                            "import " + Cell + " out.tif --pixel-size nan",
+                                            "export " + Cell + " out.gif",
+                                            "export " + Cell + " out.png --type gif",
+                                            "export " + Cell + " out.png --size 0x5",
+                                            "export " + Cell + " out.png --range 5",
+                                            "export " + Cell + " out.png --range 1%..200%",
+                                            "export " + Cell + " out.png --range 1..nan",
+                                            "export " + Cell + " out.png --gamma 0",
+                                            "export " + Cell + " out.png --colours rainbow",
+                                            "export " + Cell + " out.png --data-bar 'beam current,colour'",
+                                            "histogram " + Cell + " out.csv --separator ."};
     for (const std::string& arguments : wrong)
     {
         const ProcessResult result = Run("kiln " + arguments);
@@ -512,6 +525,52 @@ TEST_F(ToolTest, WhatADocumentHoldsCannotCommandTheTerminal)
     Must("kiln import " + Cell + " evil.tif --metadata evil.xml");
     const std::string info = Must("kiln info evil.tif");
     EXPECT_THAT(info, HasSubstr("evil?2J"));
+}
+
+TEST_F(ToolTest, PicturesAreScaledColouredAndLabelled)
+{
+    Must("kiln import " + Cell + " cell.tif --pixel-size '107 nm'");
+    Must("kiln export cell.tif plain.png");
+    EXPECT_THAT(Must("kiln compare plain.png " + Cell), HasSubstr("equal"));
+    Must("kiln export cell.tif half.tif --type data --size 50%");
+    const std::string info = Must("kiln info half.tif");
+    EXPECT_THAT(info, HasSubstr("275 x 330 px"));
+    EXPECT_THAT(info, HasSubstr("214 nm x 214 nm"));
+    WriteFile(m_folder / "own.txt", "255 0 0\n0 0 255\n");
+    for (const std::string colours : {"viridis", "own.txt"})
+    {
+        Must("kiln export cell.tif - --type png --size 200 --range 10..99 --gamma 1.5 --colours " + colours +
+             " --scale-bar --data-bar usual > shown.png");
+        Must("kiln import shown.png shown.tif");
+        EXPECT_THAT(Must("kiln info shown.tif"), testing::ContainsRegex("167 x [23][0-9][0-9] px, RGB"));
+    }
+    Must("kiln histogram half.tif counts.csv --parts 2 --separator ';'");
+    std::istringstream counts(ReadFile(m_folder / "counts.csv"));
+    std::string header;
+    double values[4]{};
+    char separator = ' ';
+    std::getline(counts, header);
+    EXPECT_EQ(header, "Value;Pixels\r");
+    counts.imbue(std::locale::classic());
+    counts >> values[0] >> separator >> values[1] >> values[2] >> separator >> values[3];
+    EXPECT_TRUE(counts);
+    EXPECT_GT(values[2], values[0]);
+    EXPECT_EQ(values[1] + values[3], 275.0 * 330.0);
+
+    const std::size_t entries = Entries();
+    const std::pair<const char*, const char*> failures[] = {
+        {"half.tif none/out.png", "out.png: "},
+        {"plain.png out.png --data-bar usual", "plain.png: has no record for a data bar"},
+        {"plain.png out.png --scale-bar", "a scale bar needs the pixel size of the image"},
+        {"plain.png out.png --colours half.tif", "half.tif: colour table: longer than 65,536 bytes"},
+        {"plain.png out.png --size 10000%", "more than 65500 pixels"}};
+    for (const auto& [arguments, text] : failures)
+    {
+        const ProcessResult result = Run(std::string("kiln export ") + arguments);
+        EXPECT_EQ(result.status, 1) << arguments;
+        EXPECT_THAT(result.error, HasSubstr(text)) << arguments;
+    }
+    EXPECT_EQ(Entries(), entries);
 }
 
 } // namespace Ardo::Kiln::Tool
