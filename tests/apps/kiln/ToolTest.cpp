@@ -201,9 +201,11 @@ TEST_F(ToolTest, AnImportKeepsTheRecordOfItsImage)
     const std::string differences = Run("kiln compare cell.tif again.tif").output;
     EXPECT_THAT(differences, HasSubstr("/BinaryResult/PixelSize/X/value: (missing) | 5.0"));
     EXPECT_THAT(differences, testing::Not(testing::ContainsRegex("different: .(Core|Acq|BinaryResult/[^P])")));
-    WriteFile(m_folder / "other.xml", Replaced(Must("kiln metadata cell.tif"), "one cell", "other cell"));
+    const std::string record = Replaced(Must("kiln metadata cell.tif"), "one cell", "other cell");
+    WriteFile(m_folder / "other.xml", Replaced(record, "<BitsPerPixel>8", "<BitsPerPixel>7"));
     Must("kiln import cell.tif again.tif --metadata other.xml");
     EXPECT_THAT(Must("kiln info again.tif"), HasSubstr("other cell"));
+    EXPECT_THAT(Must("kiln metadata again.tif"), HasSubstr("<BitsPerPixel>7<")) << "the image has 8";
 
     WriteFile(m_folder / "broken.tif", Replaced(ReadFile(m_folder / "cell.tif"), "Core>", "Cory>"));
     const ProcessResult broken = Run("kiln import broken.tif again.tif");
@@ -282,12 +284,15 @@ TEST_F(ToolTest, DifferencesAreNamedAndEndWithStatusOne)
 {
     Must("kiln import " + Cell + " cell.tif --pixel-size 1e-7");
     std::string bytes = ReadFile(m_folder / "cell.tif");
-    bytes[4096 + 550 * 3 + 7] = static_cast<char>(bytes[4096 + 550 * 3 + 7] ^ 1);
+    for (const std::size_t pixel : {550U * 3 + 7, 550U * 5 + 549})
+    {
+        bytes[4096 + pixel] = static_cast<char>(bytes[4096 + pixel] ^ 1);
+    }
     WriteFile(m_folder / "changed.tif", bytes);
 
     ProcessResult result = Run("kiln compare cell.tif changed.tif");
     EXPECT_EQ(result.status, 1);
-    EXPECT_EQ(result.output, "different: pixel 7, 3\n");
+    EXPECT_EQ(result.output, "different: pixel 7, 3\ndifferent: pixel 549, 5\n");
 
     result = Run("kiln compare " + Cell + " " + Ihc);
     EXPECT_EQ(result.status, 1);
