@@ -1,16 +1,11 @@
 #include "apps/crash_probe/Scenario.h"
 
 #include <array>
-#include <atomic>
-#include <barrier>
 #include <cassert>
-#include <cfenv>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <limits>
-#include <thread>
 
 #include <csignal>
 #include <dlfcn.h>
@@ -27,63 +22,7 @@ namespace
 
 // Volatile, so that the compiler cannot optimise the faults away.
 int* volatile g_pointer = nullptr;
-void (*volatile g_function)() = nullptr;
 volatile int g_number = 0;
-volatile double g_double = 0;
-
-int* PointerTo(std::uintptr_t address)
-{
-    return reinterpret_cast<int*>(address); // NOLINT(performance-no-int-to-ptr): deliberately invalid
-}
-
-// Bad accesses ----------------------------------------------------------------------------------------------------
-
-void ReadNull()
-{
-    g_number = *g_pointer; // <- read-null
-}
-
-void ReadBad()
-{
-    g_pointer = PointerTo(0x1234560000);
-    g_number = *g_pointer; // <- read-bad
-}
-
-void ReadNonCanonical()
-{
-    g_pointer = PointerTo(0x1234567812345678);
-    g_number = *g_pointer; // <- read-non-canonical
-}
-
-void WriteNull()
-{
-    *g_pointer = 1; // <- write-null
-}
-
-void WriteConstant()
-{
-    static const int Constant = 1;
-    g_pointer = const_cast<int*>(&Constant);
-    *g_pointer = 2; // <- write-constant
-}
-
-void JumpNull()
-{
-    g_function(); // <- jump-null
-}
-
-void JumpData()
-{
-    static std::array<unsigned char, 16> data{0xC3};
-    g_function = reinterpret_cast<void (*)()>(data.data());
-    g_function(); // <- jump-data
-}
-
-void JumpNonCanonical()
-{
-    g_function = reinterpret_cast<void (*)()>(PointerTo(0x1234567812345678));
-    g_function(); // <- jump-non-canonical
-}
 
 void TruncatedFile()
 {
@@ -107,76 +46,7 @@ void Misaligned()
     g_number = *g_pointer;                                 // <- misaligned
 }
 
-// One line: at which instruction the stack ends is not determined.
-// clang-format off
-int Recurse(int depth) { volatile char room[1000] = {}; return depth < 0 ? 0 : Recurse(depth + 1) + room[depth % 7]; } // <- stack-overflow
-// clang-format on
-
-// Arithmetic and instructions -------------------------------------------------------------------------------------
-
-void DivideByZero()
-{
-    g_number = 7 / g_number; // <- divide-zero
-}
-
-void DivideOverflow()
-{
-    g_number = -1;
-    g_number = std::numeric_limits<int>::min() / g_number; // <- divide-overflow
-}
-
-void FloatDivide()
-{
-    ::feenableexcept(FE_DIVBYZERO);
-    g_double = 1 / g_double; // <- float-divide
-}
-
-void FloatOverflow()
-{
-    ::feenableexcept(FE_OVERFLOW);
-    g_double = std::numeric_limits<double>::max();
-    g_double = g_double * g_double; // <- float-overflow
-}
-
-void FloatInvalid()
-{
-    ::feenableexcept(FE_INVALID);
-    g_double = g_double / g_double; // <- float-invalid
-}
-
-void Illegal()
-{
-    asm volatile("ud2"); // <- illegal
-}
-
-void Privileged()
-{
-    asm volatile("hlt"); // <- privileged
-}
-
-void Breakpoint()
-{
-    asm volatile("int3\n nop"); // <- breakpoint
-}
-
-/// The breakpoint is the last instruction of its function.
-void BreakpointAtTheEnd()
-{
-    asm volatile("int3"); // <- breakpoint-last
-    __builtin_unreachable();
-}
-
 // What the C library ends a program for ---------------------------------------------------------------------------
-
-void Abort()
-{
-    std::abort(); // <- abort
-}
-
-void Assert()
-{
-    assert(g_number == 1); // <- assert
-}
 
 void DoubleFree()
 {
@@ -256,22 +126,6 @@ void FaultInPrintf()
     std::fprintf(stream, "%d frames\n", 3);
 }
 
-// More than one ----------------------------------------------------------------------------------------------------
-
-void FaultTogether(std::barrier<>& barrier)
-{
-    barrier.arrive_and_wait();
-    g_number = *g_pointer; // <- two-threads
-}
-
-void TwoThreads()
-{
-    std::barrier barrier(2);
-    std::thread other([&] { FaultTogether(barrier); });
-    FaultTogether(barrier);
-    other.join();
-}
-
 /// Whether the first thread of \p process waits in a system call. System calls only.
 bool Sleeps(pid_t process)
 {
@@ -310,56 +164,9 @@ void KilledFromOutside()
     }
 }
 
-// Around main ------------------------------------------------------------------------------------------------------
-
-std::atomic<bool> g_faultsAtTheEnd = false;
-
-struct AfterMain
-{
-    ~AfterMain()
-    {
-        if (g_faultsAtTheEnd)
-        {
-            g_number = *g_pointer; // <- static-destructor
-        }
-    }
-} g_afterMain;
-
-void AtExit()
-{
-    std::atexit([] { g_number = *g_pointer; }); // <- at-exit
-    std::exit(0);
-}
-
-void StaticDestructor()
-{
-    g_faultsAtTheEnd = true;
-    std::exit(0);
-}
-
 constexpr Scenario List[] = {
-    {"read-null", "read through a null pointer", &ReadNull},
-    {"read-bad", "read where nothing is mapped", &ReadBad},
-    {"read-non-canonical", "read at an address that no processor can have", &ReadNonCanonical},
-    {"write-null", "write through a null pointer", &WriteNull},
-    {"write-constant", "write to a constant", &WriteConstant},
-    {"jump-null", "call a null function", &JumpNull},
-    {"jump-data", "call data that is not executable", &JumpData},
-    {"jump-non-canonical", "call an address that no processor can have", &JumpNonCanonical},
     {"truncated-file", "read a mapped file behind its end", &TruncatedFile},
     {"misaligned", "read an odd address with the alignment check on", &Misaligned},
-    {"stack-overflow", "recurse without end", [] { g_number = Recurse(1); }},
-    {"divide-zero", "divide an integer by zero", &DivideByZero},
-    {"divide-overflow", "divide the smallest integer by -1", &DivideOverflow},
-    {"float-divide", "divide by 0.0 with the trap on", &FloatDivide},
-    {"float-overflow", "overflow a double with the trap on", &FloatOverflow},
-    {"float-invalid", "divide 0.0 by 0.0 with the trap on", &FloatInvalid},
-    {"illegal", "an instruction that does not exist", &Illegal},
-    {"privileged", "an instruction of the kernel", &Privileged},
-    {"breakpoint", "a breakpoint without a debugger", &Breakpoint},
-    {"breakpoint-last", "a breakpoint as the last instruction of a function", &BreakpointAtTheEnd},
-    {"abort", "call abort", &Abort},
-    {"assert", "an assertion that does not hold", &Assert},
     {"double-free", "free a block twice", &DoubleFree},
     {"corrupt-heap", "write behind the end of a block", &CorruptHeap},
     {"smash-stack", "write behind the end of a local array", &SmashStack},
@@ -367,15 +174,12 @@ constexpr Scenario List[] = {
     {"in-loader", "fault in a static constructor of a plug-in, the loader's lock held", &FaultInLoader},
     {"stdio-lock", "fault with standard output and standard error locked", &FaultWithStdioLocked},
     {"in-printf", "fault inside fprintf, its stream locked", &FaultInPrintf},
-    {"two-threads", "two threads fault at the same time", &TwoThreads},
     {"killed", "SIGSEGV from another process", &KilledFromOutside},
-    {"at-exit", "fault in a function of atexit", &AtExit},
-    {"static-destructor", "fault in a static destructor", &StaticDestructor},
 };
 
 } // namespace
 
-std::span<const Scenario> Faults()
+std::span<const Scenario> SystemFaults()
 {
     return List;
 }

@@ -176,7 +176,7 @@ void Run(const Options& options, const Scenario& scenario)
 
 const Scenario* Find(const std::string& name)
 {
-    for (const auto scenarios : {Faults(), Exceptions()})
+    for (const auto scenarios : {Faults(), SystemFaults(), Exceptions()})
     {
         const auto found = std::find_if(scenarios.begin(), scenarios.end(),
                                         [&](const Scenario& scenario) { return scenario.name == name; });
@@ -201,6 +201,7 @@ void Print(const char* heading, const Entries& entries)
 void List()
 {
     Print("Faults", Faults());
+    Print("Faults of this system", SystemFaults());
     std::printf("  %-20s %s\n", "before-main", "fault in a static constructor (no options)");
     Print("Exceptions", Exceptions());
     Print("Conditions (--with)", Conditions());

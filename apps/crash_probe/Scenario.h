@@ -16,6 +16,9 @@ struct Scenario
 /// Faults of the processor and of the system. The line at fault of each bears the comment "<- NAME".
 std::span<const Scenario> Faults();
 
+/// Those that only this system has, or provokes in its own way. Marked like Faults.
+std::span<const Scenario> SystemFaults();
+
 /// Uncaught C++ exceptions, and other cases in which the language ends a program. Marked like Faults.
 std::span<const Scenario> Exceptions();
 

@@ -41,6 +41,7 @@ inline constexpr std::uint32_t HeapCorruption = 0xC0000374;     ///< The allocat
 inline constexpr std::uint32_t StackBufferOverrun = 0xC0000409; ///< A local buffer was overrun.
 inline constexpr std::uint32_t AssertionFailure = 0xC0000420;   ///< An assertion does not hold.
 inline constexpr std::uint32_t CxxException = 0xE06D7363;       ///< A C++ exception, raised by the language runtime.
+inline constexpr std::uint32_t GccException = 0x20474343;       ///< The same, raised on Windows by code of gcc.
 } // namespace FaultCode
 
 /// First information word of a C++ exception's record (see FaultCode::CxxException); the second is the exception

@@ -11,7 +11,7 @@ namespace Ardo::Kiln::Crash
 /// The fields of an EXCEPTION_RECORD by which filters decide. They can be read without <windows.h>.
 struct FaultRecord
 {
-    std::uint32_t code = 0;                 ///< See FaultCode.
+    std::uint32_t code = 0;                 ///< See FaultCode. CxxException for all C++ exceptions.
     std::uint64_t address = 0;              ///< The instruction at fault.
     std::uint64_t thirdInformationWord = 0; ///< 0 for the faults of a processor.
 };

@@ -35,7 +35,6 @@ constexpr std::chrono::milliseconds ReportsAtExit{60'000}; // how long exit() wa
 constexpr std::chrono::milliseconds AnswerAtExit{2'000};   // and for the answer to its question
 constexpr std::chrono::milliseconds PollAtExit{20};
 
-thread_local int g_instancesOfThread = 0;    // of Handler
 thread_local bool g_holdsLockAtFork = false; // whether the forking thread deals with a fault
 
 } // namespace
@@ -52,7 +51,7 @@ constinit std::atomic<unsigned long long> Handler::g_handlerFlags = 0;
 constinit std::atomic<bool> Handler::g_globalInitialized = false;
 constinit std::atomic<bool> Handler::g_monitorThreadExceptions = true;
 constinit bool Handler::g_alreadyCrashed = false;
-constinit std::mutex Handler::g_alreadyCrashedLock;
+std::mutex Handler::g_alreadyCrashedLock; // has a constant initialiser where its constructor allows one
 constinit std::atomic<std::uint32_t> Handler::g_crashedThread = 0;
 constinit std::atomic<bool> Handler::g_answerIsAwaited = false;
 constinit std::atomic<const Handler::FaultHandler*> Handler::g_defaultExceptionHandler = nullptr;
@@ -124,8 +123,8 @@ void Handler::Initialize()
 Handler::Handler()
 {
     PrepareProcess();
+    ++StateOfCallingThread().instances;
     ++g_instances;
-    ++g_instancesOfThread;
     if (!g_globalInitialized.exchange(true))
     {
         ResetHandler();
@@ -137,7 +136,10 @@ Handler::Handler()
 Handler::~Handler()
 {
     --g_instances;
-    --g_instancesOfThread;
+    if (ThreadState* const state = ThreadState::Find())
+    {
+        --state->instances;
+    }
     const Handler* const own = GetThreadLocalHandler();
     if (own == nullptr || own == this)
     {
@@ -167,7 +169,8 @@ void Handler::WaitForReports()
 
 void Handler::ResetInChild() noexcept
 {
-    g_instances = g_instancesOfThread;
+    const ThreadState* const state = ThreadState::Find();
+    g_instances = state != nullptr ? state->instances : 0;
     g_alreadyCrashed = false;
     g_answerIsAwaited = g_answerIsAwaited && g_holdsLockAtFork;
     if (g_holdsLockAtFork)
@@ -187,36 +190,31 @@ Handler* Handler::GetThreadLocalHandler() noexcept
 
 Handler::ThreadState& Handler::StateOfCallingThread()
 {
-    /// A thread-local object: destroyed when the thread ends.
-    struct ThreadExitCleanup
-    {
-        ~ThreadExitCleanup()
-        {
-            std::unique_ptr<ThreadState> state(ThreadState::Get());
-            if (state != nullptr && state->notify != nullptr)
-            {
-                // The process ends from inside Execute, whose guarded call still needs the state for a later fault.
-                static std::atomic<const ThreadState*> g_left; // so that leak checkers find the state
-                g_left = state.release();
-            }
-            else if (state != nullptr)
-            {
-                state->handler.reset(); // still needs the state of the thread
-                RemoveThread();
-                FaultDispatch::ThreadData() = nullptr;
-            }
-        }
-        const ThreadState* known = nullptr; // for leak checkers, which do not search the memory of ThreadData
-    };
     ThreadState* state = ThreadState::Get();
     if (state == nullptr)
     {
-        state = std::make_unique<ThreadState>().release(); // owned by the cleanup
+        state = std::make_unique<ThreadState>().release(); // owned by EndThread
         FaultDispatch::ThreadData() = state;
-        static thread_local ThreadExitCleanup cleanup;
-        cleanup.known = state; // a thread that comes here after it, in another cleanup, leaves its state behind
+        FaultDispatch::CallAtThreadEnd(&EndThread, state);
     }
     return *state;
+}
+
+void Handler::EndThread(void*) noexcept
+{
+    std::unique_ptr<ThreadState> state(ThreadState::Get());
+    if (state != nullptr && FaultDispatch::IsInGuardedCall())
+    {
+        // The process ends from inside Execute, whose guarded call still needs the state for a later fault.
+        static std::atomic<const ThreadState*> g_left; // so that leak checkers find the state
+        g_left = state.release();
+    }
+    else if (state != nullptr)
+    {
+        state->handler.reset(); // still needs the state of the thread
+        RemoveThread();
+        FaultDispatch::ThreadData() = nullptr;
+    }
 }
 
 void Handler::SetFlags(unsigned long long flags)
@@ -361,7 +359,8 @@ void Handler::Execute(const std::function<void()>& work)
 void Handler::ExecuteOrNotify(const std::function<void()>& work, const Notify& notify)
 {
     GuardedCall call{work, notify};
-    if (!g_monitorThreadExceptions && g_instancesOfThread == 0)
+    const ThreadState* const known = ThreadState::Find();
+    if (!g_monitorThreadExceptions && (known == nullptr || known->instances == 0))
     {
         CallCatching(&call);
         return;

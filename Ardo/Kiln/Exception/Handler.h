@@ -165,6 +165,9 @@ private:
     /// The state of the calling thread, which is made if there is none.
     static ThreadState& StateOfCallingThread();
 
+    /// Destroys the state of the calling thread, which ends.
+    static void EndThread(void*) noexcept;
+
     /// Fatal handling, one thread at a time; without \p notify as with an empty one.
     static void HandleException(EXCEPTION_POINTERS* pointers);
     static void HandleException(EXCEPTION_POINTERS* pointers, const Notify& notify);

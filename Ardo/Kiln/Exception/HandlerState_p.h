@@ -15,6 +15,7 @@ namespace Ardo::Kiln::Exception
 struct Handler::ThreadState
 {
     std::unique_ptr<Handler> handler;         ///< Made by Initialize.
+    int instances = 0;                        ///< Of Handler, made by this thread; one may outlive this object.
     unsigned long long registeredFilters = 0; ///< The flags whose filters are in the thread's chain.
     const Notify* notify = nullptr;           ///< Of the innermost Execute; null outside.
     MinidumpActions lastMinidumpActions;
@@ -29,6 +30,9 @@ struct Handler::ThreadState
 
     /// Of the thread on whose behalf the caller runs; null when there is none.
     static ThreadState* Get() noexcept { return static_cast<ThreadState*>(Crash::FaultDispatch::ThreadData()); }
+
+    /// The same, without acquiring anything for a thread that has never been monitored.
+    static ThreadState* Find() noexcept { return static_cast<ThreadState*>(Crash::FaultDispatch::FindThreadData()); }
 };
 
 /// Holds g_alreadyCrashedLock, unless the faulted thread holds it already because its handling has faulted.

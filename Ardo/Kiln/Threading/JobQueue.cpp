@@ -25,7 +25,15 @@ constexpr std::chrono::microseconds GatherTime(3);
 
 JobQueue::JobQueue() : m_forkCount(Platform::ForkCount()), m_guard(m_context.get_executor()) {}
 
-JobQueue::~JobQueue() = default;
+JobQueue::~JobQueue()
+{
+    if (m_isInContext)
+    {
+        // The context still counts the handler that was left as unfinished. On some systems its destructor waits until
+        // there is none.
+        m_context.get_executor().on_work_finished();
+    }
+}
 
 bool JobQueue::IsStopped() const noexcept
 {
@@ -113,13 +121,25 @@ void JobQueue::Run()
         if (std::exchange(m_hasDrained, false) && SpinUntil([this] { return m_isDrainPosted || IsStopped(); }))
         {
             PauseUntil([this] { return m_isWaitedFor.load(std::memory_order_relaxed); }, GatherTime);
-            m_context.poll();
+            RunContext(&boost::asio::io_context::poll);
         }
         else
         {
-            m_context.run_one();
+            RunContext(&boost::asio::io_context::run_one);
         }
     }
+}
+
+void JobQueue::RunContext(std::size_t (boost::asio::io_context::*run)())
+{
+    struct Running
+    {
+        explicit Running(bool& theFlag) : flag(theFlag) { flag = true; }
+        ~Running() { flag = false; }
+        bool& flag;
+    };
+    const Running running(m_isInContext);
+    (m_context.*run)();
 }
 
 void JobQueue::Stop()

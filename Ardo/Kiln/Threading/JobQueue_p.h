@@ -80,6 +80,9 @@ private:
     void PostDrain();
     void Drain();
 
+    /// Lets the context run what is ready, or wait for it.
+    void RunContext(std::size_t (boost::asio::io_context::*run)());
+
     const std::uint32_t m_forkCount; ///< That of the process which made the queue.
     std::atomic<bool> m_isStopped = false;
     std::atomic<bool> m_holdsGuard = true;
@@ -97,6 +100,9 @@ private:
     alignas(CacheLine) std::vector<Job> m_batch; ///< Taken from m_queue. The running thread's alone.
     std::size_t m_next = 0;                      ///< The first of m_batch that has not begun.
     bool m_hasDrained = false;                   ///< Whether more may follow soon. The running thread's alone.
+    /// Whether the context runs. Stays so when a function has faulted or has ended its thread: neither runs
+    /// destructors.
+    bool m_isInContext = false;
 };
 
 } // namespace Ardo::Kiln::Threading

@@ -1,18 +1,14 @@
-#include "Ardo/Kiln/Exception/Handler.h"
+#include "tests/Kiln/Exception/HandlerTest.h"
 
 #include "Ardo/Kiln/Crash/Fault/FaultDispatch.h"
 #include "Ardo/Kiln/Crash/Fault/LastThrow.h"
-#include "Ardo/Kiln/Crash/FaultCode.h"
 #include "Ardo/Kiln/Exception/ErrorInfo.h"
-#include "Ardo/Kiln/Exception/MiniDumpGenerator.h"
 #include "Ardo/Kiln/Exception/Notification.h"
 #include "Ardo/Kiln/Exception/Warning.h"
 #include "Ardo/Kiln/Logger/CreateLogger.h"
 #include "Ardo/Kiln/Logger/Logging.h"
 #include "tests/Support/LogCollector.h"
 #include "tests/Support/Process.h"
-#include "tests/Support/ScopedTempDir.h"
-#include "tests/Support/ScopedVariable.h"
 
 #include <boost/exception/get_error_info.hpp>
 #include <boost/log/sources/record_ostream.hpp>
@@ -21,11 +17,7 @@
 
 #include <atomic>
 #include <chrono>
-#include <csignal>
-#include <cstdlib>
-#include <pthread.h>
 #include <thread>
-#include <unistd.h>
 
 namespace Ardo::Kiln::Exception
 {
@@ -38,31 +30,10 @@ using ::testing::StartsWith;
 
 namespace FaultCode = Crash::FaultCode;
 
-/// The private operations, and the state that a test leaves as it found it.
-struct HandlerTestAccess
-{
-    static constexpr auto HeapCorruption = &Handler::HandleHeapCorruption;
-    static constexpr auto Loop = &Handler::HandleSuspiciousExceptionLoop;
-    static constexpr auto Uncaught = &Handler::HandleUncaughtExceptions;
-    static constexpr auto Report = &Handler::ReportAndDump;
-    static constexpr auto Kill = &Handler::KillCurrentProcess;
-
-    static int Instances() { return Handler::g_instances; }
-    static void SetClock(std::uint64_t (*clock)()) { Handler::g_clock = clock; }
-    static void Forget()
-    {
-        Handler::SetFlags(0);
-        Handler::g_alreadyCrashed = false;
-        Handler::g_clock = &Handler::SystemClock;
-    }
-};
-
 namespace
 {
 
 using Access = HandlerTestAccess;
-
-std::uint64_t g_now = 0; // ticks of 100 ns
 
 /// A fault that somebody else would have made.
 struct Fault
@@ -93,53 +64,6 @@ std::size_t Count(const std::string& text, const std::string& part)
     }
     return count;
 }
-
-/// Reports go to a folder of the test's own, without dumps.
-class HandlerTest : public ::testing::Test
-{
-protected:
-    HandlerTest()
-    {
-        MiniDumpGenerator::SetFakeWriteDump(true);
-        Said([] { MiniDumpGenerator::CreateDumpDirectory(); });
-        Access::Forget();
-        Access::SetClock([] { return g_now; });
-    }
-
-    ~HandlerTest() override { Access::Forget(); }
-
-    /// What \p action writes to the standard error stream.
-    template <typename Action>
-    static std::string Said(const Action& action)
-    {
-        ::testing::internal::CaptureStderr();
-        action();
-        return ::testing::internal::GetCapturedStderr();
-    }
-
-    std::size_t Reports() const
-    {
-        std::size_t count = 0;
-        for (const auto& entry : std::filesystem::recursive_directory_iterator(m_folder.Path()))
-        {
-            count += entry.path().extension() == ".txt" ? 1U : 0U;
-        }
-        return count;
-    }
-
-    const Support::ScopedTempDir m_folder;
-
-private:
-    const Support::ScopedVariable m_data{"XDG_DATA_HOME", m_folder.Path()};
-    // A process that a test starts and that ends half-way makes its folder in this one, which the test removes.
-    const Support::ScopedVariable m_temporary{"TMPDIR", m_folder.Path()};
-};
-
-class HandlerDeathTest : public HandlerTest
-{
-protected:
-    HandlerDeathTest() { GTEST_FLAG_SET(death_test_style, "threadsafe"); }
-};
 
 TEST_F(HandlerTest, FlagsBelongToTheFirstThread)
 {
@@ -418,70 +342,6 @@ TEST_F(HandlerTest, OneFatalExceptionIsHandledAtATime)
     }
     EXPECT_FALSE(overlap);
     EXPECT_EQ(handled, Threads);
-}
-
-TEST_F(HandlerTest, AThreadMayEndInsideTheWork)
-{
-    const auto cancelled = []
-    {
-        ::pthread_cancel(::pthread_self());
-        ::pthread_testcancel();
-    };
-    for (const std::function<void()>& end :
-         {std::function<void()>([] { ::pthread_exit(nullptr); }), std::function<void()>(cancelled)})
-    {
-        bool goesOn = false;
-        std::thread(
-            [&]
-            {
-                Handler::Execute(end);
-                goesOn = true;
-            })
-            .join();
-        EXPECT_FALSE(goesOn);
-    }
-}
-
-TEST_F(HandlerDeathTest, WorkersOfAHostThatSaysNoInstallNothing)
-{
-    const auto run = []
-    {
-        struct sigaction before = {};
-        struct sigaction after = {};
-        ::sigaction(SIGSEGV, nullptr, &before);
-        Handler::SetMonitorAllThread(false);
-        std::thread([] { Handler::Execute([] {}); }).join();
-        Handler::Execute([] { throw std::runtime_error("dealt with all the same"); });
-        ::sigaction(SIGSEGV, nullptr, &after);
-        bool hasThread = false; // a sanitizer may have one of its own
-        for (const auto& task : std::filesystem::directory_iterator("/proc/self/task"))
-        {
-            hasThread = hasThread || Support::ReadFile(task.path() / "comm") == "kiln-faults\n";
-        }
-        std::_Exit(before.sa_sigaction == after.sa_sigaction && !hasThread ? 1 : 2);
-    };
-    EXPECT_EXIT(run(), ::testing::ExitedWithCode(1), "dealt with all the same");
-}
-
-TEST_F(HandlerDeathTest, ExitWaitsForAnotherThreadsReports)
-{
-    const auto run = []
-    {
-        Handler::SetHandler(
-            [](EXCEPTION_POINTERS*, const Handler::Notify&)
-            {
-                std::thread([] { std::exit(3); }).detach();
-                while (!Crash::FaultDispatch::HasNoUserInterface()) // it has been called
-                {
-                    std::this_thread::yield();
-                }
-                std::this_thread::sleep_for(std::chrono::milliseconds(100)); // an exit that does not wait comes first
-                throw std::runtime_error("reports are written");
-            });
-        Handler::Execute([] { throw std::runtime_error("at the end"); });
-        ::pause();
-    };
-    EXPECT_EXIT(run(), ::testing::ExitedWithCode(3), "Minidump faked");
 }
 
 } // namespace

@@ -121,7 +121,7 @@ struct Mark
 
 Mark FindMark(const std::string& scenario)
 {
-    for (const char* file : {"BeforeMain_linux.cpp", "Exceptions.cpp", "Faults_linux.cpp", "Plugin.cpp"})
+    for (const char* file : {"BeforeMain_linux.cpp", "Exceptions.cpp", "Faults.cpp", "Faults_linux.cpp", "Plugin.cpp"})
     {
         std::istringstream text(ReadFile(std::filesystem::path(CRASH_PROBE_SOURCES) / file));
         int number = 1;

@@ -1,9 +1,9 @@
 #include "Ardo/Kiln/Crash/Fault/CaughtException.h"
 
 #include "Ardo/Kiln/Crash/Fault/CallerContext_linux.h"
+#include "Ardo/Kiln/Crash/Fault/CaughtThrow.h"
 #include "Ardo/Kiln/Crash/Fault/FaultThread_linux.h"
-#include "Ardo/Kiln/Crash/Fault/LanguageRuntime_linux.h"
-#include "Ardo/Kiln/Crash/Fault/LastThrow_linux.h"
+#include "Ardo/Kiln/Crash/Fault/LanguageRuntime.h"
 #include "Ardo/Kiln/Crash/FaultCode.h"
 
 #include <cxxabi.h>
@@ -28,7 +28,7 @@ CaughtException::CaughtException() noexcept : m_block(new (m_memory) Block)
     CaptureCallerContext(m_block->context);
     AdoptThread();
     FaultThread* const thread = OwnFaultThread();
-    const bool isKnown = thread != nullptr && RememberCaughtException(*thread);
+    const bool isKnown = thread != nullptr && RememberCaughtException(thread->lastThrow);
     EXCEPTION_RECORD& record = m_block->record;
     record.ExceptionCode = FaultCode::CxxException;
     record.ExceptionFlags = FaultFlag::Noncontinuable;

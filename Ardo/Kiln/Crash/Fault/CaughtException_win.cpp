@@ -1,9 +1,8 @@
+#include "Ardo/Kiln/Crash/Fault/CallerContext_win.h"
 #include "Ardo/Kiln/Crash/Fault/CaughtException.h"
-
-#include "Ardo/Kiln/Crash/Fault/LastThrow_win.h"
+#include "Ardo/Kiln/Crash/Fault/CaughtThrow.h"
+#include "Ardo/Kiln/Crash/Fault/FaultThread_win.h"
 #include "Ardo/Kiln/Crash/FaultCode.h"
-
-#include <windows.h>
 
 #include <new>
 #include <type_traits>
@@ -22,12 +21,18 @@ CaughtException::CaughtException() noexcept : m_block(new (m_memory) Block)
 {
     static_assert(sizeof(Block) <= sizeof m_memory && alignof(Block) <= 16);
     static_assert(std::is_trivially_destructible_v<Block>);
-    RtlCaptureContext(&m_block->context);
-    const std::uint64_t thrown = RememberCaughtException();
-    m_block->record.ExceptionCode = FaultCode::CxxException;
-    m_block->record.ExceptionFlags = FaultFlag::Noncontinuable;
-    const auto address = thrown != 0 ? static_cast<ULONG_PTR>(thrown) : m_block->context.Rip;
-    m_block->record.ExceptionAddress = reinterpret_cast<void*>(address);
+    CaptureCallerContext(m_block->context);
+    FaultThread* const thread = AdoptThread();
+    const bool isKnown = thread != nullptr && RememberCaughtException(thread->lastThrow);
+    EXCEPTION_RECORD& record = m_block->record;
+    record.ExceptionCode = FaultCode::CxxException;
+    record.ExceptionFlags = FaultFlag::Noncontinuable;
+    record.NumberParameters = 3;
+    record.ExceptionInformation[0] = CxxExceptionMagic;
+    record.ExceptionInformation[1] = isKnown ? reinterpret_cast<ULONG_PTR>(thread->lastThrow.object) : 0;
+    const DWORD64 thrown = isKnown ? thread->lastThrow.address : 0;
+    const DWORD64 address = thrown != 0 ? thrown : m_block->context.Rip;
+    record.ExceptionAddress = reinterpret_cast<void*>(address); // NOLINT(performance-no-int-to-ptr)
 }
 
 EXCEPTION_POINTERS* CaughtException::Pointers() noexcept

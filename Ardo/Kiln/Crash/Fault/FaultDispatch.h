@@ -23,11 +23,20 @@ inline constexpr long ExecuteHandler = 1; ///< It is dealt with.
 /// then the filter of the innermost guarded call of that thread, then the unhandled filter of the process, then the
 /// handler that was installed before.
 ///
-/// On Windows the filters run on the thread at fault. On Linux faults are signals, and their filters run on a thread of
-/// the library's own while the thread at fault waits in its signal handler: they may allocate, lock and wait, whatever
-/// the thread at fault was doing. If they do not come to an end within the time limit, or fault themselves, the reports
-/// are written without them. Filters see a C++ exception (code FaultCode::CxxException) when it is thrown, on the
-/// throwing thread.
+/// On Windows the filters run on the thread at fault, after a stack overflow on a thread of the library's own. On Linux
+/// faults are signals, and their filters run on a thread of the library's own while the thread at fault waits in its
+/// signal handler: they may allocate, lock and wait, whatever the thread at fault was doing. If they do not come to an
+/// end within the time limit, or fault themselves, the reports are written without them. Filters see a C++ exception
+/// (code FaultCode::CxxException) when it is thrown, on the throwing thread.
+///
+/// On Windows, besides:
+/// - The vectored filters are asked by one vectored handler of the process. What a guarded call does is a frame-based
+///   handler (`__except`), so that those further in are asked first. The exceptions of the compiler that the library
+/// was   built with pass it.
+/// - abort() and std::terminate are no exceptions of the system. The library handles SIGABRT: it asks the vectored
+///   filters, then the filter of the guarded call or the unhandled filter, and abort() goes on to end the process.
+/// - A stack overflow with so little stack left that no other handler could run is dealt with at once: frame-based
+///   handlers further in than the guarded call are not asked.
 ///
 /// On Linux, besides:
 /// - A handler of the application that was installed before is called after the filters, with the signal mask that it
@@ -77,6 +86,17 @@ public:
     /// A pointer kept for the thread on whose behalf the caller runs: inside a filter the thread at fault, otherwise
     /// the calling thread. Null until it is set. The memory it points to belongs to whoever sets it.
     static void*& ThreadData() noexcept;
+
+    /// The same, read only, for a thread that may have none: null then. Nothing is acquired for the thread.
+    static void* FindThreadData() noexcept;
+
+    /// Has \p function called with \p argument when the calling thread ends, before ThreadData goes; the last one set.
+    /// On Linux also for the thread that calls exit(), before static destructors run; on Windows not when the process
+    /// ends.
+    static void CallAtThreadEnd(void (*function)(void*), void* argument) noexcept;
+
+    /// Whether the calling thread is in a guarded call that a fault would still come back to.
+    static bool IsInGuardedCall() noexcept;
 
     /// The system's number of the thread on whose behalf the caller runs.
     static std::uint32_t ThreadId() noexcept;

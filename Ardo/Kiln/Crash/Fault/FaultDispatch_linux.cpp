@@ -5,9 +5,10 @@
 #include "Ardo/Kiln/Crash/Fault/FaultProcess_linux.h"
 #include "Ardo/Kiln/Crash/Fault/FaultSignal_linux.h"
 #include "Ardo/Kiln/Crash/Fault/FaultThread_linux.h"
-#include "Ardo/Kiln/Crash/Fault/LanguageRuntime_linux.h"
+#include "Ardo/Kiln/Crash/Fault/LanguageRuntime.h"
 #include "Ardo/Kiln/Crash/Fault/SignalHandlers_linux.h"
 #include "Ardo/Kiln/Crash/Fault/TerminateHandler_linux.h"
+#include "Ardo/Kiln/Crash/Fault/TerminateSearch_linux.h"
 #include "Ardo/Kiln/Crash/Fault/ThreadStart_linux.h"
 #include "Ardo/Kiln/Crash/Fault/ThrowHook_linux.h"
 #include "Ardo/Kiln/Platform/ProcessFork.h"
@@ -72,6 +73,7 @@ void PrepareOnce() noexcept
 {
     PrepareAbortReason();
     PrepareLanguageRuntime();
+    PrepareTerminateSearch();
     if (Fallback().prepare != nullptr)
     {
         Fallback().prepare();
@@ -163,6 +165,38 @@ void*& FaultDispatch::ThreadData() noexcept
         return g_unusedData;
     }
     return thread->data;
+}
+
+void* FaultDispatch::FindThreadData() noexcept
+{
+    const FaultThread* const thread = FaultThreadOnBehalf();
+    return thread != nullptr ? thread->data : nullptr;
+}
+
+void FaultDispatch::CallAtThreadEnd(void (*function)(void*), void* argument) noexcept
+{
+    /// A thread-local object: destroyed when the thread ends.
+    struct ThreadEnd
+    {
+        ~ThreadEnd()
+        {
+            if (function != nullptr)
+            {
+                function(argument);
+            }
+        }
+        void (*function)(void*) = nullptr;
+        void* argument = nullptr; // for leak checkers, too, which do not search the memory of ThreadData
+    };
+    static thread_local ThreadEnd g_end; // a thread that comes here after it, in another cleanup, is not called
+    g_end.function = function;
+    g_end.argument = argument;
+}
+
+bool FaultDispatch::IsInGuardedCall() noexcept
+{
+    const FaultThread* const thread = OwnFaultThread();
+    return thread != nullptr && thread->guard != nullptr;
 }
 
 std::uint32_t FaultDispatch::ThreadId() noexcept

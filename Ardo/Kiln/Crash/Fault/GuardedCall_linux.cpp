@@ -1,6 +1,6 @@
 #include "Ardo/Kiln/Crash/Fault/FaultDispatch.h"
 #include "Ardo/Kiln/Crash/Fault/FaultThread_linux.h"
-#include "Ardo/Kiln/Crash/Fault/LanguageRuntime_linux.h"
+#include "Ardo/Kiln/Crash/Fault/LanguageRuntime.h"
 
 #include <cstdint>
 

@@ -1,7 +1,7 @@
 #include "Ardo/Kiln/Crash/Fault/GuardedQuestion_linux.h"
 
 #include "Ardo/Kiln/Crash/Fault/FaultSignal_linux.h"
-#include "Ardo/Kiln/Crash/Fault/LanguageRuntime_linux.h"
+#include "Ardo/Kiln/Crash/Fault/LanguageRuntime.h"
 #include "Ardo/Kiln/Crash/Fault/SignalHandlers_linux.h"
 
 #include <pthread.h>

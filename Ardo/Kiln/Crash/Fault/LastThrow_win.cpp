@@ -1,15 +1,16 @@
-#include "Ardo/Kiln/Crash/Fault/LastThrow_win.h"
-
-#include "Ardo/Kiln/Crash/Fault/FaultDispatch.h"
+#include "Ardo/Kiln/Crash/Fault/CallerContext_win.h"
+#include "Ardo/Kiln/Crash/Fault/FaultThread_win.h"
+#include "Ardo/Kiln/Crash/Fault/LanguageRuntime.h"
 #include "Ardo/Kiln/Crash/Fault/LastThrow.h"
+#include "Ardo/Kiln/Crash/Fault/ThrowTable.h"
 #include "Ardo/Kiln/Crash/FaultCode.h"
-#include "Ardo/Kiln/Crash/VisibleText.h"
 
-#include <windows.h>
+#include <cstdint>
 
-#include <algorithm>
-#include <exception>
-#include <string_view>
+#ifndef _MSC_VER
+#include <cxxabi.h>
+#include <unwind.h>
+#endif
 
 namespace Ardo::Kiln::Crash
 {
@@ -17,84 +18,84 @@ namespace Ardo::Kiln::Crash
 namespace
 {
 
-/// Where the calling thread last threw.
-struct ThrowPlace
-{
-    std::uint64_t address = 0;
-    const void* object = nullptr;
-    USHORT frameCount = 0;
-    void* frames[LastThrow::MaxFrames] = {};
-};
+LastThrow g_nothing;
 
-thread_local ThrowPlace g_place;
-thread_local LastThrow g_last;
+#ifndef _MSC_VER
 
-/// Type and text, from memory and functions of the application.
-void AskException(LastThrow& last)
+/// The object of an exception that gcc's runtime raises; null for one that std::rethrow_exception raises again, which
+/// is not thrown, and for other exceptions.
+const void* ThrownObject(const EXCEPTION_RECORD& record) noexcept
 {
-    try
+    constexpr std::uint64_t Class = 0x474E5543432B2B00; // "GNUCC++"; the last byte tells copies of a pointer
+    if (record.ExceptionCode != FaultCode::GccException || record.NumberParameters < 1)
     {
-        throw;
+        return nullptr;
     }
-    catch (const std::exception& exception)
-    {
-        const std::string_view type = typeid(exception).name();
-        last.type[type.copy(last.type, sizeof last.type - 1)] = '\0';
-        const char* const text = exception.what();
-        CopyVisible(last.message, text != nullptr ? text : "");
-    }
-    catch (...)
-    {
-        last.type[0] = '\0'; // nothing is known of it
-    }
+    // NOLINTNEXTLINE(performance-no-int-to-ptr): the record's words
+    const auto* const exception = reinterpret_cast<const _Unwind_Exception*>(record.ExceptionInformation[0]);
+    return exception->exception_class == Class ? exception + 1 : nullptr;
 }
+
+/// Goes on from a raise to the function with the `throw`.
+/// \returns false when there is none: it is raised again.
+bool StepToThrow(CONTEXT& context) noexcept
+{
+    static const DWORD64 g_throw = FunctionBehindJump(reinterpret_cast<const void*>(&abi::__cxa_throw));
+    constexpr int MaxSteps = 8; // the system's raise, the unwinder, the runtime
+    for (int step = 0; step < MaxSteps; ++step)
+    {
+        const bool isThrow = FunctionOf(context) == g_throw;
+        if (!StepToCaller(context) || isThrow)
+        {
+            return isThrow;
+        }
+    }
+    return false;
+}
+
+#else // Not compiled by the checks of this project.
+
+const void* ThrownObject(const EXCEPTION_RECORD& record) noexcept
+{
+    const bool isThrown = record.ExceptionCode == FaultCode::CxxException && record.NumberParameters > 3 &&
+                          record.ExceptionInformation[1] != 0; // null: "throw;"
+    return isThrown ? LastThrowKey() : nullptr;
+}
+
+bool StepToThrow(CONTEXT&) noexcept
+{
+    return true; // the runtime's own calls come first
+}
+
+#endif
 
 } // namespace
 
 void RememberThrow(const EXCEPTION_POINTERS* pointers) noexcept
 {
-    const EXCEPTION_RECORD& record = *pointers->ExceptionRecord;
-    if (record.ExceptionCode == FaultCode::CxxException && record.NumberParameters > 1 &&
-        record.ExceptionInformation[1] != 0) // null: "throw;" of the one that is remembered
+    const void* const object = ThrownObject(*pointers->ExceptionRecord);
+    if (object == nullptr)
     {
-        g_place.address = reinterpret_cast<ULONG_PTR>(record.ExceptionAddress);
-        g_place.object = reinterpret_cast<const void*>(record.ExceptionInformation[1]);
-        g_place.frameCount = CaptureStackBackTrace(0, LastThrow::MaxFrames, g_place.frames, nullptr);
+        return;
     }
+    CONTEXT context = *pointers->ContextRecord;
+    if (!StepToThrow(context))
+    {
+        return;
+    }
+    ThrowPlace place;
+    place.address = context.Rip;
+    do
+    {
+        place.frames[place.frameCount++] = context.Rip;
+    } while (place.frameCount < ThrowPlace::MaxFrames && StepToCaller(context));
+    RememberThrowPlace(object, place);
 }
 
 const LastThrow& LastThrowOfThread() noexcept
 {
-    return g_last;
-}
-
-std::uint64_t RememberCaughtException() noexcept
-{
-    const ThrowPlace place = g_place; // asking may throw
-    g_last.code = FaultCode::CxxException;
-    g_last.address = place.address;
-    g_last.object = place.object;
-    g_last.frameCount = place.frameCount;
-    std::transform(place.frames, place.frames + place.frameCount, g_last.frames,
-                   [](void* frame) { return reinterpret_cast<ULONG_PTR>(frame); });
-    g_last.type[0] = '\0';
-    g_last.message[0] = '\0';
-    try
-    {
-        g_last.hasMessage =
-            FaultDispatch::CallGuarded([](void* last) { AskException(*static_cast<LastThrow*>(last)); }, &g_last,
-                                       [](EXCEPTION_POINTERS*) { return FilterResult::ExecuteHandler; });
-    }
-    catch (...)
-    {
-        g_last.hasMessage = false;
-    }
-    g_place = place; // asking has raised the exception once more
-    if (!g_last.hasMessage)
-    {
-        CopyVisible(g_last.message, "[not known: what() has failed itself]");
-    }
-    return g_last.address;
+    const FaultThread* const thread = FaultThreadOnBehalf();
+    return thread != nullptr ? thread->lastThrow : g_nothing;
 }
 
 } // namespace Ardo::Kiln::Crash

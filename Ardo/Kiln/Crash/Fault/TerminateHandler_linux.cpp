@@ -1,10 +1,11 @@
 #include "Ardo/Kiln/Crash/Fault/TerminateHandler_linux.h"
 
+#include "Ardo/Kiln/Crash/Fault/CaughtThrow.h"
 #include "Ardo/Kiln/Crash/Fault/FaultSignal_linux.h"
 #include "Ardo/Kiln/Crash/Fault/FaultThread_linux.h"
-#include "Ardo/Kiln/Crash/Fault/GuardedQuestion_linux.h"
-#include "Ardo/Kiln/Crash/Fault/LanguageRuntime_linux.h"
-#include "Ardo/Kiln/Crash/Fault/LastThrow_linux.h"
+#include "Ardo/Kiln/Crash/Fault/GuardedQuestion.h"
+#include "Ardo/Kiln/Crash/Fault/LanguageRuntime.h"
+#include "Ardo/Kiln/Crash/Fault/TerminateSearch_linux.h"
 
 #include <pthread.h>
 #include <unistd.h>
@@ -36,7 +37,7 @@ bool Describe() noexcept
     {
         return true;
     }
-    thread->terminating = RememberCaughtException(*thread);
+    thread->terminating = RememberCaughtException(thread->lastThrow);
     return !thread->terminating || thread->lastThrow.hasMessage;
 }
 

@@ -1,7 +1,7 @@
 #include "Ardo/Kiln/Crash/Fault/ThrowHook_linux.h"
 
 #include "Ardo/Kiln/Crash/Fault/FaultThread_linux.h"
-#include "Ardo/Kiln/Crash/Fault/ThrowTable_linux.h"
+#include "Ardo/Kiln/Crash/Fault/ThrowTable.h"
 #include "Ardo/Kiln/Crash/FaultCode.h"
 #include "Ardo/KilnExport.h"
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Ardo/Kiln/Crash/Fault/ThrowTable_linux.h"
+#include "Ardo/Kiln/Crash/Fault/ThrowTable.h"
 
 #include <cstdint>
 

@@ -216,6 +216,7 @@ std::string_view ExceptionName(std::uint32_t code) noexcept
                              {FaultCode::Breakpoint, "BREAKPOINT"},
                              {FaultCode::SingleStep, "SINGLE_STEP"},
                              {FaultCode::CxxException, "CXX_EXCEPTION"},
+                             {FaultCode::GccException, "CXX_EXCEPTION"},
                              {FaultCode::InPageError, "IN_PAGE_ERROR"},
                              {FaultCode::InvalidHandle, "INVALID_HANDLE"},
                              {FaultCode::IllegalInstruction, "ILLEGAL_INSTRUCTION"},

@@ -4,10 +4,7 @@
 #include "Ardo/Kiln/Platform/CalendarTime.h"
 
 #include <algorithm>
-#include <cstdlib>
-#include <cxxabi.h>
 #include <iterator>
-#include <memory>
 
 namespace Ardo::Kiln::Crash
 {
@@ -58,18 +55,6 @@ FaultFacts FactsOf(const CrashRequest& request) noexcept
     facts.applicationVersion = TextOf(request.fullVersion);
     facts.logFiles = TextOf(request.logFiles);
     return facts;
-}
-
-std::string ExceptionTypeName(const FaultFacts& facts)
-{
-    struct Free
-    {
-        void operator()(char* text) const noexcept { std::free(text); }
-    };
-    const std::string mangled(facts.exceptionType);
-    int status = 0;
-    const std::unique_ptr<char, Free> text(abi::__cxa_demangle(mangled.c_str(), nullptr, nullptr, &status));
-    return status == 0 && text ? text.get() : mangled;
 }
 
 } // namespace Ardo::Kiln::Crash

@@ -33,8 +33,9 @@ public:
     /// Valid as long as the object.
     const FaultFacts& Facts() const noexcept { return m_facts; }
 
-    /// The report text from a process outside, which does not depend on memory or locks of this one. Empty if there is
-    /// no such process or it could not do it; on Windows always.
+    /// The report text as it is made independently of what is broken in this process. On Linux a process outside makes
+    /// it, which does not depend on what is locked here either; empty if there is no such process or it could not do
+    /// it. On Windows it is made here, in a guarded call: a fault while symbols are read costs the call stacks.
     /// \throws std::bad_alloc only.
     std::optional<std::string> TextFromOutside();
 

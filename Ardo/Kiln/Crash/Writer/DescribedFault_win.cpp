@@ -3,9 +3,13 @@
 #include "Ardo/Kiln/Crash/Fault/FaultDispatch.h"
 #include "Ardo/Kiln/Crash/Fault/LastThrow.h"
 #include "Ardo/Kiln/Crash/FaultCode.h"
+#include "Ardo/Kiln/Crash/Report/CrashReportText.h"
+#include "Ardo/Kiln/Crash/Report/TextSink.h"
+#include "Ardo/Kiln/Crash/Writer/ReportPlace.h"
 #include "Ardo/Kiln/Platform/LocalOffset.h"
 
 #include <algorithm>
+#include <atomic>
 #include <chrono>
 #include <windows.h>
 // After windows.h, which it needs.
@@ -13,6 +17,21 @@
 
 namespace Ardo::Kiln::Crash
 {
+
+namespace
+{
+
+/// Calls \p function of the system's debugging library, which reads files and memory that may be damaged.
+/// \returns whether it has ended; false after a fault in it.
+template <typename Function>
+bool CallProtected(const Function& function)
+{
+    return FaultDispatch::CallGuarded([](void* argument) { (*static_cast<const Function*>(argument))(); },
+                                      const_cast<Function*>(&function),
+                                      [](EXCEPTION_POINTERS*) { return FilterResult::ExecuteHandler; });
+}
+
+} // namespace
 
 DescribedFault::DescribedFault(EXCEPTION_POINTERS* pointers, std::string_view logFiles) noexcept : m_pointers(pointers)
 {
@@ -47,7 +66,24 @@ DescribedFault::~DescribedFault() = default;
 
 std::optional<std::string> DescribedFault::TextFromOutside()
 {
-    return std::nullopt;
+    static std::atomic<bool> g_hasFailed = false; // whoever was left in the middle has kept its lock
+    const std::string version = ApplicationVersion();
+    FaultFacts facts = m_facts;
+    facts.applicationVersion = version;
+    std::optional<std::string> text;
+    const auto make = [&] { text = ReportText(GatherCrashDetails(facts)); };
+    if (!g_hasFailed && !CallProtected(make))
+    {
+        g_hasFailed = true;
+    }
+    if (g_hasFailed)
+    {
+        StringSink sink;
+        const auto module = ModuleOf(facts.processId, facts.address).value_or(LoadedModule{});
+        AppendShortReport(sink, facts, module.file, module.base, !DumpsAreFaked());
+        text = sink.Take();
+    }
+    return text;
 }
 
 int DescribedFault::WriteMinidump(void* file, MINIDUMP_TYPE type) noexcept
@@ -55,10 +91,15 @@ int DescribedFault::WriteMinidump(void* file, MINIDUMP_TYPE type) noexcept
     // The system's function is not for several threads at once.
     static SRWLOCK g_lock = SRWLOCK_INIT;
     MINIDUMP_EXCEPTION_INFORMATION exception{m_facts.threadId, m_pointers, FALSE};
+    DWORD error = ERROR_INTERNAL_ERROR;
+    const auto write = [&]
+    {
+        const BOOL written = ::MiniDumpWriteDump(::GetCurrentProcess(), ::GetCurrentProcessId(), file, type,
+                                                 m_pointers != nullptr ? &exception : nullptr, nullptr, nullptr);
+        error = written ? ERROR_SUCCESS : ::GetLastError();
+    };
     ::AcquireSRWLockExclusive(&g_lock);
-    const BOOL written = ::MiniDumpWriteDump(::GetCurrentProcess(), ::GetCurrentProcessId(), file, type,
-                                             m_pointers != nullptr ? &exception : nullptr, nullptr, nullptr);
-    const DWORD error = written ? ERROR_SUCCESS : ::GetLastError();
+    CallProtected(write);
     ::ReleaseSRWLockExclusive(&g_lock);
     return static_cast<int>(error);
 }

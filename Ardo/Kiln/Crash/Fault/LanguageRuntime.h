@@ -3,8 +3,9 @@
 namespace Ardo::Kiln::Crash
 {
 
-// Facts about exceptions that the C++ runtime (libstdc++) has no public functions for. The only file that relies on the
-// memory layout of its objects; PrepareLanguageRuntime checks it. All functions concern the calling thread.
+// Facts about exceptions that the C++ runtime (libstdc++, on both systems) has no public functions for. The only file
+// that relies on the memory layout of its objects; PrepareLanguageRuntime checks it. All functions concern the calling
+// thread.
 
 /// Checks, with an exception of its own, that the runtime keeps its records as expected; the first call does so. Until
 /// then, and if it does not, the functions below answer as if no exception were there, and CaughtExceptions restores
@@ -21,9 +22,11 @@ bool CaughtObjectWasThrown() noexcept;
 /// Whether there is such an exception, of any language. A signal handler may call it.
 bool HasCaughtException() noexcept;
 
-/// Whether one of the calling functions is std::terminate, or the runtime that has found no way on for an exception and
-/// calls the terminate handler. Walks the stack, whose damage can make it fault. A signal handler may call it.
-bool IsInTerminate() noexcept;
+#if !__has_include(<cxxabi.h>)
+/// What stands for the object of the calling thread's last throw in the runtime of MSVC, where objects are copied when
+/// they are stored or caught by value.
+const void* LastThrowKey() noexcept;
+#endif
 
 /// The state of the runtime's list of caught exceptions, to go back to when catch blocks are left by a jump.
 class CaughtExceptions

@@ -1,4 +1,4 @@
-#include "Ardo/Kiln/Crash/Fault/ThrowTable_linux.h"
+#include "Ardo/Kiln/Crash/Fault/ThrowTable.h"
 
 #include <algorithm>
 #include <array>

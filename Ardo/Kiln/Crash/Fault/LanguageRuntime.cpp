@@ -1,15 +1,15 @@
-#include "Ardo/Kiln/Crash/Fault/LanguageRuntime_linux.h"
+#include "Ardo/Kiln/Crash/Fault/LanguageRuntime.h"
 
-#include <cxxabi.h>
-#include <dlfcn.h>
-#include <unwind.h>
-
-#include <algorithm>
-#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
 #include <exception>
+
+#if __has_include(<cxxabi.h>)
+#include <algorithm>
+#include <cxxabi.h>
+#include <iterator>
+#include <unwind.h>
 
 namespace Ardo::Kiln::Crash
 {
@@ -26,10 +26,6 @@ struct Globals
 
 /// The distance from the header of an exception to its object; 0 while the layout is not known to be as expected.
 std::ptrdiff_t g_headerSize = 0;
-
-/// Functions that are on the stack while the runtime calls a terminate handler. A noexcept function is found by the
-/// unwinder's second phase, which has no other reason to call an abort().
-std::array<const void*, 5> g_terminating = {};
 
 Globals ReadGlobals() noexcept
 {
@@ -52,6 +48,17 @@ const void* ObjectOf(const std::exception_ptr& exception) noexcept
 const _Unwind_Exception& UnwinderPart(const void* object) noexcept
 {
     return *(static_cast<const _Unwind_Exception*>(object) - 1);
+}
+
+/// Whether the unwinder has found a catch block for it: its private words are zero until then.
+bool WasCaught(const _Unwind_Exception& exception) noexcept
+{
+#ifdef __SEH__
+    return std::any_of(std::begin(exception.private_), std::end(exception.private_),
+                       [](auto word) { return word != 0; });
+#else
+    return exception.private_2 != 0;
+#endif
 }
 
 bool IsOfThisLanguage(const _Unwind_Exception& exception) noexcept
@@ -81,55 +88,25 @@ std::ptrdiff_t MeasureHeader() noexcept
             size = static_cast<const char*>(object) - static_cast<const char*>(inside.caught);
             constexpr auto Least = static_cast<std::ptrdiff_t>(sizeof(_Unwind_Exception));
             const bool plausible = size >= Least && size <= 512 && IsOfThisLanguage(UnwinderPart(object)) &&
-                                   UnwinderPart(object).private_2 != 0;
+                                   WasCaught(UnwinderPart(object));
             size = plausible ? size : 0;
         }
     }
     return ReadGlobals().caught == before.caught ? size : 0;
 }
 
-struct Search
-{
-    int framesLeft = 256;
-    bool found = false;
-};
-
-_Unwind_Reason_Code FindTerminating(_Unwind_Context* frame, void* argument)
-{
-    auto& search = *static_cast<Search*>(argument);
-    int beforeInstruction = 0;
-    const std::uintptr_t address = _Unwind_GetIPInfo(frame, &beforeInstruction);
-    if (address == 0 || --search.framesLeft == 0)
-    {
-        return _URC_END_OF_STACK;
-    }
-    // NOLINTNEXTLINE(performance-no-int-to-ptr): the call may be the last instruction of its function
-    auto* const inside = reinterpret_cast<void*>(address - (beforeInstruction == 0 ? 1 : 0));
-    const void* const function = _Unwind_FindEnclosingFunction(inside);
-    search.found =
-        function != nullptr && std::find(g_terminating.begin(), g_terminating.end(), function) != g_terminating.end();
-    return search.found ? _URC_END_OF_STACK : _URC_NO_REASON;
-}
-
 } // namespace
 
 void PrepareLanguageRuntime() noexcept
 {
-    static const bool g_isPrepared = []
-    {
-        g_terminating = {
-            reinterpret_cast<const void*>(&std::terminate), reinterpret_cast<const void*>(&_Unwind_RaiseException),
-            reinterpret_cast<const void*>(&_Unwind_Resume), reinterpret_cast<const void*>(&_Unwind_Resume_or_Rethrow),
-            dlsym(RTLD_DEFAULT, "__cxa_call_terminate")}; // what later compilers call
-        g_headerSize = MeasureHeader();
-        return true;
-    }();
+    static const bool g_isPrepared = (g_headerSize = MeasureHeader(), true);
     static_cast<void>(g_isPrepared);
 }
 
 const void* CaughtObject() noexcept
 {
-    return g_headerSize != 0 ? ObjectOf(std::current_exception()) : nullptr;
+    return g_headerSize != 0 && abi::__cxa_current_exception_type() != nullptr ? ObjectOf(std::current_exception())
+                                                                               : nullptr;
 }
 
 bool CaughtObjectWasThrown() noexcept
@@ -142,19 +119,12 @@ bool CaughtObjectWasThrown() noexcept
     // A header in front of the object itself: the exception is where the throw has put it. Otherwise the header is one
     // of std::rethrow_exception, and the object's own was written to by the unwinder if it was ever thrown and caught.
     const bool isOwnHeader = static_cast<const char*>(ReadGlobals().caught) + g_headerSize == object;
-    return isOwnHeader || UnwinderPart(object).private_2 != 0;
+    return isOwnHeader || WasCaught(UnwinderPart(object));
 }
 
 bool HasCaughtException() noexcept
 {
     return g_headerSize != 0 && ReadGlobals().caught != nullptr;
-}
-
-bool IsInTerminate() noexcept
-{
-    Search search;
-    _Unwind_Backtrace(FindTerminating, &search);
-    return search.found;
 }
 
 CaughtExceptions::CaughtExceptions() noexcept
@@ -174,3 +144,39 @@ void CaughtExceptions::Restore() noexcept
 }
 
 } // namespace Ardo::Kiln::Crash
+
+#else // The runtime of MSVC. Not compiled by the checks of this project.
+
+namespace Ardo::Kiln::Crash
+{
+
+void PrepareLanguageRuntime() noexcept {}
+
+const void* LastThrowKey() noexcept
+{
+    static thread_local char g_key = 0;
+    return &g_key;
+}
+
+const void* CaughtObject() noexcept
+{
+    return HasCaughtException() ? LastThrowKey() : nullptr;
+}
+
+bool CaughtObjectWasThrown() noexcept
+{
+    return HasCaughtException();
+}
+
+bool HasCaughtException() noexcept
+{
+    return std::current_exception() != nullptr;
+}
+
+CaughtExceptions::CaughtExceptions() noexcept : m_caught(nullptr), m_uncaught(0) {}
+
+void CaughtExceptions::Restore() noexcept {}
+
+} // namespace Ardo::Kiln::Crash
+
+#endif

@@ -1,0 +1,86 @@
+#pragma once
+
+#include "Ardo/Kiln/Crash/FaultCode.h"
+#include "Ardo/Kiln/Exception/Handler.h"
+#include "Ardo/Kiln/Exception/MiniDumpGenerator.h"
+#include "tests/Support/ScopedTempDir.h"
+#include "tests/Support/ScopedVariable.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <filesystem>
+#include <string>
+
+namespace Ardo::Kiln::Exception
+{
+
+/// The private operations, and the state that a test leaves as it found it.
+struct HandlerTestAccess
+{
+    static constexpr auto HeapCorruption = &Handler::HandleHeapCorruption;
+    static constexpr auto Loop = &Handler::HandleSuspiciousExceptionLoop;
+    static constexpr auto Uncaught = &Handler::HandleUncaughtExceptions;
+    static constexpr auto Report = &Handler::ReportAndDump;
+    static constexpr auto Kill = &Handler::KillCurrentProcess;
+
+    static int Instances() { return Handler::g_instances; }
+    static void SetClock(std::uint64_t (*clock)()) { Handler::g_clock = clock; }
+    static void Forget()
+    {
+        Handler::SetFlags(0);
+        Handler::g_alreadyCrashed = false;
+        Handler::g_clock = &Handler::SystemClock;
+    }
+};
+
+/// Reports go to a folder of the test's own, without dumps.
+class HandlerTest : public ::testing::Test
+{
+protected:
+    HandlerTest()
+    {
+        MiniDumpGenerator::SetFakeWriteDump(true);
+        Said([] { MiniDumpGenerator::CreateDumpDirectory(); });
+        HandlerTestAccess::Forget();
+        HandlerTestAccess::SetClock([] { return g_now; });
+    }
+
+    ~HandlerTest() override { HandlerTestAccess::Forget(); }
+
+    /// What \p action writes to the standard error stream.
+    template <typename Action>
+    static std::string Said(const Action& action)
+    {
+        ::testing::internal::CaptureStderr();
+        action();
+        return ::testing::internal::GetCapturedStderr();
+    }
+
+    std::size_t Reports() const
+    {
+        std::size_t count = 0;
+        for (const auto& entry : std::filesystem::recursive_directory_iterator(m_folder.Path()))
+        {
+            count += entry.path().extension() == ".txt" ? 1U : 0U;
+        }
+        return count;
+    }
+
+    static inline std::uint64_t g_now = 0; ///< What the handler's clock shows, in ticks of 100 ns.
+    const Support::ScopedTempDir m_folder;
+
+private:
+    const Support::ScopedVariable m_data{"XDG_DATA_HOME", m_folder.Path()};      // of Linux
+    const Support::ScopedVariable m_programData{"ProgramData", m_folder.Path()}; // of Windows
+    // A process that a test starts and that ends half-way makes its folder in this one, which the test removes.
+    const Support::ScopedVariable m_temporary{"TMPDIR", m_folder.Path()};
+};
+
+class HandlerDeathTest : public HandlerTest
+{
+protected:
+    HandlerDeathTest() { GTEST_FLAG_SET(death_test_style, "threadsafe"); }
+};
+
+} // namespace Ardo::Kiln::Exception
