@@ -7,6 +7,7 @@
 #include "Ardo/Kiln/Exception/Warning.h"
 #include "Ardo/Kiln/Logger/CreateLogger.h"
 #include "Ardo/Kiln/Logger/Logging.h"
+#include "Ardo/Kiln/Logger/SeveritySets.h"
 #include "tests/Support/LogCollector.h"
 #include "tests/Support/Process.h"
 
@@ -258,15 +259,16 @@ TEST_F(HandlerTest, RecordsLoggedDuringTheQuestionAreInTheFileAfterwards)
 {
     Logger::Logging logging(m_folder.Path(), L"B");
     logging.Initialize();
+    logging.AddSinks({{L"D", 0, {}, Logger::InfoAndAbove}});
     Fault fault;
     const auto present = [](const std::shared_ptr<Notification>& notification)
     {
         auto logger = Logger::CreateLogger("C");
-        BOOST_LOG_SEV(logger, Logger::debug) << "meanwhile";
+        BOOST_LOG_SEV(logger, Logger::info) << "meanwhile";
         notification->Answer({0, {}});
     };
     Said([&] { Access::Report(&fault.pointers, "message", present); });
-    EXPECT_THAT(Support::ReadFile(m_folder / "Log/B_Dbg.log"), EndsWith("meanwhile\n"));
+    EXPECT_THAT(Support::ReadFile(m_folder / "Log/D.log"), EndsWith("meanwhile\n"));
 }
 
 TEST_F(HandlerTest, WhatLeavesTheWorkEndsThere)
