@@ -13,13 +13,14 @@ namespace Ardo::Kiln::Support
 namespace
 {
 
-/// Numbers as the German locale writes them.
+/// Numbers as the German locale writes them, but with groups of five digits: GoogleTest writes line numbers and handles
+/// for the processes of its death tests in the global locale, and reads them without groups.
 template <typename Char>
 class HostileNumbers : public std::numpunct<Char>
 {
     Char do_decimal_point() const override { return ','; }
     Char do_thousands_sep() const override { return '.'; }
-    std::string do_grouping() const override { return "\3"; }
+    std::string do_grouping() const override { return "\5"; }
 };
 
 } // namespace

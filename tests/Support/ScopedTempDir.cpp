@@ -22,6 +22,17 @@ ScopedTempDir::~ScopedTempDir()
     std::error_code ignored; // a test that failed half-way may have left the folder read-only
     fs::permissions(m_path, fs::perms::owner_all, ignored);
     fs::remove_all(m_path, ignored);
+    if (fs::exists(m_path, ignored)) // on Windows a read-only file cannot be removed
+    {
+        for (const auto& entry : fs::recursive_directory_iterator(m_path, ignored))
+        {
+            if (!entry.is_symlink(ignored))
+            {
+                fs::permissions(entry, fs::perms::owner_write, fs::perm_options::add, ignored);
+            }
+        }
+        fs::remove_all(m_path, ignored);
+    }
 }
 
 fs::path ScopedTempDir::operator/(std::string_view name) const

@@ -21,6 +21,9 @@ void Hide(const std::filesystem::path& file);
 /// A file name that is no text: \p before, something that is displayed as U+FFFD, and \p after.
 std::filesystem::path NameThatIsNoText(const std::string& before, const std::string& after);
 
+/// Whether files can have such names: under wine they cannot.
+bool CanHaveNameThatIsNoText();
+
 /// The most memory that this process has used at one time, in bytes.
 std::uint64_t PeakMemory();
 

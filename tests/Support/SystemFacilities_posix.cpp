@@ -26,6 +26,11 @@ fs::path NameThatIsNoText(const std::string& before, const std::string& after)
     return before + "\xE4" + after;
 }
 
+bool CanHaveNameThatIsNoText()
+{
+    return true;
+}
+
 std::uint64_t PeakMemory()
 {
     rusage usage{};

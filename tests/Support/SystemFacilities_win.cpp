@@ -3,6 +3,7 @@
 #include "Ardo/Kiln/Conversion/String.h"
 #include "Ardo/Kiln/Platform/ModulePath.h"
 #include "tests/Support/Process.h"
+#include "tests/Support/ScopedTempDir.h"
 
 #include <gtest/gtest.h>
 
@@ -29,6 +30,13 @@ void Hide(const fs::path& file)
 fs::path NameThatIsNoText(const std::string& before, const std::string& after)
 {
     return String::FromUtf8(before) + L'\xD800' + String::FromUtf8(after);
+}
+
+bool CanHaveNameThatIsNoText()
+{
+    const ScopedTempDir folder;
+    std::error_code error;
+    return fs::create_directory(folder.Path() / NameThatIsNoText("", ""), error);
 }
 
 std::uint64_t PeakMemory()

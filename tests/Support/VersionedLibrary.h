@@ -18,7 +18,7 @@ inline std::string VersionedLibrary(const std::array<std::uint16_t, 4>& version)
     const std::pair<std::size_t, std::uint32_t> words[] = {
         {0, 0x5A4D}, {60, 64},                                                // "MZ", the place of the next header
         {64, 0x4550}, {68, 1 * High}, {84, 240}, {88, 0x20B},                 // "PE", 1 section, size and kind of header
-        {196, 16}, {216, Address},                                            // directories, that of the resources
+        {196, 16}, {216, Address}, {220, 180},                                          // directories, that of the resources
         {336, 180}, {340, Address}, {344, 180}, {348, 368},                   // the section: where in memory and file
         {380, 1 * High}, {384, 16}, {388, Directory + 24},                    // resource type, one entry
         {404, 1 * High}, {408, 1}, {412, Directory + 48},                     // name

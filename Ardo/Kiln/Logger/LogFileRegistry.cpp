@@ -2,6 +2,7 @@
 
 #include "Ardo/Kiln/FileSystem/WidePath.h"
 #include "Ardo/Kiln/Logger/LockWithin_p.h"
+#include "Ardo/Kiln/Platform/ProcessEnd.h"
 #include "Ardo/Kiln/Platform/ProcessFork.h"
 
 #include <condition_variable>
@@ -78,7 +79,22 @@ Registry& TheRegistry()
 /// Writes what is logged until the process exits, also without a Logging object or after its destruction.
 struct ShutdownAtExit
 {
-    ~ShutdownAtExit() { Shutdown(); }
+    ~ShutdownAtExit() { Platform::AreOtherThreadsGone() ? FlushWithoutThreads() : Shutdown(); }
+
+private:
+    /// The flusher's thread is gone, and other threads may have ended while they held a lock.
+    static void FlushWithoutThreads() noexcept
+    {
+        Registry& registry = TheRegistry();
+        const std::unique_lock lock(registry.mutex, std::try_to_lock);
+        if (lock.owns_lock())
+        {
+            for (const auto& file : registry.files)
+            {
+                file->FlushAfterFault(std::chrono::milliseconds(100));
+            }
+        }
+    }
 };
 const ShutdownAtExit g_shutdownAtExit;
 

@@ -10,4 +10,9 @@ void EndProcess(int exitCode) noexcept
     ::_exit(exitCode);
 }
 
+bool AreOtherThreadsGone() noexcept
+{
+    return false;
+}
+
 } // namespace Ardo::Kiln::Platform

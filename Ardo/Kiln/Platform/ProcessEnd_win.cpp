@@ -14,4 +14,12 @@ void EndProcess(int exitCode) noexcept
     std::abort(); // only reached if TerminateProcess fails
 }
 
+bool AreOtherThreadsGone() noexcept
+{
+    using Question = BOOLEAN(WINAPI*)();
+    const HMODULE system = ::GetModuleHandleW(L"ntdll.dll");
+    const FARPROC address = system != nullptr ? ::GetProcAddress(system, "RtlDllShutdownInProgress") : nullptr;
+    return address != nullptr && reinterpret_cast<Question>(reinterpret_cast<void*>(address))() != FALSE;
+}
+
 } // namespace Ardo::Kiln::Platform

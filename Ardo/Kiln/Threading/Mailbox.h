@@ -45,7 +45,7 @@ public:
 
 protected:
     /// One call of the receiver that is in progress, on the stack of its thread.
-    class Run
+    class KILN_EXPORT Run
     {
     public:
         explicit Run(Mailbox& mailbox) noexcept : m_mailbox(mailbox) {}

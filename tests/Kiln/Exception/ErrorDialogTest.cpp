@@ -7,6 +7,7 @@
 #include "Ardo/Kiln/Exception/Handler.h"
 #include "Ardo/Kiln/Exception/Notification.h"
 #include "Ardo/Kiln/Exception/Warning.h"
+#include "tests/Support/Pattern.h"
 #include "tests/Support/ScopedTempDir.h"
 #include "tests/Support/SystemFacilities.h"
 
@@ -73,7 +74,7 @@ protected:
     {
         m_application.reset();
         ErrorDialogQueue::SetTakeUpLimit(std::chrono::seconds(30));
-        EXPECT_THAT(::testing::internal::GetCapturedStderr(), Not(::testing::ContainsRegex("------- (Error|Warning)")));
+        EXPECT_THAT(::testing::internal::GetCapturedStderr(), Not(Support::ContainsPattern("------- (Error|Warning)")));
     }
 
     /// What went to the standard error stream since the last call.
@@ -283,7 +284,7 @@ TEST_F(ErrorDialogTest, WithoutThePluginEverythingGoesToTheConsole)
         RunWith([&] { questions[0].Ask("of another thread"); });
         questions[1].Ask("of this thread");
         EXPECT_EQ(questions[0].Decision() + questions[1].Decision(), 2);
-        EXPECT_THAT(Console(), ::testing::ContainsRegex(
+        EXPECT_THAT(Console(), Support::ContainsPattern(
                                    "^Errors are shown on the console: [^\n]*CommonDialogs-[^\n]*\n"
                                    "\\(EEE.*\\(EEE\\)\nof another thread\n\\(EEE.*\\(EEE\\)\nof this thread\n$"));
         return;

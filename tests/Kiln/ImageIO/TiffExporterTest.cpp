@@ -21,6 +21,7 @@
 #include <thread>
 #include <tuple>
 #include <utility>
+#include <vector>
 
 #include <gmock/gmock.h>
 
@@ -242,9 +243,13 @@ TEST_F(TiffExporterTest, AFileMayHaveAnyName)
     const std::locale before = std::locale::global(std::locale::classic());
     const std::filesystem::path deep = std::filesystem::path(std::string(150, 'd')) / std::string(150, 'e'); // > 260
     std::filesystem::create_directories(m_dir.Path() / deep);
-    for (const std::filesystem::path& name :
-         {FileSystem::ToPath(L"\u00E4 \u540D\u524D.tif"), Support::NameThatIsNoText("", ".tif"),
-          Support::NameThatIsNoText("\u00C3", ".tif"), deep / "f.tif"})
+    std::vector<std::filesystem::path> names = {FileSystem::ToPath(L"\u00E4 \u540D\u524D.tif"), deep / "f.tif"};
+    if (Support::CanHaveNameThatIsNoText())
+    {
+        names.push_back(Support::NameThatIsNoText("", ".tif"));
+        names.push_back(Support::NameThatIsNoText("\u00C3", ".tif"));
+    }
+    for (const std::filesystem::path& name : names)
     {
         const std::filesystem::path path = m_dir.Path() / name;
         const std::string pixels = WritePattern(m_exporter, path, 3, 2, &TiffExporter::WriteUInt8Image, nullptr);

@@ -1,3 +1,4 @@
+#include "tests/Support/Pattern.h"
 #include "tests/Support/Process.h"
 #include "tests/Support/ScopedTempDir.h"
 
@@ -154,7 +155,7 @@ TEST_F(LogProcessesTest, AWarningIsInTheFileWhenTheProcessDiesOfIt)
 {
     Run({"P abort"}, 1000);
     EXPECT_THAT(Support::ReadFile(m_folder / "Log/Shared.log"),
-                testing::ContainsRegex("\tLogWriterProcess.P: first words\n.*\tLogWriterProcess.P: last words\n$"));
+                Support::ContainsPattern("\tLogWriterProcess.P: first words\n.*\tLogWriterProcess.P: last words\n$"));
 }
 
 TEST_F(LogProcessesTest, TheEndOfAProcessIsLoggedWhateverEndsFirst)
@@ -174,9 +175,9 @@ TEST_F(LogProcessesTest, TheProgramOfTheGuideWritesWhatTheGuideSays)
     EXPECT_EQ(result.status, 0);
     EXPECT_EQ(result.output + result.error, "");
     EXPECT_THAT(Support::ReadFile(m_folder / "Log/Guide.log"),
-                testing::MatchesRegex("[^\n]*\tI\t[0-9]+\t[0-9]+\tguide.Stage: moved to 25 µm\n"));
+                Support::MatchesPattern("[^\n]*\tI\t[0-9]+\t[0-9]+\tguide.Stage: moved to 25 µm\n"));
     EXPECT_THAT(Support::ReadFile(m_folder / "Log/Guide_Dbg.log"),
-                testing::MatchesRegex("[^\n ]* .debug  . guide.Stage motor steps: 4096\n"));
+                Support::MatchesPattern("[^\n ]* .debug  . guide.Stage motor steps: 4096\n"));
 }
 
 } // namespace Ardo::Kiln::Logger

@@ -44,28 +44,20 @@ TEST(SystemTest, TheSettingsOfProgramsOf32BitsHaveTheirOwnKey)
     EXPECT_EQ(ReadMachineSetting(L"SOFTWARE\\Wow6432Node\\" + name, L"a name"), std::nullopt);
 }
 
-TEST(SystemDeathTest, CtrlCAndCtrlBreakAreRemembered)
+TEST(SystemDeathTest, CtrlCIsRemembered)
 {
     const auto interrupt = []
     {
         ::FreeConsole();
-        ::AllocConsole(); // no other process receives the events
-        for (const DWORD event : {DWORD{CTRL_C_EVENT}, DWORD{CTRL_BREAK_EVENT}})
+        ::AllocConsole();                        // no other process receives the event
+        ::SetConsoleCtrlHandler(nullptr, FALSE); // a parent may have made it ignore Ctrl-C
+        if (!CatchConsoleInterrupts() || WasConsoleInterrupted() || !::GenerateConsoleCtrlEvent(CTRL_C_EVENT, 0))
         {
-            ::SetConsoleCtrlHandler(nullptr, FALSE); // a parent may have made it ignore Ctrl-C
-            if (!CatchConsoleInterrupts() || WasConsoleInterrupted() || !::GenerateConsoleCtrlEvent(event, 0))
-            {
-                std::_Exit(1);
-            }
-            for (int wait = 0; !WasConsoleInterrupted(); ++wait)
-            {
-                ::Sleep(10);
-                if (wait == 3000)
-                {
-                    std::_Exit(2);
-                }
-            }
-            ReleaseConsoleInterrupts();
+            std::_Exit(1);
+        }
+        while (!WasConsoleInterrupted()) // the test has a time limit
+        {
+            ::Sleep(10);
         }
         std::_Exit(0);
     };
