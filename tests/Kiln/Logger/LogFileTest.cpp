@@ -65,7 +65,7 @@ TEST_F(LogFileTest, AnObstacleCostsOneLineAndNotTheRecordsThatFitTheMemory)
                    [&] { fs::remove(m_path); }});
 
     LogFile file(m_path, 0, 3);
-    file.Flush();
+    file.BeginNewFile(); // closes it: Windows keeps a folder with an open file
     fs::remove_all(folder);
     Write(file, "new folder\n");
     fs::remove(m_path);

@@ -86,7 +86,7 @@ TEST_F(LoggingTest, AFolderThatCannotBeMadeIsAnErrorAndMayBeTriedAgain)
 {
     Support::WriteFile(m_folder / "root", "");
     Logging logging(m_folder / "root", L"B");
-    const fs::filesystem_error expected("create_directories", m_folder / "root/Log",
+    const fs::filesystem_error expected("create_directories", m_folder / "root" / "Log",
                                         std::make_error_code(std::errc::not_a_directory));
     EXPECT_THAT([&] { logging.Initialize(); }, ThrowsMessage<fs::filesystem_error>(expected.what()));
     fs::remove(m_folder / "root");
