@@ -24,11 +24,12 @@ ScopedTempDir::~ScopedTempDir()
     fs::remove_all(m_path, ignored);
     if (fs::exists(m_path, ignored)) // on Windows a read-only file cannot be removed
     {
-        for (const auto& entry : fs::recursive_directory_iterator(m_path, ignored))
+        std::error_code error;
+        for (fs::recursive_directory_iterator entry(m_path, error), end; !error && entry != end; entry.increment(error))
         {
-            if (!entry.is_symlink(ignored))
+            if (!entry->is_symlink(ignored))
             {
-                fs::permissions(entry, fs::perms::owner_write, fs::perm_options::add, ignored);
+                fs::permissions(entry->path(), fs::perms::owner_write, fs::perm_options::add, ignored);
             }
         }
         fs::remove_all(m_path, ignored);
