@@ -168,11 +168,12 @@ TEST_F(ProfilingTest, AStageCountsWhenItBeginsAndEndsDuringOneRecording)
     {
         const Stage inner("inner"); // in no stage of this recording
         acrossRestart.reset();
+        const Stage nested("nested"); // still within "inner"
     }
     auto ofOtherThread = std::make_unique<Stage>("ends elsewhere");
     std::thread([&] { ofOtherThread.reset(); }).join();
     std::thread([] { const Stage own("own"); }).join();
-    EXPECT_THAT(Stages(), ::testing::UnorderedElementsAre("inner 1", "own 1", "ends elsewhere 0"));
+    EXPECT_THAT(Stages(), ::testing::UnorderedElementsAre("inner 1", "  nested 1", "own 1", "ends elsewhere 0"));
 
     StartRecording();
     std::optional<Stage> acrossStop(std::in_place, "across the stop");
