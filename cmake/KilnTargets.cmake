@@ -8,6 +8,15 @@
 
 include(GenerateExportHeader)
 
+# Limits the exports of a library to the list in cmake/NAME.map. On Windows only what is marked is exported in any case.
+function(kiln_limit_exports target name)
+    if(NOT WIN32)
+        set(map ${PROJECT_SOURCE_DIR}/cmake/${name}.map)
+        target_link_options(${target} PRIVATE -Wl,--version-script=${map})
+        set_property(TARGET ${target} APPEND PROPERTY LINK_DEPENDS ${map})
+    endif()
+endfunction()
+
 function(kiln_begin_library)
     add_library(Common SHARED)
     add_library(ArdoKiln::Common ALIAS Common)
@@ -24,6 +33,7 @@ function(kiln_begin_library)
     else()
         target_link_options(Common PRIVATE -Wl,-z,nodelete) # signal handlers and a thread stay after dlclose
     endif()
+    kiln_limit_exports(Common Common)
 
     # The generated header belongs to no folder, so every folder may include it.
     generate_export_header(
@@ -80,6 +90,7 @@ function(kiln_plugin)
     target_link_libraries(${arg_NAME} PRIVATE KilnCompiler Boost::headers ${arg_LINK})
     target_include_directories(${arg_NAME} PRIVATE ${PROJECT_SOURCE_DIR} ${PROJECT_BINARY_DIR}/generated)
     target_compile_definitions(${arg_NAME} PRIVATE KILN_EXPORT_FOR_TESTS=)
+    kiln_limit_exports(${arg_NAME} Plugin)
     # The full version is part of the name: see Ardo/Kiln/Platform/Plugin.h. MODULE libraries are LIBRARY targets on
     # Windows as well, but stand in the folder of the programs there, as Common does.
     set_target_properties(

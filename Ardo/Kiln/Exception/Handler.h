@@ -136,9 +136,9 @@ public:
 private:
     friend struct HandlerTestAccess;
 
-    struct ThreadState;
-    struct GuardedCall;
-    class CrashLock;
+    struct KILN_NO_EXPORT ThreadState;
+    struct KILN_NO_EXPORT GuardedCall;
+    class KILN_NO_EXPORT CrashLock;
 
     /// Registers the two functions below.
     /// \throws std::bad_alloc.

@@ -162,7 +162,7 @@ protected:
 private:
     friend class Polling::Poller; // polls in milliseconds, by InternalEvery()
 
-    struct HandledFunction;
+    struct KILN_NO_EXPORT HandledFunction;
     struct PendingCall;
 
     void CheckBackgroundWorkerThread() const;
