@@ -9,12 +9,28 @@ command=scripts/$(basename "$0")
 cd "$root"
 
 started=$SECONDS
-step() { printf '\n== %s (%d s)\n' "$*" $((SECONDS - started)); }
+stepName=
+stepStarted=$SECONDS
+stepTimes=
+# step NAME: begins a step. done_with says how long each took.
+step() {
+    end_step
+    stepName=$*
+    stepStarted=$SECONDS
+    printf '\n== %s (%d s)\n' "$*" $((SECONDS - started))
+}
+end_step() {
+    [ -z "$stepName" ] || stepTimes+=$(printf '%6d s  %s' $((SECONDS - stepStarted)) "$stepName")$'\n'
+    stepName=
+}
 fail() {
     printf '\n%s: FAILED: %s\n' "$command" "$*" >&2
     exit 1
 }
-done_with() { printf '\n%s: %s (%d s)\n' "$command" "$*" $((SECONDS - started)); }
+done_with() {
+    end_step
+    printf '\n%s%s: %s (%d s)\n' "$stepTimes" "$command" "$*" $((SECONDS - started))
+}
 trap 'fail "the step above, line $LINENO"' ERR
 
 # need_packages LIST...: installs the missing Debian packages of the files scripts/packages-LIST. Without the permission to
