@@ -73,6 +73,24 @@ struct HistogramOptions
 /// Writes how often each value of an image occurs, as a text that spreadsheets open.
 void WriteHistogram(const HistogramOptions& options);
 
+/// Describes the library and the machine.
+/// \param file a Windows program or library whose version is printed instead; empty for none.
+void DescribeSystem(const std::string& file);
+
+/// The arguments of `kiln name`.
+struct NameOptions
+{
+    std::string folder;            ///< The folder of experiments; empty: that of the settings.
+    std::string settings;          ///< An INI file with naming settings; empty: the defaults.
+    std::string record;            ///< A record for the placeholders of labels; empty: an empty record.
+    std::string extension = "tif"; ///< Without the dot.
+    bool reserve = false;          ///< Take the next free names and make empty files.
+    std::uint32_t count = 1;       ///< The number of names.
+};
+
+/// Prints the paths that acquisitions of this moment get.
+void Name(const NameOptions& options);
+
 /// The arguments of `kiln format`. Empty texts: not given.
 struct FormatOptions
 {

@@ -3,6 +3,7 @@
 #include "apps/kiln/Profile.h"
 #include "apps/kiln/Streams.h"
 #include "apps/kiln/ToolLog.h"
+#include "apps/kiln/ToolOptions.h"
 #include "apps/Program/ProgramArguments.h"
 
 #include "Ardo/Kiln/Profiling/Stage.h"
@@ -46,7 +47,7 @@ void Do(const CommonOptions& options, const CLI::App* command, Action action)
     using namespace Ardo::Kiln;
     using namespace Ardo::Kiln::Tool;
 
-    const ToolLog log(options.logFolder);
+    const ToolLog log(LogFolder(options.logFolder));
     Profile profile(options.profile);
     LogDebug("begin " + command->get_name());
     try
@@ -104,7 +105,7 @@ int Run(std::vector<std::string> arguments)
     int status = Done;
     CLI::App app("Writes, reads and checks microscope images with their acquisition record.", "kiln");
     app.set_version_flag("--version", Version, "Print the version and exit");
-    app.footer(Footer);
+    app.footer(std::string("Also from the environment and the tool's settings:\n") + OptionsHelp() + "\n" + Footer);
     app.require_subcommand(1);
     app.allow_windows_style_options(false); // a word that begins with "/" is a path on every system
     app.fallthrough();                      // so that the options below may stand behind the command, too
@@ -196,6 +197,21 @@ int Run(std::vector<std::string> arguments)
     command->add_option("SECOND", other, "The file to compare with it")->required();
     command->add_flag("--allow-additions", allowAdditions, "Fields that only SECOND has are no difference");
     on(command, [&] { status = Compare(file, other, allowAdditions) ? Done : Failed; });
+
+    command = AddCommand(app, "system", "Describe the machine, or print the version of a Windows program or library");
+    command->add_option("FILE", file, "The program or library");
+    on(command, [&] { DescribeSystem(file); });
+
+    NameOptions naming;
+    command = AddCommand(app, "name", "Print the path that an acquisition gets, or take it");
+    command->add_option("FOLDER", naming.folder, "Where experiments go, if not where the settings say");
+    command->add_option("--settings", naming.settings, "An INI file with naming settings");
+    command->add_option("--record", naming.record, "The record that fills in labels: an XML, JSON or TIFF file");
+    command->add_option("--extension", naming.extension, "Of the file, without the dot")->capture_default_str();
+    command->add_flag("--reserve", naming.reserve, "Take the next free name: make the folder and an empty file");
+    constexpr std::uint32_t MaxNames = 100'000;
+    command->add_option("--count", naming.count, "Take so many names")->check(CLI::Range(std::uint32_t{1}, MaxNames));
+    on(command, [&] { Name(naming); });
 
     FormatOptions formatting;
     command = AddCommand(app, "format", "Print a quantity with an SI prefix");

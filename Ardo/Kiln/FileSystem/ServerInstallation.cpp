@@ -2,7 +2,7 @@
 
 #include "Ardo/Kiln/FileSystem/WidePath.h"
 #include "Ardo/Kiln/Platform/FileVersion.h"
-#include "Ardo/Kiln/Platform/MachineSetting.h"
+#include "Ardo/Kiln/Platform/Setting.h"
 
 namespace Ardo::Kiln::FileSystem
 {
@@ -11,7 +11,8 @@ std::optional<std::filesystem::path> ServerInstallationFolder()
 {
     for (const wchar_t* key : {L"SOFTWARE\\Ardo\\Configuration", L"SOFTWARE\\Wow6432Node\\Ardo\\Configuration"})
     {
-        if (const auto folder = Platform::ReadMachineSetting(key, L"Installation Path"))
+        const auto value = Platform::ReadSetting(Platform::SettingScope::Machine, key, L"Installation Path");
+        if (const auto* const folder = value ? std::get_if<std::wstring>(&*value) : nullptr)
         {
             return ToPath(*folder);
         }

@@ -12,7 +12,7 @@ namespace Ardo::Kiln::FileSystem
 // The installed software of the instrument server. Nothing is cached between calls. Any thread may call the functions.
 
 /// The installation folder: the machine setting "Installation Path" of the maker's configuration, or of its 32-bit view
-/// if the first is missing. Platform/MachineSetting.h describes both on Linux. Empty if both are missing.
+/// if the first is missing. Platform/Setting.h describes both on Linux. Empty if both are missing.
 /// \throws std::exception when a setting is no path.
 KILN_EXPORT_FOR_TESTS std::optional<std::filesystem::path> ServerInstallationFolder();
 

@@ -4,7 +4,7 @@
 #include "Ardo/Kiln/Crash/FaultCode.h"
 #include "Ardo/Kiln/Crash/Report/ReportFile.h"
 #include "Ardo/Kiln/Crash/Writer/FaultReports.h"
-#include "Ardo/Kiln/Platform/SystemInformation.h"
+#include "Ardo/Kiln/System/SystemInformation.h"
 
 #include "tests/Kiln/Crash/StackSample.h"
 #include "tests/Support/Process.h"
@@ -259,7 +259,7 @@ TEST_F(MiniDumpGeneratorTest, ReportsAreAPairAndTheFileHasTheTextOfTheNotificati
         << report;
     EXPECT_NE(report.find("StackSample.cpp line " + std::to_string(point->outerLine) + "\r\n"), std::string::npos)
         << report;
-    const auto system = Platform::ReadSystemInformation(static_cast<std::uint32_t>(::getpid()));
+    const auto system = System::ReadSystemInformation(static_cast<std::uint32_t>(::getpid()));
     for (const auto& fact : {"Processor: " + system.processor + "\r\n",
                              "Number Of Processors: " + std::to_string(::sysconf(_SC_NPROCESSORS_ONLN)) + "\r\n",
                              "\r\n" + system.systemName + " " + system.systemVersion + "\r\n"})

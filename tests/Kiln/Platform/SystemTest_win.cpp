@@ -1,8 +1,7 @@
 #include "Ardo/Kiln/Platform/ConsoleInterrupt.h"
 #include "Ardo/Kiln/Platform/FileVersion.h"
-#include "Ardo/Kiln/Platform/MachineSetting.h"
 #include "Ardo/Kiln/Platform/ModulePath.h"
-#include "Ardo/Kiln/Platform/SystemInformation.h"
+#include "Ardo/Kiln/Platform/Setting.h"
 
 #include <gtest/gtest.h>
 
@@ -38,10 +37,11 @@ TEST(SystemTest, TheSettingsOfProgramsOf32BitsHaveTheirOwnKey)
                                static_cast<DWORD>((text.size() + 1) * sizeof(wchar_t))),
               0);
     ::RegCloseKey(key);
-    EXPECT_EQ(ReadMachineSetting(L"SOFTWARE\\Wow6432Node\\" + name, L"a name"), text);
-    EXPECT_EQ(ReadMachineSetting(path, L"a name"), std::nullopt);
+    const auto read = [](const std::wstring& from) { return ReadSetting(SettingScope::Machine, from, L"a name"); };
+    EXPECT_EQ(read(L"SOFTWARE\\Wow6432Node\\" + name), SettingValue(text));
+    EXPECT_EQ(read(path), std::nullopt);
     ::RegDeleteKeyExW(HKEY_LOCAL_MACHINE, path.c_str(), KEY_WOW64_32KEY, 0);
-    EXPECT_EQ(ReadMachineSetting(L"SOFTWARE\\Wow6432Node\\" + name, L"a name"), std::nullopt);
+    EXPECT_EQ(read(L"SOFTWARE\\Wow6432Node\\" + name), std::nullopt);
 }
 
 TEST(SystemDeathTest, CtrlCIsRemembered)

@@ -108,7 +108,7 @@ void AddFault(TextSink& text, const FaultFacts& facts, std::string_view exceptio
     }
 }
 
-void AddSystem(TextSink& text, const Platform::SystemInformation& system)
+void AddSystem(TextSink& text, const System::SystemInformation& system)
 {
     constexpr std::uint64_t MiB = 1U << 20U;
     const auto known = [](const std::string& name) { return name.empty() ? std::string_view("unknown") : name; };
@@ -290,7 +290,7 @@ CrashDetails GatherCrashDetails(const FaultFacts& facts)
     details.facts = facts;
     details.exceptionType = ExceptionTypeName(facts);
     details.module = Crash::ModuleOf(facts.processId, facts.address);
-    details.system = Platform::ReadSystemInformation(facts.processId);
+    details.system = System::ReadSystemInformation(facts.processId);
     ProcessSymbols symbols(facts.processId);
     if (facts.context != nullptr)
     {

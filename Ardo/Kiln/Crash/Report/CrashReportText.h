@@ -3,7 +3,7 @@
 #include "Ardo/Kiln/Crash/Process/StackWalk.h"
 #include "Ardo/Kiln/Crash/Report/FaultFacts.h"
 #include "Ardo/Kiln/Crash/Report/TextSink.h"
-#include "Ardo/Kiln/Platform/SystemInformation.h"
+#include "Ardo/Kiln/System/SystemInformation.h"
 #include "Ardo/KilnExport.h"
 
 #include <cstdint>
@@ -56,7 +56,7 @@ struct CrashDetails
     std::optional<LoadedModule> module; ///< That holds the address of the fault.
     StackEnds callStack;
     std::vector<StackFrame> throwStack; ///< Where the C++ exception was thrown.
-    Platform::SystemInformation system;
+    System::SystemInformation system;
 };
 
 /// Adds to \p facts the details that are read from its process and from the system: the symbolised call stack (the

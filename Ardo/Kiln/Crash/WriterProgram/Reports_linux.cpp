@@ -54,7 +54,7 @@ std::string TextOf(const FaultFacts& facts)
     few.facts = facts;
     few.exceptionType = ExceptionTypeName(facts);
     few.module = ModuleOf(facts.processId, facts.address);
-    few.system = Platform::ReadSystemInformation(facts.processId);
+    few.system = System::ReadSystemInformation(facts.processId);
     return ReportText(few);
 }
 

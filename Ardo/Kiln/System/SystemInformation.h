@@ -5,11 +5,11 @@
 #include <cstdint>
 #include <string>
 
-namespace Ardo::Kiln::Platform
+namespace Ardo::Kiln::System
 {
 
-/// The facts about the machine in a crash report. Sizes are in bytes. Empty texts and zeros are facts that the system
-/// does not provide.
+/// Facts about the machine and one process; crash reports print them. Sizes are in bytes. Empty texts and zeros are
+/// facts that the system does not provide. Texts are UTF-8.
 struct SystemInformation
 {
     std::string processor;               ///< Name of the processor model.
@@ -28,6 +28,10 @@ struct SystemInformation
 /// Reads the facts about the machine and the process \p processId. Takes no lock but that of the allocator. Any thread
 /// may call it.
 /// \throws std::bad_alloc only.
-KILN_EXPORT_FOR_TESTS SystemInformation ReadSystemInformation(std::uint32_t processId);
+KILN_EXPORT SystemInformation ReadSystemInformation(std::uint32_t processId);
 
-} // namespace Ardo::Kiln::Platform
+/// The same for the calling process.
+/// \throws std::bad_alloc only.
+KILN_EXPORT SystemInformation ReadSystemInformation();
+
+} // namespace Ardo::Kiln::System

@@ -1,4 +1,4 @@
-#include "Ardo/Kiln/Platform/SystemInformation.h"
+#include "Ardo/Kiln/System/SystemInformation.h"
 
 #include "Ardo/Kiln/Platform/ScopedHandle_win.h"
 
@@ -6,7 +6,7 @@
 // After windows.h, which it needs.
 #include <psapi.h>
 
-namespace Ardo::Kiln::Platform
+namespace Ardo::Kiln::System
 {
 
 namespace
@@ -71,7 +71,8 @@ SystemInformation ReadSystemInformation(std::uint32_t processId)
         information.freeSwapMemory = beyond(memory.ullAvailPageFile, memory.ullAvailPhys);
     }
 
-    const ScopedHandle process(::OpenProcess(PROCESS_QUERY_LIMITED_INFORMATION | PROCESS_VM_READ, FALSE, processId));
+    const Platform::ScopedHandle process(
+        ::OpenProcess(PROCESS_QUERY_LIMITED_INFORMATION | PROCESS_VM_READ, FALSE, processId));
     PROCESS_MEMORY_COUNTERS_EX use = {};
     if (process &&
         ::K32GetProcessMemoryInfo(process.Get(), reinterpret_cast<PROCESS_MEMORY_COUNTERS*>(&use), sizeof use))
@@ -87,4 +88,4 @@ SystemInformation ReadSystemInformation(std::uint32_t processId)
     return information;
 }
 
-} // namespace Ardo::Kiln::Platform
+} // namespace Ardo::Kiln::System

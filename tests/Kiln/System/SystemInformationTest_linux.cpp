@@ -1,4 +1,4 @@
-#include "Ardo/Kiln/Platform/SystemInformation.h"
+#include "Ardo/Kiln/System/SystemInformation.h"
 
 #include "tests/Support/Process.h"
 
@@ -14,7 +14,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-namespace Ardo::Kiln::Platform
+namespace Ardo::Kiln::System
 {
 
 namespace
@@ -87,4 +87,4 @@ TEST(SystemInformationTest, NothingIsToldOfAProcessThatIsNot)
     }
 }
 
-} // namespace Ardo::Kiln::Platform
+} // namespace Ardo::Kiln::System

@@ -1,4 +1,4 @@
-#include "Ardo/Kiln/Platform/SystemInformation.h"
+#include "Ardo/Kiln/System/SystemInformation.h"
 
 #include "Ardo/Kiln/Platform/ProcFile_linux.h"
 
@@ -6,7 +6,7 @@
 #include <charconv>
 #include <sys/utsname.h>
 
-namespace Ardo::Kiln::Platform
+namespace Ardo::Kiln::System
 {
 
 namespace
@@ -48,8 +48,8 @@ std::uint64_t BytesOf(std::string_view text, std::string_view name) noexcept
 /// The contents of a file; empty if it cannot be read.
 std::string TextOf(const char* path)
 {
-    MappedArray<char> text;
-    return ReadWholeFile(path, text) == 0 ? std::string(text.begin(), text.Size()) : std::string();
+    Platform::MappedArray<char> text;
+    return Platform::ReadWholeFile(path, text) == 0 ? std::string(text.begin(), text.Size()) : std::string();
 }
 
 } // namespace
@@ -71,7 +71,7 @@ SystemInformation ReadSystemInformation(std::uint32_t processId)
     information.swapMemory = BytesOf(memory, "SwapTotal");
     information.freeSwapMemory = BytesOf(memory, "SwapFree");
 
-    const auto process = TextOf(ProcPath(static_cast<std::int32_t>(processId), 0, "status").Text());
+    const auto process = TextOf(Platform::ProcPath(static_cast<std::int32_t>(processId), 0, "status").Text());
     information.processMemory = BytesOf(process, "VmRSS");
     information.peakProcessMemory = BytesOf(process, "VmHWM");
     information.processAddresses = BytesOf(process, "VmSize");
@@ -92,4 +92,4 @@ SystemInformation ReadSystemInformation(std::uint32_t processId)
     return information;
 }
 
-} // namespace Ardo::Kiln::Platform
+} // namespace Ardo::Kiln::System
