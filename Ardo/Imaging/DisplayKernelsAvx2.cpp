@@ -125,13 +125,16 @@ KILN_AVX2 inline __m256 Positions(__m256 values, __m256 black, __m256 scale, __m
     return _mm256_min_ps(_mm256_max_ps(positions, _mm256_setzero_ps()), largest);
 }
 
-/// Eight levels from positions, as 32-bit numbers.
+/// Eight levels from values, as 32-bit numbers; negative ones stand for 0.
 KILN_AVX2 inline __m256i Levels(__m256 values, __m256 black, __m256 scale)
 {
-    return _mm256_cvtps_epi32(Positions(values, black, scale, _mm256_set1_ps(255.0f)));
+    // What is not a number passes the minimum in this order of its operands, and the conversion makes the smallest
+    // number of it. The saturation of Narrow is the lower limit.
+    const __m256 positions = _mm256_mul_ps(_mm256_sub_ps(values, black), scale);
+    return _mm256_cvtps_epi32(_mm256_min_ps(_mm256_set1_ps(255.0f), positions));
 }
 
-/// The low bytes of 32 numbers of 32 bits, in order.
+/// 32 numbers of 32 bits as bytes, in order. Those below 0 or above 255 become 0 or 255.
 KILN_AVX2 inline __m256i Narrow(__m256i a, __m256i b, __m256i c, __m256i d)
 {
     const __m256i bytes = _mm256_packus_epi16(_mm256_packs_epi32(a, b), _mm256_packs_epi32(c, d));
