@@ -39,7 +39,7 @@ public:
 
 private:
     friend class FileNameGenerator;
-    struct Locks;
+    struct KILN_NO_EXPORT Locks;
 
     FileNameReservation(std::unique_ptr<Locks> locks, std::filesystem::path folder, std::filesystem::path exportFolder);
 

@@ -22,7 +22,7 @@ std::wstring WithExtension(const std::wstring& stem, std::wstring_view extension
 ///
 /// Each folder has a hidden lock file. Byte 0 is locked while somebody looks for a number. Byte 1 is locked, shared, by
 /// each reservation. Each number of each experiment has a byte of its own, which its reservation locks.
-struct FileNameReservation::Locks
+struct KILN_NO_EXPORT FileNameReservation::Locks
 {
     /// Takes the next number that is free in all folders.
     /// \param folders existing folders; one or two, not the same.

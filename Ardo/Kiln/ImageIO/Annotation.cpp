@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <optional>
 #include <string_view>
 
 namespace Ardo::Kiln::ImageIO
@@ -99,21 +98,23 @@ struct Point
 template <typename Draw>
 void VisitStrokes(std::string_view glyph, Draw draw)
 {
-    std::optional<Point> last;
+    Point last{0.0, 0.0};
+    bool isPenDown = false;
     for (std::size_t i = 2; i + 1 < glyph.size(); i += 2)
     {
         if (glyph[i] == ' ')
         {
-            last.reset();
+            isPenDown = false;
             continue;
         }
         const Point point{static_cast<double>(Number(glyph[i]) - Number(glyph[0])),
                           static_cast<double>(Number(glyph[i + 1]))};
-        if (last)
+        if (isPenDown)
         {
-            draw(*last, point);
+            draw(last, point);
         }
         last = point;
+        isPenDown = true;
     }
 }
 

@@ -17,7 +17,7 @@ namespace Ardo::Kiln::Platform
 /// locks, which work on NFS and SMB, too; a child of `fork` shares them until it ends or executes another program.
 ///
 /// One thread at a time.
-class RangeLockFile
+class KILN_EXPORT_FOR_TESTS RangeLockFile
 {
 public:
     /// How a lock excludes others.
@@ -27,27 +27,27 @@ public:
         Exclusive, ///< No other lock.
     };
 
-    KILN_EXPORT_FOR_TESTS RangeLockFile();
-    KILN_EXPORT_FOR_TESTS ~RangeLockFile();
+    RangeLockFile();
+    ~RangeLockFile();
     RangeLockFile(const RangeLockFile&) = delete;
     RangeLockFile& operator=(const RangeLockFile&) = delete;
 
     /// Opens the file, which is made if it is missing: readable and writable for everybody whom the process's mask
     /// allows, hidden on Windows.
     /// \returns the system's reason; no error if the file is open.
-    KILN_EXPORT_FOR_TESTS std::error_code Open(const std::filesystem::path& path) noexcept;
+    std::error_code Open(const std::filesystem::path& path) noexcept;
 
     /// True if the open file is still the one with this name: somebody may have removed it.
-    KILN_EXPORT_FOR_TESTS bool IsAt(const std::filesystem::path& path) const noexcept;
+    bool IsAt(const std::filesystem::path& path) const noexcept;
 
     /// Locks the byte at \p offset, from 0 to 2^62, without waiting. A byte that this object has locked already gets
     /// the new kind; in between it may be unlocked.
     /// \returns std::errc::resource_unavailable_try_again if another object holds a lock that excludes this one,
     ///          otherwise the system's reason; no error if the byte is locked.
-    KILN_EXPORT_FOR_TESTS std::error_code TryLock(std::uint64_t offset, Kind kind) noexcept;
+    std::error_code TryLock(std::uint64_t offset, Kind kind) noexcept;
 
     /// Gives back the lock on the byte at \p offset, if there is one.
-    KILN_EXPORT_FOR_TESTS void Unlock(std::uint64_t offset) noexcept;
+    void Unlock(std::uint64_t offset) noexcept;
 
 private:
     struct System;
