@@ -71,7 +71,8 @@ TEST_F(FileNamingSettingsTest, WhatIsSavedIsLoadedAndNothingElseIsTouched)
         SaveFileNamingSettings(settings, values);
         EXPECT_EQ(LoadFileNamingSettings(QSettings(Name(), QSettings::IniFormat)), values);
     }
-    const std::string text = Support::ReadFile(Path());
+    std::string text = Support::ReadFile(Path());
+    std::erase(text, '\r');
     for (const char* const line : {"Other=1\n", "Path\\Unknown=2, 3\n", "[Window]\ngeometry=@ByteArray(\\x1\\x2)\n",
                                    "Path\\ExperimentNumberPrefix=Exp\n", "Path\\UseExperimentNumberPrefix=false\n"})
     {

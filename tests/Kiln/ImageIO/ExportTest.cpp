@@ -13,6 +13,7 @@
 #include <gmock/gmock.h>
 
 #include <cmath>
+#include <filesystem>
 #include <limits>
 #include <memory>
 #include <set>
@@ -26,8 +27,16 @@ namespace
 using Imaging::const_raw_image;
 using Imaging::PixelKind;
 using Imaging::size_2d;
+using testing::AllOf;
+using testing::AnyOf;
 using testing::HasSubstr;
 using testing::ThrowsMessage;
+
+/// The reason of each system for a file or folder that is missing.
+::testing::Matcher<std::string> NoSuchFile()
+{
+    return AnyOf(HasSubstr("No such file"), HasSubstr("not found"), HasSubstr("cannot find"));
+}
 
 const_raw_image Words(size_2d size)
 {
@@ -243,7 +252,8 @@ TEST(PresentationTest, FilesAreWholeAndReadBack)
     {
         const auto write = [&]
         { ExportImage(FileSystem::ToWide(folder / "none" / "a"), info.type, image, nullptr, settings); };
-        EXPECT_THAT(write, ThrowsMessage<Exception::Error>(HasSubstr("none/a: No such file"))) << info.name;
+        const std::string name = (std::filesystem::path("none") / "a").string();
+        EXPECT_THAT(write, ThrowsMessage<Exception::Error>(AllOf(HasSubstr(name + ": "), NoSuchFile()))) << info.name;
     }
     const auto samples = std::make_shared<std::vector<std::uint8_t>>(65'501);
     const const_raw_image wide(std::shared_ptr<const void>(samples, samples->data()), {65'501, 1}, PixelKind::UInt8);
@@ -331,12 +341,14 @@ TEST(ReadColourTableTest, FilesAndWhatIsNone)
     Support::WriteFile(folder / "two.txt", "0 0 0\n255 255 255\n");
     EXPECT_EQ(ReadColourTable(FileSystem::ToWide(folder / "two.txt")), Imaging::ColourTable());
     Support::WriteFile(folder / "long.txt", std::string(10'000'000, '#'));
-    const std::pair<const char*, const char*> cases[] = {
-        {"none", "none: No such file"}, {".", "Is a directory"}, {"long.txt", "long.txt: colour table: longer than"}};
+    const std::pair<const char*, ::testing::Matcher<std::string>> cases[] = {
+        {"none", AllOf(HasSubstr("none: "), NoSuchFile())},
+        {".", AnyOf(HasSubstr("Is a directory"), HasSubstr("denied"))},
+        {"long.txt", HasSubstr("long.txt: colour table: longer than")}};
     for (const auto& [name, reason] : cases)
     {
         const auto read = [file = FileSystem::ToWide(folder / name)] { static_cast<void>(ReadColourTable(file)); };
-        EXPECT_THAT(read, ThrowsMessage<Exception::Error>(HasSubstr(reason)));
+        EXPECT_THAT(read, ThrowsMessage<Exception::Error>(reason));
     }
 }
 
