@@ -20,6 +20,7 @@ namespace Ardo::Imaging
 class KILN_EXPORT ColourTable
 {
 public:
+    /// A colour of the screen, 8 bits a channel.
     using Colour = rgb_type<unsigned char>;
 
     /// Number of levels.
@@ -28,6 +29,7 @@ public:
     /// The table "grey".
     ColourTable() noexcept;
 
+    /// The table of \p colours, one for each level from black to white.
     explicit ColourTable(const std::array<Colour, Size>& colours) noexcept : m_colours(colours) {}
 
     /// A table of the library.

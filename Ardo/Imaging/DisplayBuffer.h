@@ -33,6 +33,7 @@ public:
     /// In pixels.
     [[nodiscard]] size_2d Size() const noexcept { return m_size; }
 
+    /// What one pixel of the buffer is.
     [[nodiscard]] DisplayFormat Format() const noexcept { return m_format; }
 
     /// Bytes from one row to the next; a multiple of 4.

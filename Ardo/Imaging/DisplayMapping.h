@@ -40,6 +40,7 @@ struct DisplaySettings
     double white = 255.0;
     /// From 0.1 to 10. 1 is a straight line; more makes the middle brighter.
     double gamma = 1.0;
+    /// The colours of the levels.
     ColourTable colours;
     /// The colour of values below both black and white. Not given: that of their level.
     std::optional<ColourTable::Colour> below;

@@ -14,8 +14,8 @@ namespace Ardo::Imaging
 /// Two sample values between which something is.
 struct ValueRange
 {
-    double low = 0.0;
-    double high = 0.0;
+    double low = 0.0;  ///< The lower one, in the unit of the samples.
+    double high = 0.0; ///< The higher one.
 
     friend bool operator==(const ValueRange&, const ValueRange&) = default;
 };
@@ -63,7 +63,9 @@ public:
 
     /// In the unit of the samples; not a number without finite samples.
     [[nodiscard]] double Minimum() const noexcept;
+    /// Like Minimum().
     [[nodiscard]] double Maximum() const noexcept;
+    /// Like Minimum().
     [[nodiscard]] double Mean() const noexcept;
     /// Of all samples, not estimated from some of them.
     [[nodiscard]] double StandardDeviation() const noexcept;

@@ -23,7 +23,7 @@ enum class ExportType : std::int32_t
 /// What a person and a program need to know about an ExportType.
 struct ExportTypeInfo
 {
-    ExportType type;
+    ExportType type;                              ///< The type.
     std::string_view name;                        ///< A word for command lines and settings: "data".
     std::string_view title;                       ///< For a list that a person chooses from, in English.
     std::span<const std::string_view> extensions; ///< Lower case, without ".", the usual one first.

@@ -25,9 +25,9 @@ struct PlotSeries
 /// Some series of values over one axis, for example line profiles or spectra.
 struct Plot
 {
-    PlotAxis axis;                 ///< What the positions are.
-    std::vector<double> positions; ///< In the unit of the axis. Not a number: none.
-    std::vector<PlotSeries> series;
+    PlotAxis axis;                  ///< What the positions are.
+    std::vector<double> positions;  ///< In the unit of the axis. Not a number: none.
+    std::vector<PlotSeries> series; ///< The columns, in order.
 };
 
 /// How a plot is written as text.

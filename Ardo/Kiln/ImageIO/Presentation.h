@@ -17,8 +17,8 @@ namespace Ardo::Kiln::ImageIO
 /// A cell of a data bar: "HV 300 kV". Either text may be empty.
 struct DataBarCell
 {
-    std::wstring title;
-    std::wstring value;
+    std::wstring title; ///< The name of the quantity.
+    std::wstring value; ///< Its value with unit.
 };
 
 /// How an image is made a picture for reports and slides.

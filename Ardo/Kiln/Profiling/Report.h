@@ -13,28 +13,28 @@ namespace Ardo::Kiln::Profiling
 /// What was recorded of one stage: of all that have the same name within the same stages, on all threads.
 struct StageFigures
 {
-    std::string name;
-    std::size_t depth = 0; ///< The number of stages around it.
-    std::uint64_t count = 0;
-    std::chrono::nanoseconds total{}; ///< Stages within it included.
-    std::chrono::nanoseconds shortest{};
-    std::chrono::nanoseconds longest{};
-    std::chrono::nanoseconds mean{};
+    std::string name;                        ///< As given to the stage.
+    std::size_t depth = 0;                   ///< The number of stages around it.
+    std::uint64_t count = 0;                 ///< How often the stage ended.
+    std::chrono::nanoseconds total{};        ///< Stages within it included.
+    std::chrono::nanoseconds shortest{};     ///< Of one stage.
+    std::chrono::nanoseconds longest{};      ///< Of one stage.
+    std::chrono::nanoseconds mean{};         ///< Total divided by count.
     std::chrono::nanoseconds median{};       ///< Within 3.2 %.
     std::chrono::nanoseconds percentile99{}; ///< 99 % of the stages took no longer; within 3.2 %.
-    double share = 0; ///< Total, as a part of the time that all threads spent in outermost stages; 0 to 1.
-    std::uint64_t bytes = 0;
-    std::uint64_t items = 0;
+    double share = 0;        ///< Total, as a part of the time that all threads spent in outermost stages; 0 to 1.
+    std::uint64_t bytes = 0; ///< Bytes that the stages have told, summed up.
+    std::uint64_t items = 0; ///< Items that the stages have told, summed up.
 };
 
 /// What was recorded of one counter.
 struct CounterFigures
 {
-    std::string name;
-    std::uint64_t count = 0;
-    double least = 0;
-    double mean = 0;
-    double most = 0;
+    std::string name;        ///< As given to the counter.
+    std::uint64_t count = 0; ///< The number of values.
+    double least = 0;        ///< The smallest value.
+    double mean = 0;         ///< The mean of the values.
+    double most = 0;         ///< The largest value.
 };
 
 /// A recording in figures.

@@ -48,6 +48,7 @@ protected:
     class KILN_EXPORT Run
     {
     public:
+        /// A call that has not begun yet.
         explicit Run(Mailbox& mailbox) noexcept : m_mailbox(mailbox) {}
         ~Run();
         Run(const Run&) = delete;
@@ -81,9 +82,9 @@ protected:
     /// Destroys receiver and values. The mailbox is closed, m_mutex is not held.
     virtual void Release() noexcept = 0;
 
-    const DeliverOn m_thread;
-    const Delivery m_delivery;
-    mutable std::mutex m_mutex;
+    const DeliverOn m_thread;         ///< Where the receiver is called.
+    const Delivery m_delivery;        ///< How many values may wait.
+    mutable std::mutex m_mutex;       ///< Held for moments only, never while the receiver is called.
     bool m_isClosed = false;          ///< Guarded by m_mutex.
     std::uint64_t m_droppedCount = 0; ///< Guarded by m_mutex.
 

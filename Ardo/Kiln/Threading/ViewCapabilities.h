@@ -30,8 +30,8 @@ public:
     /// What is offered of one command.
     struct State
     {
-        Offer offer = Offer::Hidden;
-        std::string reason; ///< Why it is not enabled, for a person, in UTF-8; empty if it is.
+        Offer offer = Offer::Hidden; ///< Whether the command is shown and can be used.
+        std::string reason;          ///< Why it is not enabled, for a person, in UTF-8; empty if it is.
 
         bool operator==(const State&) const = default;
     };
@@ -80,8 +80,8 @@ public:
     /// What one command needs. Several rules may name one command.
     struct Rule
     {
-        Command command;
-        ModelCapabilities<Ability> needs;
+        Command command;                   ///< The command.
+        ModelCapabilities<Ability> needs;  ///< What the model must be able to do.
         std::string reason;                ///< Why the command is not offered when something is missing. UTF-8.
         Offer otherwise = Offer::Disabled; ///< What is offered then.
     };

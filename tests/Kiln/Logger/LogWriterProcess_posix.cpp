@@ -5,6 +5,21 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+namespace
+{
+
+bool g_isForkedChild = false;
+
+} // namespace
+
+/// Asked by LeakSanitizer at the end of a process. In a forked child it would wait for ever for the lock of its
+/// allocator if another thread of the parent held it at the fork.
+// NOLINTNEXTLINE(bugprone-reserved-identifier,readability-identifier-naming)
+extern "C" int __lsan_is_turned_off()
+{
+    return g_isForkedChild ? 1 : 0;
+}
+
 namespace Ardo::Kiln::Logger
 {
 
@@ -12,7 +27,15 @@ int RunInForkedChild(const std::function<void()>& function)
 {
     int status = 0;
     const pid_t child = ::fork();
-    child > 0 ? void(::waitpid(child, &status, 0)) : function();
+    if (child > 0)
+    {
+        ::waitpid(child, &status, 0);
+    }
+    else
+    {
+        g_isForkedChild = true;
+        function();
+    }
     return status == 0 ? 0 : 1;
 }
 
