@@ -25,7 +25,7 @@ void AppendBigEndian(std::string& bytes, std::uint32_t number)
     }
 }
 
-/// A chunk of a PNG file (PNG specification, second edition, 5.3).
+/// A chunk of a PNG file (W3C recommendation "Portable Network Graphics", second edition, section 5.3).
 void AppendChunk(std::string& file, std::string_view type, std::string_view data)
 {
     AppendBigEndian(file, static_cast<std::uint32_t>(data.size()));
