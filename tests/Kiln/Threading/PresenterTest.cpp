@@ -324,7 +324,15 @@ TEST_F(ViewSignalTest, AfterDisconnectNothingRunsAndNothingIsHeld)
     signal.Emit(1);
     signal.Emit(2); // waits, and is dropped
     gate.AwaitEntry();
-    std::thread opener([&] { gate.Open(); });
+    std::thread opener(
+        [&]
+        {
+            while (signal.ReceiverCount() != 0) // until Disconnect() has closed the connection: 2 must not get through
+            {
+                std::this_thread::yield();
+            }
+            gate.Open();
+        });
     connection.Disconnect(); // waits for the call, or the next line fails
     EXPECT_TRUE(captured.expired());
     signal.Emit(3);
