@@ -45,4 +45,11 @@ std::filesystem::path LibraryPath()
     return ModulePathOf(reinterpret_cast<const void*>(&LibraryPath));
 }
 
+void KeepLibraryLoaded() noexcept
+{
+    HMODULE module = nullptr;
+    ::GetModuleHandleExW(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS | GET_MODULE_HANDLE_EX_FLAG_PIN,
+                         reinterpret_cast<const wchar_t*>(&KeepLibraryLoaded), &module);
+}
+
 } // namespace Ardo::Kiln::Platform

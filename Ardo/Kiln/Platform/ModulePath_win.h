@@ -9,4 +9,8 @@ namespace Ardo::Kiln::Platform
 /// \throws std::bad_alloc only.
 std::filesystem::path ModulePathOf(const void* address);
 
+/// Keeps the library of this code loaded until the process ends, also when it is released: the system has addresses of
+/// functions in it. Any thread may call it.
+void KeepLibraryLoaded() noexcept;
+
 } // namespace Ardo::Kiln::Platform

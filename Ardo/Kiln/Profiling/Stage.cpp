@@ -1,11 +1,11 @@
 #include "Ardo/Kiln/Profiling/Stage.h"
 
+#include "Ardo/Kiln/Profiling/OwnRecorder_p.h"
 #include "Ardo/Kiln/Profiling/Registry_p.h"
 
 #include <algorithm>
 #include <cmath>
 #include <functional>
-#include <memory>
 #include <mutex>
 #include <new>
 #include <set>
@@ -22,46 +22,24 @@ using Private::ThreadRecorder;
 constexpr std::size_t MaxNames = 4096;
 constexpr std::size_t MaxNameBytes = 255;
 
-/// The calling thread's recorder, or null. Of a type without a destructor, so that stages may end after g_owner.
-thread_local constinit ThreadRecorder* g_recorder = nullptr;
-thread_local constinit bool g_hasEnded = false;
-
-/// Ends a thread's part in the recording.
-class RecorderOwner
-{
-public:
-    RecorderOwner() : m_recorder(Private::Registry::Instance().Add()) { g_recorder = m_recorder.get(); }
-    ~RecorderOwner()
-    {
-        g_recorder = nullptr;
-        g_hasEnded = true;
-        Private::Registry::Instance().Retire(m_recorder);
-    }
-    RecorderOwner(const RecorderOwner&) = delete;
-    RecorderOwner& operator=(const RecorderOwner&) = delete;
-
-private:
-    const std::shared_ptr<ThreadRecorder> m_recorder;
-};
-
-/// The calling thread's recorder with nothing in it; null at the end of the thread.
+/// The calling thread's recorder with nothing in it; null if the thread has none.
 /// \throws std::bad_alloc.
 ThreadRecorder* NewRecorder(std::uint32_t recording)
 {
-    if (g_hasEnded)
+    ThreadRecorder* recorder = Private::OwnRecorder();
+    recorder = recorder != nullptr ? recorder : Private::AddOwnRecorder();
+    if (recorder != nullptr)
     {
-        return nullptr;
+        recorder->BeginRecording(recording);
     }
-    static thread_local const RecorderOwner g_owner;
-    g_recorder->BeginRecording(recording);
-    return g_recorder;
+    return recorder;
 }
 
 /// The calling thread's recorder for \p recording, or null.
 /// \throws std::bad_alloc.
 ThreadRecorder* RecorderFor(std::uint32_t recording)
 {
-    ThreadRecorder* const recorder = g_recorder;
+    ThreadRecorder* const recorder = Private::OwnRecorder();
     return recorder != nullptr && recorder->Recording() == recording ? recorder : NewRecorder(recording);
 }
 
@@ -87,7 +65,7 @@ catch (const std::bad_alloc&)
 void Stage::End() noexcept
 {
     const std::int64_t end = Private::Now();
-    if (m_recorder != g_recorder || m_recorder->Recording() != m_recording)
+    if (m_recorder != Private::OwnRecorder() || m_recorder->Recording() != m_recording)
     {
         return; // on another thread, or the nodes are gone
     }

@@ -4,6 +4,7 @@
 #include "Ardo/Kiln/Crash/Fault/FaultThread_win.h"
 #include "Ardo/Kiln/Crash/Fault/LanguageRuntime.h"
 #include "Ardo/Kiln/Crash/Fault/TerminateHandler_win.h"
+#include "Ardo/Kiln/Platform/ModulePath_win.h"
 
 #include <algorithm>
 #include <atomic>
@@ -18,21 +19,13 @@ std::atomic<bool> g_isStarted = false;
 
 void* g_unusedData = nullptr; // for a thread without a record, which has nothing to remember
 
-/// The handlers stay when the library is unloaded; so must the library.
-void StayLoaded() noexcept
-{
-    HMODULE module = nullptr;
-    ::GetModuleHandleExW(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS | GET_MODULE_HANDLE_EX_FLAG_PIN,
-                         reinterpret_cast<const wchar_t*>(&g_isStarted), &module);
-}
-
 } // namespace
 
 void FaultDispatch::Start() noexcept
 {
     if (!g_isStarted.exchange(true))
     {
-        StayLoaded();
+        Platform::KeepLibraryLoaded(); // the handlers stay
         PrepareLanguageRuntime();
         InstallVectoredHandler();
         InstallTerminateHandler();
@@ -123,7 +116,8 @@ std::uint32_t FaultDispatch::ThreadId() noexcept
 
 bool FaultDispatch::FirstThreadIsAtFault() noexcept
 {
-    return ThreadIdOnBehalf() == FirstThreadId(); // filters run on the thread at fault
+    const FaultThread* const thread = FaultThreadOnBehalf();
+    return thread != nullptr && thread->depth != 0 && ThreadIdOnBehalf() == FirstThreadId();
 }
 
 FaultDispatch::ScopedTimeLimitPause::ScopedTimeLimitPause() noexcept = default;
