@@ -64,7 +64,9 @@ ProcessResult RunLine(const std::string& line, const std::filesystem::path& fold
     std::optional<std::filesystem::path> target;
     for (std::size_t last = program.words.size(); last > 2; last = program.words.size())
     {
-        const std::filesystem::path file = folder / PathOf(program.words.back());
+        const std::filesystem::path name = PathOf(program.words.back());
+        // On Windows "/name" is on the drive of this process, which may be another one than that of the folder.
+        const std::filesystem::path file = name.has_root_directory() ? name : folder / name;
         if (program.words[last - 2] == "<")
         {
             program.input = ReadFile(file);

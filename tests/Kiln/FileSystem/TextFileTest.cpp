@@ -143,7 +143,7 @@ TEST_F(TextFileTest, ReadsRegularFilesUpToALimit)
 {
     EXPECT_EQ(ReadBytes(std::string(100, 'a'), {{}, LineEnd::Keep, 100}), std::error_code());
     EXPECT_EQ(ReadBytes(std::string(101, 'a'), {{}, LineEnd::Keep, 100}), std::errc::file_too_large);
-    fs::resize_file(m_path, std::uintmax_t{1} << 40U);
+    fs::resize_file(m_path, MaxTextFileSize + 1);
     EXPECT_EQ(Read(m_path), std::errc::file_too_large);
     EXPECT_EQ(Read(m_folder / "missing"), std::errc::no_such_file_or_directory);
     EXPECT_EQ(Read(m_folder.Path()), std::errc::invalid_argument);

@@ -68,6 +68,13 @@ TEST_F(LogFileTest, AnObstacleCostsOneLineAndNotTheRecordsThatFitTheMemory)
     file.BeginNewFile(); // closes it: Windows keeps a folder with an open file
     fs::remove_all(folder);
     Write(file, "new folder\n");
+    EXPECT_EQ(Read(), "new folder\n");
+}
+
+TEST_F(LogFileTest, ARemovedFileIsMadeAgain)
+{
+    LogFile file(m_path, 0, 3);
+    Write(file, "old file\n");
     fs::remove(m_path);
     file.Flush();
     WriteAtOnce(file, "new file\n");
