@@ -3,8 +3,8 @@
 #include <string_view>
 
 /// The published values of the perceptually uniform colour tables, rounded to 8 bits: six hexadecimal digits a colour.
-/// viridis, magma, inferno and plasma are in the public domain (CC0). cividis was taken from Matplotlib 3.6.3, whose
-/// licence permits it with a notice; docs/dependencies.md has it.
+/// All are in the public domain (CC0). cividis was taken from Matplotlib 3.6.3, whose licence asks for a notice;
+/// docs/dependencies.md has it and names the sources.
 namespace Ardo::Imaging::ColourTableValues
 {
 

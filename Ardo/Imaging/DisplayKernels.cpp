@@ -1,6 +1,7 @@
 #include "Ardo/Imaging/DisplayKernels_p.h"
 
 #include <algorithm>
+#include <array>
 #include <bit>
 
 #include <emmintrin.h>
@@ -67,21 +68,29 @@ void Pack(const std::uint8_t* in, std::size_t count, std::uint32_t* out)
     }
 }
 
-bool HasAvx2() noexcept
+/// Which instructions the processor has and the operating system supports by saving their registers.
+struct Processor
+{
+    bool hasAvx2;
+    bool hasAvx512; ///< With the instructions for bytes (VBMI).
+};
+
+Processor ThisProcessor() noexcept
 {
 #ifdef _MSC_VER
-    // AVX2 itself, and the operating system's promise to keep the registers.
     int registers[4];
     __cpuid(registers, 1);
     constexpr int SavesRegisters = 1 << 27;
-    if ((registers[2] & SavesRegisters) == 0 || (_xgetbv(0) & 6) != 6)
-    {
-        return false;
-    }
+    const unsigned long long saved = (registers[2] & SavesRegisters) != 0 ? _xgetbv(0) : 0;
     __cpuidex(registers, 7, 0);
-    return (registers[1] & (1 << 5)) != 0;
+    constexpr int Avx512 = 1 << 16 | 1 << 30; // the foundation, and BW
+    const bool hasAvx2 = (saved & 0x06) == 0x06 && (registers[1] & (1 << 5)) != 0;
+    return {hasAvx2,
+            hasAvx2 && (saved & 0xe6) == 0xe6 && (registers[1] & Avx512) == Avx512 && (registers[2] & (1 << 1)) != 0};
 #else
-    return __builtin_cpu_supports("avx2") != 0;
+    const bool hasAvx2 = __builtin_cpu_supports("avx2") != 0;
+    return {hasAvx2, hasAvx2 && __builtin_cpu_supports("avx512f") != 0 && __builtin_cpu_supports("avx512bw") != 0 &&
+                         __builtin_cpu_supports("avx512vbmi") != 0};
 #endif
 }
 
@@ -95,10 +104,16 @@ const DisplayKernels& PortableDisplayKernels() noexcept
     return Kernels;
 }
 
+std::span<const DisplayKernels* const> UsableDisplayKernels() noexcept
+{
+    static const std::array all = {&PortableDisplayKernels(), &Avx2DisplayKernels(), &Avx512DisplayKernels()};
+    static const Processor processor = ThisProcessor();
+    return std::span(all).first(processor.hasAvx512 ? 3 : processor.hasAvx2 ? 2 : 1);
+}
+
 const DisplayKernels& BestDisplayKernels() noexcept
 {
-    static const bool hasAvx2 = HasAvx2();
-    return hasAvx2 ? Avx2DisplayKernels() : PortableDisplayKernels();
+    return *UsableDisplayKernels().back();
 }
 
 } // namespace Ardo::Imaging

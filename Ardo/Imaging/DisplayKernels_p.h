@@ -5,6 +5,7 @@
 #include <bit>
 #include <cstddef>
 #include <cstdint>
+#include <span>
 
 namespace Ardo::Imaging
 {
@@ -77,12 +78,18 @@ struct DisplayKernels
 };
 
 /// Loops for any processor that the library supports.
-KILN_EXPORT_FOR_TESTS const DisplayKernels& PortableDisplayKernels() noexcept;
-
-/// The fastest loops for this processor; their results are the same.
-KILN_EXPORT_FOR_TESTS const DisplayKernels& BestDisplayKernels() noexcept;
+const DisplayKernels& PortableDisplayKernels() noexcept;
 
 /// The loops for processors with AVX2.
 const DisplayKernels& Avx2DisplayKernels() noexcept;
+
+/// The loops for processors with AVX-512 and its instructions for bytes (VBMI), which have AVX2, too.
+const DisplayKernels& Avx512DisplayKernels() noexcept;
+
+/// All loops that this processor can run, the fastest ones last. Their results are the same.
+KILN_EXPORT_FOR_TESTS std::span<const DisplayKernels* const> UsableDisplayKernels() noexcept;
+
+/// The last of UsableDisplayKernels().
+const DisplayKernels& BestDisplayKernels() noexcept;
 
 } // namespace Ardo::Imaging
