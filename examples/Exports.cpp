@@ -32,6 +32,8 @@ int main(int argc, char** argv)
     metadata.BinaryResult.PixelSize = MetadataLib::PixelSizeRecord{{2.5e-9, "m"}, {2.5e-9, "m"}};
     metadata.BinaryResult.ImageSize = {600.0, 400.0};
     metadata.Optics.AccelerationVoltage = 300e3;
+    metadata.Optics.NominalMagnification = 50e3;
+    metadata.Optics.WorkingDistance = 4.5e-3;
     metadata.Optics.BeamCurrent = 1.2e-10;
 
     // What a file dialog offers.

@@ -5,6 +5,7 @@
 
 #include <array>
 #include <limits>
+#include <numbers>
 #include <optional>
 
 namespace Ardo::Kiln::ImageIO
@@ -49,6 +50,54 @@ std::wstring FieldOfView(const Metadata& metadata)
     return FormatQuantityArea(isKnown ? *width * result.ImageSize->width : NotGiven,
                               isKnown ? InBaseUnit(result.PixelSize->Y) * result.ImageSize->height : NotGiven,
                               Quantity::FieldOfView);
+}
+
+constexpr double ElementaryCharge = 1.602176634e-19; // in C
+
+/// Electrons per m² on the sample during one image.
+struct Exposure
+{
+    std::optional<double> dose;
+    std::optional<double> doseRate; ///< Per s.
+};
+
+/// \param area in m², \param time in s: how long the beam was on it.
+/// \returns electrons per m²; nothing unless all are positive.
+std::optional<double> DoseOf(double current, double time, double area)
+{
+    return current > 0.0 && time > 0.0 && area > 0.0 ? std::optional(current * time / (ElementaryCharge * area))
+                                                     : std::nullopt;
+}
+
+Exposure ExposureOf(const Metadata& metadata)
+{
+    const auto& optics = metadata.Optics;
+    const auto& scan = metadata.ScanSettings;
+    const double current = optics.BeamCurrent.value_or(0.0);
+    if (optics.OperatingMode == MetadataLib::OpticsOperatingMode::STEM || scan.DwellTime)
+    {
+        // The beam is on the area of each pixel for the dwell time, once for each time that a line is scanned.
+        const auto width = PixelWidth(metadata, Quantity::PixelSize);
+        const double height = width ? InBaseUnit(metadata.BinaryResult.PixelSize->Y) : 0.0;
+        const double time = scan.DwellTime.value_or(0.0) * scan.LineIntegrationCount.value_or(1);
+        Exposure exposure{DoseOf(current, time, width.value_or(0.0) * height), std::nullopt};
+        if (exposure.dose && scan.FrameTime.value_or(0.0) > 0.0)
+        {
+            exposure.doseRate = *exposure.dose / *scan.FrameTime;
+        }
+        return exposure;
+    }
+    const double diameter = optics.BeamDiameter.value_or(0.0);
+    const double area = std::numbers::pi / 4.0 * diameter * diameter;
+    return {DoseOf(current, ExposureTime(metadata).value_or(0.0), area), DoseOf(current, 1.0, area)};
+}
+
+/// "x 12.5 µm, y -3 µm, z 0 nm".
+std::wstring StagePosition(const Metadata& metadata)
+{
+    const auto& position = metadata.StageSettings.StagePosition;
+    const auto axis = [](double value) { return FormatQuantity(value, Quantity::StagePosition); };
+    return L"x " + axis(position.X) + L", y " + axis(position.Y) + L", z " + axis(position.Z);
 }
 
 std::optional<double> ValueOf(const Metadata& metadata, Quantity quantity)
@@ -106,9 +155,13 @@ std::optional<double> ValueOf(const Metadata& metadata, Quantity quantity)
         return metadata.EnergyFilterSettings.EnergyShift;
     case Quantity::SlitWidth:
         return metadata.EnergyFilterSettings.EnergySelectionSlitWidth;
-    case Quantity::StagePosition:
-        return metadata.StageSettings.StagePosition.X;
-    default: // the record has no doses; those of two numbers are elsewhere
+    case Quantity::Dose:
+    case Quantity::DosePerSquareNanometre:
+        return ExposureOf(metadata).dose;
+    case Quantity::DoseRate:
+    case Quantity::DoseRatePerSquareNanometre:
+        return ExposureOf(metadata).doseRate;
+    default: // those of several numbers are elsewhere
         return std::nullopt;
     }
 }
@@ -128,6 +181,10 @@ std::wstring QuantityOfRecord(const Metadata& metadata, Quantity quantity)
     if (quantity == Quantity::FieldOfView)
     {
         return FieldOfView(metadata);
+    }
+    if (quantity == Quantity::StagePosition)
+    {
+        return StagePosition(metadata);
     }
     if (quantity == Quantity::ImageSize)
     {

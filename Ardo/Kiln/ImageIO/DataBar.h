@@ -16,7 +16,13 @@ namespace Ardo::Kiln::ImageIO
 KILN_EXPORT std::span<const Formatting::Quantity> UsualDataBar() noexcept;
 
 /// The text of a quantity of a record; "-" if the record does not have it. Angles of the sample are its alpha tilt, the
-/// exposure is that of the first imaging detector, and the pressure is that at the sample. Any thread may call it.
+/// exposure is that of the first imaging detector, the pressure is that at the sample, and the stage position has all
+/// three axes. Any thread may call it.
+///
+/// Doses are calculated from the measured beam current. The dose of a scanned image is what a pixel gets in its dwell
+/// time, times the number of line integrations; its dose rate is the mean over the frame time. Otherwise the dose rate
+/// is that of a beam of the given diameter that is equally bright everywhere, and the dose is what it adds up to during
+/// the exposure.
 /// \throws std::invalid_argument for a value outside the enumeration.
 KILN_EXPORT std::wstring QuantityOfRecord(const MetadataLib::Metadata& metadata, Formatting::Quantity quantity);
 

@@ -269,6 +269,8 @@ TEST(DataBarTest, QuantitiesOfARecord)
     metadata.Optics.AccelerationVoltage = 300e3;
     metadata.StageSettings.StagePosition.Tilt.Alpha = 0.5235987755982988;
     metadata.ScanSettings.FrameTime = 0.05;
+    metadata.StageSettings.StagePosition.X = 1.5e-6;
+    metadata.StageSettings.StagePosition.Y = -2e-3;
     using Formatting::Quantity;
     const std::pair<Quantity, const wchar_t*> cases[] = {
         {Quantity::AccelerationVoltage, L"300 kV"},
@@ -281,12 +283,32 @@ TEST(DataBarTest, QuantitiesOfARecord)
         {Quantity::BeamCurrent, L"-"},
         {Quantity::ExposureTime, L"-"},
         {Quantity::Dose, L"-"},
+        {Quantity::StagePosition, L"x 1.5 µm, y -2 mm, z 0 nm"},
     };
     for (const auto& [quantity, text] : cases)
     {
         EXPECT_EQ(Conversion::String::ToUtf8(QuantityOfRecord(metadata, quantity)), Conversion::String::ToUtf8(text));
     }
     EXPECT_THROW(QuantityOfRecord(metadata, static_cast<Quantity>(1000)), std::invalid_argument);
+
+    // 100 pA are 6.2415e8 electrons a second: on 12.5 nm² for 2 x 10 µs, or on a disc of 2 µm for half a second.
+    const auto doses = [&metadata]
+    {
+        return Conversion::String::ToUtf8(QuantityOfRecord(metadata, Quantity::DosePerSquareNanometre) + L"; " +
+                                          QuantityOfRecord(metadata, Quantity::DoseRatePerSquareNanometre));
+    };
+    metadata.Optics.BeamCurrent = 100e-12;
+    metadata.ScanSettings.DwellTime = 10e-6;
+    metadata.ScanSettings.LineIntegrationCount = 2;
+    EXPECT_EQ(doses(), "998.6 e/nm²; 19.97 ke/nm²/s");
+    metadata.ScanSettings.DwellTime.reset();
+    EXPECT_EQ(doses(), "-; -");
+    metadata.Optics.BeamDiameter = 2e-6;
+    EXPECT_EQ(doses(), "-; 198.7 e/nm²/s");
+    MetadataLib::ImagingDetector camera;
+    camera.ExposureTime = 0.5;
+    metadata.Detectors.push_back(camera);
+    EXPECT_EQ(doses(), "99.34 e/nm²; 198.7 e/nm²/s");
 
     // A record that has everything: only what no record has is missing.
     const MetadataLib::Metadata full = Support::FullMetadata();
@@ -301,8 +323,7 @@ TEST(DataBarTest, QuantitiesOfARecord)
             missing.insert(cells[0].title);
         }
     }
-    EXPECT_THAT(missing, testing::UnorderedElementsAre(L"Dose", L"Dose per nm²", L"Dose rate", L"Dose rate per nm²",
-                                                       L"Reciprocal pixel size", L"Angular pixel size"));
+    EXPECT_THAT(missing, testing::UnorderedElementsAre(L"Reciprocal pixel size", L"Angular pixel size"));
 }
 
 TEST(PlotFileTest, TextsThatSpreadsheetsOpen)
