@@ -20,10 +20,22 @@ namespace fs = std::filesystem;
 
 constexpr int Files = 100'000;
 
-/// A folder with many images of one experiment; removed at the end.
+/// A folder with many images of one experiment. There is one, because it takes long to make; removed at the end.
 class LargeFolder
 {
 public:
+    static const LargeFolder& Get()
+    {
+        static const LargeFolder folder;
+        return folder;
+    }
+
+    LargeFolder(const LargeFolder&) = delete;
+    LargeFolder& operator=(const LargeFolder&) = delete;
+
+    const fs::path& Path() const { return m_path; }
+
+private:
     LargeFolder()
     {
         fs::remove_all(m_path);
@@ -40,19 +52,14 @@ public:
         std::error_code ignored;
         fs::remove_all(m_path, ignored);
     }
-    LargeFolder(const LargeFolder&) = delete;
-    LargeFolder& operator=(const LargeFolder&) = delete;
 
-    const fs::path& Path() const { return m_path; }
-
-private:
     fs::path m_path = fs::temp_directory_path() / "kiln-benchmark-names";
 };
 
-FileNaming::FileNameGenerator Generator(const LargeFolder& folder)
+FileNaming::FileNameGenerator Generator()
 {
     FileNaming::FileNamingSettings settings;
-    settings.folder = folder.Path();
+    settings.folder = LargeFolder::Get().Path();
     settings.useDateFolders = false;
     settings.useExperimentNumberPrefix = true;
     settings.experimentNumberDigits = 6;
@@ -62,8 +69,7 @@ FileNaming::FileNameGenerator Generator(const LargeFolder& folder)
 // One reservation, alone.
 void Reserve(benchmark::State& state)
 {
-    const LargeFolder folder;
-    const auto generator = Generator(folder);
+    const auto generator = Generator();
     for (auto _ : state)
     {
         benchmark::DoNotOptimize(generator.Reserve({}, {}).Number());
@@ -73,8 +79,7 @@ void Reserve(benchmark::State& state)
 // The same while another reservation exists.
 void ReserveBeside(benchmark::State& state)
 {
-    const LargeFolder folder;
-    const auto generator = Generator(folder);
+    const auto generator = Generator();
     const auto other = generator.Reserve({}, {});
     for (auto _ : state)
     {
@@ -85,8 +90,7 @@ void ReserveBeside(benchmark::State& state)
 // The last of the sorted names: reserves nothing.
 void ListNames(benchmark::State& state)
 {
-    const LargeFolder folder;
-    const QDir directory(QString::fromStdString(folder.Path().string()));
+    const QDir directory(QString::fromStdString(LargeFolder::Get().Path().string()));
     for (auto _ : state)
     {
         benchmark::DoNotOptimize(directory.entryList({"Experiment_Exp*"}, QDir::Files, QDir::Name).last());
@@ -96,10 +100,10 @@ void ListNames(benchmark::State& state)
 // The names alone, unsorted.
 void VisitNames(benchmark::State& state)
 {
-    const LargeFolder folder;
     for (auto _ : state)
     {
-        benchmark::DoNotOptimize(std::distance(fs::directory_iterator(folder.Path()), fs::directory_iterator()));
+        benchmark::DoNotOptimize(
+            std::distance(fs::directory_iterator(LargeFolder::Get().Path()), fs::directory_iterator()));
     }
 }
 
