@@ -113,12 +113,6 @@ TEST(FileNameGeneratorTest, EveryNameIsValid)
     settings.useExperimentNumber = false;
     EXPECT_LE(Conversion::String::ToUtf8(Preview(settings, L"fifteen bytes.x")).size(), MaxFileNameBytes - 10);
 
-    // Settings out of their ranges are limited.
-    settings.experimentNumberDigits = 1000;
-    settings.experimentNumber = 4'000'000'000;
-    settings.labels.resize(1'000'000);
-    EXPECT_EQ(FileNameGenerator(settings).Stem(5, Night, {}), FileNameGenerator(settings).Stem(5, Night, {}));
-
     settings = FileNamingSettings();
     settings.useDateFolders = settings.useExperimentName = settings.useExperimentNumberDigits = false;
     settings.useExperimentNumberPrefix = true;

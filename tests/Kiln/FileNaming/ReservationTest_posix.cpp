@@ -10,7 +10,6 @@
 #include <filesystem>
 #include <fstream>
 #include <functional>
-#include <numeric>
 #include <set>
 #include <sys/wait.h>
 #include <thread>
@@ -20,7 +19,6 @@
 namespace Ardo::Kiln::FileNaming
 {
 
-using ::testing::ElementsAreArray;
 using ::testing::HasSubstr;
 using ::testing::ThrowsMessage;
 
@@ -55,18 +53,6 @@ protected:
             names.insert(entry.path().filename().string());
         }
         names.erase(".reserved-names");
-        return names;
-    }
-
-    /// The names of files with the numbers from 1 to \p count.
-    static std::vector<std::string> Numbered(int count)
-    {
-        std::vector<std::string> names;
-        for (int i = 1; i <= count; ++i)
-        {
-            names.push_back("Experiment_" + std::string(4 - std::to_string(i).size(), '0') + std::to_string(i) +
-                            ".tif");
-        }
         return names;
     }
 
@@ -261,19 +247,6 @@ TEST_F(ReservationTest, ProcessesAndThreadsThatAcquireIntoOneFolderGetEachNumber
     }
     EXPECT_EQ(numbers.size(), names.size());
     EXPECT_LE(*numbers.rbegin(), 2 * Processes * Threads * Each);
-}
-
-TEST_F(ReservationTest, OneProcessAfterTheOtherLeavesNoGap)
-{
-    for (int i = 0; i < 20; ++i)
-    {
-        const FileNameReservation failed = Reserve();
-    }
-    for (int i = 0; i < 20; ++i)
-    {
-        Make(Reserve());
-    }
-    EXPECT_THAT(Names(m_folder.Path()), ElementsAreArray(Numbered(20)));
 }
 
 TEST_F(ReservationTest, SaysWhyNoNameCanBeReserved)

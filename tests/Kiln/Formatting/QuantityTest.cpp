@@ -91,14 +91,10 @@ TEST(QuantityTest, WhatIsShownIsReadAsWhatIsShown)
 
 TEST(QuantityTest, TheCallerChoosesTheUnit)
 {
-    EXPECT_EQ(FormatConvergenceAngle(0.0253), L"25.3 mrad");
     EXPECT_EQ(FormatConvergenceAngle(0.0253, AngleUnit::Degree), L"1.45\u00B0");
-    EXPECT_EQ(FormatTiltAngle(0.0253), L"1.45\u00B0");
     EXPECT_EQ(FormatTiltAngle(0.0253, AngleUnit::Milliradian), L"25.3 mrad");
-    EXPECT_EQ(FormatDose(4.52e21), L"45.2 e/\u00C5\u00B2");
     EXPECT_EQ(FormatDose(4.52e21, DoseArea::SquareNanometre), L"4.52 ke/nm\u00B2");
     EXPECT_EQ(FormatDoseRate(1.25e21, DoseArea::SquareNanometre), L"1.25 ke/nm\u00B2/s");
-    EXPECT_EQ(FormatPressure(101325), L"101 kPa");
     EXPECT_EQ(FormatPressure(101325, PressureUnit::Millibar), L"1.01e+03 mbar");
     EXPECT_EQ(FormatTemperature(93.15, TemperatureUnit::Celsius), L"-180 \u00B0C");
     EXPECT_EQ(FormatPixelSize(1.07e-7, NaN), L"107 nm x -");
