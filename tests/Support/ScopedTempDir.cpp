@@ -1,7 +1,9 @@
 #include "tests/Support/ScopedTempDir.h"
 
+#include <chrono>
 #include <random>
 #include <string>
+#include <thread>
 
 namespace Ardo::Kiln::Support
 {
@@ -32,6 +34,12 @@ ScopedTempDir::~ScopedTempDir()
                 fs::permissions(entry->path(), fs::perms::owner_write, fs::perm_options::add, ignored);
             }
         }
+        fs::remove_all(m_path, ignored);
+    }
+    // On Windows the files of a process that has ended may stay open a moment longer.
+    for (int attempts = 100; attempts > 0 && fs::exists(m_path, ignored); --attempts)
+    {
+        std::this_thread::sleep_for(std::chrono::milliseconds(20));
         fs::remove_all(m_path, ignored);
     }
 }

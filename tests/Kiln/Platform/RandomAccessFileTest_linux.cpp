@@ -1,15 +1,12 @@
-#include "Ardo/Kiln/Platform/RandomAccessFile.h"
+#include "tests/Kiln/Platform/RandomAccessFileTest.h"
 
 #include "tests/Support/FailingSystemCall.h"
-#include "tests/Support/Process.h"
-#include "tests/Support/ScopedTempDir.h"
 
 #include <gmock/gmock.h>
 
 #include <cerrno>
 #include <stdexcept>
 #include <string>
-#include <string_view>
 
 #include <fcntl.h>
 #include <sys/resource.h>
@@ -20,13 +17,8 @@
 namespace Ardo::Kiln::Platform
 {
 
-namespace fs = std::filesystem;
-
 namespace
 {
-
-using Access = RandomAccessFile::Access;
-using std::string_literals::operator""s;
 
 std::string Refusal(const fs::path& path, Access access)
 {
@@ -43,20 +35,6 @@ std::string Refusal(const fs::path& path, Access access)
     {
         return error.what();
     }
-}
-
-/// What ReadAt() gives for a buffer of \p size bytes; its error number in parentheses after a failure.
-std::string Read(RandomAccessFile& file, std::uint64_t offset, std::size_t size)
-{
-    std::string bytes(size, '?');
-    const std::int64_t count = file.ReadAt(offset, bytes.data(), static_cast<std::int64_t>(size));
-    return count < 0 ? "(" + std::to_string(file.LastError().value()) + ")"
-                     : bytes.substr(0, static_cast<std::size_t>(count));
-}
-
-std::int64_t Write(RandomAccessFile& file, std::uint64_t offset, std::string_view bytes)
-{
-    return file.WriteAt(offset, bytes.data(), static_cast<std::int64_t>(bytes.size()));
 }
 
 } // namespace
@@ -93,47 +71,6 @@ TEST(RandomAccessFileTest, OnlyRegularFilesAreOpened)
     }
     EXPECT_EQ(fs::file_size(folder / "file"), 0U);
     EXPECT_TRUE(fs::is_fifo(folder / "pipe"));
-}
-
-TEST(RandomAccessFileTest, ReadsAndWritesAtAnyPlace)
-{
-    const Support::ScopedTempDir folder;
-    const fs::path path = folder / "µ.bin";
-    Support::WriteFile(path, "former");
-    RandomAccessFile file(path, Access::Replace);
-    EXPECT_EQ(file.SizeWhenOpened(), 0U);
-    EXPECT_EQ(Read(file, 0, 10), "");
-    EXPECT_EQ(Write(file, 8, "89"), 2);
-    EXPECT_EQ(Write(file, 2, "23"), 2);
-    EXPECT_EQ(Write(file, 100, ""), 0);
-    EXPECT_EQ(Support::ReadFile(path), "\0\0"
-                                       "23"
-                                       "\0\0\0\0"
-                                       "89"s);
-    for (const auto& [offset, size, bytes] : {std::tuple(2U, 2U, "23"s),
-                                              {7U, 2U,
-                                               "\0"
-                                               "8"s},
-                                              {9U, 5U, "9"s},
-                                              {10U, 5U, ""s},
-                                              {11U, 1U, ""s},
-                                              {0U, 0U, ""s}})
-    {
-        EXPECT_EQ(Read(file, offset, size), bytes) << offset;
-    }
-    EXPECT_FALSE(file.LastError());
-
-    constexpr std::uint64_t Far = (std::uint64_t{5} << 30) + 1;
-    EXPECT_EQ(Write(file, Far, "far"), 3);
-    EXPECT_EQ(fs::file_size(path), Far + 3);
-    RandomAccessFile reader(path, Access::Read);
-    EXPECT_EQ(reader.SizeWhenOpened(), Far + 3);
-    EXPECT_EQ(Read(reader, Far - 1, 10), "\0far"s);
-    EXPECT_EQ(Read(reader, 8, 2), "89");
-
-    fs::resize_file(path, 9); // by another program
-    EXPECT_EQ(Read(reader, 8, 2), "8");
-    EXPECT_EQ(reader.SizeWhenOpened(), Far + 3);
 }
 
 TEST(RandomAccessFileTest, FailuresAreReportedWithTheirReason)

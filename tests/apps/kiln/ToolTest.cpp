@@ -8,6 +8,7 @@
 
 #include <limits>
 #include <locale>
+#include <set>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -189,6 +190,50 @@ TEST_F(ToolTest, StandardStreamsTakeThePlaceOfFiles)
     EXPECT_THAT(Must("kiln info - < ihc.tif"), HasSubstr("RGB"));
     Must("kiln metadata - --format json < ihc.tif > ihc.json");
     EXPECT_THAT(Must("kiln validate - < ihc.json"), HasSubstr("valid"));
+}
+
+TEST_F(ToolTest, NamesArePreviewedAndReservedBetweenProcesses)
+{
+    WriteFile(m_folder / "naming.ini", "[File]\nPath\\UseDateFolders=false\nPath\\UseLabels=true\n"
+                                       "Path\\Labels={Magnification}, a:b\nPath\\ExperimentNumber=7\n");
+    const std::string first = (std::filesystem::path("data") / "Experiment_0007_a_b").make_preferred().string();
+    EXPECT_EQ(Must("kiln name data --settings naming.ini --extension png"), first + ".png\n");
+    EXPECT_FALSE(std::filesystem::exists(m_folder / "data"));
+    const Support::Program reserving{
+        {KILN_TOOL, "name", "data", "--settings", "naming.ini", "--reserve", "--count", "25"}, m_folder.Path()};
+    std::set<std::string> printed;
+    for (const ProcessResult& result : Support::RunSideBySide({4, reserving}))
+    {
+        EXPECT_EQ(result.status, 0) << result.error;
+        std::istringstream lines(result.output);
+        for (std::string line; std::getline(lines, line);)
+        {
+            printed.insert(line);
+        }
+    }
+    EXPECT_EQ(printed.size(), 100U);
+    std::set<std::string> made;
+    for (const auto& entry : std::filesystem::directory_iterator(m_folder / "data"))
+    {
+        made.insert(entry.path().filename().string());
+    }
+    made.erase(".reserved-names");
+    EXPECT_EQ(made.size(), 100U);
+    EXPECT_EQ(*made.begin() + *made.rbegin(), "Experiment_0007_a_b.tifExperiment_0106_a_b.tif");
+
+    Must("kiln import " + Cell + " cell.tif");
+    EXPECT_THAT(Must("kiln name --settings naming.ini --record cell.tif data"), HasSubstr("Experiment_0007_a_b.tif"));
+    EXPECT_EQ(Run("kiln name data --extension a/b").status, 2);
+    for (const std::string arguments :
+         {"name --reserve", "name data --settings missing.ini", "name data --record naming.ini",
+          "name cell.tif --reserve", "system cell.tif", "system missing.dll"})
+    {
+        const ProcessResult result = Run("kiln " + arguments);
+        EXPECT_EQ(result.status, 1) << arguments;
+        EXPECT_THAT(result.error, StartsWith("kiln: ")) << arguments;
+    }
+    EXPECT_THAT(Must("kiln system"),
+                Support::ContainsPattern("^Library  +1.*\nSystem .*\nProcessor .* logical\nMemory"));
 }
 
 TEST_F(ToolTest, AnImportKeepsTheRecordOfItsImage)

@@ -65,30 +65,6 @@ TEST_F(ToolLinuxTest, TheLogFolderComesFromTheCommandLineTheEnvironmentOrTheSett
     EXPECT_THAT(wrong.error, HasSubstr("home/Ardo/kiln.conf: log is no single value"));
 }
 
-TEST_F(ToolLinuxTest, NamesArePreviewedAndReservedBetweenProcesses)
-{
-    WriteFile(m_folder / "naming.ini", "[File]\nPath\\UseDateFolders=false\nPath\\UseLabels=true\n"
-                                       "Path\\Labels={Magnification}, a:b\nPath\\ExperimentNumber=7\n");
-    EXPECT_EQ(Must("kiln name data --settings naming.ini --extension png"), "data/Experiment_0007_a_b.png\n");
-    EXPECT_FALSE(std::filesystem::exists(m_folder / "data"));
-    Must("for i in 1 2 3 4; do kiln name data --settings naming.ini --reserve --count 25 > list$i & done; wait");
-    EXPECT_EQ(Must("cat list? | sort -u | wc -l"), "100\n");
-    EXPECT_EQ(Must("ls data | sed -n '1p;$p'"), "Experiment_0007_a_b.tif\nExperiment_0106_a_b.tif\n");
-
-    Must("kiln import " + Cell + " cell.tif");
-    EXPECT_THAT(Must("kiln name --settings naming.ini --record cell.tif data"), HasSubstr("Experiment_0007_a_b.tif"));
-    EXPECT_EQ(Run("kiln name data --extension a/b").status, 2);
-    for (const std::string arguments :
-         {"name --reserve", "name data --settings missing.ini", "name data --record list1", "name cell.tif --reserve",
-          "system cell.tif", "system missing.dll"})
-    {
-        const ProcessResult result = Run("kiln " + arguments);
-        EXPECT_EQ(result.status, 1) << arguments;
-        EXPECT_THAT(result.error, StartsWith("kiln: ")) << arguments;
-    }
-    EXPECT_THAT(Must("kiln system"), testing::ContainsRegex("^Library  +1.*\nSystem .*\nProcessor .* logical\nMemory"));
-}
-
 TEST_F(ToolLinuxTest, TheProfileOfACommandIsATraceAndATable)
 {
     const std::string check = Quoted("/usr/bin/python3") + " " + Quoted(KILN_CHECK_TRACE) + " trace.json";

@@ -39,9 +39,21 @@ MetadataLib::Metadata Record()
     return record;
 }
 
+/// With "/" between the names on every system.
 std::wstring Preview(const FileNamingSettings& settings, std::wstring_view extension = L"tif")
 {
-    return FileSystem::ToWide(FileNameGenerator(settings).Preview(Night, Record(), extension));
+    const auto path = FileNameGenerator(settings).Preview(Night, Record(), extension).generic_u8string();
+    return FileSystem::ToWide(std::filesystem::path(path));
+}
+
+std::wstring Times(int count, std::wstring_view text)
+{
+    std::wstring repeated;
+    for (int i = 0; i < count; ++i)
+    {
+        repeated += text;
+    }
+    return repeated;
 }
 
 } // namespace
@@ -103,7 +115,7 @@ TEST(FileNameGeneratorTest, EveryNameIsValid)
     settings.useDateFolders = false;
     settings.useExperimentNumberPrefix = settings.useLabels = true;
     settings.experimentName.assign(200, L'\u7D30');
-    settings.experimentNumberPrefix.assign(200, L'\U0001F468');
+    settings.experimentNumberPrefix = Times(200, L"\U0001F468"); // two units in UTF-16
     settings.labels.assign(16, std::wstring(200, L'\u00B5'));
     settings.experimentNumber = FileNamingSettings::MaxNumber;
     const std::wstring longest = Preview(settings, L"fifteen bytes.x");

@@ -1,13 +1,12 @@
 #include "Ardo/Kiln/System/ApplicationOptions.h"
 
+#include "tests/Support/Environment.h"
 #include "tests/Support/Process.h"
 #include "tests/Support/ScopedTempDir.h"
 
 #include <QSettings>
 
 #include <gmock/gmock.h>
-
-#include <cstdlib>
 
 namespace Ardo::Kiln::System
 {
@@ -38,7 +37,7 @@ protected:
     {
         for (const char* const name : {"TEST_THREADS", "TEST_LOG_FOLDER", "TEST_FAST"})
         {
-            ::unsetenv(name);
+            Support::SetEnvironmentValue(name, {});
         }
     }
 
@@ -63,9 +62,9 @@ TEST_F(ApplicationOptionsTest, TheCommandLineComesBeforeTheEnvironmentAndThatBef
     EXPECT_EQ(m_options.SourceOf("threads"), OptionSource::Default);
     const auto rest = m_options.ReadCommandLine({"a.tif", "--threads", "8", "--fast", "-", "--", "--format"});
     EXPECT_THAT(rest, ElementsAre("a.tif", "-", "--format"));
-    ::setenv("TEST_THREADS", "16", 1);
-    ::setenv("TEST_LOG_FOLDER", "/l\xC3\xB6g", 1);
-    ::setenv("TEST_FAST", "", 1); // not set
+    Support::SetEnvironmentValue("TEST_THREADS", "16");
+    Support::SetEnvironmentValue("TEST_LOG_FOLDER", "/l\xC3\xB6g");
+    Support::SetEnvironmentValue("TEST_FAST", ""); // not set
     m_options.ReadEnvironment();
     ReadSettings("threads=32\nlog-folder=/settings\ngamma=2.2\nunknown=1\n");
     EXPECT_EQ(m_options.Get<Number>("threads"), 8);
@@ -114,7 +113,7 @@ TEST_F(ApplicationOptionsTest, AWrongValueIsAnErrorThatNamesItsSourceAndChangesN
         EXPECT_THAT([&] { m_options.ReadCommandLine(line); }, ThrowsMessage<OptionError>(HasSubstr(text)));
         EXPECT_EQ(m_options.Get<double>("gamma"), 1.0);
     }
-    ::setenv("TEST_THREADS", "many", 1);
+    Support::SetEnvironmentValue("TEST_THREADS", "many");
     EXPECT_THAT([&] { m_options.ReadEnvironment(); },
                 ThrowsMessage<OptionError>(HasSubstr("the environment variable TEST_THREADS: threads: \"many\"")));
     EXPECT_THAT([&] { ReadSettings("threads=many\n"); }, ThrowsMessage<OptionError>(HasSubstr("a.ini: threads: ")));
