@@ -49,6 +49,8 @@ make_package() {
         wine "$name/bin/kiln.exe" import "$(windows_path "$root/tests/Data/images/cell.png")" cell.tif --pixel-size '107 nm'
         wine "$name/bin/kiln.exe" validate cell.tif
         wine "$name/bin/kiln.exe" info cell.tif | grep -q '550 x 660' || fail "the packaged tool reads something else"
+        cmake -DPACKAGE="$PWD/$name" -DSOURCE_DIR="$root" -DWORK_DIR="$PWD/consumer" -DGENERATOR=Ninja -DEXE_SUFFIX=.exe \
+            -DEMULATOR=wine -DTOOLCHAIN="$prefix/mingw.cmake" -P "$root/tests/Consumer/Run.cmake"
     )
     scripts/windows-picture "$out/a new machine/$name/bin/viewer.exe" "$out/viewer.png"
     rm -rf "$out/a new machine"

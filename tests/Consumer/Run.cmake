@@ -1,6 +1,6 @@
 # Installs the library into a folder with a blank in its name, builds the README's first program against it, runs it, and
 # looks at what it wrote with the installed tool. Called with BUILD_DIR, SOURCE_DIR, WORK_DIR, CXX, GENERATOR, EXE_SUFFIX, and
-# for a cross build EMULATOR and TOOLCHAIN.
+# for a cross build EMULATOR and TOOLCHAIN. PACKAGE in place of BUILD_DIR: the folder of an unpacked package.
 set(prefix "${WORK_DIR}/a prefix")
 file(REMOVE_RECURSE ${WORK_DIR})
 file(MAKE_DIRECTORY ${WORK_DIR}/build)
@@ -13,7 +13,11 @@ function(run)
     set(output ${output} PARENT_SCOPE)
 endfunction()
 
-run(${CMAKE_COMMAND} --install ${BUILD_DIR} --prefix ${prefix})
+if(PACKAGE)
+    file(COPY ${PACKAGE}/ DESTINATION ${prefix})
+else()
+    run(${CMAKE_COMMAND} --install ${BUILD_DIR} --prefix ${prefix})
+endif()
 
 # The program that a reader sees is the program that is built.
 file(READ ${SOURCE_DIR}/README.md readme)
@@ -33,7 +37,8 @@ run(${CMAKE_COMMAND} -S ${SOURCE_DIR}/tests/Consumer -B ${WORK_DIR}/build -G ${G
     -DCMAKE_PREFIX_PATH=${prefix} ${compiler})
 run(${CMAKE_COMMAND} --build ${WORK_DIR}/build)
 if(TOOLCHAIN) # the system looks for DLLs beside the program
-    file(COPY ${prefix}/bin/Common.dll DESTINATION ${WORK_DIR}/build)
+    file(GLOB libraries ${prefix}/bin/*.dll)
+    file(COPY ${libraries} DESTINATION ${WORK_DIR}/build)
 endif()
 run(${CMAKE_COMMAND} -E chdir ${WORK_DIR} ${EMULATOR} build/first_program${EXE_SUFFIX})
 
