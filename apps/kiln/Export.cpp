@@ -1,10 +1,10 @@
 #include "apps/kiln/Export.h"
 
+#include "apps/kiln/ConsoleInterrupt.h"
 #include "apps/kiln/Failure.h"
 #include "apps/kiln/Streams.h"
 
 #include "Ardo/Kiln/Threading/BackgroundWorker.h"
-#include "Ardo/Kiln/Threading/ConsoleInterrupt.h"
 
 #include <algorithm>
 #include <atomic>
@@ -21,7 +21,6 @@ namespace
 {
 
 using Threading::BackgroundWorker;
-using Threading::ConsoleInterrupt;
 using Threading::ScopedScheduledWork;
 
 /// One line on standard error that is overwritten with each update.

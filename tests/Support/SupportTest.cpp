@@ -1,4 +1,4 @@
-#include "Ardo/Kiln/Logger/ComponentLog_p.h"
+#include "Ardo/Kiln/Logger/ComponentLog.h"
 #include "tests/Support/LogCollector.h"
 #include "tests/Support/ScopedTempDir.h"
 #include "tests/Support/TestTimeLimit.h"

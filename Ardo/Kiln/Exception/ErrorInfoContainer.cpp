@@ -1,4 +1,4 @@
-#include "Ardo/Kiln/Exception/ErrorInfoContainer_p.h"
+#include "Ardo/Kiln/Exception/ErrorInfoContainer.h"
 
 #include <boost/exception/info.hpp>
 #include <boost/version.hpp>

@@ -1,7 +1,7 @@
 #include "Ardo/Kiln/Exception/HandledException.h"
 
 #include "Ardo/Kiln/Exception/ErrorInfo.h"
-#include "Ardo/Kiln/Exception/ErrorInfoContainer_p.h"
+#include "Ardo/Kiln/Exception/ErrorInfoContainer.h"
 
 #include <boost/exception/get_error_info.hpp>
 

@@ -8,7 +8,7 @@
 #include "Ardo/Kiln/Exception/HandlerState_p.h"
 #include "Ardo/Kiln/Exception/Notification.h"
 #include "Ardo/Kiln/Exception/NotifyException.h"
-#include "Ardo/Kiln/Logger/LogFileRegistry_p.h"
+#include "Ardo/Kiln/Logger/LogFileRegistry.h"
 #include "Ardo/Kiln/Platform/ProcessEnd.h"
 #include "Ardo/Kiln/Platform/StandardError.h"
 

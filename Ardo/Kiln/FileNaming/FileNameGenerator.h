@@ -2,7 +2,7 @@
 
 #include "Ardo/Kiln/FileNaming/FileNameReservation.h"
 #include "Ardo/Kiln/FileNaming/FileNamingSettings.h"
-#include "Ardo/Kiln/Time/TimePoint.h"
+#include "Ardo/Kiln/Time/Ticks.h"
 #include "Ardo/KilnExport.h"
 
 #include <cstdint>

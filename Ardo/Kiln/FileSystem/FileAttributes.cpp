@@ -1,7 +1,7 @@
 #include "Ardo/Kiln/FileSystem/FileAttributes.h"
 
 #include "Ardo/Kiln/FileSystem/WidePath.h"
-#include "Ardo/Kiln/Platform/FileAttributes.h"
+#include "Ardo/Kiln/Platform/FileFlags.h"
 
 #include <stdexcept>
 #include <string>

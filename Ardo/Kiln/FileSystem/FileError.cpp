@@ -1,4 +1,4 @@
-#include "Ardo/Kiln/FileSystem/FileError_p.h"
+#include "Ardo/Kiln/FileSystem/FileError.h"
 
 #include "Ardo/Kiln/Conversion/Replacing.h"
 #include "Ardo/Kiln/FileSystem/WidePath.h"

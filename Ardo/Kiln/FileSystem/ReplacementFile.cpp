@@ -1,9 +1,9 @@
 #include "Ardo/Kiln/FileSystem/ReplacementFile.h"
 
 #include "Ardo/Kiln/FileSystem/FileAttributes.h"
-#include "Ardo/Kiln/FileSystem/FileError_p.h"
-#include "Ardo/Kiln/Platform/FileAttributes.h"
-#include "Ardo/Kiln/Platform/TemporaryFile.h"
+#include "Ardo/Kiln/FileSystem/FileError.h"
+#include "Ardo/Kiln/Platform/FileFlags.h"
+#include "Ardo/Kiln/Platform/PartialFile.h"
 
 namespace Ardo::Kiln::FileSystem
 {
@@ -73,9 +73,9 @@ fs::path CheckedTarget(const fs::path& path)
 } // namespace
 
 ReplacementFile::ReplacementFile(const fs::path& target)
-    : m_target(CheckedTarget(target)), m_file(std::make_unique<Platform::TemporaryFile>())
+    : m_target(CheckedTarget(target)), m_file(std::make_unique<Platform::PartialFile>())
 {
-    using Rights = Platform::TemporaryFile::Rights;
+    using Rights = Platform::PartialFile::Rights;
 
     std::error_code ignored; // a file whose status cannot be read cannot be replaced either
     const bool replaces = fs::exists(m_target, ignored);

@@ -10,7 +10,7 @@
 
 namespace Ardo::Kiln::Platform
 {
-class TemporaryFile;
+class PartialFile;
 }
 
 namespace Ardo::Kiln::FileSystem
@@ -77,7 +77,7 @@ public:
 
 private:
     std::filesystem::path m_target; ///< An absolute path that is no link.
-    std::unique_ptr<Platform::TemporaryFile> m_file;
+    std::unique_ptr<Platform::PartialFile> m_file;
 };
 
 } // namespace Ardo::Kiln::FileSystem

@@ -8,7 +8,7 @@
 
 namespace Ardo::Kiln::Platform
 {
-class TemporaryFile;
+class PartialFile;
 }
 
 namespace Ardo::Kiln::FileSystem
@@ -37,7 +37,7 @@ public:
     std::wstring WidePath() const;
 
 private:
-    std::unique_ptr<Platform::TemporaryFile> m_file; ///< Never null.
+    std::unique_ptr<Platform::PartialFile> m_file; ///< Never null.
 };
 
 } // namespace Ardo::Kiln::FileSystem

@@ -4,7 +4,7 @@
 #include "Ardo/Kiln/ImageIO/ImageDecoders_p.h"
 #include "Ardo/Kiln/ImageIO/ImageFile.h"
 #include "Ardo/Kiln/ImageIO/ReadImageException.h"
-#include "Ardo/Kiln/Logger/ComponentLog_p.h"
+#include "Ardo/Kiln/Logger/ComponentLog.h"
 
 namespace Ardo::Kiln::ImageIO
 {

@@ -2,7 +2,7 @@
 
 #include "Ardo/Kiln/FileSystem/WidePath.h"
 #include "Ardo/Kiln/ImageIO/TiffTags_p.h"
-#include "Ardo/Kiln/Logger/ComponentLog_p.h"
+#include "Ardo/Kiln/Logger/ComponentLog.h"
 
 #include <algorithm>
 #include <array>

@@ -1,4 +1,4 @@
-#include "Ardo/Kiln/Logger/ComponentLog_p.h"
+#include "Ardo/Kiln/Logger/ComponentLog.h"
 
 #include "Ardo/Kiln/Logger/CreateLogger.h"
 

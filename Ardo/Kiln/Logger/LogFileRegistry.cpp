@@ -1,4 +1,4 @@
-#include "Ardo/Kiln/Logger/LogFileRegistry_p.h"
+#include "Ardo/Kiln/Logger/LogFileRegistry.h"
 
 #include "Ardo/Kiln/FileSystem/WidePath.h"
 #include "Ardo/Kiln/Logger/LockWithin_p.h"

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "Ardo/Kiln/Logger/SeverityLevel.h"
-#include "Ardo/Kiln/Time/TimePoint.h"
+#include "Ardo/Kiln/Time/Ticks.h"
 #include "Ardo/KilnExport.h"
 
 #include <array>

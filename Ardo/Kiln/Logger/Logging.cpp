@@ -1,10 +1,10 @@
 #include "Ardo/Kiln/Logger/Logging.h"
 
-#include "Ardo/Kiln/FileSystem/FileError_p.h"
-#include "Ardo/Kiln/FileSystem/ServerInstallation_p.h"
+#include "Ardo/Kiln/FileSystem/FileError.h"
+#include "Ardo/Kiln/FileSystem/ServerInstallation.h"
 #include "Ardo/Kiln/FileSystem/WidePath.h"
 #include "Ardo/Kiln/Logger/LogFileAttribute.h"
-#include "Ardo/Kiln/Logger/LogFileRegistry_p.h"
+#include "Ardo/Kiln/Logger/LogFileRegistry.h"
 #include "Ardo/Kiln/Logger/Sinks_p.h"
 
 #include <stdexcept>

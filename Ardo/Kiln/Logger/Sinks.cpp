@@ -1,7 +1,7 @@
 #include "Ardo/Kiln/Logger/Sinks_p.h"
 
 #include "Ardo/Kiln/Logger/AttributeNames.h"
-#include "Ardo/Kiln/Logger/LogFileRegistry_p.h"
+#include "Ardo/Kiln/Logger/LogFileRegistry.h"
 #include "Ardo/Kiln/Logger/LogText_p.h"
 #include "Ardo/Kiln/Logger/SeveritySets.h"
 #include "Ardo/Kiln/Logger/TextLogWriter_p.h"

@@ -1,8 +1,8 @@
 #include "Ardo/Kiln/Logger/TextLogWriter_p.h"
 
-#include "Ardo/Kiln/Logger/LogFileRegistry_p.h"
+#include "Ardo/Kiln/Logger/LogFileRegistry.h"
 #include "Ardo/Kiln/Logger/LogText_p.h"
-#include "Ardo/Kiln/Platform/CalendarTime.h"
+#include "Ardo/Kiln/Platform/CalendarFields.h"
 
 #include <spdlog/logger.h>
 #include <spdlog/pattern_formatter.h>

@@ -1,7 +1,7 @@
 #include "Ardo/Kiln/MetadataSerializer/LeafText_p.h"
 
 #include "Ardo/Kiln/Time/IsoString.h"
-#include "Ardo/Kiln/Time/IsoString_p.h"
+#include "Ardo/Kiln/Time/ReadIsoString.h"
 
 #include <algorithm>
 #include <boost/property_tree/exceptions.hpp>

@@ -1,7 +1,7 @@
 #include "Ardo/Kiln/MetadataSerializer/Record.h"
 
-#include "Ardo/Kiln/Exception/ErrorInfoContainer_p.h"
-#include "Ardo/Kiln/Logger/ComponentLog_p.h"
+#include "Ardo/Kiln/Exception/ErrorInfoContainer.h"
+#include "Ardo/Kiln/Logger/ComponentLog.h"
 #include "Ardo/Kiln/MetadataSerializer/DocumentLines_p.h"
 #include "Ardo/Kiln/MetadataSerializer/TreeReader_p.h"
 #include "Ardo/Kiln/MetadataSerializer/TreeWriter_p.h"

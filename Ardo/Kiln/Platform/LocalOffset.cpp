@@ -1,6 +1,6 @@
 #include "Ardo/Kiln/Platform/LocalOffset.h"
 
-#include "Ardo/Kiln/Platform/CalendarTime.h"
+#include "Ardo/Kiln/Platform/CalendarFields.h"
 
 #include <array>
 #include <atomic>

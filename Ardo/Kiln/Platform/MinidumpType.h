@@ -2,7 +2,8 @@
 
 // The flags of `MiniDumpWriteDump` of Windows, which select the contents of a minidump. On Windows it is the system's
 // enumeration; elsewhere one with the same names and values. Public, because the functions that write minidumps take
-// it.
+// it. The only public header that includes <windows.h>: an enumeration without a fixed underlying type cannot be
+// declared ahead, and the header that defines it needs most of <windows.h>.
 
 #ifdef _WIN32
 

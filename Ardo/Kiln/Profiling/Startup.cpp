@@ -1,9 +1,9 @@
 #include "Ardo/Kiln/Profiling/Startup.h"
 
-#include "Ardo/Kiln/Logger/ComponentLog_p.h"
+#include "Ardo/Kiln/Logger/ComponentLog.h"
 #include "Ardo/Kiln/Platform/ProcessStart.h"
 #include "Ardo/Kiln/Profiling/Startup_p.h"
-#include "Ardo/Kiln/Profiling/Text_p.h"
+#include "Ardo/Kiln/Profiling/QuantityText_p.h"
 
 #include <algorithm>
 #include <mutex>

@@ -2,7 +2,7 @@
 
 #include "Ardo/Kiln/Conversion/Replacing.h"
 #include "Ardo/Kiln/FileSystem/ApplicationName.h"
-#include "Ardo/Kiln/FileSystem/FileError_p.h"
+#include "Ardo/Kiln/FileSystem/FileError.h"
 #include "Ardo/Kiln/FileSystem/ReplacementFile.h"
 #include "Ardo/Kiln/Platform/ProcessId.h"
 #include "Ardo/Kiln/Platform/SystemError.h"

@@ -1,6 +1,6 @@
 #include "Ardo/Kiln/Threading/ForegroundWorker.h"
 
-#include "Ardo/Kiln/Logger/ComponentLog_p.h"
+#include "Ardo/Kiln/Logger/ComponentLog.h"
 #include "Ardo/Kiln/Threading/HandleWarnings_p.h"
 
 #include <exception>

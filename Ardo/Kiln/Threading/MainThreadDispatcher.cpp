@@ -1,6 +1,6 @@
 #include "Ardo/Kiln/Threading/MainThreadDispatcher.h"
 
-#include "Ardo/Kiln/Logger/ComponentLog_p.h"
+#include "Ardo/Kiln/Logger/ComponentLog.h"
 
 #include <QCoreApplication>
 

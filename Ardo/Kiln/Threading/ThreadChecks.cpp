@@ -1,6 +1,6 @@
 #include "Ardo/Kiln/Threading/ThreadChecks.h"
 
-#include "Ardo/Kiln/Logger/ComponentLog_p.h"
+#include "Ardo/Kiln/Logger/ComponentLog.h"
 #include "Ardo/Kiln/Threading/BackgroundWorker.h"
 
 #include <boost/format.hpp>

@@ -1,6 +1,6 @@
 #include "Ardo/Kiln/Time/CalendarTime.h"
 
-#include "Ardo/Kiln/Platform/CalendarTime.h"
+#include "Ardo/Kiln/Platform/CalendarFields.h"
 
 #include <iomanip>
 #include <locale>

@@ -1,7 +1,7 @@
 #pragma once
 
+#include "Ardo/Kiln/Time/Ticks.h"
 #include "Ardo/Kiln/Time/TimeFormat.h"
-#include "Ardo/Kiln/Time/TimePoint.h"
 #include "Ardo/KilnExport.h"
 
 #include <ctime>

@@ -1,6 +1,6 @@
 #include "Ardo/Kiln/Time/IsoString.h"
 
-#include "Ardo/Kiln/Time/IsoString_p.h"
+#include "Ardo/Kiln/Time/ReadIsoString.h"
 
 #include <QDateTime>
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Ardo/Kiln/Time/TimePoint.h"
+#include "Ardo/Kiln/Time/Ticks.h"
 #include "Ardo/KilnExport.h"
 
 #include <string>

@@ -1,4 +1,4 @@
-#include "Ardo/Kiln/FileSystem/ServerInstallation_p.h"
+#include "Ardo/Kiln/FileSystem/ServerInstallation.h"
 
 #include "Ardo/Kiln/FileSystem/WidePath.h"
 #include "tests/Support/Process.h"

@@ -1,10 +1,10 @@
 #include "Ardo/Kiln/Logger/Logging.h"
 
 #include "Ardo/Kiln/FileSystem/FileAttributes.h"
-#include "Ardo/Kiln/Logger/ComponentLog_p.h"
+#include "Ardo/Kiln/Logger/ComponentLog.h"
 #include "Ardo/Kiln/Logger/CreateLogger.h"
 #include "Ardo/Kiln/Logger/LogFileAttribute.h"
-#include "Ardo/Kiln/Logger/LogFileRegistry_p.h"
+#include "Ardo/Kiln/Logger/LogFileRegistry.h"
 #include "Ardo/Kiln/Logger/LogText_p.h"
 #include "Ardo/Kiln/Logger/ScopedLogger.h"
 #include "Ardo/Kiln/Logger/SeveritySets.h"

@@ -1,4 +1,3 @@
-#include "Ardo/Kiln/Platform/ConsoleInterrupt.h"
 #include "Ardo/Kiln/Platform/FileVersion.h"
 #include "Ardo/Kiln/Platform/ModulePath.h"
 #include "Ardo/Kiln/Platform/Setting.h"
@@ -42,26 +41,6 @@ TEST(SystemTest, TheSettingsOfProgramsOf32BitsHaveTheirOwnKey)
     EXPECT_EQ(read(path), std::nullopt);
     ::RegDeleteKeyExW(HKEY_LOCAL_MACHINE, path.c_str(), KEY_WOW64_32KEY, 0);
     EXPECT_EQ(read(L"SOFTWARE\\Wow6432Node\\" + name), std::nullopt);
-}
-
-TEST(SystemDeathTest, CtrlCIsRemembered)
-{
-    const auto interrupt = []
-    {
-        ::FreeConsole();
-        ::AllocConsole();                        // no other process receives the event
-        ::SetConsoleCtrlHandler(nullptr, FALSE); // a parent may have made it ignore Ctrl-C
-        if (!CatchConsoleInterrupts() || WasConsoleInterrupted() || !::GenerateConsoleCtrlEvent(CTRL_C_EVENT, 0))
-        {
-            std::_Exit(1);
-        }
-        while (!WasConsoleInterrupted()) // the test has a time limit
-        {
-            ::Sleep(10);
-        }
-        std::_Exit(0);
-    };
-    EXPECT_EXIT(interrupt(), testing::ExitedWithCode(0), "");
 }
 
 } // namespace Ardo::Kiln::Platform

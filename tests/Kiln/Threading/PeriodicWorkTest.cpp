@@ -1,8 +1,8 @@
 #include "Ardo/Kiln/Threading/PeriodicWork.h"
 
 #include "Ardo/Kiln/Exception/Warning.h"
+#include "Ardo/Kiln/Polling/Poller.h"
 #include "Ardo/Kiln/Threading/PeriodicScheduledWork.h"
-#include "Ardo/Kiln/Threading/Poller.h"
 #include "tests/Kiln/Threading/Gate.h"
 
 #include <gmock/gmock.h>

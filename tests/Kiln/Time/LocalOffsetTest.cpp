@@ -1,6 +1,6 @@
 #include "Ardo/Kiln/Platform/LocalOffset.h"
 
-#include "Ardo/Kiln/Platform/CalendarTime.h"
+#include "Ardo/Kiln/Platform/CalendarFields.h"
 #include "tests/Support/ScopedTimeZone.h"
 
 #include <gtest/gtest.h>

@@ -1,7 +1,7 @@
 #include "Ardo/Kiln/Crash/Report/FaultFacts.h"
 
 #include "Ardo/Kiln/Crash/CrashRequest_linux.h"
-#include "Ardo/Kiln/Platform/CalendarTime.h"
+#include "Ardo/Kiln/Platform/CalendarFields.h"
 
 #include <algorithm>
 #include <iterator>

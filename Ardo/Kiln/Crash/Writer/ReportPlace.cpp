@@ -5,7 +5,7 @@
 #include "Ardo/Kiln/Crash/Report/ReportFile.h"
 #include "Ardo/Kiln/Crash/Report/TextSink.h"
 #include "Ardo/Kiln/Crash/Writer/DescribedFault.h"
-#include "Ardo/Kiln/FileSystem/ServerInstallation_p.h"
+#include "Ardo/Kiln/FileSystem/ServerInstallation.h"
 #include "Ardo/Kiln/Platform/DataFolder.h"
 #include "Ardo/Kiln/Platform/FileVersion.h"
 #include "Ardo/Kiln/Platform/LocalOffset.h"

@@ -1,10 +1,12 @@
-#include "Ardo/Kiln/Platform/ConsoleInterrupt.h"
+#include "apps/kiln/ConsoleInterrupt.h"
 
 #include <atomic>
+#include <cerrno>
 #include <csignal>
+#include <system_error>
 #include <unistd.h>
 
-namespace Ardo::Kiln::Platform
+namespace Ardo::Kiln::Tool
 {
 
 namespace
@@ -22,36 +24,32 @@ void Remember(int)
 
 } // namespace
 
-bool CatchConsoleInterrupts() noexcept
+ConsoleInterrupt::ConsoleInterrupt()
 {
     g_wasInterrupted = false;
-    if (::sigaction(SIGINT, nullptr, &g_before) != 0)
-    {
-        return false;
-    }
-    if (g_before.sa_handler == SIG_IGN)
-    {
-        return true;
-    }
     struct sigaction action = {};
     action.sa_handler = Remember;
     action.sa_flags = SA_RESTART; // a write in progress is not interrupted
-    return ::sigaction(SIGINT, &action, nullptr) == 0;
+    if (::sigaction(SIGINT, nullptr, &g_before) != 0 ||
+        (g_before.sa_handler != SIG_IGN && ::sigaction(SIGINT, &action, nullptr) != 0))
+    {
+        throw std::system_error(errno, std::generic_category(), "Ctrl-C cannot be caught");
+    }
 }
 
-void ReleaseConsoleInterrupts() noexcept
+ConsoleInterrupt::~ConsoleInterrupt()
 {
     ::sigaction(SIGINT, &g_before, nullptr);
 }
 
-bool WasConsoleInterrupted() noexcept
+bool ConsoleInterrupt::IsRequested() const noexcept
 {
     return g_wasInterrupted;
 }
 
-bool IsStandardErrorConsole() noexcept
+bool ConsoleInterrupt::IsStandardErrorShown() noexcept
 {
     return ::isatty(STDERR_FILENO) == 1;
 }
 
-} // namespace Ardo::Kiln::Platform
+} // namespace Ardo::Kiln::Tool

@@ -1,4 +1,4 @@
-#include "Ardo/Kiln/Platform/FileAttributes.h"
+#include "Ardo/Kiln/Platform/FileFlags.h"
 
 #include <cerrno>
 

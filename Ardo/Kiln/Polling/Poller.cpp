@@ -1,4 +1,4 @@
-#include "Ardo/Kiln/Threading/Poller.h"
+#include "Ardo/Kiln/Polling/Poller.h"
 
 #include "Ardo/Kiln/Threading/BackgroundWorker.h"
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Ardo/Kiln/Threading/IPoller.h"
+#include "Ardo/Kiln/Polling/IPoller.h"
 #include "Ardo/Kiln/Threading/ScopedScheduledWork.h"
 #include "Ardo/KilnExport.h"
 

@@ -1,4 +1,4 @@
-#include "Ardo/Kiln/Platform/TemporaryFile.h"
+#include "Ardo/Kiln/Platform/PartialFile.h"
 
 #include "Ardo/Kiln/Platform/FileRename.h"
 #include "Ardo/Kiln/Platform/ScopedHandle_win.h"
@@ -14,7 +14,7 @@ namespace fs = std::filesystem;
 
 } // namespace
 
-struct TemporaryFile::System
+struct PartialFile::System
 {
     System() = default;
     ~System()
@@ -32,16 +32,16 @@ struct TemporaryFile::System
     fs::path path;     ///< Empty once the file has its final name.
 };
 
-TemporaryFile::TemporaryFile() = default;
+PartialFile::PartialFile() = default;
 
-TemporaryFile::~TemporaryFile() = default;
+PartialFile::~PartialFile() = default;
 
-fs::path TemporaryFile::Path() const
+fs::path PartialFile::Path() const
 {
     return m_system != nullptr ? m_system->path : fs::path();
 }
 
-std::error_code TemporaryFile::Create(const fs::path& folder, Rights)
+std::error_code PartialFile::Create(const fs::path& folder, Rights)
 {
     ScopedHandle file;
     fs::path path;
@@ -62,7 +62,7 @@ std::error_code TemporaryFile::Create(const fs::path& folder, Rights)
     return {};
 }
 
-std::error_code TemporaryFile::MoveTo(const fs::path& target)
+std::error_code PartialFile::MoveTo(const fs::path& target)
 {
     if (!::FlushFileBuffers(m_system->file.Get()))
     {

@@ -1,4 +1,4 @@
-#include "Ardo/Kiln/Platform/TemporaryFile.h"
+#include "Ardo/Kiln/Platform/PartialFile.h"
 
 #include "Ardo/Kiln/Platform/FileSizeSignal_posix.h"
 #include "Ardo/Kiln/Platform/ScopedDescriptor_posix.h"
@@ -62,7 +62,7 @@ void FlushFolder(const fs::path& folder) noexcept
 
 } // namespace
 
-struct TemporaryFile::System
+struct PartialFile::System
 {
     System() = default;
     ~System()
@@ -142,16 +142,16 @@ struct TemporaryFile::System
     bool hasName = false;
 };
 
-TemporaryFile::TemporaryFile() = default;
+PartialFile::PartialFile() = default;
 
-TemporaryFile::~TemporaryFile() = default;
+PartialFile::~PartialFile() = default;
 
-fs::path TemporaryFile::Path() const
+fs::path PartialFile::Path() const
 {
     return m_system != nullptr ? m_system->path : fs::path();
 }
 
-std::error_code TemporaryFile::Create(const fs::path& folder, Rights rights)
+std::error_code PartialFile::Create(const fs::path& folder, Rights rights)
 {
     const mode_t mode = rights == Rights::Owner ? 0600 : 0666;
     auto system = std::make_unique<System>();
@@ -167,7 +167,7 @@ std::error_code TemporaryFile::Create(const fs::path& folder, Rights rights)
     return {};
 }
 
-std::error_code TemporaryFile::MoveTo(const fs::path& target)
+std::error_code PartialFile::MoveTo(const fs::path& target)
 {
     TakeRightsOf(target, m_system->file.Get());
     if (const std::error_code error = m_system->Flush())

@@ -1,4 +1,4 @@
-#include "Ardo/Kiln/Platform/TemporaryFile.h"
+#include "Ardo/Kiln/Platform/PartialFile.h"
 
 #include <array>
 #include <cstdio>
@@ -7,7 +7,7 @@
 namespace Ardo::Kiln::Platform
 {
 
-std::filesystem::path TemporaryFile::RandomName()
+std::filesystem::path PartialFile::RandomName()
 {
     std::random_device random;
     std::array<char, 32> name{};

@@ -1,4 +1,4 @@
-#include "Ardo/Kiln/Platform/TemporaryFile.h"
+#include "Ardo/Kiln/Platform/PartialFile.h"
 
 #include "tests/Support/FailingSystemCall.h"
 #include "tests/Support/Process.h"
@@ -22,7 +22,7 @@ namespace fs = std::filesystem;
 namespace
 {
 
-using Rights = TemporaryFile::Rights;
+using Rights = PartialFile::Rights;
 using Support::ReadFile;
 using Support::WriteFile;
 
@@ -52,7 +52,7 @@ void CheckLife(bool hasName)
     const mode_t before = ::umask(002);
     for (const auto& [rights, mode] : {std::pair(Rights::Owner, 0600U), {Rights::NewFile, 0664U}})
     {
-        TemporaryFile file;
+        PartialFile file;
         EXPECT_EQ(file.Path(), fs::path());
         ASSERT_FALSE(file.Create(folder.Path(), rights));
         EXPECT_EQ(ModeOf(file.Path()), mode);
@@ -72,7 +72,7 @@ void CheckLife(bool hasName)
     }
     ::umask(before);
     {
-        TemporaryFile file;
+        PartialFile file;
         ASSERT_FALSE(file.Create(folder.Path(), Rights::Owner));
     }
     EXPECT_EQ(NamesIn(folder.Path()), std::set<std::string>{});
@@ -97,7 +97,7 @@ TEST(PlatformTemporaryFileTest, WhereLinksAreForbiddenItIsCopied)
                             {
                                 for (const char* name : {"old", "new"})
                                 {
-                                    TemporaryFile file;
+                                    PartialFile file;
                                     ASSERT_FALSE(file.Create(folder.Path(), Rights::NewFile));
                                     WriteFile(file.Path(), large);
                                     ASSERT_FALSE(file.MoveTo(folder / name));
@@ -113,7 +113,7 @@ TEST(PlatformTemporaryFileTest, WhatCannotBeFlushedReplacesNothing)
     const Support::ScopedTempDir folder;
     WriteFile(folder / "file", "old");
     {
-        TemporaryFile file;
+        PartialFile file;
         ASSERT_FALSE(file.Create(folder.Path(), Rights::Owner));
         WriteFile(file.Path(), "new");
         Support::RunWithFailing(NoFlush, [&] { EXPECT_EQ(file.MoveTo(folder / "file").value(), EIO); });
@@ -130,7 +130,7 @@ TEST(PlatformTemporaryFileTest, AFolderThatTakesNoFileIsReported)
     for (const auto& [path, error] :
          {std::pair(folder / "missing", ENOENT), {folder / "file", ENOTDIR}, {"/proc", ENOENT}})
     {
-        TemporaryFile file;
+        PartialFile file;
         EXPECT_EQ(file.Create(path, Rights::Owner).value(), error) << path;
         EXPECT_EQ(file.Path(), fs::path());
     }
@@ -141,7 +141,7 @@ TEST(PlatformTemporaryFileTest, NamesAreRandom)
     std::set<fs::path> names;
     for (int i = 0; i < 1000; ++i)
     {
-        const fs::path name = TemporaryFile::RandomName();
+        const fs::path name = PartialFile::RandomName();
         EXPECT_THAT(name.native(), testing::MatchesRegex("\\.[0-9a-f]{16}\\.part"));
         EXPECT_TRUE(names.insert(name).second);
     }

@@ -14,7 +14,7 @@ namespace Ardo::Kiln::Platform
 /// On Linux the file has no name if the file system of the folder supports that and /proc is mounted: a killed process
 /// then leaves nothing. Otherwise, and on Windows, it has the temporary name RandomName() in the folder.
 /// One thread at a time.
-class KILN_EXPORT_FOR_TESTS TemporaryFile
+class KILN_EXPORT_FOR_TESTS PartialFile
 {
 public:
     /// The permissions of the file on Linux until MoveTo(). On Windows the file inherits the access list of the folder.
@@ -24,10 +24,10 @@ public:
         NewFile ///< those of any new file of this process
     };
 
-    TemporaryFile();
-    ~TemporaryFile();
-    TemporaryFile(const TemporaryFile&) = delete;
-    TemporaryFile& operator=(const TemporaryFile&) = delete;
+    PartialFile();
+    ~PartialFile();
+    PartialFile(const PartialFile&) = delete;
+    PartialFile& operator=(const PartialFile&) = delete;
 
     /// Creates the empty file. To be called once.
     /// \param folder an absolute path.

@@ -1,10 +1,11 @@
-#include "Ardo/Kiln/Platform/ConsoleInterrupt.h"
+#include "apps/kiln/ConsoleInterrupt.h"
 
 #include <windows.h>
 
 #include <atomic>
+#include <system_error>
 
-namespace Ardo::Kiln::Platform
+namespace Ardo::Kiln::Tool
 {
 
 namespace
@@ -25,26 +26,29 @@ BOOL WINAPI Remember(DWORD event)
 
 } // namespace
 
-bool CatchConsoleInterrupts() noexcept
+ConsoleInterrupt::ConsoleInterrupt()
 {
     g_wasInterrupted = false;
-    return ::SetConsoleCtrlHandler(Remember, TRUE) != FALSE;
+    if (::SetConsoleCtrlHandler(Remember, TRUE) == FALSE)
+    {
+        throw std::system_error(static_cast<int>(::GetLastError()), std::system_category(), "Ctrl-C cannot be caught");
+    }
 }
 
-void ReleaseConsoleInterrupts() noexcept
+ConsoleInterrupt::~ConsoleInterrupt()
 {
     ::SetConsoleCtrlHandler(Remember, FALSE);
 }
 
-bool WasConsoleInterrupted() noexcept
+bool ConsoleInterrupt::IsRequested() const noexcept
 {
     return g_wasInterrupted;
 }
 
-bool IsStandardErrorConsole() noexcept
+bool ConsoleInterrupt::IsStandardErrorShown() noexcept
 {
     DWORD mode;
     return ::GetConsoleMode(::GetStdHandle(STD_ERROR_HANDLE), &mode) != FALSE;
 }
 
-} // namespace Ardo::Kiln::Platform
+} // namespace Ardo::Kiln::Tool

@@ -1,4 +1,4 @@
-#include "Ardo/Kiln/Platform/CalendarTime.h"
+#include "Ardo/Kiln/Platform/CalendarFields.h"
 
 #include <time.h>
 

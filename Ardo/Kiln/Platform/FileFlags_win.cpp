@@ -1,4 +1,4 @@
-#include "Ardo/Kiln/Platform/FileAttributes.h"
+#include "Ardo/Kiln/Platform/FileFlags.h"
 
 #include "Ardo/Kiln/Platform/ScopedHandle_win.h"
 #include "Ardo/Kiln/Platform/SystemError.h"
