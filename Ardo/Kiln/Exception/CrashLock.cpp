@@ -1,4 +1,4 @@
-#include "Ardo/Kiln/Exception/HandlerState_p.h"
+#include "Ardo/Kiln/Exception/HandlerInternal_p.h"
 
 #include <chrono>
 #include <optional>
@@ -16,7 +16,7 @@ constexpr std::chrono::milliseconds PollInterval{20};
 
 } // namespace
 
-Handler::CrashLock::CrashLock() : m_isNested(IsHeld())
+Handler::Internal::CrashLock::CrashLock() : m_isNested(IsHeld())
 {
     if (m_isNested)
     {
@@ -39,7 +39,7 @@ Handler::CrashLock::CrashLock() : m_isNested(IsHeld())
     g_crashedThread = FaultDispatch::ThreadId();
 }
 
-Handler::CrashLock::~CrashLock()
+Handler::Internal::CrashLock::~CrashLock()
 {
     if (!m_isNested)
     {
@@ -47,12 +47,12 @@ Handler::CrashLock::~CrashLock()
     }
 }
 
-bool Handler::CrashLock::IsHeld() noexcept
+bool Handler::Internal::CrashLock::IsHeld() noexcept
 {
     return g_crashedThread == FaultDispatch::ThreadId();
 }
 
-void Handler::CrashLock::Unlock() noexcept
+void Handler::Internal::CrashLock::Unlock() noexcept
 {
     g_answerIsAwaited = false; // in case the code that awaited it was left by a jump
     g_crashedThread = 0;

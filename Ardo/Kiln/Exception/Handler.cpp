@@ -2,7 +2,7 @@
 
 #include "Ardo/Kiln/Crash/Fault/CatchAll.h"
 #include "Ardo/Kiln/Crash/Fault/CaughtException.h"
-#include "Ardo/Kiln/Exception/HandlerState_p.h"
+#include "Ardo/Kiln/Exception/HandlerInternal_p.h"
 #include "Ardo/Kiln/Exception/MiniDumpGenerator.h"
 #include "Ardo/Kiln/Exception/Notification.h"
 #include "Ardo/Kiln/Exception/Warning.h"
@@ -13,7 +13,6 @@
 #include <boost/log/sources/record_ostream.hpp>
 #include <boost/log/sources/severity_feature.hpp>
 
-#include <array>
 #include <chrono>
 #include <deque>
 #include <memory>
@@ -39,27 +38,20 @@ thread_local bool g_holdsLockAtFork = false; // whether the forking thread deals
 
 } // namespace
 
-/// One call of Execute or ExecuteOrNotify.
-struct Handler::GuardedCall
-{
-    const std::function<void()>& work;
-    const Notify& notify;
-};
-
 // All of these live from before the first constructor until after the last destructor of the process.
-constinit std::atomic<unsigned long long> Handler::g_handlerFlags = 0;
-constinit std::atomic<bool> Handler::g_globalInitialized = false;
-constinit std::atomic<bool> Handler::g_monitorThreadExceptions = true;
-constinit bool Handler::g_alreadyCrashed = false;
-std::mutex Handler::g_alreadyCrashedLock; // has a constant initialiser where its constructor allows one
-constinit std::atomic<std::uint32_t> Handler::g_crashedThread = 0;
-constinit std::atomic<bool> Handler::g_answerIsAwaited = false;
-constinit std::atomic<const Handler::FaultHandler*> Handler::g_defaultExceptionHandler = nullptr;
-constinit std::atomic<bool> Handler::g_unhandledFilterInstalled = false;
-constinit std::atomic<long (*)(EXCEPTION_POINTERS*)> Handler::g_previousUnhandledFilter = nullptr;
-constinit std::atomic<std::terminate_handler> Handler::g_previousTerminateHandler = nullptr;
-constinit std::atomic<int> Handler::g_instances = 0;
-constinit std::atomic<std::uint64_t (*)()> Handler::g_clock = &Handler::SystemClock;
+constinit std::atomic<unsigned long long> Handler::Internal::g_handlerFlags = 0;
+constinit std::atomic<bool> Handler::Internal::g_globalInitialized = false;
+constinit std::atomic<bool> Handler::Internal::g_monitorThreadExceptions = true;
+constinit bool Handler::Internal::g_alreadyCrashed = false;
+std::mutex Handler::Internal::g_alreadyCrashedLock; // has a constant initialiser where its constructor allows one
+constinit std::atomic<std::uint32_t> Handler::Internal::g_crashedThread = 0;
+constinit std::atomic<bool> Handler::Internal::g_answerIsAwaited = false;
+constinit std::atomic<const Handler::FaultHandler*> Handler::Internal::g_defaultExceptionHandler = nullptr;
+constinit std::atomic<bool> Handler::Internal::g_unhandledFilterInstalled = false;
+constinit std::atomic<Crash::FaultFilter> Handler::Internal::g_previousUnhandledFilter = nullptr;
+constinit std::atomic<std::terminate_handler> Handler::Internal::g_previousTerminateHandler = nullptr;
+constinit std::atomic<int> Handler::Internal::g_instances = 0;
+constinit std::atomic<std::uint64_t (*)()> Handler::Internal::g_clock = &Handler::Internal::SystemClock;
 
 namespace
 {
@@ -76,11 +68,6 @@ void Log(const Warning& warning) noexcept
     {
     }
 }
-
-} // namespace
-
-namespace
-{
 
 /// Logs, once, what crash handling lacks in a process that did not load the library at its start.
 void WarnIfLoadedLate() noexcept
@@ -109,11 +96,11 @@ void WarnIfLoadedLate() noexcept
 
 void Handler::Initialize()
 {
-    if (g_handlerFlags == 0)
+    if (Internal::g_handlerFlags == 0)
     {
         return;
     }
-    ThreadState& state = StateOfCallingThread();
+    Internal::ThreadState& state = Internal::StateOfCallingThread();
     if (!state.handler)
     {
         state.handler = std::make_unique<Handler>();
@@ -122,32 +109,32 @@ void Handler::Initialize()
 
 Handler::Handler()
 {
-    PrepareProcess();
-    ++StateOfCallingThread().instances;
-    ++g_instances;
-    if (!g_globalInitialized.exchange(true))
+    Internal::PrepareProcess();
+    ++Internal::StateOfCallingThread().instances;
+    ++Internal::g_instances;
+    if (!Internal::g_globalInitialized.exchange(true))
     {
         ResetHandler();
-        InitializeGlobal();
+        Internal::InitializeGlobal();
     }
-    InitializeThread();
+    Internal::InitializeThread();
 }
 
 Handler::~Handler()
 {
-    --g_instances;
-    if (ThreadState* const state = ThreadState::Find())
+    --Internal::g_instances;
+    if (Internal::ThreadState* const state = Internal::ThreadState::Find())
     {
         --state->instances;
     }
-    const Handler* const own = GetThreadLocalHandler();
+    const Handler* const own = Internal::GetThreadLocalHandler();
     if (own == nullptr || own == this)
     {
-        RemoveThread();
+        Internal::RemoveThread();
     }
 }
 
-void Handler::PrepareProcess()
+void Handler::Internal::PrepareProcess()
 {
     static const bool g_isPrepared =
         (Platform::OnFork([] { g_holdsLockAtFork = CrashLock::IsHeld(); }, [] {}, &ResetInChild),
@@ -155,7 +142,7 @@ void Handler::PrepareProcess()
     static_cast<void>(g_isPrepared);
 }
 
-void Handler::WaitForReports()
+void Handler::Internal::WaitForReports()
 {
     // The library's own work always ends; an answer may never come.
     std::chrono::milliseconds forReports = ReportsAtExit;
@@ -167,7 +154,7 @@ void Handler::WaitForReports()
     }
 }
 
-void Handler::ResetInChild() noexcept
+void Handler::Internal::ResetInChild() noexcept
 {
     const ThreadState* const state = ThreadState::Find();
     g_instances = state != nullptr ? state->instances : 0;
@@ -182,13 +169,13 @@ void Handler::ResetInChild() noexcept
     std::construct_at(&g_alreadyCrashedLock); // the thread that owns it does not exist in the child
 }
 
-Handler* Handler::GetThreadLocalHandler() noexcept
+Handler* Handler::Internal::GetThreadLocalHandler() noexcept
 {
     const ThreadState* const state = ThreadState::Get();
     return state != nullptr ? state->handler.get() : nullptr;
 }
 
-Handler::ThreadState& Handler::StateOfCallingThread()
+Handler::Internal::ThreadState& Handler::Internal::StateOfCallingThread()
 {
     ThreadState* state = ThreadState::Get();
     if (state == nullptr)
@@ -200,7 +187,7 @@ Handler::ThreadState& Handler::StateOfCallingThread()
     return *state;
 }
 
-void Handler::EndThread(void*) noexcept
+void Handler::Internal::EndThread(void*) noexcept
 {
     std::unique_ptr<ThreadState> state(ThreadState::Get());
     if (state != nullptr && FaultDispatch::IsInGuardedCall())
@@ -219,23 +206,23 @@ void Handler::EndThread(void*) noexcept
 
 void Handler::SetFlags(unsigned long long flags)
 {
-    const int instances = g_instances;
-    if (instances > 1 || (instances == 1 && GetThreadLocalHandler() == nullptr))
+    const int instances = Internal::g_instances;
+    if (instances > 1 || (instances == 1 && Internal::GetThreadLocalHandler() == nullptr))
     {
         Platform::WriteStandardError(std::string(FlagsTooLate) + '\n');
-        KillCurrentProcess();
+        Internal::KillCurrentProcess();
         throw std::runtime_error(FlagsTooLate);
     }
-    RemoveGlobal();
-    RemoveThread();
-    g_handlerFlags = flags;
-    g_globalInitialized = true;
+    Internal::RemoveGlobal();
+    Internal::RemoveThread();
+    Internal::g_handlerFlags = flags;
+    Internal::g_globalInitialized = true;
     ResetHandler();
-    InitializeGlobal();
-    InitializeThread();
+    Internal::InitializeGlobal();
+    Internal::InitializeThread();
 }
 
-void Handler::InitializeGlobal()
+void Handler::Internal::InitializeGlobal()
 {
     const unsigned long long flags = g_handlerFlags;
     if ((flags & CreateDumpFolder) != 0)
@@ -258,7 +245,7 @@ void Handler::InitializeGlobal()
     }
 }
 
-void Handler::RemoveGlobal()
+void Handler::Internal::RemoveGlobal()
 {
     if (g_unhandledFilterInstalled.exchange(false))
     {
@@ -271,7 +258,7 @@ void Handler::RemoveGlobal()
     }
 }
 
-void Handler::InitializeThread()
+void Handler::Internal::InitializeThread()
 {
     ThreadState& state = StateOfCallingThread();
     RemoveThread();
@@ -281,39 +268,29 @@ void Handler::InitializeThread()
         FaultDispatch::MonitorThread();
         Prepare();
     }
-    // Each as the first of the chain: at a fault they are asked in the reverse order.
-    if ((flags & RememberThrows) != 0)
+    for (const auto& [flag, filter] : VectoredFilters)
     {
-        FaultDispatch::AddVectoredFilter(&RegisterLastExceptionOnThread);
-        if (std::get_terminate() != &TerminateHandler)
+        if ((flags & flag) != 0)
         {
-            g_previousTerminateHandler = std::set_terminate(&TerminateHandler);
+            FaultDispatch::AddVectoredFilter(filter);
         }
     }
-    if ((flags & DetectLoops) != 0)
+    if ((flags & RememberThrows) != 0 && std::get_terminate() != &TerminateHandler)
     {
-        FaultDispatch::AddVectoredFilter(&HandleSuspiciousExceptionLoop);
-    }
-    if ((flags & DetectHeapCorruption) != 0)
-    {
-        FaultDispatch::AddVectoredFilter(&HandleHeapCorruption);
+        g_previousTerminateHandler = std::set_terminate(&TerminateHandler);
     }
     state.registeredFilters = flags;
     state.lastMinidumpActions = {};
 }
 
-void Handler::RemoveThread()
+void Handler::Internal::RemoveThread()
 {
     ThreadState* const state = ThreadState::Get();
     if (state == nullptr)
     {
         return;
     }
-    const std::array<std::pair<Flag, Crash::FaultFilter>, 3> filters = {
-        {{RememberThrows, &RegisterLastExceptionOnThread},
-         {DetectLoops, &HandleSuspiciousExceptionLoop},
-         {DetectHeapCorruption, &HandleHeapCorruption}}};
-    for (const auto& [flag, filter] : filters)
+    for (const auto& [flag, filter] : VectoredFilters)
     {
         if ((state->registeredFilters & flag) != 0)
         {
@@ -325,7 +302,7 @@ void Handler::RemoveThread()
 
 void Handler::SetMonitorAllThread(bool monitor)
 {
-    g_monitorThreadExceptions = monitor;
+    Internal::g_monitorThreadExceptions = monitor;
 }
 
 void Handler::SetHandler(const FaultHandler& handler)
@@ -341,12 +318,12 @@ void Handler::SetHandler(const FaultHandler& handler)
     static auto& handlers = *new std::deque<FaultHandler>;
     const std::lock_guard lock(mutex);
     handlers.push_back(handler);
-    g_defaultExceptionHandler = &handlers.back();
+    Internal::g_defaultExceptionHandler = &handlers.back();
 }
 
 void Handler::ResetHandler()
 {
-    g_defaultExceptionHandler = nullptr;
+    Internal::g_defaultExceptionHandler = nullptr;
 }
 
 // Guarded work -----------------------------------------------------------------------------------------------------
@@ -358,32 +335,32 @@ void Handler::Execute(const std::function<void()>& work)
 
 void Handler::ExecuteOrNotify(const std::function<void()>& work, const Notify& notify)
 {
-    GuardedCall call{work, notify};
-    const ThreadState* const known = ThreadState::Find();
-    if (!g_monitorThreadExceptions && (known == nullptr || known->instances == 0))
+    Internal::GuardedCall call{work, notify};
+    const Internal::ThreadState* const known = Internal::ThreadState::Find();
+    if (!Internal::g_monitorThreadExceptions && (known == nullptr || known->instances == 0))
     {
-        CallCatching(&call);
+        Internal::CallCatching(&call);
         return;
     }
-    PrepareProcess();
+    Internal::PrepareProcess();
     FaultDispatch::MonitorThread();
-    PrepareOnce();
-    ThreadState& state = StateOfCallingThread();
+    Internal::PrepareOnce();
+    Internal::ThreadState& state = Internal::StateOfCallingThread();
 
     /// The state during the call. It lives in this frame, to which the jump after a fault returns.
     class Frame
     {
     public:
-        Frame(ThreadState& state, const Notify& notify)
+        Frame(Internal::ThreadState& state, const Notify& notify)
             : m_state(state),
               m_outerNotify(state.notify),
-              m_holdsCrashLock(CrashLock::IsHeld()),
+              m_holdsCrashLock(Internal::CrashLock::IsHeld()),
               m_remembersThrows(m_outerNotify == nullptr && (state.registeredFilters & RememberThrows) == 0)
         {
             state.notify = &notify;
             if (m_remembersThrows)
             {
-                FaultDispatch::AddVectoredFilter(&RegisterLastExceptionOnThread);
+                FaultDispatch::AddVectoredFilter(&Internal::RegisterLastExceptionOnThread);
             }
         }
 
@@ -392,12 +369,12 @@ void Handler::ExecuteOrNotify(const std::function<void()>& work, const Notify& n
             m_state.notify = m_outerNotify;
             if (m_remembersThrows)
             {
-                FaultDispatch::RemoveVectoredFilter(&RegisterLastExceptionOnThread);
+                FaultDispatch::RemoveVectoredFilter(&Internal::RegisterLastExceptionOnThread);
             }
             // The handling of an exception has faulted, and the jump has left its frames without unlocking.
-            if (!m_holdsCrashLock && CrashLock::IsHeld())
+            if (!m_holdsCrashLock && Internal::CrashLock::IsHeld())
             {
-                CrashLock::Unlock();
+                Internal::CrashLock::Unlock();
             }
         }
 
@@ -405,23 +382,23 @@ void Handler::ExecuteOrNotify(const std::function<void()>& work, const Notify& n
         Frame& operator=(const Frame&) = delete;
 
     private:
-        ThreadState& m_state;
+        Internal::ThreadState& m_state;
         const Notify* m_outerNotify;
         bool m_holdsCrashLock;
         bool m_remembersThrows;
     };
 
     const Frame frame(state, notify);
-    FaultDispatch::CallGuarded(&CallCatching, &call, &HandleFaultOfWork);
+    FaultDispatch::CallGuarded(&Internal::CallCatching, &call, &Internal::HandleFaultOfWork);
 }
 
-void Handler::PrepareOnce()
+void Handler::Internal::PrepareOnce()
 {
     static std::once_flag g_isPrepared;
     std::call_once(g_isPrepared, &Prepare);
 }
 
-void Handler::CallCatching(void* guardedCall)
+void Handler::Internal::CallCatching(void* guardedCall)
 {
     Crash::CatchAll(
         [](void* argument)
@@ -432,7 +409,7 @@ void Handler::CallCatching(void* guardedCall)
         [](void* argument) { HandleExceptionOfWork(*static_cast<GuardedCall*>(argument)); }, guardedCall);
 }
 
-void Handler::FilterWarnings(const std::function<void()>& work)
+void Handler::Internal::FilterWarnings(const std::function<void()>& work)
 {
     try
     {
@@ -444,7 +421,7 @@ void Handler::FilterWarnings(const std::function<void()>& work)
     }
 }
 
-void Handler::FilterWarnings(const std::function<void()>& work, const Notify& notify)
+void Handler::Internal::FilterWarnings(const std::function<void()>& work, const Notify& notify)
 {
     try
     {
@@ -465,7 +442,7 @@ void Handler::FilterWarnings(const std::function<void()>& work, const Notify& no
     }
 }
 
-void Handler::HandleExceptionOfWork(GuardedCall& call)
+void Handler::Internal::HandleExceptionOfWork(GuardedCall& call)
 {
     PrepareOnce();
     Crash::CaughtException fault;

@@ -1,22 +1,10 @@
 #pragma once
 
-#include "Ardo/Kiln/Exception/MinidumpActions.h"
 #include "Ardo/Kiln/Platform/StructuredException.h"
 #include "Ardo/KilnExport.h"
 
-#include <atomic>
-#include <cstdint>
-#include <exception>
 #include <functional>
 #include <memory>
-#include <mutex>
-#include <string>
-#include <string_view>
-
-namespace Ardo::Kiln::Crash
-{
-class FaultReports;
-}
 
 namespace Ardo::Kiln::Exception
 {
@@ -133,109 +121,7 @@ public:
     Handler(const Handler&) = delete;
     Handler& operator=(const Handler&) = delete;
 
-private:
-    friend struct HandlerTestAccess;
-
-    struct KILN_NO_EXPORT ThreadState;
-    struct KILN_NO_EXPORT GuardedCall;
-    class KILN_NO_EXPORT CrashLock;
-
-    /// Registers the two functions below.
-    /// \throws std::bad_alloc.
-    static void PrepareProcess();
-
-    /// Resets the state in a forked child, which has the calling thread only.
-    static void ResetInChild() noexcept;
-
-    /// At exit: waits for another thread that deals with an exception, until its reports are written.
-    static void WaitForReports();
-
-    static void InitializeGlobal();
-    static void InitializeThread();
-    static void RemoveGlobal();
-    static void RemoveThread();
-
-    /// Acquires in advance everything the crash path needs.
-    static void Prepare() noexcept;
-    static void PrepareOnce();
-
-    /// The object of the thread on whose behalf the caller runs, or null.
-    static Handler* GetThreadLocalHandler() noexcept;
-
-    /// The state of the calling thread, which is made if there is none.
-    static ThreadState& StateOfCallingThread();
-
-    /// Destroys the state of the calling thread, which ends.
-    static void EndThread(void*) noexcept;
-
-    /// Fatal handling, one thread at a time; without \p notify as with an empty one.
-    static void HandleException(EXCEPTION_POINTERS* pointers);
-    static void HandleException(EXCEPTION_POINTERS* pointers, const Notify& notify);
-    static void DefaultExceptionHandler(EXCEPTION_POINTERS* pointers, const Notify& notify);
-
-    /// Whether HandleHeapCorruption has reported this fault, or one before it on the same thread.
-    static bool IsReportedHeapCorruption(const EXCEPTION_POINTERS* pointers);
-
-    /// ReportAndDump for the filters that are asked before HandleException is.
-    static void ReportUnderLock(EXCEPTION_POINTERS* pointers, std::string_view message);
-
-    /// Reports the fault, after asking whether that is wanted, and then does what the answer asks for. Never throws.
-    static void ReportAndDump(EXCEPTION_POINTERS* pointers, std::string_view message, const Notify& notify) noexcept;
-    static MinidumpActions AskUserForMinidump(const std::exception_ptr& exception, const Notify& notify);
-    static std::exception_ptr ConvertToExceptionPtr(std::string_view message, const std::string& report);
-
-    /// Writes the report file and the minidump. Never throws.
-    static void CreateReports(EXCEPTION_POINTERS* pointers) noexcept;
-
-    /// The text of the report. Prints the block about the fault and the call stack on the way.
-    static std::string GetReport(Crash::FaultReports& reports);
-
-    /// The console block about the fault, which is also written to the standard error stream.
-    static std::string GetAndPrintExceptionInfo(const Crash::FaultReports& reports);
-
-    /// Writes the call stack in a report's text to the standard error stream.
-    static void PrintStack(std::string_view report);
-
-    /// Calls \p work, and logs a Warning that leaves it.
-    /// \throws whatever else leaves it.
-    static void FilterWarnings(const std::function<void()>& work);
-
-    /// The same, but hands the Warning to \p notify; one that cannot be handed over is logged.
-    static void FilterWarnings(const std::function<void()>& work, const Notify& notify);
-
-    // The filters, called by the system. They return 0 to ask the next filter, and 1 if the fault has been dealt with.
-    static long HandleHeapCorruption(EXCEPTION_POINTERS* pointers);
-    static long HandleSuspiciousExceptionLoop(EXCEPTION_POINTERS* pointers);
-    static long HandleUncaughtExceptions(EXCEPTION_POINTERS* pointers);
-    static long RegisterLastExceptionOnThread(EXCEPTION_POINTERS* pointers);
-    static long HandleFaultOfWork(EXCEPTION_POINTERS* pointers);
-
-    /// Calls the work of a GuardedCall, and deals with an exception that leaves it.
-    static void CallCatching(void* guardedCall);
-    static void HandleExceptionOfWork(GuardedCall& call);
-
-    /// Announces the thread, and goes on with the terminate handler that was set before.
-    [[noreturn]] static void TerminateHandler();
-
-    /// With EndProcess set ends the process with exit code 0; otherwise does nothing.
-    static void KillCurrentProcess();
-
-    static std::uint64_t SystemClock() noexcept;
-
-    static std::atomic<unsigned long long> g_handlerFlags;
-    static std::atomic<bool> g_globalInitialized;
-    static std::atomic<bool> g_monitorThreadExceptions;
-    static bool g_alreadyCrashed; ///< Guarded by g_alreadyCrashedLock.
-    static std::mutex g_alreadyCrashedLock;
-    static std::atomic<std::uint32_t> g_crashedThread; ///< Whose fault g_alreadyCrashedLock is held for; 0: free.
-    static std::atomic<bool>
-        g_answerIsAwaited; ///< Whether the holder of the lock waits for the application or a person.
-    static std::atomic<const FaultHandler*> g_defaultExceptionHandler; ///< Null: DefaultExceptionHandler.
-    static std::atomic<bool> g_unhandledFilterInstalled;
-    static std::atomic<long (*)(EXCEPTION_POINTERS*)> g_previousUnhandledFilter;
-    static std::atomic<std::terminate_handler> g_previousTerminateHandler;
-    static std::atomic<int> g_instances;
-    static std::atomic<std::uint64_t (*)()> g_clock; ///< In ticks of 100 ns.
+    struct KILN_NO_EXPORT Internal; ///< The library's own: state and functions that users do not need.
 };
 
 } // namespace Ardo::Kiln::Exception

@@ -3,7 +3,7 @@
 #include "Ardo/Kiln/Crash/Fault/LastThrow.h"
 #include "Ardo/Kiln/Crash/FaultCode.h"
 #include "Ardo/Kiln/Crash/FaultRecord.h"
-#include "Ardo/Kiln/Exception/HandlerState_p.h"
+#include "Ardo/Kiln/Exception/HandlerInternal_p.h"
 #include "Ardo/Kiln/Platform/StandardError.h"
 
 #include <algorithm>
@@ -28,7 +28,7 @@ constexpr std::uint64_t LoopPause = 1'010'000;
 
 } // namespace
 
-long Handler::HandleFaultOfWork(EXCEPTION_POINTERS* pointers)
+long Handler::Internal::HandleFaultOfWork(EXCEPTION_POINTERS* pointers)
 {
     if (Crash::ReadFaultRecord(pointers).code == FaultCode::DebugPrint)
     {
@@ -40,7 +40,7 @@ long Handler::HandleFaultOfWork(EXCEPTION_POINTERS* pointers)
     return FilterResult::ExecuteHandler;
 }
 
-long Handler::HandleHeapCorruption(EXCEPTION_POINTERS* pointers)
+long Handler::Internal::HandleHeapCorruption(EXCEPTION_POINTERS* pointers)
 {
     ThreadState* const state = ThreadState::Get();
     if (Crash::ReadFaultRecord(pointers).code == FaultCode::HeapCorruption && state != nullptr &&
@@ -53,7 +53,7 @@ long Handler::HandleHeapCorruption(EXCEPTION_POINTERS* pointers)
     return FilterResult::ContinueSearch;
 }
 
-long Handler::HandleSuspiciousExceptionLoop(EXCEPTION_POINTERS* pointers)
+long Handler::Internal::HandleSuspiciousExceptionLoop(EXCEPTION_POINTERS* pointers)
 {
     const Crash::FaultRecord record = Crash::ReadFaultRecord(pointers);
     ThreadState* const state = ThreadState::Get();
@@ -88,13 +88,13 @@ long Handler::HandleSuspiciousExceptionLoop(EXCEPTION_POINTERS* pointers)
     return FilterResult::ContinueSearch;
 }
 
-long Handler::RegisterLastExceptionOnThread(EXCEPTION_POINTERS* pointers)
+long Handler::Internal::RegisterLastExceptionOnThread(EXCEPTION_POINTERS* pointers)
 {
     Crash::RememberThrow(pointers);
     return FilterResult::ContinueSearch;
 }
 
-long Handler::HandleUncaughtExceptions(EXCEPTION_POINTERS* pointers)
+long Handler::Internal::HandleUncaughtExceptions(EXCEPTION_POINTERS* pointers)
 {
     const CrashLock lock;
     if (g_alreadyCrashed)
@@ -126,7 +126,7 @@ long Handler::HandleUncaughtExceptions(EXCEPTION_POINTERS* pointers)
     return previous != nullptr ? previous(pointers) : FilterResult::ExecuteHandler;
 }
 
-void Handler::TerminateHandler()
+void Handler::Internal::TerminateHandler()
 {
     // No allocation, because an allocation may be what has failed.
     char text[80] = "A thread (id: ";
@@ -141,7 +141,7 @@ void Handler::TerminateHandler()
     std::abort();
 }
 
-std::uint64_t Handler::SystemClock() noexcept
+std::uint64_t Handler::Internal::SystemClock() noexcept
 {
     using Ticks = std::chrono::duration<std::uint64_t, std::ratio<1, 10'000'000>>;
     // Steady, because setting the wall clock must neither make two faults look like a loop nor hide one.

@@ -5,7 +5,7 @@
 #include "Ardo/Kiln/Crash/Writer/FaultReports.h"
 #include "Ardo/Kiln/Exception/Error.h"
 #include "Ardo/Kiln/Exception/ErrorInfo.h"
-#include "Ardo/Kiln/Exception/HandlerState_p.h"
+#include "Ardo/Kiln/Exception/HandlerInternal_p.h"
 #include "Ardo/Kiln/Exception/Notification.h"
 #include "Ardo/Kiln/Exception/NotifyException.h"
 #include "Ardo/Kiln/Logger/LogFileRegistry.h"
@@ -70,18 +70,18 @@ void CallApplication(const Function& function)
 
 } // namespace
 
-void Handler::Prepare() noexcept
+void Handler::Internal::Prepare() noexcept
 {
     Crash::PrepareReports();
     KeepReserve();
 }
 
-void Handler::HandleException(EXCEPTION_POINTERS* pointers)
+void Handler::Internal::HandleException(EXCEPTION_POINTERS* pointers)
 {
     HandleException(pointers, {});
 }
 
-void Handler::HandleException(EXCEPTION_POINTERS* pointers, const Notify& notify)
+void Handler::Internal::HandleException(EXCEPTION_POINTERS* pointers, const Notify& notify)
 {
     const CrashLock lock;
     if (lock.IsNested())
@@ -109,7 +109,7 @@ void Handler::HandleException(EXCEPTION_POINTERS* pointers, const Notify& notify
     }
 }
 
-void Handler::DefaultExceptionHandler(EXCEPTION_POINTERS* pointers, const Notify& notify)
+void Handler::Internal::DefaultExceptionHandler(EXCEPTION_POINTERS* pointers, const Notify& notify)
 {
     if (IsReportedHeapCorruption(pointers))
     {
@@ -125,20 +125,21 @@ void Handler::DefaultExceptionHandler(EXCEPTION_POINTERS* pointers, const Notify
     }
 }
 
-bool Handler::IsReportedHeapCorruption(const EXCEPTION_POINTERS* pointers)
+bool Handler::Internal::IsReportedHeapCorruption(const EXCEPTION_POINTERS* pointers)
 {
     const ThreadState* const state = ThreadState::Get();
     return Crash::ReadFaultRecord(pointers).code == FaultCode::HeapCorruption && state != nullptr &&
            state->heapCorruptionReported;
 }
 
-void Handler::ReportUnderLock(EXCEPTION_POINTERS* pointers, std::string_view message)
+void Handler::Internal::ReportUnderLock(EXCEPTION_POINTERS* pointers, std::string_view message)
 {
     const CrashLock lock;
     lock.IsNested() ? CreateReports(pointers) : ReportAndDump(pointers, message, {});
 }
 
-void Handler::ReportAndDump(EXCEPTION_POINTERS* pointers, std::string_view message, const Notify& notify) noexcept
+void Handler::Internal::ReportAndDump(EXCEPTION_POINTERS* pointers, std::string_view message,
+                                      const Notify& notify) noexcept
 {
     const Reserve reserve;
     const std::string logFiles = Logger::LogFileRegistry::FlushAfterFault();
@@ -176,7 +177,7 @@ void Handler::ReportAndDump(EXCEPTION_POINTERS* pointers, std::string_view messa
     Logger::LogFileRegistry::FlushAfterFault(); // records that other threads have logged while the user was asked
 }
 
-std::exception_ptr Handler::ConvertToExceptionPtr(std::string_view message, const std::string& report)
+std::exception_ptr Handler::Internal::ConvertToExceptionPtr(std::string_view message, const std::string& report)
 {
     const std::string text(message);
     Platform::WriteStandardError(text + '\n');
@@ -185,7 +186,7 @@ std::exception_ptr Handler::ConvertToExceptionPtr(std::string_view message, cons
     return std::make_exception_ptr(error);
 }
 
-MinidumpActions Handler::AskUserForMinidump(const std::exception_ptr& exception, const Notify& notify)
+MinidumpActions Handler::Internal::AskUserForMinidump(const std::exception_ptr& exception, const Notify& notify)
 {
     if (g_handlerFlags <= MaxFlagsThatAskNobody && !notify)
     {
@@ -230,19 +231,19 @@ MinidumpActions Handler::AskUserForMinidump(const std::exception_ptr& exception,
     return actions;
 }
 
-std::string Handler::GetReport(Crash::FaultReports& reports)
+std::string Handler::Internal::GetReport(Crash::FaultReports& reports)
 {
     GetAndPrintExceptionInfo(reports);
     PrintStack(reports.Text());
     return reports.Text();
 }
 
-std::string Handler::GetAndPrintExceptionInfo(const Crash::FaultReports& reports)
+std::string Handler::Internal::GetAndPrintExceptionInfo(const Crash::FaultReports& reports)
 {
     return reports.Print();
 }
 
-void Handler::PrintStack(std::string_view report)
+void Handler::Internal::PrintStack(std::string_view report)
 {
     constexpr std::string_view FrameIndent = "  ";
     for (std::size_t begin = 0; begin < report.size();)
@@ -257,12 +258,12 @@ void Handler::PrintStack(std::string_view report)
     }
 }
 
-void Handler::CreateReports(EXCEPTION_POINTERS* pointers) noexcept
+void Handler::Internal::CreateReports(EXCEPTION_POINTERS* pointers) noexcept
 {
     Crash::FaultReports(pointers).Write();
 }
 
-void Handler::KillCurrentProcess()
+void Handler::Internal::KillCurrentProcess()
 {
     if ((g_handlerFlags & EndProcess) != 0)
     {

@@ -1,6 +1,6 @@
 #include "Ardo/Kiln/FileSystem/TextFile.h"
 
-#include "Ardo/Kiln/FileSystem/FileError_p.h"
+#include "Ardo/Kiln/FileSystem/FileError.h"
 #include "Ardo/Kiln/FileSystem/ReplacementFile.h"
 #include "Ardo/Kiln/Platform/RandomAccessFile.h"
 

@@ -3,8 +3,8 @@
 #include "Ardo/Kiln/Conversion/Replacing.h"
 #include "Ardo/Kiln/Formatting/SI.h"
 #include "Ardo/Kiln/Formatting/Units.h"
-#include "Ardo/Kiln/Profiling/Registry_p.h"
 #include "Ardo/Kiln/Profiling/QuantityText_p.h"
+#include "Ardo/Kiln/Profiling/Registry_p.h"
 
 #include <algorithm>
 #include <array>

@@ -2,8 +2,8 @@
 
 #include "Ardo/Kiln/Logger/ComponentLog.h"
 #include "Ardo/Kiln/Platform/ProcessStart.h"
-#include "Ardo/Kiln/Profiling/Startup_p.h"
 #include "Ardo/Kiln/Profiling/QuantityText_p.h"
+#include "Ardo/Kiln/Profiling/Startup_p.h"
 
 #include <algorithm>
 #include <mutex>

@@ -34,7 +34,7 @@ namespace FaultCode = Crash::FaultCode;
 namespace
 {
 
-using Access = HandlerTestAccess;
+using Access = Handler::Internal;
 
 /// A fault that somebody else would have made.
 struct Fault
@@ -70,7 +70,7 @@ TEST_F(HandlerTest, FlagsBelongToTheFirstThread)
 {
     const std::string refusal = "Handler::SetFlags should be set before instantiation of secondary threads";
     Handler::Initialize();
-    EXPECT_EQ(Access::Instances(), 0); // flags 0
+    EXPECT_EQ(Access::g_instances, 0); // flags 0
 
     std::thread(
         [&refusal]
@@ -78,7 +78,7 @@ TEST_F(HandlerTest, FlagsBelongToTheFirstThread)
             Handler::SetFlags(Handler::DetectLoops);
             Handler::Initialize();
             Handler::Initialize();
-            EXPECT_EQ(Access::Instances(), 1);
+            EXPECT_EQ(Access::g_instances, 1);
             Handler::SetFlags(Handler::RememberThrows); // its own object does not count
 
             std::thread(
@@ -87,15 +87,15 @@ TEST_F(HandlerTest, FlagsBelongToTheFirstThread)
                     const auto set = [] { Handler::SetFlags(Handler::EndProcess); };
                     EXPECT_EQ(Said([&] { EXPECT_THROW(set(), std::runtime_error); }), refusal + "\n");
                     Handler::Initialize();
-                    EXPECT_EQ(Access::Instances(), 2);
+                    EXPECT_EQ(Access::g_instances, 2);
                     EXPECT_EQ(Said([&] { EXPECT_THROW(set(), std::runtime_error); }), refusal + "\n");
                 })
                 .join();
-            EXPECT_EQ(Access::Instances(), 1);
+            EXPECT_EQ(Access::g_instances, 1);
             Handler::SetFlags(Handler::EndProcess);
         })
         .join();
-    EXPECT_EQ(Access::Instances(), 0);
+    EXPECT_EQ(Access::g_instances, 0);
 
     GTEST_FLAG_SET(death_test_style, "threadsafe"); // there are threads by now
     EXPECT_EXIT(
@@ -106,7 +106,7 @@ TEST_F(HandlerTest, FlagsBelongToTheFirstThread)
         },
         ::testing::ExitedWithCode(0), refusal + "\nTerminating Orbex\\.\n");
     Handler::SetFlags(0);
-    EXPECT_EQ(Said([] { Access::Kill(); }), "");
+    EXPECT_EQ(Said([] { Access::KillCurrentProcess(); }), "");
 }
 
 TEST_F(HandlerTest, LoopsAreCountedAsTheyHappen)
@@ -155,9 +155,11 @@ TEST_F(HandlerTest, LoopsAreCountedAsTheyHappen)
                         usual.record.ExceptionAddress = step.change == Address ? &other : nullptr;
                         usual.record.ExceptionInformation[2] = step.change == ThirdWord ? 1 : 0;
                         Fault ignored(FaultCode::SingleStep);
-                        Access::Loop(&ignored.pointers);
-                        const std::string said =
-                            Said([&] { Access::Loop(&(step.change == Block ? other : usual).pointers); });
+                        Access::HandleSuspiciousExceptionLoop(&ignored.pointers);
+                        const std::string said = Said(
+                            [&] {
+                                Access::HandleSuspiciousExceptionLoop(&(step.change == Block ? other : usual).pointers);
+                            });
                         EXPECT_EQ(Count(said, "A suspicious loop of exceptions has been detected. "
                                               "Orbex must be ended. \r\n\n"),
                                   step.isLoop ? 1U : 0U)
@@ -185,9 +187,10 @@ TEST_F(HandlerTest, ACorruptedHeapIsReportedOnceAThread)
                     {
                         for (Fault* fault : {&other, &corruption, &corruption})
                         {
-                            EXPECT_EQ(Access::HeapCorruption(&fault->pointers), 0);
+                            EXPECT_EQ(Access::HandleHeapCorruption(&fault->pointers), 0);
                         }
-                        EXPECT_EQ(Access::Uncaught(&corruption.pointers), 1); // the same fault, on its way on
+                        EXPECT_EQ(Access::HandleUncaughtExceptions(&corruption.pointers),
+                                  1); // the same fault, on its way on
                     });
                 EXPECT_EQ(Count(said, "\nHeap corruption detected\n(EEE)"), 1U) << said;
             })
@@ -213,14 +216,14 @@ TEST_F(HandlerTest, TheFirstUncaughtFaultIsReportedAndHandedOn)
     for (const auto& [code, answer] : ignored)
     {
         Fault fault(code);
-        EXPECT_EQ(Said([&] { EXPECT_EQ(Access::Uncaught(&fault.pointers), answer); }), "");
+        EXPECT_EQ(Said([&] { EXPECT_EQ(Access::HandleUncaughtExceptions(&fault.pointers), answer); }), "");
     }
     EXPECT_EQ(seen, nullptr);
     Fault fault;
-    EXPECT_THAT(Said([&] { EXPECT_EQ(Access::Uncaught(&fault.pointers), -1); }),
+    EXPECT_THAT(Said([&] { EXPECT_EQ(Access::HandleUncaughtExceptions(&fault.pointers), -1); }),
                 HasSubstr("An uncaught exceptions has been detected. Orbex must be ended. \r\n\n"));
     EXPECT_EQ(seen, &fault.pointers);
-    EXPECT_EQ(Said([&] { EXPECT_EQ(Access::Uncaught(&fault.pointers), 1); }), "");
+    EXPECT_EQ(Said([&] { EXPECT_EQ(Access::HandleUncaughtExceptions(&fault.pointers), 1); }), "");
     EXPECT_EQ(Reports(), 1U);
     Handler::SetFlags(0);
     EXPECT_EQ(Crash::FaultDispatch::SetUnhandledFilter(before)(&fault.pointers), -1); // put back
@@ -242,14 +245,14 @@ TEST_F(HandlerTest, WhoIsAskedAndWhat)
         }
         notification->Answer({0, [&] { asked += " and then"; }});
     };
-    EXPECT_THAT(Said([&] { Access::Report(&fault.pointers, "message", present); }), HasSubstr("\nmessage\n"));
+    EXPECT_THAT(Said([&] { Access::ReportAndDump(&fault.pointers, "message", present); }), HasSubstr("\nmessage\n"));
     EXPECT_THAT(asked,
                 AllOf(StartsWith("message//="), HasSubstr(": C0000005 ACCESS_VIOLATION\r"), EndsWith(" and then")));
     EXPECT_EQ(Reports(), 0U);
     for (const unsigned long long flags : {127ULL, 128ULL})
     {
         Handler::SetFlags(flags & ~std::uint64_t(Handler::EndProcess));
-        EXPECT_EQ(Count(Said([&] { Access::Report(&fault.pointers, "message", {}); }), "(EEE) ------- Error"),
+        EXPECT_EQ(Count(Said([&] { Access::ReportAndDump(&fault.pointers, "message", {}); }), "(EEE) ------- Error"),
                   flags > 127 ? 1U : 0U);
     }
     EXPECT_EQ(Reports(), 2U);
@@ -267,7 +270,7 @@ TEST_F(HandlerTest, RecordsLoggedDuringTheQuestionAreInTheFileAfterwards)
         BOOST_LOG_SEV(logger, Logger::info) << "meanwhile";
         notification->Answer({0, {}});
     };
-    Said([&] { Access::Report(&fault.pointers, "message", present); });
+    Said([&] { Access::ReportAndDump(&fault.pointers, "message", present); });
     EXPECT_THAT(Support::ReadFile(m_folder / "Log/D.log"), EndsWith("meanwhile\n"));
 }
 

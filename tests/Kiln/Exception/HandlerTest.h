@@ -1,7 +1,7 @@
 #pragma once
 
 #include "Ardo/Kiln/Crash/FaultCode.h"
-#include "Ardo/Kiln/Exception/Handler.h"
+#include "Ardo/Kiln/Exception/HandlerInternal_p.h"
 #include "Ardo/Kiln/Exception/MiniDumpGenerator.h"
 #include "tests/Support/ScopedTempDir.h"
 #include "tests/Support/ScopedVariable.h"
@@ -15,25 +15,6 @@
 namespace Ardo::Kiln::Exception
 {
 
-/// The private operations, and the state that a test leaves as it found it.
-struct HandlerTestAccess
-{
-    static constexpr auto HeapCorruption = &Handler::HandleHeapCorruption;
-    static constexpr auto Loop = &Handler::HandleSuspiciousExceptionLoop;
-    static constexpr auto Uncaught = &Handler::HandleUncaughtExceptions;
-    static constexpr auto Report = &Handler::ReportAndDump;
-    static constexpr auto Kill = &Handler::KillCurrentProcess;
-
-    static int Instances() { return Handler::g_instances; }
-    static void SetClock(std::uint64_t (*clock)()) { Handler::g_clock = clock; }
-    static void Forget()
-    {
-        Handler::SetFlags(0);
-        Handler::g_alreadyCrashed = false;
-        Handler::g_clock = &Handler::SystemClock;
-    }
-};
-
 /// Reports go to a folder of the test's own, without dumps.
 class HandlerTest : public ::testing::Test
 {
@@ -42,11 +23,19 @@ protected:
     {
         MiniDumpGenerator::SetFakeWriteDump(true);
         Said([] { MiniDumpGenerator::CreateDumpDirectory(); });
-        HandlerTestAccess::Forget();
-        HandlerTestAccess::SetClock([] { return g_now; });
+        Forget();
+        Handler::Internal::g_clock = [] { return g_now; };
     }
 
-    ~HandlerTest() override { HandlerTestAccess::Forget(); }
+    ~HandlerTest() override { Forget(); }
+
+    /// As at the start of the process.
+    static void Forget()
+    {
+        Handler::SetFlags(0);
+        Handler::Internal::g_alreadyCrashed = false;
+        Handler::Internal::g_clock = &Handler::Internal::SystemClock;
+    }
 
     /// What \p action writes to the standard error stream.
     template <typename Action>
