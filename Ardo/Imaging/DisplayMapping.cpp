@@ -49,8 +49,8 @@ bool IsColoured(PixelKind kind)
 
 void Check(PixelKind kind, const DisplaySettings& settings, DisplayFormat format)
 {
-    constexpr double Largest = std::numeric_limits<float>::max();
-    const auto isInRange = [](double value) { return std::abs(value) <= Largest; };
+    constexpr double MaxFloat = std::numeric_limits<float>::max();
+    const auto isInRange = [](double value) { return std::abs(value) <= MaxFloat; };
     if (!isInRange(settings.black) || !isInRange(settings.white))
     {
         throw std::invalid_argument("DisplayMapping: black or white is not a finite number in the range of float");

@@ -1,9 +1,10 @@
 #include "Ardo/Kiln/Exception/MiniDumpGenerator.h"
 
+#include "Ardo/Kiln/Conversion/Replacing.h"
 #include "Ardo/Kiln/Crash/Report/ReportWriter.h"
 #include "Ardo/Kiln/Crash/Writer/DescribedFault.h"
 #include "Ardo/Kiln/Crash/Writer/ReportPlace.h"
-#include "Ardo/Kiln/Exception/WideText_p.h"
+#include "Ardo/Kiln/FileSystem/WidePath.h"
 #include "Ardo/Kiln/Platform/LocalOffset.h"
 
 namespace Ardo::Kiln::Exception
@@ -33,6 +34,13 @@ private:
     Crash::DescribedFault m_fault;
     MINIDUMP_TYPE m_type;
 };
+
+std::wstring ToWide(const std::string& text)
+{
+    std::wstring wide;
+    Conversion::AppendReplacing(wide, text);
+    return wide;
+}
 
 } // namespace
 
@@ -77,7 +85,7 @@ std::wstring MiniDumpGenerator::GetDumpDirectory()
     {
         Crash::CreateReportFolder();
     }
-    return ToWide(ToUtf8(Crash::ReportFolder()));
+    return FileSystem::ToWide(Crash::ReportFolder());
 }
 
 std::wstring MiniDumpGenerator::GetApplicationName()
@@ -87,7 +95,7 @@ std::wstring MiniDumpGenerator::GetApplicationName()
 
 std::wstring MiniDumpGenerator::GetApplicationPath()
 {
-    return ToWide(ToUtf8(Crash::ApplicationPath()));
+    return FileSystem::ToWide(Crash::ApplicationPath());
 }
 
 std::wstring MiniDumpGenerator::GetFullVersion()

@@ -2,7 +2,7 @@
 
 #include "Ardo/Kiln/Crash/Process/StackWalk.h"
 #include "Ardo/Kiln/Crash/Report/CrashReportText.h"
-#include "Ardo/Kiln/Exception/WideText_p.h"
+#include "Ardo/Kiln/FileSystem/WidePath.h"
 #include "Ardo/Kiln/Platform/ProcessId.h"
 
 namespace Ardo::Kiln::Exception
@@ -11,7 +11,11 @@ namespace Ardo::Kiln::Exception
 std::wstring SymbolHandler::GetModuleName(const void* address)
 {
     const auto module = Crash::ModuleOf(Platform::OwnProcessId(), reinterpret_cast<std::uint64_t>(address));
-    return module ? ToWide(module->file) : std::wstring();
+    if (!module)
+    {
+        return {};
+    }
+    return FileSystem::ToWide(std::u8string(module->file.begin(), module->file.end()));
 }
 
 std::string SymbolHandler::GetStackDetails(const CONTEXT* context, std::size_t limit)

@@ -5,12 +5,9 @@
 namespace Ardo::Kiln::Platform
 {
 
-void NativeHandle::Close() noexcept
+void NativeHandleTraits::Close(Value value) noexcept
 {
-    if (m_value != None)
-    {
-        ::close(static_cast<int>(Release()));
-    }
+    ::close(static_cast<int>(value));
 }
 
 } // namespace Ardo::Kiln::Platform

@@ -5,12 +5,9 @@
 namespace Ardo::Kiln::Platform
 {
 
-void NativeHandle::Close() noexcept
+void NativeHandleTraits::Close(Value value) noexcept
 {
-    if (m_value != None)
-    {
-        ::CloseHandle(reinterpret_cast<HANDLE>(Release()));
-    }
+    ::CloseHandle(reinterpret_cast<HANDLE>(value));
 }
 
 } // namespace Ardo::Kiln::Platform

@@ -1,45 +1,21 @@
 #pragma once
 
-#include <unistd.h>
+#include "Ardo/Kiln/Platform/ScopedResource.h"
 
-#include <utility>
+#include <unistd.h>
 
 namespace Ardo::Kiln::Platform
 {
 
-/// Owns a file descriptor and closes it. Move-only; -1 is "none".
-class ScopedDescriptor
+struct DescriptorTraits
 {
-public:
-    explicit ScopedDescriptor(int descriptor = -1) noexcept : m_descriptor(descriptor) {}
-    ~ScopedDescriptor() { Close(); }
-    ScopedDescriptor(ScopedDescriptor&& other) noexcept : m_descriptor(other.Release()) {}
-    ScopedDescriptor& operator=(ScopedDescriptor&& other) noexcept
-    {
-        if (this != &other)
-        {
-            Close();
-            m_descriptor = other.Release();
-        }
-        return *this;
-    }
-
-    explicit operator bool() const noexcept { return m_descriptor != -1; }
-    int Get() const noexcept { return m_descriptor; }
-
-    /// Gives up ownership: the caller must close the returned descriptor.
-    int Release() noexcept { return std::exchange(m_descriptor, -1); }
-
-private:
-    void Close() noexcept
-    {
-        if (m_descriptor != -1)
-        {
-            ::close(m_descriptor); // errors are ignored; call fsync first if the contents matter
-        }
-    }
-
-    int m_descriptor;
+    using Value = int;
+    static constexpr Value None = -1;
+    static bool IsOpen(Value descriptor) noexcept { return descriptor != None; }
+    static void Close(Value descriptor) noexcept { ::close(descriptor); }
 };
+
+/// Owns a file descriptor; -1 is "none". A signal handler may use it.
+using ScopedDescriptor = ScopedResource<DescriptorTraits>;
 
 } // namespace Ardo::Kiln::Platform

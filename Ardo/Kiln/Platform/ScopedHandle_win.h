@@ -1,45 +1,21 @@
 #pragma once
 
-#include <windows.h>
+#include "Ardo/Kiln/Platform/ScopedResource.h"
 
-#include <utility>
+#include <windows.h>
 
 namespace Ardo::Kiln::Platform
 {
 
-/// Owns a kernel handle and closes it. Move-only; both null and INVALID_HANDLE_VALUE are "none".
-class ScopedHandle
+struct HandleTraits
 {
-public:
-    explicit ScopedHandle(HANDLE handle = nullptr) noexcept : m_handle(handle) {}
-    ~ScopedHandle() { Close(); }
-    ScopedHandle(ScopedHandle&& other) noexcept : m_handle(other.Release()) {}
-    ScopedHandle& operator=(ScopedHandle&& other) noexcept
-    {
-        if (this != &other)
-        {
-            Close();
-            m_handle = other.Release();
-        }
-        return *this;
-    }
-
-    explicit operator bool() const noexcept { return m_handle != nullptr && m_handle != INVALID_HANDLE_VALUE; }
-    HANDLE Get() const noexcept { return m_handle; }
-
-    /// Gives up ownership: the caller must close the returned handle.
-    HANDLE Release() noexcept { return std::exchange(m_handle, nullptr); }
-
-private:
-    void Close() noexcept
-    {
-        if (*this)
-        {
-            ::CloseHandle(m_handle);
-        }
-    }
-
-    HANDLE m_handle;
+    using Value = HANDLE;
+    static constexpr Value None = nullptr;
+    static bool IsOpen(Value handle) noexcept { return handle != nullptr && handle != INVALID_HANDLE_VALUE; }
+    static void Close(Value handle) noexcept { ::CloseHandle(handle); }
 };
+
+/// Owns a kernel handle; both null and INVALID_HANDLE_VALUE are "none".
+using ScopedHandle = ScopedResource<HandleTraits>;
 
 } // namespace Ardo::Kiln::Platform

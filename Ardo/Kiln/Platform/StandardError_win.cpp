@@ -17,9 +17,9 @@ void WriteStandardError(std::string_view text) noexcept
     const HANDLE stream = ::GetStdHandle(STD_ERROR_HANDLE);
     while (!text.empty() && HasStandardError())
     {
-        constexpr std::size_t Largest = 1U << 20U;
+        constexpr std::size_t MaxWrite = 1U << 20U;
         DWORD count = 0;
-        if (!::WriteFile(stream, text.data(), static_cast<DWORD>(std::min(text.size(), Largest)), &count, nullptr) ||
+        if (!::WriteFile(stream, text.data(), static_cast<DWORD>(std::min(text.size(), MaxWrite)), &count, nullptr) ||
             count == 0)
         {
             return;

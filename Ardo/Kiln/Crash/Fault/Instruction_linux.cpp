@@ -1,6 +1,7 @@
 #include "Ardo/Kiln/Crash/Fault/Instruction_linux.h"
 
-#include <sys/uio.h>
+#include "Ardo/Kiln/Platform/ProcessMemory_linux.h"
+
 #include <unistd.h>
 
 #include <array>
@@ -15,14 +16,11 @@ namespace
 
 constexpr std::uintptr_t PageSize = 4096;
 
-/// Reads memory that may not be there.
-/// \returns how many bytes there were.
+/// Reads memory of this process that may not be there.
+/// \returns the number of bytes that were there.
 std::size_t Peek(std::uintptr_t address, void* target, std::size_t size) noexcept
 {
-    const iovec to = {target, size};
-    const iovec from = {reinterpret_cast<void*>(address), size}; // NOLINT(performance-no-int-to-ptr)
-    const ssize_t got = process_vm_readv(getpid(), &to, 1, &from, 1, 0);
-    return got < 0 ? 0 : static_cast<std::size_t>(got);
+    return Platform::ReadProcessMemory(getpid(), address, target, size);
 }
 
 struct Instruction

@@ -1,11 +1,11 @@
 #include "Ardo/Kiln/Crash/Fault/SignalHandlers_linux.h"
 
 #include "Ardo/Kiln/Crash/Fault/FaultSignal_linux.h"
+#include "Ardo/Kiln/Platform/ProcessMemory_linux.h"
 
 #include <dlfcn.h>
 #include <link.h>
 #include <sys/syscall.h>
-#include <sys/uio.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -191,10 +191,8 @@ bool IsSentByAbort(int signal, const ucontext_t& context) noexcept
         return false;
     }
     std::array<std::uintptr_t, 64> words = {};
-    const iovec to = {words.data(), sizeof words};
-    // NOLINTNEXTLINE(performance-no-int-to-ptr): the stack pointer
-    const iovec from = {reinterpret_cast<void*>(context.uc_mcontext.gregs[REG_RSP]), sizeof words};
-    process_vm_readv(getpid(), &to, 1, &from, 1, 0);
+    const auto stackPointer = static_cast<std::uint64_t>(context.uc_mcontext.gregs[REG_RSP]);
+    Platform::ReadProcessMemory(getpid(), stackPointer, words.data(), sizeof words);
     return std::any_of(words.begin(), words.end(),
                        [](std::uintptr_t word) { return word > g_abortBegin && word < g_abortEnd; });
 }

@@ -6,6 +6,7 @@
 #include "Ardo/Kiln/Crash/Minidump/DumpMemory_linux.h"
 #include "Ardo/Kiln/Crash/Minidump/MinidumpFormat_linux.h"
 #include "Ardo/Kiln/Crash/Process/ProcessImage_linux.h"
+#include "Ardo/Kiln/Platform/FileSizeSignal_posix.h"
 #include "Ardo/Kiln/Platform/MinidumpType.h"
 #include "Ardo/Kiln/Platform/ProcFile_linux.h"
 
@@ -613,43 +614,12 @@ void Writer::WriteHeader() noexcept
     }
 }
 
-// A write beyond the size limit is to fail with an error number, not to end the process with a signal.
-class WithoutSizeSignal
-{
-public:
-    WithoutSizeSignal() noexcept
-    {
-        ::sigemptyset(&m_signals);
-        ::sigaddset(&m_signals, SIGXFSZ);
-        sigset_t pending;
-        ::sigemptyset(&pending);
-        ::sigpending(&pending);
-        m_wasPending = ::sigismember(&pending, SIGXFSZ) == 1;
-        ::sigprocmask(SIG_BLOCK, &m_signals, &m_before);
-    }
-    ~WithoutSizeSignal()
-    {
-        constexpr timespec now{};
-        while (!m_wasPending && ::sigtimedwait(&m_signals, nullptr, &now) == SIGXFSZ)
-        {
-        }
-        ::sigprocmask(SIG_SETMASK, &m_before, nullptr);
-    }
-    WithoutSizeSignal(const WithoutSizeSignal&) = delete;
-    WithoutSizeSignal& operator=(const WithoutSizeSignal&) = delete;
-
-private:
-    sigset_t m_signals;
-    sigset_t m_before;
-    bool m_wasPending;
-};
-
 } // namespace
 
 int WriteMinidumpFile(int descriptor, const CrashRequest& request) noexcept
 {
     const int savedErrno = errno;
-    const WithoutSizeSignal withoutSignal;
+    const Platform::FileSizeSignalBlock withoutSignal; // a write beyond the limit fails with an error number
     Writer writer(descriptor, request);
     const int error = writer.Write();
     if (error != 0)

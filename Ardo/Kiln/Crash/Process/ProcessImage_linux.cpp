@@ -1,6 +1,7 @@
 #include "Ardo/Kiln/Crash/Process/ProcessImage_linux.h"
 
 #include "Ardo/Kiln/Platform/MapsReader_linux.h"
+#include "Ardo/Kiln/Platform/ProcessMemory_linux.h"
 #include "Ardo/Kiln/Platform/ProcFile_linux.h"
 
 #include <algorithm>
@@ -10,7 +11,6 @@
 #include <elf.h>
 #include <fcntl.h>
 #include <sys/syscall.h>
-#include <sys/uio.h>
 #include <unistd.h>
 
 namespace Ardo::Kiln::Crash
@@ -287,14 +287,13 @@ const Mapping* ProcessImage::Find(std::uint64_t address) const noexcept
 
 std::size_t ProcessImage::ReadMemory(std::uint64_t address, void* target, std::size_t size) const noexcept
 {
-    const iovec local{target, size};
-    const iovec remote{reinterpret_cast<void*>(address), size}; // NOLINT(performance-no-int-to-ptr): of another process
-    ssize_t got = ::process_vm_readv(m_process, &local, 1, &remote, 1, 0);
-    if (got == -1 && (errno == ENOSYS || errno == EPERM) && m_memory)
+    const std::size_t got = Platform::ReadProcessMemory(m_process, address, target, size);
+    if (got == 0 && size > 0 && (errno == ENOSYS || errno == EPERM) && m_memory)
     {
-        got = ::pread(m_memory.Get(), target, size, static_cast<off_t>(address));
+        const ssize_t fromFile = ::pread(m_memory.Get(), target, size, static_cast<off_t>(address));
+        return fromFile > 0 ? static_cast<std::size_t>(fromFile) : 0;
     }
-    return got > 0 ? static_cast<std::size_t>(got) : 0;
+    return got;
 }
 
 void ProcessImage::ReadMemoryOrZeros(std::uint64_t address, void* target, std::size_t size) const noexcept

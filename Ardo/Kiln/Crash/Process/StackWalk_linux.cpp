@@ -1,18 +1,19 @@
 #include "Ardo/Kiln/Crash/Process/MemoryMap_linux.h"
 #include "Ardo/Kiln/Crash/Process/StackWalk.h"
+#include "Ardo/Kiln/Platform/ProcessMemory_linux.h"
 #include "Ardo/Kiln/Platform/ScopedDescriptor_posix.h"
+
+#include <boost/core/demangle.hpp>
 
 #include <algorithm>
 #include <chrono>
 #include <cstdlib>
 #include <cstring>
-#include <cxxabi.h>
 #include <dwarf.h>
 #include <elfutils/libdw.h>
 #include <elfutils/libdwelf.h>
 #include <elfutils/libdwfl.h>
 #include <fcntl.h>
-#include <sys/uio.h>
 #include <utility>
 
 namespace Ardo::Kiln::Crash
@@ -34,14 +35,6 @@ struct EndSession
 bool IsModule(const MappedRange& range) noexcept
 {
     return range.file.starts_with('/') || range.file == "[vdso]";
-}
-
-/// \p name as the source has it; as it is when the compiler did not mangle it.
-std::string Demangled(const char* name)
-{
-    int status = 0;
-    const std::unique_ptr<char, Free> text(abi::__cxa_demangle(name, nullptr, nullptr, &status));
-    return status == 0 && text ? text.get() : name;
 }
 
 /// The build id of an ELF file; empty without one.
@@ -91,7 +84,7 @@ std::string FunctionName(Dwarf_Die* function)
     {
         if (const char* name = ::dwarf_formstring(&attribute); name != nullptr)
         {
-            return Demangled(name);
+            return boost::core::demangle(name);
         }
     }
     const char* name = ::dwarf_diename(function);
@@ -277,7 +270,7 @@ private:
         if (name != nullptr && (symbol.st_size == 0 || offset < symbol.st_size) &&
             (frame.function.empty() || std::strncmp(name, "_Z", 2) == 0))
         {
-            frame.function = Demangled(name);
+            frame.function = boost::core::demangle(name);
         }
         frames.push_back(std::move(frame));
     }
@@ -347,11 +340,7 @@ private:
 
     bool Read(std::uint64_t address, void* bytes, std::size_t size) const noexcept
     {
-        const iovec local{bytes, size};
-        // NOLINTNEXTLINE(performance-no-int-to-ptr): an address of the other process
-        const iovec remote{reinterpret_cast<void*>(address), size};
-        return ::process_vm_readv(static_cast<pid_t>(m_process), &local, 1, &remote, 1, 0) ==
-               static_cast<ssize_t>(size);
+        return Platform::ReadProcessMemory(static_cast<std::int32_t>(m_process), address, bytes, size) == size;
     }
 
     // Callbacks of the library. No exception may leave them.

@@ -1,6 +1,7 @@
 #include "Ardo/Kiln/Crash/WriterProgram/CrashRequestCopy_linux.h"
 
 #include "Ardo/Kiln/Crash/CrashRequest_linux.h"
+#include "Ardo/Kiln/Platform/ProcessMemory_linux.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -13,11 +14,8 @@ namespace Ardo::Kiln::Crash
 
 int FetchCrashRequest(std::int32_t process, std::uint64_t address, CrashRequest& request) noexcept
 {
-    const iovec local{&request, sizeof request};
-    // NOLINTNEXTLINE(performance-no-int-to-ptr): an address of another process
-    const iovec remote{reinterpret_cast<void*>(address), sizeof request};
-    const ssize_t got = ::process_vm_readv(process, &local, 1, &remote, 1, 0);
-    if (got == -1)
+    const std::size_t got = Platform::ReadProcessMemory(process, address, &request, sizeof request);
+    if (got == 0)
     {
         return errno;
     }
