@@ -1,6 +1,6 @@
 // The filters of the handler and its terminate handler, which the system calls at a fault.
 
-#include "Ardo/Kiln/Crash/Fault/LastThrow.h"
+#include "Ardo/Kiln/Crash/Fault/UncaughtException.h"
 #include "Ardo/Kiln/Crash/FaultCode.h"
 #include "Ardo/Kiln/Crash/FaultRecord.h"
 #include "Ardo/Kiln/Exception/HandlerInternal_p.h"

@@ -1,7 +1,7 @@
 #include "Ardo/Kiln/Crash/Fault/FaultDispatch.h"
 
 #include "Ardo/Kiln/Crash/Fault/CaughtException.h"
-#include "Ardo/Kiln/Crash/Fault/LastThrow.h"
+#include "Ardo/Kiln/Crash/Fault/UncaughtException.h"
 #include "Ardo/Kiln/Crash/FaultCode.h"
 
 #include <gtest/gtest.h>
@@ -210,7 +210,7 @@ protected:
     ~ThrowPlaceTest() override { FaultDispatch::SetThrowFilter(nullptr); }
 
     /// What is known of the exception when nobody catches it.
-    static LastThrow Describe(const std::exception_ptr& exception)
+    static UncaughtException Describe(const std::exception_ptr& exception)
     {
         try
         {
@@ -219,7 +219,7 @@ protected:
         catch (...)
         {
             CaughtException caught;
-            return LastThrowOfThread();
+            return UncaughtExceptionOfThread();
         }
     }
 };
@@ -230,7 +230,7 @@ TEST_F(ThrowPlaceTest, PlacesStayWithTheirExceptions)
     std::map<std::string, std::uint64_t> places; // by type
     for (auto* const function : functions)
     {
-        const LastThrow last = Describe(function());
+        const UncaughtException last = Describe(function());
         EXPECT_GT(last.frameCount, 2U);
         EXPECT_EQ(last.frames[0], last.address);
         places[last.type] = last.address;
@@ -260,7 +260,7 @@ TEST_F(ThrowPlaceTest, PlacesStayWithTheirExceptions)
                     wandering.front() = exception;
                 }
             }
-            const LastThrow last = Describe(exception);
+            const UncaughtException last = Describe(exception);
             known += last.address != 0 ? 1 : 0;
             wrong += last.address != 0 && last.address != places.at(last.type) ? 1 : 0;
         }
@@ -291,8 +291,8 @@ TEST_F(ThrowPlaceTest, FramesAreThoseOfThisThrowWhateverTheLastOne)
         catch (const Thrown<0>&)
         {
             const CaughtException caught;
-            const LastThrow& last = LastThrowOfThread();
-            ASSERT_GT(last.frameCount, std::min<std::size_t>(g_callers.size(), LastThrow::MaxFrames) - 2);
+            const UncaughtException& last = UncaughtExceptionOfThread();
+            ASSERT_GT(last.frameCount, std::min<std::size_t>(g_callers.size(), UncaughtException::MaxFrames) - 2);
             for (std::uint32_t frame = 1; frame < last.frameCount; ++frame)
             {
                 ASSERT_EQ(last.frames[frame], g_callers[frame - 1]) << round;

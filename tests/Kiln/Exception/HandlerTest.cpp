@@ -1,7 +1,7 @@
 #include "tests/Kiln/Exception/HandlerTest.h"
 
 #include "Ardo/Kiln/Crash/Fault/FaultDispatch.h"
-#include "Ardo/Kiln/Crash/Fault/LastThrow.h"
+#include "Ardo/Kiln/Crash/Fault/UncaughtException.h"
 #include "Ardo/Kiln/Exception/ErrorInfo.h"
 #include "Ardo/Kiln/Exception/Notification.h"
 #include "Ardo/Kiln/Exception/Warning.h"
@@ -280,7 +280,7 @@ TEST_F(HandlerTest, WhatLeavesTheWorkEndsThere)
     Handler::SetHandler(
         [&](EXCEPTION_POINTERS* pointers, const Handler::Notify& notify)
         {
-            const Crash::LastThrow& last = Crash::LastThrowOfThread();
+            const Crash::UncaughtException& last = Crash::UncaughtExceptionOfThread();
             const bool isCxx = pointers->ExceptionRecord->ExceptionCode == FaultCode::CxxException;
             handled.push_back((isCxx ? std::string(last.type) + last.message : "fault") + (notify ? " asks" : ""));
             EXPECT_TRUE(!isCxx || last.frameCount > 0 || handled.size() == 4U); // where it was thrown

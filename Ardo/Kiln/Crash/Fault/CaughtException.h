@@ -11,7 +11,7 @@ namespace Ardo::Kiln::Crash
 /// The exception that a `catch` block is dealing with, seen as a fault: code FaultCode::CxxException, the address of
 /// the throw where it was remembered (RememberThrow), and the registers of the function that made this object.
 ///
-/// While the exception is dealt with, LastThrowOfThread() describes it.
+/// While the exception is dealt with, UncaughtExceptionOfThread() describes it.
 class KILN_EXPORT_FOR_TESTS CaughtException
 {
 public:

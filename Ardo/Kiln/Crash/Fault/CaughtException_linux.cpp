@@ -28,7 +28,7 @@ CaughtException::CaughtException() noexcept : m_block(new (m_memory) Block)
     CaptureCallerContext(m_block->context);
     AdoptThread();
     FaultThread* const thread = OwnFaultThread();
-    const bool isKnown = thread != nullptr && RememberCaughtException(thread->lastThrow);
+    const bool isKnown = thread != nullptr && RememberCaughtException(thread->uncaught);
     EXCEPTION_RECORD& record = m_block->record;
     record.ExceptionCode = FaultCode::CxxException;
     record.ExceptionFlags = FaultFlag::Noncontinuable;
@@ -36,7 +36,7 @@ CaughtException::CaughtException() noexcept : m_block(new (m_memory) Block)
     record.ExceptionInformation[0] = CxxExceptionMagic;
     record.ExceptionInformation[1] = reinterpret_cast<std::uintptr_t>(CaughtObject());
     record.ExceptionInformation[2] = reinterpret_cast<std::uintptr_t>(abi::__cxa_current_exception_type());
-    const std::uint64_t thrown = isKnown ? thread->lastThrow.address : 0;
+    const std::uint64_t thrown = isKnown ? thread->uncaught.address : 0;
     const std::uint64_t address = thrown != 0 ? thrown : m_block->context.Rip;
     record.ExceptionAddress = reinterpret_cast<void*>(address); // NOLINT(performance-no-int-to-ptr)
 }

@@ -23,14 +23,14 @@ CaughtException::CaughtException() noexcept : m_block(new (m_memory) Block)
     static_assert(std::is_trivially_destructible_v<Block>);
     CaptureCallerContext(m_block->context);
     FaultThread* const thread = AdoptThread();
-    const bool isKnown = thread != nullptr && RememberCaughtException(thread->lastThrow);
+    const bool isKnown = thread != nullptr && RememberCaughtException(thread->uncaught);
     EXCEPTION_RECORD& record = m_block->record;
     record.ExceptionCode = FaultCode::CxxException;
     record.ExceptionFlags = FaultFlag::Noncontinuable;
     record.NumberParameters = 3;
     record.ExceptionInformation[0] = CxxExceptionMagic;
-    record.ExceptionInformation[1] = isKnown ? reinterpret_cast<ULONG_PTR>(thread->lastThrow.object) : 0;
-    const DWORD64 thrown = isKnown ? thread->lastThrow.address : 0;
+    record.ExceptionInformation[1] = isKnown ? reinterpret_cast<ULONG_PTR>(thread->uncaught.object) : 0;
+    const DWORD64 thrown = isKnown ? thread->uncaught.address : 0;
     const DWORD64 address = thrown != 0 ? thrown : m_block->context.Rip;
     record.ExceptionAddress = reinterpret_cast<void*>(address); // NOLINT(performance-no-int-to-ptr)
 }

@@ -2,8 +2,8 @@
 
 #include "Ardo/Kiln/Crash/Fault/GuardedQuestion.h"
 #include "Ardo/Kiln/Crash/Fault/LanguageRuntime.h"
-#include "Ardo/Kiln/Crash/Fault/LastThrow.h"
 #include "Ardo/Kiln/Crash/Fault/ThrowTable.h"
+#include "Ardo/Kiln/Crash/Fault/UncaughtException.h"
 #include "Ardo/Kiln/Crash/FaultCode.h"
 #include "Ardo/Kiln/Crash/VisibleText.h"
 
@@ -22,9 +22,9 @@ namespace Ardo::Kiln::Crash
 namespace
 {
 
-static_assert(LastThrow::MaxFrames == ThrowPlace::MaxFrames);
+static_assert(UncaughtException::MaxFrames == ThrowPlace::MaxFrames);
 
-void CopyPlace(LastThrow& last) noexcept
+void CopyPlace(UncaughtException& last) noexcept
 {
     ThrowPlace place;
     if (!CaughtObjectWasThrown() || !FindThrowPlace(last.object, place))
@@ -39,7 +39,7 @@ void CopyPlace(LastThrow& last) noexcept
 #if __has_include(<cxxabi.h>)
 
 /// Reads the type and asks for the text. Both are memory and code of the application, and may fault.
-void AskException(LastThrow& last)
+void AskException(UncaughtException& last)
 {
     const std::type_info* const type = abi::__cxa_current_exception_type();
     const std::string_view name = type->name();
@@ -56,7 +56,7 @@ void AskException(LastThrow& last)
 
 #else // The runtime of MSVC. Not compiled by the checks of this project.
 
-void AskException(LastThrow& last)
+void AskException(UncaughtException& last)
 {
     try
     {
@@ -79,7 +79,7 @@ void AskException(LastThrow& last)
 
 } // namespace
 
-bool RememberCaughtException(LastThrow& last) noexcept
+bool RememberCaughtException(UncaughtException& last) noexcept
 {
     PrepareLanguageRuntime();
     last.code = 0;
@@ -92,7 +92,7 @@ bool RememberCaughtException(LastThrow& last) noexcept
     CopyPlace(last);
     last.type[0] = '\0';
     last.message[0] = '\0';
-    const Asked asked = AskGuarded([](void* asker) { AskException(*static_cast<LastThrow*>(asker)); }, &last);
+    const Asked asked = AskGuarded([](void* asker) { AskException(*static_cast<UncaughtException*>(asker)); }, &last);
     last.hasMessage = asked == Asked::Answered;
     if (!last.hasMessage)
     {

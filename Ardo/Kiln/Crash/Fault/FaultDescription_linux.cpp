@@ -80,9 +80,9 @@ void SetReportPlace(const char* dumpFolder, const char* applicationName, const c
         request.signalCode = fromSignal ? thread->signalCode : 0;
         CopyVisible(request.abortReason, fromSignal ? thread->abortReason : std::string_view());
         if (thread != nullptr && request.record.ExceptionCode == FaultCode::CxxException &&
-            thread->lastThrow.code == FaultCode::CxxException)
+            thread->uncaught.code == FaultCode::CxxException)
         {
-            const LastThrow& last = thread->lastThrow;
+            const UncaughtException& last = thread->uncaught;
             Copy(request.exceptionType, last.type);
             Copy(request.exceptionMessage, last.message);
             request.throwFrameCount = std::min(last.frameCount, CrashRequest::MaxFrames);

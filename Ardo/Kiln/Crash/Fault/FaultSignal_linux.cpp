@@ -142,10 +142,10 @@ Fault ClassifyAbort(const FaultThread& thread) noexcept
     {
         return {code};
     }
-    if (thread.terminating && thread.lastThrow.code == FaultCode::CxxException)
+    if (thread.terminating && thread.uncaught.code == FaultCode::CxxException)
     {
         return {FaultCode::CxxException, 3, CxxExceptionMagic,
-                reinterpret_cast<std::uintptr_t>(thread.lastThrow.object)};
+                reinterpret_cast<std::uintptr_t>(thread.uncaught.object)};
     }
     return {FaultCode::FatalAppExit};
 }
@@ -196,9 +196,9 @@ void ClassifySignal(FaultThread& thread, int signal, const siginfo_t& info, cons
         address = BreakpointAddress(context);
         thread.context.Rip = address;
     }
-    else if (fault.code == FaultCode::CxxException && thread.lastThrow.address != 0)
+    else if (fault.code == FaultCode::CxxException && thread.uncaught.address != 0)
     {
-        address = thread.lastThrow.address; // says more than where the runtime gave up
+        address = thread.uncaught.address; // says more than where the runtime gave up
     }
     thread.record = {};
     thread.record.ExceptionCode = fault.code;

@@ -132,7 +132,7 @@ void ReturnFaultThread(FaultThread& thread) noexcept
     if (&thread == &g_reserve)
     {
         thread.data = nullptr;
-        thread.lastThrow.code = 0;
+        thread.uncaught.code = 0;
         g_thread = nullptr;
     }
 }

@@ -1,8 +1,8 @@
 #pragma once
 
 #include "Ardo/Kiln/Crash/Fault/FaultDispatch.h"
-#include "Ardo/Kiln/Crash/Fault/LastThrow.h"
 #include "Ardo/Kiln/Crash/Fault/ThrowTrace_linux.h"
+#include "Ardo/Kiln/Crash/Fault/UncaughtException.h"
 #include "Ardo/Kiln/Platform/StructuredException.h"
 
 #include <setjmp.h>
@@ -58,7 +58,7 @@ struct FaultThread
     std::size_t filterCount = 0;
     GuardFrame* guard = nullptr; ///< The innermost.
     void* data = nullptr;
-    LastThrow lastThrow;
+    UncaughtException uncaught;
     StackTrace throwTrace;    ///< Of the last throw that was remembered.
     bool terminating = false; ///< Inside std::terminate, because of an exception.
     unsigned depth = 0;       ///< How many of its faults are being handled: above 1, one of the handling itself.

@@ -2,7 +2,7 @@
 
 #include "Ardo/Kiln/Crash/Fault/FaultDispatch.h"
 #include "Ardo/Kiln/Crash/Fault/GuardedCall_win.h"
-#include "Ardo/Kiln/Crash/Fault/LastThrow.h"
+#include "Ardo/Kiln/Crash/Fault/UncaughtException.h"
 
 #include <array>
 #include <atomic>
@@ -36,9 +36,9 @@ struct FaultThread
     void* atEndArgument = nullptr;
     std::atomic<unsigned> depth = 0; ///< How many of its faults are being handled: above 1, one of the handling itself.
     bool hasOverflowed = false;      ///< Its stack, and the pages that notice it are not in place again.
-    bool isTerminating = false;      ///< Inside std::terminate, because of the exception in lastThrow.
+    bool isTerminating = false;      ///< Inside std::terminate, because of the exception in uncaught.
     bool hasTerminateHandler = false; ///< See InstallTerminateHandlerOfThread.
-    LastThrow lastThrow;
+    UncaughtException uncaught;
 };
 
 /// The calling thread's record, or null. Keeps the thread's last error.

@@ -37,8 +37,8 @@ bool Describe() noexcept
     {
         return true;
     }
-    thread->terminating = RememberCaughtException(thread->lastThrow);
-    return !thread->terminating || thread->lastThrow.hasMessage;
+    thread->terminating = RememberCaughtException(thread->uncaught);
+    return !thread->terminating || thread->uncaught.hasMessage;
 }
 
 [[noreturn]] void OnTerminate()

@@ -85,9 +85,9 @@ bool IsInTerminate(const CONTEXT&) noexcept
     FaultThread* const thread = AdoptThread();
     if (thread != nullptr)
     {
-        thread->isTerminating = RememberCaughtException(thread->lastThrow);
+        thread->isTerminating = RememberCaughtException(thread->uncaught);
     }
-    const bool hasText = thread == nullptr || !thread->isTerminating || thread->lastThrow.hasMessage;
+    const bool hasText = thread == nullptr || !thread->isTerminating || thread->uncaught.hasMessage;
     // The runtime's own handler prints the text of the exception, and would fail at it as we have.
     if (g_previousTerminate != nullptr && (hasText || !AsksForText(g_previousTerminate)))
     {
@@ -112,15 +112,15 @@ void OnAbort(int signal)
     FaultThread* const thread = AdoptThread();
     if (thread != nullptr && !thread->isTerminating && HasCaughtException() && IsInTerminate(context))
     {
-        thread->isTerminating = RememberCaughtException(thread->lastThrow); // ours was not called
+        thread->isTerminating = RememberCaughtException(thread->uncaught); // ours was not called
     }
     if (thread != nullptr && std::exchange(thread->isTerminating, false))
     {
         record.ExceptionCode = FaultCode::CxxException;
         record.NumberParameters = 3;
         record.ExceptionInformation[0] = CxxExceptionMagic;
-        record.ExceptionInformation[1] = reinterpret_cast<ULONG_PTR>(thread->lastThrow.object);
-        address = thread->lastThrow.address != 0 ? thread->lastThrow.address : address;
+        record.ExceptionInformation[1] = reinterpret_cast<ULONG_PTR>(thread->uncaught.object);
+        address = thread->uncaught.address != 0 ? thread->uncaught.address : address;
     }
     record.ExceptionAddress = reinterpret_cast<void*>(address); // NOLINT(performance-no-int-to-ptr)
     DispatchFault(&pointers);

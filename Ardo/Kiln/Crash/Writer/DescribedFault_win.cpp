@@ -1,7 +1,7 @@
 #include "Ardo/Kiln/Crash/Writer/DescribedFault.h"
 
 #include "Ardo/Kiln/Crash/Fault/FaultDispatch.h"
-#include "Ardo/Kiln/Crash/Fault/LastThrow.h"
+#include "Ardo/Kiln/Crash/Fault/UncaughtException.h"
 #include "Ardo/Kiln/Crash/FaultCode.h"
 #include "Ardo/Kiln/Crash/Report/CrashReportText.h"
 #include "Ardo/Kiln/Crash/Report/TextSink.h"
@@ -53,12 +53,12 @@ DescribedFault::DescribedFault(EXCEPTION_POINTERS* pointers, std::string_view lo
     m_facts.information = {reinterpret_cast<const std::uint64_t*>(record.ExceptionInformation),
                            std::min<std::size_t>(record.NumberParameters, EXCEPTION_MAXIMUM_PARAMETERS)};
     m_facts.context = pointers->ContextRecord;
-    if (const auto& thrown = LastThrowOfThread();
+    if (const auto& thrown = UncaughtExceptionOfThread();
         m_facts.code == FaultCode::CxxException && thrown.code == FaultCode::CxxException)
     {
         m_facts.exceptionType = thrown.type;
         m_facts.exceptionMessage = thrown.message;
-        m_facts.throwFrames = {thrown.frames, std::min(thrown.frameCount, LastThrow::MaxFrames)};
+        m_facts.throwFrames = {thrown.frames, std::min(thrown.frameCount, UncaughtException::MaxFrames)};
     }
 }
 

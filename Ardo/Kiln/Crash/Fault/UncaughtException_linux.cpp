@@ -1,4 +1,4 @@
-#include "Ardo/Kiln/Crash/Fault/LastThrow.h"
+#include "Ardo/Kiln/Crash/Fault/UncaughtException.h"
 
 #include "Ardo/Kiln/Crash/Fault/FaultThread_linux.h"
 #include "Ardo/Kiln/Crash/Fault/ThrowTable.h"
@@ -10,7 +10,7 @@ namespace Ardo::Kiln::Crash
 namespace
 {
 
-LastThrow g_nothing;
+UncaughtException g_nothing;
 
 } // namespace
 
@@ -39,10 +39,10 @@ void RememberThrow(const EXCEPTION_POINTERS* pointers) noexcept
     RememberThrowPlace(reinterpret_cast<const void*>(record.ExceptionInformation[1]), place);
 }
 
-const LastThrow& LastThrowOfThread() noexcept
+const UncaughtException& UncaughtExceptionOfThread() noexcept
 {
     const FaultThread* const thread = FaultThreadOnBehalf();
-    return thread != nullptr ? thread->lastThrow : g_nothing;
+    return thread != nullptr ? thread->uncaught : g_nothing;
 }
 
 } // namespace Ardo::Kiln::Crash

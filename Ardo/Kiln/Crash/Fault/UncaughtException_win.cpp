@@ -1,8 +1,8 @@
 #include "Ardo/Kiln/Crash/Fault/CallerContext_win.h"
 #include "Ardo/Kiln/Crash/Fault/FaultThread_win.h"
 #include "Ardo/Kiln/Crash/Fault/LanguageRuntime.h"
-#include "Ardo/Kiln/Crash/Fault/LastThrow.h"
 #include "Ardo/Kiln/Crash/Fault/ThrowTable.h"
+#include "Ardo/Kiln/Crash/Fault/UncaughtException.h"
 #include "Ardo/Kiln/Crash/FaultCode.h"
 
 #include <cstdint>
@@ -18,7 +18,7 @@ namespace Ardo::Kiln::Crash
 namespace
 {
 
-LastThrow g_nothing;
+UncaughtException g_nothing;
 
 #ifndef _MSC_VER
 
@@ -92,10 +92,10 @@ void RememberThrow(const EXCEPTION_POINTERS* pointers) noexcept
     RememberThrowPlace(object, place);
 }
 
-const LastThrow& LastThrowOfThread() noexcept
+const UncaughtException& UncaughtExceptionOfThread() noexcept
 {
     const FaultThread* const thread = FaultThreadOnBehalf();
-    return thread != nullptr ? thread->lastThrow : g_nothing;
+    return thread != nullptr ? thread->uncaught : g_nothing;
 }
 
 } // namespace Ardo::Kiln::Crash

@@ -10,7 +10,7 @@ namespace Ardo::Kiln::Crash
 
 /// The facts about the C++ exception that a thread did not catch. Type and message are asked for only when it is
 /// uncaught: most exceptions are caught, and what() is the application's code.
-struct LastThrow
+struct UncaughtException
 {
     static constexpr std::uint32_t MaxFrames = 32; ///< Of the call stack of the throw, the innermost.
 
@@ -33,6 +33,6 @@ KILN_EXPORT_FOR_TESTS void RememberThrow(const EXCEPTION_POINTERS* pointers) noe
 
 /// The exception last found uncaught on the thread on whose behalf the caller runs (see FaultDispatch): by a
 /// CaughtException, on Linux also by std::terminate. Valid until that thread finds the next one, or ends.
-KILN_EXPORT_FOR_TESTS const LastThrow& LastThrowOfThread() noexcept;
+KILN_EXPORT_FOR_TESTS const UncaughtException& UncaughtExceptionOfThread() noexcept;
 
 } // namespace Ardo::Kiln::Crash
