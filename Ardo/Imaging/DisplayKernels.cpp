@@ -1,14 +1,12 @@
 #include "Ardo/Imaging/DisplayKernels_p.h"
 
+#include "Ardo/Kiln/Platform/ProcessorFeatures.h"
+
 #include <algorithm>
 #include <array>
 #include <bit>
 
 #include <emmintrin.h>
-
-#ifdef _MSC_VER
-#include <intrin.h>
-#endif
 
 namespace Ardo::Imaging
 {
@@ -68,32 +66,6 @@ void Pack(const std::uint8_t* in, std::size_t count, std::uint32_t* out)
     }
 }
 
-/// Which instructions the processor has and the operating system supports by saving their registers.
-struct Processor
-{
-    bool hasAvx2;
-    bool hasAvx512; ///< With the instructions for bytes (VBMI).
-};
-
-Processor ThisProcessor() noexcept
-{
-#ifdef _MSC_VER
-    int registers[4];
-    __cpuid(registers, 1);
-    constexpr int SavesRegisters = 1 << 27;
-    const unsigned long long saved = (registers[2] & SavesRegisters) != 0 ? _xgetbv(0) : 0;
-    __cpuidex(registers, 7, 0);
-    constexpr int Avx512 = 1 << 16 | 1 << 30; // the foundation, and BW
-    const bool hasAvx2 = (saved & 0x06) == 0x06 && (registers[1] & (1 << 5)) != 0;
-    return {hasAvx2,
-            hasAvx2 && (saved & 0xe6) == 0xe6 && (registers[1] & Avx512) == Avx512 && (registers[2] & (1 << 1)) != 0};
-#else
-    const bool hasAvx2 = __builtin_cpu_supports("avx2") != 0;
-    return {hasAvx2, hasAvx2 && __builtin_cpu_supports("avx512f") != 0 && __builtin_cpu_supports("avx512bw") != 0 &&
-                         __builtin_cpu_supports("avx512vbmi") != 0};
-#endif
-}
-
 } // namespace
 
 const DisplayKernels& PortableDisplayKernels() noexcept
@@ -107,8 +79,8 @@ const DisplayKernels& PortableDisplayKernels() noexcept
 std::span<const DisplayKernels* const> UsableDisplayKernels() noexcept
 {
     static const std::array all = {&PortableDisplayKernels(), &Avx2DisplayKernels(), &Avx512DisplayKernels()};
-    static const Processor processor = ThisProcessor();
-    return std::span(all).first(processor.hasAvx512 ? 3 : processor.hasAvx2 ? 2 : 1);
+    static const std::size_t count = Kiln::Platform::HasAvx512() ? 3 : Kiln::Platform::HasAvx2() ? 2 : 1;
+    return std::span(all).first(count);
 }
 
 const DisplayKernels& BestDisplayKernels() noexcept
