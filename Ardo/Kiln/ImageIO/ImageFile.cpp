@@ -5,7 +5,6 @@
 #include "Ardo/Kiln/ImageIO/ImageDecoders_p.h"
 #include "Ardo/Kiln/ImageIO/ReadImageException.h"
 #include "Ardo/Kiln/ImageIO/TiffFile_p.h"
-#include "Ardo/Kiln/ImageIO/TiffTags_p.h"
 #include "Ardo/Kiln/MetadataSerializer/Record.h"
 #include "Ardo/Kiln/Platform/RandomAccessFile.h"
 
@@ -143,10 +142,8 @@ std::string ImageFile::ReadMetadataText(std::uint32_t page)
         [&]
         {
             m_content->Select(page);
-            char* text = nullptr;
-            const bool hasText =
-                m_content->tiff != nullptr && TIFFGetField(m_content->tiff->Handle(), Tag::XmlMetadata, &text) == 1;
-            return hasText ? std::string(text) : std::string();
+            const char* const text = m_content->tiff != nullptr ? m_content->tiff->MetadataText() : nullptr;
+            return std::string(text != nullptr ? text : "");
         });
 }
 

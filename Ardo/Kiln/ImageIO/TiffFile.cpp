@@ -41,18 +41,17 @@ void ExtendTags(TIFF* tiff)
     {
         throw std::runtime_error("Tiff instance does not exist.");
     }
-    // libtiff takes the names as pointers to non-const text, but does not change them.
-    static std::array g_names = {std::to_array("XPixelsPerUnit"), std::to_array("YPixelsPerUnit")};
-    static auto g_unitName = std::to_array("ResolutionUnit");
-    static auto g_xmlName = std::to_array("ArdoXmlMetaData");
-    static auto g_qdName = std::to_array("ArdoQdMetaData");
-    static const std::array g_fields = {
-        TIFFFieldInfo{Tag::XPixelsPerUnit, 1, 1, TIFF_RATIONAL, FIELD_CUSTOM, 0, 0, g_names[0].data()},
-        TIFFFieldInfo{Tag::YPixelsPerUnit, 1, 1, TIFF_RATIONAL, FIELD_CUSTOM, 0, 0, g_names[1].data()},
-        TIFFFieldInfo{Tag::ResolutionUnit, 1, 1, TIFF_SHORT, FIELD_CUSTOM, 0, 0, g_unitName.data()},
-        TIFFFieldInfo{Tag::XmlMetadata, 1, 1, TIFF_ASCII, FIELD_CUSTOM, 0, 0, g_xmlName.data()},
-        TIFFFieldInfo{Tag::QdMetadata, 1, 1, TIFF_ASCII, FIELD_CUSTOM, 0, 0, g_qdName.data()},
-    };
+    static const auto g_fields = []
+    {
+        std::array<TIFFFieldInfo, Tag::Descriptions.size()> fields{};
+        std::ranges::transform(Tag::Descriptions, fields.begin(),
+                               [](const Tag::Description& tag) -> TIFFFieldInfo
+                               {
+                                   // libtiff takes the name as a pointer to non-const text, but does not change it.
+                                   return {tag.number, 1, 1, tag.type, FIELD_CUSTOM, 0, 0, const_cast<char*>(tag.name)};
+                               });
+        return fields;
+    }();
     TIFFMergeFieldInfo(tiff, g_fields.data(), static_cast<std::uint32_t>(g_fields.size()));
     if (g_earlierExtender != nullptr)
     {
@@ -88,8 +87,6 @@ bool IsNeeded(std::uint16_t tag, TIFF* tiff)
         TIFFTAG_PHOTOMETRIC,     TIFFTAG_STRIPOFFSETS, TIFFTAG_SAMPLESPERPIXEL, TIFFTAG_ROWSPERSTRIP,
         TIFFTAG_STRIPBYTECOUNTS, TIFFTAG_PLANARCONFIG, TIFFTAG_TILEWIDTH,       TIFFTAG_TILELENGTH,
         TIFFTAG_TILEOFFSETS,     TIFFTAG_EXTRASAMPLES, TIFFTAG_TILEBYTECOUNTS,  TIFFTAG_SAMPLEFORMAT};
-    constexpr std::array Private = {Tag::QdMetadata, Tag::XmlMetadata, Tag::XPixelsPerUnit, Tag::YPixelsPerUnit,
-                                    Tag::ResolutionUnit};
     std::uint16_t photometric = 0;
     switch (tag)
     {
@@ -98,7 +95,8 @@ bool IsNeeded(std::uint16_t tag, TIFF* tiff)
     case TIFFTAG_PREDICTOR: // libtiff registers it only for compressions that use it
         return TIFFFindField(tiff, tag, TIFF_ANY) != nullptr;
     default:
-        return std::ranges::find(Needed, tag) != Needed.end() || std::ranges::find(Private, tag) != Private.end();
+        return std::ranges::find(Needed, tag) != Needed.end() ||
+               std::ranges::find(Tag::Descriptions, tag, &Tag::Description::number) != Tag::Descriptions.end();
     }
 }
 
@@ -335,6 +333,12 @@ void TiffFile::ContinueAt(std::uint64_t offset) noexcept
 {
     // The gap need not be written: the file system makes it when something is written behind it.
     m_size = std::max(m_size, offset);
+}
+
+const char* TiffFile::MetadataText() const noexcept
+{
+    char* text = nullptr;
+    return TIFFGetField(m_tiff, Tag::XmlMetadata, &text) == 1 ? text : nullptr;
 }
 
 std::string TiffFile::TakeError()

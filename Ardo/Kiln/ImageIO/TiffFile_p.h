@@ -72,6 +72,10 @@ public:
     /// \throws std::runtime_error whose text is the reason.
     void SelectPage(std::uint64_t offset);
 
+    /// The record of the current directory as XML document; null if there is none. libtiff's own, until it reads
+    /// another directory.
+    const char* MetadataText() const noexcept;
+
     /// Called every few MiB while a file is written, with the number of bytes handed to the system so far. If it
     /// returns false or throws, this write and all later ones fail.
     using Progress = std::function<bool(std::uint64_t written)>;

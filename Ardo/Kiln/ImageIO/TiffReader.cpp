@@ -3,7 +3,6 @@
 #include "Ardo/Kiln/ImageIO/PixelBuffer_p.h"
 #include "Ardo/Kiln/ImageIO/TiffBounds_p.h"
 #include "Ardo/Kiln/ImageIO/TiffFile_p.h"
-#include "Ardo/Kiln/ImageIO/TiffTags_p.h"
 #include "Ardo/Kiln/MetadataSerializer/Record.h"
 
 #include <algorithm>
@@ -27,13 +26,6 @@ const std::string PixelsError = "Unable to open Tiff file, error while reading i
 std::string Bytes(std::uint64_t count)
 {
     return std::to_string(count) + " bytes";
-}
-
-/// The text of the metadata tag, libtiff's own; null if there is none.
-const char* MetadataTag(const TiffFile* file)
-{
-    char* text = nullptr;
-    return file != nullptr && TIFFGetField(file->Handle(), Tag::XmlMetadata, &text) == 1 ? text : nullptr;
 }
 
 } // namespace
@@ -90,7 +82,7 @@ const unsigned char* TiffReader::GetRawImageData() const noexcept
 
 std::string TiffReader::GetMetadataText() const
 {
-    const char* const text = MetadataTag(m_file.get());
+    const char* const text = m_file ? m_file->MetadataText() : nullptr;
     return text != nullptr ? text : "";
 }
 
@@ -145,7 +137,7 @@ void TiffReader::ReadFields()
 void TiffReader::ReadMetadata()
 {
     m_metadata = {};
-    if (const char* const text = MetadataTag(m_file.get()))
+    if (const char* const text = m_file ? m_file->MetadataText() : nullptr)
     {
         MetadataSerializer::Record(m_metadata).DeserializeFromString(text, MetadataSerializer::SerializeType::Xml);
     }

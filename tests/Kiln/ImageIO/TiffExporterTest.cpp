@@ -4,11 +4,13 @@
 #include "Ardo/Kiln/FileSystem/ReplacementFile.h"
 #include "Ardo/Kiln/ImageIO/ExportRawImageException.h"
 #include "Ardo/Kiln/ImageIO/ReadImageFromFile.h"
+#include "Ardo/Kiln/ImageIO/TiffTags_p.h"
 #include "Ardo/Kiln/MetadataSerializer/ConvertToQd.h"
 #include "Ardo/Kiln/MetadataSerializer/Record.h"
 #include "Ardo/MetadataLib/Metadata.h"
 #include "tests/Kiln/ImageIO/OpenTiff.h"
 #include "tests/Kiln/ImageIO/TiffTestFiles.h"
+#include "tests/Support/Process.h"
 #include "tests/Support/SystemFacilities.h"
 
 #include <array>
@@ -16,6 +18,7 @@
 #include <functional>
 #include <limits>
 #include <locale>
+#include <map>
 #include <memory>
 #include <optional>
 #include <thread>
@@ -135,6 +138,20 @@ TEST_F(TiffExporterTest, PrivateTagsFollowThePixelSize)
         EXPECT_EQ(Text(34683), MetadataSerializer::Record(metadata).SerializeToString({}));
         EXPECT_EQ(Text(34682), olderText ? ConvertToQd(metadata) : "none");
     }
+}
+
+TEST(TiffTagsTest, TheDocumentHasTheTable)
+{
+    const std::string page = Support::ReadFile(KILN_TEST_DATA "/../../docs/tiff.md");
+    const std::map<TIFFDataType, std::string> types = {
+        {TIFF_ASCII, "ASCII"}, {TIFF_SHORT, "SHORT"}, {TIFF_RATIONAL, "RATIONAL"}};
+    std::string table;
+    for (const Tag::Description& tag : Tag::Descriptions)
+    {
+        table += "| " + std::to_string(tag.number) + " | " + types.at(tag.type) + " | " + tag.name + " | " +
+                 tag.meaning + " |\n";
+    }
+    EXPECT_THAT(page, HasSubstr("|---|---|---|---|\n" + table + "\n"));
 }
 
 TEST_F(TiffExporterTest, WhatCannotBeWrittenLeavesTheOldFileAsItWas)
