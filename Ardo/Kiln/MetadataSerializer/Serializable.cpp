@@ -6,7 +6,7 @@
 #include "Ardo/Kiln/MetadataSerializer/JsonTree_p.h"
 #include "Ardo/Kiln/MetadataSerializer/Namespaces.h"
 #include "Ardo/Kiln/MetadataSerializer/TextSink_p.h"
-#include "Ardo/Kiln/MetadataSerializer/TreeCheck_p.h"
+#include "Ardo/Kiln/MetadataSerializer/WriteCheck_p.h"
 #include "Ardo/Kiln/MetadataSerializer/XmlCharacters_p.h"
 
 #include <boost/property_tree/ptree.hpp>

@@ -1,4 +1,4 @@
-#include "Ardo/Kiln/MetadataSerializer/TreeCheck_p.h"
+#include "Ardo/Kiln/MetadataSerializer/WriteCheck_p.h"
 
 #include "Ardo/Kiln/MetadataSerializer/DocumentTree_p.h"
 #include "Ardo/Kiln/MetadataSerializer/ReadReport_p.h"
