@@ -26,8 +26,7 @@ CaughtException::CaughtException() noexcept : m_block(new (m_memory) Block)
     static_assert(sizeof(Block) <= sizeof m_memory && alignof(Block) <= 16);
     static_assert(std::is_trivially_destructible_v<Block>);
     CaptureCallerContext(m_block->context);
-    AdoptThread();
-    FaultThread* const thread = OwnFaultThread();
+    FaultThread* const thread = AdoptThread();
     const bool isKnown = thread != nullptr && RememberCaughtException(thread->uncaught);
     EXCEPTION_RECORD& record = m_block->record;
     record.ExceptionCode = FaultCode::CxxException;

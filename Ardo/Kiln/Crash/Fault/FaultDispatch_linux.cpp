@@ -119,26 +119,17 @@ void FaultDispatch::MonitorThread() noexcept
 
 void FaultDispatch::AddVectoredFilter(FaultFilter filter) noexcept
 {
-    FaultThread* const thread = OwnFaultThread();
-    if (thread != nullptr && thread->filterCount < FaultThread::MaxFilters)
+    if (FaultThread* const thread = OwnFaultThread())
     {
-        thread->filters[thread->filterCount++] = filter;
+        thread->filters.Add(filter);
     }
 }
 
 void FaultDispatch::RemoveVectoredFilter(FaultFilter filter) noexcept
 {
-    FaultThread* const thread = OwnFaultThread();
-    if (thread != nullptr)
+    if (FaultThread* const thread = OwnFaultThread())
     {
-        auto* const begin = thread->filters.data();
-        auto* const end = begin + thread->filterCount;
-        auto* const found = std::find(begin, end, filter);
-        if (found != end)
-        {
-            std::copy(found + 1, end, found);
-            --thread->filterCount;
-        }
+        thread->filters.Remove(filter);
     }
 }
 

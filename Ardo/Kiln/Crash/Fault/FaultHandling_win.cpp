@@ -61,15 +61,18 @@ private:
 long AskVectoredFilters(EXCEPTION_POINTERS* pointers)
 {
     const FaultThread* const thread = FaultThreadOnBehalf();
-    const std::size_t count = thread != nullptr ? thread->filterCount : 0;
-    const FaultFilter throwFilter = g_throwFilter;
-    if (count == 0 && throwFilter != nullptr && CodeOf(pointers) == OwnCxxException)
+    if (thread == nullptr || thread->filters.IsEmpty())
     {
-        throwFilter(pointers);
+        const FaultFilter throwFilter = g_throwFilter;
+        if (throwFilter != nullptr && CodeOf(pointers) == OwnCxxException)
+        {
+            throwFilter(pointers);
+        }
+        return FilterResult::ContinueSearch;
     }
-    for (std::size_t at = count; at > 0; --at)
+    for (const FaultFilter filter : thread->filters)
     {
-        if (thread->filters[at - 1](pointers) < FilterResult::ContinueSearch)
+        if (filter(pointers) < FilterResult::ContinueSearch)
         {
             return ContinueExecution;
         }

@@ -86,23 +86,23 @@ FaultThread* OwnFaultThread() noexcept
     return g_thread;
 }
 
-void AdoptThread() noexcept
+FaultThread* AdoptThread() noexcept
 {
     if (g_thread != nullptr)
     {
-        return;
+        return g_thread;
     }
     void* const memory =
         mmap(nullptr, sizeof(ThreadMemory), PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_STACK, -1, 0);
     if (memory == MAP_FAILED) // NOLINT(performance-no-int-to-ptr): the system's constant
     {
-        return;
+        return nullptr;
     }
     auto* const own = static_cast<ThreadMemory*>(memory);
     if (mprotect(own->guard, GuardSize, PROT_NONE) != 0 || pthread_setspecific(MemoryKey(), own) != 0)
     {
         munmap(memory, sizeof(ThreadMemory));
-        return;
+        return nullptr;
     }
     new (&own->thread) FaultThread;
     FindStack(own->thread);
@@ -116,6 +116,7 @@ void AdoptThread() noexcept
         sigaltstack(&stack, nullptr); // fails only for arguments that these are not
     }
     g_thread = &own->thread;
+    return g_thread;
 }
 
 FaultThread& BorrowFaultThread() noexcept

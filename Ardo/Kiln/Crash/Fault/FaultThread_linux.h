@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Ardo/Kiln/Crash/Fault/FaultDispatch.h"
+#include "Ardo/Kiln/Crash/Fault/FilterList.h"
 #include "Ardo/Kiln/Crash/Fault/ThrowTrace_linux.h"
 #include "Ardo/Kiln/Crash/Fault/UncaughtException.h"
 #include "Ardo/Kiln/Platform/StructuredException.h"
@@ -32,8 +32,6 @@ struct GuardFrame
 /// Used by its thread, and by the thread that runs filters on its behalf while it waits.
 struct FaultThread
 {
-    static constexpr std::size_t MaxFilters = 8;
-
     /// How filters see the fault. At one address as long as the same fault comes again, at another one for the next
     /// fault after the thread has recovered: the loop detector compares it.
     EXCEPTION_POINTERS* Pointers() noexcept { return &blocks[usedBlock]; }
@@ -54,8 +52,7 @@ struct FaultThread
 
     std::uintptr_t stackLow = 0; ///< Lowest address of its stack; 0 when not known.
     std::uintptr_t stackHigh = 0;
-    std::array<FaultFilter, MaxFilters> filters = {}; ///< The last one is asked first.
-    std::size_t filterCount = 0;
+    FilterList filters;
     GuardFrame* guard = nullptr; ///< The innermost.
     void* data = nullptr;
     UncaughtException uncaught;
@@ -68,8 +65,9 @@ struct FaultThread
 FaultThread* OwnFaultThread() noexcept;
 
 /// Gives the calling thread a record and, unless it has one already, an alternate stack; both go when it ends. The
-/// stack's bounds are found out too. Nothing happens when there is no memory.
-void AdoptThread() noexcept;
+/// stack's bounds are found out too.
+/// \returns the record; null when there is no memory.
+FaultThread* AdoptThread() noexcept;
 
 /// The calling thread's record, or the reserved one for threads that have none. Only for the owner of the fault slot,
 /// so that one reserved record serves all. A signal handler may call it.

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Ardo/Kiln/Crash/Fault/FaultDispatch.h"
+#include "Ardo/Kiln/Crash/Fault/FilterList.h"
 #include "Ardo/Kiln/Crash/Fault/GuardedCall_win.h"
 #include "Ardo/Kiln/Crash/Fault/UncaughtException.h"
 
@@ -27,8 +27,7 @@ inline constexpr unsigned long OverflowStack = 64 * 1024;
 /// their memory is gone while the destructors of others still run.
 struct FaultThread
 {
-    std::array<FaultFilter, 8> filters = {}; ///< The last one is asked first.
-    std::size_t filterCount = 0;
+    FilterList filters;
     GuardFrame* guard = nullptr;    ///< The innermost.
     GuardFrame* question = nullptr; ///< That of the question which the thread is asking; see AskGuarded.
     void* data = nullptr;

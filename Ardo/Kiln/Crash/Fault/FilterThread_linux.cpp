@@ -105,9 +105,9 @@ Verdict FilterThread::AskFilters()
 {
     FaultThread& thread = *m_faulted;
     EXCEPTION_POINTERS* const pointers = thread.Pointers();
-    for (std::size_t at = thread.filterCount; at > 0; --at)
+    for (const FaultFilter filter : thread.filters)
     {
-        if (thread.filters[at - 1](pointers) < FilterResult::ContinueSearch)
+        if (filter(pointers) < FilterResult::ContinueSearch)
         {
             return Verdict::Resume;
         }

@@ -31,8 +31,7 @@ std::terminate_handler g_previous = nullptr;
 /// \returns false when its text could not be had.
 bool Describe() noexcept
 {
-    AdoptThread();
-    FaultThread* const thread = OwnFaultThread();
+    FaultThread* const thread = AdoptThread();
     if (thread == nullptr)
     {
         return true;

@@ -51,9 +51,9 @@ Throw NextThrow() noexcept
 {
     ForgetThrowPlace(object); // an earlier exception at this address does not exist any more
     const FaultThread* const thread = OwnFaultThread();
-    const std::size_t count = thread != nullptr ? thread->filterCount : 0;
-    const FaultFilter filter = g_filter.load(std::memory_order_relaxed);
-    if (count == 0 && filter == nullptr)
+    const bool hasFilters = thread != nullptr && !thread->filters.IsEmpty();
+    const FaultFilter filterOfAll = g_filter.load(std::memory_order_relaxed);
+    if (!hasFilters && filterOfAll == nullptr)
     {
         return;
     }
@@ -69,11 +69,12 @@ Throw NextThrow() noexcept
     record.ExceptionInformation[2] = reinterpret_cast<std::uintptr_t>(type);
     context.ContextFlags = ContextFlag::Control;
     context.Rip = reinterpret_cast<std::uintptr_t>(address);
-    for (std::size_t at = count; at > 0; --at)
+    if (!hasFilters)
     {
-        thread->filters[at - 1](&pointers);
+        filterOfAll(&pointers);
+        return;
     }
-    if (count == 0)
+    for (const FaultFilter filter : thread->filters)
     {
         filter(&pointers);
     }
