@@ -142,27 +142,20 @@ KILN_AVX2 inline __m256i Narrow(__m256i a, __m256i b, __m256i c, __m256i d)
     return _mm256_permutevar8x32_epi32(bytes, _mm256_setr_epi32(0, 4, 1, 5, 2, 6, 3, 7));
 }
 
-KILN_AVX2 inline __m256 FromWords(const std::uint16_t* in)
+KILN_AVX2 inline __m256 ToFloats(const std::uint16_t* in)
 {
     const __m128i words = _mm_loadu_si128(reinterpret_cast<const __m128i*>(in));
     return _mm256_cvtepi32_ps(_mm256_cvtepu16_epi32(words));
 }
 
-KILN_AVX2 void Line16(const std::uint16_t* in, std::size_t count, LevelLine line, std::uint8_t* out)
+KILN_AVX2 inline __m256 ToFloats(const float* in)
 {
-    const __m256 black = _mm256_set1_ps(line.black);
-    const __m256 scale = _mm256_set1_ps(line.scale);
-    std::size_t i = 0;
-    for (; count - i >= Bytes; i += Bytes)
-    {
-        Store(out + i,
-              Narrow(Levels(FromWords(in + i), black, scale), Levels(FromWords(in + i + 8), black, scale),
-                     Levels(FromWords(in + i + 16), black, scale), Levels(FromWords(in + i + 24), black, scale)));
-    }
-    PortableDisplayKernels().line16(in + i, count - i, line, out + i);
+    return _mm256_loadu_ps(in);
 }
 
-KILN_AVX2 void LineFloat(const float* in, std::size_t count, LevelLine line, std::uint8_t* out)
+/// \tparam Portable the kernel for the samples at the end, which fill no register.
+template <auto Portable, typename Sample>
+KILN_AVX2 void Line(const Sample* in, std::size_t count, LevelLine line, std::uint8_t* out)
 {
     const __m256 black = _mm256_set1_ps(line.black);
     const __m256 scale = _mm256_set1_ps(line.scale);
@@ -170,11 +163,10 @@ KILN_AVX2 void LineFloat(const float* in, std::size_t count, LevelLine line, std
     for (; count - i >= Bytes; i += Bytes)
     {
         Store(out + i,
-              Narrow(Levels(_mm256_loadu_ps(in + i), black, scale), Levels(_mm256_loadu_ps(in + i + 8), black, scale),
-                     Levels(_mm256_loadu_ps(in + i + 16), black, scale),
-                     Levels(_mm256_loadu_ps(in + i + 24), black, scale)));
+              Narrow(Levels(ToFloats(in + i), black, scale), Levels(ToFloats(in + i + 8), black, scale),
+                     Levels(ToFloats(in + i + 16), black, scale), Levels(ToFloats(in + i + 24), black, scale)));
     }
-    PortableDisplayKernels().lineFloat(in + i, count - i, line, out + i);
+    (PortableDisplayKernels().*Portable)(in + i, count - i, line, out + i);
 }
 
 KILN_AVX2 void CurveFloat(const float* in, std::size_t count, const LevelCurve& curve, std::uint8_t* out)
@@ -235,8 +227,9 @@ KILN_AVX2 void PackRgba(const std::uint8_t* in, std::size_t count, std::uint32_t
 
 const DisplayKernels& Avx2DisplayKernels() noexcept
 {
-    static constexpr DisplayKernels Kernels = {LookUp8,   WholeLine8, WholeLine16, Line16,
-                                               LineFloat, CurveFloat, PackRgb,     PackRgba};
+    static constexpr DisplayKernels Kernels = {
+        LookUp8,    WholeLine8, WholeLine16, Line<&DisplayKernels::line16>, Line<&DisplayKernels::lineFloat>,
+        CurveFloat, PackRgb,    PackRgba};
     return Kernels;
 }
 
