@@ -18,6 +18,14 @@ struct Condition
 
 std::span<const Condition> Conditions();
 
+// Conditions of all systems.
+
+/// Logs a record that the log file keeps in memory until its next flush, below \p folder; null: the current one.
+void LogRecord(const char* folder);
+
+/// Sets a terminate handler of the application, which prints a message of its own.
+void OwnTerminateHandler();
+
 /// Runs \p work on a thread that the C library starts, in its C11 form ("c11") or for a timer ("timer"), and waits for
 /// ever: the work ends the process.
 [[noreturn]] void RunOnForeignThread(const std::string& kind, const std::function<void()>& work);

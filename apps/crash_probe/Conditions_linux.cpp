@@ -1,19 +1,12 @@
 #include "apps/crash_probe/Conditions.h"
 
 #include "Ardo/Kiln/Exception/MiniDumpGenerator.h"
-#include "Ardo/Kiln/Logger/CreateLogger.h"
-#include "Ardo/Kiln/Logger/Logging.h"
-#include "Ardo/Kiln/Logger/SeveritySets.h"
-
-#include <boost/log/sources/record_ostream.hpp>
-#include <boost/log/sources/severity_feature.hpp>
 
 #include <array>
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <exception>
 #include <fstream>
 
 #include <fcntl.h>
@@ -70,17 +63,6 @@ void NoAddressSpace()
     }
 }
 
-/// Logs a record that the log file keeps in memory until its next flush.
-void LogRecord()
-{
-    const char* const folder = std::getenv("XDG_DATA_HOME");
-    auto& logging = *new Logger::Logging(folder != nullptr ? folder : ".", L"Probe"); // lives until the crash
-    logging.Initialize();
-    logging.AddSinks({{L"Probe", 1 << 20, {}, Logger::InfoAndAbove}});
-    auto logger = Logger::CreateLogger("Probe");
-    BOOST_LOG_SEV(logger, Logger::info) << "the last record";
-}
-
 /// Standard error is a pipe that nobody reads.
 void BrokenPipe()
 {
@@ -102,24 +84,13 @@ void FileInItsPlace()
     }
 }
 
-/// A terminate handler of the application, which prints a message of its own.
-void OwnTerminateHandler()
-{
-    std::set_terminate(
-        []
-        {
-            Say("own terminate handler");
-            std::abort();
-        });
-}
-
 constexpr Condition List[] = {
     {"broken-pipe", "standard error is a pipe that nobody reads", &BrokenPipe, true},
     {"file-as-stderr", "a file of the application has the number of standard error (2>&-)", &FileInItsPlace, true},
     {"full-disk", "no file can grow beyond 4 KiB", &FullDisk},
     {"no-descriptors", "all file descriptors are in use", &NoDescriptors},
     {"no-memory", "no memory and no address space is left", &NoAddressSpace},
-    {"log", "a record was logged just before", &LogRecord},
+    {"log", "a record was logged just before", [] { LogRecord(std::getenv("XDG_DATA_HOME")); }},
     {"fake-dump", "minidumps are only pretended", [] { Exception::MiniDumpGenerator::SetFakeWriteDump(true); }},
     {"own-terminate", "the application has set a terminate handler after the library", &OwnTerminateHandler},
 };

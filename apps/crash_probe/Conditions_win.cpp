@@ -1,17 +1,9 @@
 #include "apps/crash_probe/Conditions.h"
 
 #include "Ardo/Kiln/Exception/MiniDumpGenerator.h"
-#include "Ardo/Kiln/Logger/CreateLogger.h"
-#include "Ardo/Kiln/Logger/Logging.h"
-#include "Ardo/Kiln/Logger/SeveritySets.h"
-
-#include <boost/log/sources/record_ostream.hpp>
-#include <boost/log/sources/severity_feature.hpp>
 
 #include <cstdio>
 #include <cstdlib>
-#include <cstring>
-#include <exception>
 #include <thread>
 
 #include <windows.h>
@@ -21,17 +13,6 @@ namespace Ardo::Kiln::CrashProbe
 
 namespace
 {
-
-/// Logs a record that the log file keeps in memory until its next flush.
-void LogRecord()
-{
-    const char* const folder = std::getenv("ProgramData");
-    auto& logging = *new Logger::Logging(folder != nullptr ? folder : ".", L"Probe"); // lives until the crash
-    logging.Initialize();
-    logging.AddSinks({{L"Probe", 1 << 20, {}, Logger::InfoAndAbove}});
-    auto logger = Logger::CreateLogger("Probe");
-    BOOST_LOG_SEV(logger, Logger::info) << "the last record";
-}
 
 /// Standard error is a pipe that nobody reads.
 void BrokenPipe()
@@ -43,17 +24,6 @@ void BrokenPipe()
         ::SetStdHandle(STD_ERROR_HANDLE, writer);
         ::CloseHandle(reader);
     }
-}
-
-/// As applications do that replace the message of the runtime.
-void OwnTerminateHandler()
-{
-    std::set_terminate(
-        []
-        {
-            Say("own terminate handler");
-            std::abort();
-        });
 }
 
 /// Restores the exception handling of the system, as an application does that sets its own filter later.
@@ -69,7 +39,7 @@ void OwnFilter()
 
 constexpr Condition List[] = {
     {"broken-pipe", "standard error is a pipe that nobody reads", &BrokenPipe, true},
-    {"log", "a record was logged just before", &LogRecord},
+    {"log", "a record was logged just before", [] { LogRecord(std::getenv("ProgramData")); }},
     {"fake-dump", "minidumps are only pretended", [] { Exception::MiniDumpGenerator::SetFakeWriteDump(true); }},
     {"own-terminate", "the application has set a terminate handler after the library", &OwnTerminateHandler},
     {"own-filter", "the application has set an unhandled filter before the library", &OwnFilter, true},

@@ -1,6 +1,7 @@
 #include "Ardo/Kiln/FileSystem/ReplacementFile.h"
 
 #include "Ardo/Kiln/FileSystem/TemporaryFile.h"
+#include "tests/Kiln/FileSystem/ReplacementCheck.h"
 #include "tests/Support/Process.h"
 #include "tests/Support/ScopedTempDir.h"
 #include "tests/Support/ScopedVariable.h"
@@ -10,7 +11,6 @@
 
 #include <algorithm>
 #include <initializer_list>
-#include <iterator>
 #include <string>
 
 namespace Ardo::Kiln::FileSystem
@@ -18,63 +18,15 @@ namespace Ardo::Kiln::FileSystem
 
 namespace fs = std::filesystem;
 
-namespace
-{
-
 using Support::ReadFile;
 using Support::WriteFile;
 
-std::ptrdiff_t EntriesOf(const fs::path& folder)
-{
-    return std::distance(fs::directory_iterator(folder), {});
-}
-
-void Replace(const fs::path& target, const std::string& text)
-{
-    ReplacementFile file(target);
-    WriteFile(file.Path(), text);
-    file.Commit();
-}
-
-} // namespace
-
 TEST(ReplacementFileTest, OldFilesStayUntilCommitAndNothingElseEver)
 {
-    const Support::ScopedTempDir folder;
-    const fs::path target = folder / ("名前 ü" + std::string(200, 'x'));
-    {
-        ReplacementFile file(target);
-        WriteFile(ToPath(file.WidePath()), "first");
-        EXPECT_FALSE(fs::exists(target));
-        EXPECT_EQ(fs::file_size(file.Path()), 5U);
-        file.Commit();
-        EXPECT_EQ(file.Path(), fs::path());
-        EXPECT_THROW(file.Commit(), fs::filesystem_error);
-    }
-    EXPECT_EQ(ReadFile(target), "first");
-    Replace(target, "again");
-
-    for (const fs::path& path : {target, folder / "other"})
-    {
-        const ReplacementFile file(path);
-        WriteFile(file.Path(), "half");
-    }
-    EXPECT_EQ(ReadFile(target), "again");
-    EXPECT_EQ(EntriesOf(folder.Path()), 1);
-
-    ReplacementFile late(folder / "late");
-    fs::create_directory(folder / "late"); // comes into the way after the check
-    WriteFile(folder / "late/inside", "kept");
-    for (int attempt = 0; attempt < 2; ++attempt)
-    {
-        EXPECT_THROW(late.Commit(), fs::filesystem_error);
-        EXPECT_EQ(ReadFile(folder / "late/inside"), "kept");
-    }
-    fs::remove_all(folder / "late");
-    late.Commit(); // nothing was lost by that
-    EXPECT_EQ(EntriesOf(folder.Path()), 2);
+    CheckReplacement();
 
     // A relative name counts from the folder of the beginning.
+    const Support::ScopedTempDir folder;
     const fs::path before = fs::current_path();
     fs::current_path(folder.Path());
     ReplacementFile file("relative");

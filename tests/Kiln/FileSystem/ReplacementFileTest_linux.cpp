@@ -1,6 +1,7 @@
 #include "Ardo/Kiln/FileSystem/ReplacementFile.h"
 
 #include "Ardo/Kiln/FileSystem/TemporaryFile.h"
+#include "tests/Kiln/FileSystem/ReplacementCheck.h"
 #include "tests/Support/FailingSystemCall.h"
 #include "tests/Support/Process.h"
 #include "tests/Support/ScopedNobody.h"
@@ -11,7 +12,6 @@
 
 #include <cerrno>
 #include <fcntl.h>
-#include <iterator>
 #include <string>
 #include <sys/stat.h>
 #include <sys/syscall.h>
@@ -32,11 +32,6 @@ using Support::WriteFile;
 constexpr std::uint32_t WithoutName = O_TMPFILE & ~O_DIRECTORY;
 constexpr Support::FailingSystemCall NoFilesWithoutName{SYS_openat, 2, WithoutName, WithoutName, EOPNOTSUPP};
 
-std::ptrdiff_t EntriesOf(const fs::path& folder)
-{
-    return std::distance(fs::directory_iterator(folder), {});
-}
-
 unsigned ModeOf(const fs::path& path)
 {
     return static_cast<unsigned>(fs::status(path).permissions());
@@ -51,77 +46,38 @@ unsigned GroupOf(const fs::path& path)
     return status.st_gid;
 }
 
-void Replace(const fs::path& target, const std::string& text)
-{
-    ReplacementFile file(target);
-    WriteFile(file.Path(), text);
-    file.Commit();
-}
-
-/// What a replacement promises wherever it is made.
-void CheckReplacement()
+/// The permissions of a new file are those of the process, and those of a replaced file stay.
+void CheckPermissions()
 {
     const Support::ScopedTempDir folder;
-    const fs::path target = folder / ("名前 ü" + std::string(245, 'x'));
+    const fs::path target = folder / ("名前 ü" + std::string(245, 'x')); // as long as names can be
     constexpr mode_t Mask = 027;
     const mode_t before = ::umask(Mask);
-    {
-        ReplacementFile file(target);
-        WriteFile(file.Path(), "first");
-        EXPECT_FALSE(fs::exists(target));
-        EXPECT_EQ(fs::file_size(file.Path()), 5U);
-        file.Commit();
-        EXPECT_EQ(file.Path(), fs::path());
-        EXPECT_THROW(file.Commit(), fs::filesystem_error);
-    }
-    EXPECT_EQ(ReadFile(target), "first");
+    Replace(target, "first");
     EXPECT_EQ(ModeOf(target), 0666U & ~Mask);
-
     for (const auto& [mode, kept] : {std::pair(0600U, 0600U), {0666U, 0666U}, {04755U, 0755U}})
     {
         ASSERT_EQ(::chmod(target.c_str(), mode), 0);
-        {
-            ReplacementFile file(ToWide(target));
-            WriteFile(ToPath(file.WidePath()), "new");
-            EXPECT_EQ(ModeOf(file.Path()), 0600U) << mode;
-            EXPECT_EQ(ReadFile(target).size(), 5U);
-            file.Commit();
-        }
-        EXPECT_EQ(ReadFile(target), "new");
+        ReplacementFile file(ToWide(target));
+        EXPECT_EQ(ModeOf(file.Path()), 0600U) << mode;
+        file.Commit();
         EXPECT_EQ(ModeOf(target), kept);
-        Replace(target, "again");
         EXPECT_EQ(EntriesOf(folder.Path()), 1);
     }
     ::umask(before);
+}
 
-    const auto half = [&](const fs::path& path)
-    {
-        const ReplacementFile file(path);
-        WriteFile(file.Path(), "half");
-    };
-    half(target);
-    half(folder / "other");
-    EXPECT_EQ(ReadFile(target), "again");
-    EXPECT_EQ(EntriesOf(folder.Path()), 1);
-
-    ReplacementFile late(folder / "late");
-    fs::create_directory(folder / "late"); // comes into the way after the check
-    WriteFile(folder / "late/inside", "kept");
-    for (int attempt = 0; attempt < 2; ++attempt)
-    {
-        EXPECT_THROW(late.Commit(), fs::filesystem_error);
-        EXPECT_EQ(ReadFile(folder / "late/inside"), "kept");
-    }
-    fs::remove_all(folder / "late");
-    late.Commit(); // nothing was lost by that
-    EXPECT_EQ(EntriesOf(folder.Path()), 2);
+void CheckAll()
+{
+    CheckReplacement();
+    CheckPermissions();
 }
 
 } // namespace
 
 TEST(ReplacementFileLinuxTest, PermissionsFollowTheReplacedFile)
 {
-    CheckReplacement();
+    CheckPermissions();
 }
 
 TEST(ReplacementFileLinuxTest, SystemsWithoutFilesWithoutANameGetTheSame)
@@ -134,15 +90,15 @@ TEST(ReplacementFileLinuxTest, SystemsWithoutFilesWithoutANameGetTheSame)
         EXPECT_THAT(file.Path().filename(), testing::MatchesRegex("\\.[0-9a-f]{16}\\.part"));
     };
     Support::RunWithFailing(NoFilesWithoutName, hasName);
-    Support::RunWithFailing(NoFilesWithoutName, CheckReplacement);
+    Support::RunWithFailing(NoFilesWithoutName, CheckAll);
 
     // Without /proc they cannot be opened again.
     const Support::FailingSystemCall reopen{SYS_openat, 2, 0xFFFFFFFF, O_RDWR | O_CLOEXEC, ENOENT};
     Support::RunWithFailing(reopen, hasName);
-    Support::RunWithFailing(reopen, CheckReplacement);
+    Support::RunWithFailing(reopen, CheckAll);
 
     // They may be made, but not linked.
-    Support::RunWithFailing({SYS_linkat, 0, 0, 0, EACCES}, CheckReplacement);
+    Support::RunWithFailing({SYS_linkat, 0, 0, 0, EACCES}, CheckAll);
 }
 
 TEST(ReplacementFileLinuxTest, ALinkStaysALinkAndItsFileIsWritten)

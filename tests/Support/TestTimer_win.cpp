@@ -1,9 +1,9 @@
+#include "tests/Support/TestTimer.h"
+
 #include "tests/Support/TestTimeLimit.h"
 
-#include <gtest/gtest.h>
-
+#include <cstdlib>
 #include <mutex>
-#include <string>
 
 #include <windows.h>
 
@@ -38,24 +38,21 @@ void SetTimer(std::chrono::milliseconds limit)
     }
 }
 
-class Listener : public testing::EmptyTestEventListener
-{
-    void OnTestStart(const testing::TestInfo& /*test*/) override { SetTestTimeLimit(std::chrono::minutes(5)); }
-    void OnTestEnd(const testing::TestInfo& /*test*/) override { SetTimer({}); }
-};
-
 } // namespace
 
-void SetTestTimeLimit(std::chrono::milliseconds limit)
+void StartTestTimer(std::chrono::milliseconds limit, const std::string& message)
 {
-    const testing::TestInfo* const test = testing::UnitTest::GetInstance()->current_test_info();
-    const std::string name = test != nullptr ? std::string(test->test_suite_name()) + "." + test->name() : "no test";
     SetTimer({});
     {
         const std::lock_guard lock(g_mutex);
-        g_message = "[  FAILED  ] " + name + " has not ended in time\n";
+        g_message = message;
     }
     SetTimer(limit);
+}
+
+void StopTestTimer()
+{
+    SetTimer({});
 }
 
 void EndHangingTest()
@@ -66,11 +63,6 @@ void EndHangingTest()
                 nullptr);
     ::TerminateProcess(::GetCurrentProcess(), 1);
     std::abort(); // only reached if that fails
-}
-
-void LimitTimeOfEachTest()
-{
-    testing::UnitTest::GetInstance()->listeners().Append(new Listener); // owned by the list
 }
 
 } // namespace Ardo::Kiln::Support
