@@ -61,7 +61,8 @@ struct Exposure
     std::optional<double> doseRate; ///< Per s.
 };
 
-/// \param area in m², \param time in s: how long the beam was on it.
+/// \param area in m².
+/// \param time how long the beam was on it, in s.
 /// \returns electrons per m²; nothing unless all are positive.
 std::optional<double> DoseOf(double current, double time, double area)
 {
