@@ -35,14 +35,16 @@ function(kiln_begin_library)
     endif()
     kiln_limit_exports(Common Common)
 
-    # The generated header belongs to no folder, so every folder may include it.
+    # The generated headers belong to no folder, so every folder may include them.
+    configure_file(${PROJECT_SOURCE_DIR}/cmake/KilnVersion.h.in ${PROJECT_BINARY_DIR}/generated/Ardo/KilnVersion.h @ONLY)
     generate_export_header(
         Common
         BASE_NAME KILN
         EXPORT_FILE_NAME ${PROJECT_BINARY_DIR}/generated/Ardo/KilnExport.h)
     target_sources(
         Common PUBLIC FILE_SET generated TYPE HEADERS BASE_DIRS ${PROJECT_BINARY_DIR}/generated FILES
-                      ${PROJECT_BINARY_DIR}/generated/Ardo/KilnExport.h)
+                      ${PROJECT_BINARY_DIR}/generated/Ardo/KilnExport.h
+                      ${PROJECT_BINARY_DIR}/generated/Ardo/KilnVersion.h)
 
     # The include directories and flags of all folders.
     add_library(KilnFolder INTERFACE)
@@ -98,7 +100,10 @@ function(kiln_plugin)
         PROPERTIES PREFIX ""
                    OUTPUT_NAME ${arg_NAME}-${PROJECT_VERSION}
                    LIBRARY_OUTPUT_DIRECTORY $<TARGET_FILE_DIR:Common>)
-    install(TARGETS ${arg_NAME} LIBRARY DESTINATION $<IF:$<PLATFORM_ID:Windows>,${CMAKE_INSTALL_BINDIR},${CMAKE_INSTALL_LIBDIR}>)
+    if(KILN_INSTALL)
+        install(TARGETS ${arg_NAME} LIBRARY DESTINATION $<IF:$<PLATFORM_ID:Windows>,${CMAKE_INSTALL_BINDIR},${CMAKE_INSTALL_LIBDIR}>
+                                            COMPONENT runtime)
+    endif()
 endfunction()
 
 function(kiln_end_library)

@@ -16,6 +16,7 @@
 #include "Ardo/Kiln/ImageIO/TiffExporter.h"
 #include "Ardo/Kiln/Profiling/Stage.h"
 #include "Ardo/Kiln/Types/Guid.h"
+#include "Ardo/KilnVersion.h"
 
 #include <chrono>
 #include <cmath>

@@ -8,6 +8,7 @@
 
 #include "Ardo/Kiln/Profiling/Stage.h"
 #include "Ardo/Kiln/Profiling/Startup.h"
+#include "Ardo/KilnVersion.h"
 
 #include <CLI/CLI.hpp>
 

@@ -1,5 +1,6 @@
 # Installs the library into a folder with a blank in its name, builds the README's first program against it, runs it, and
-# looks at what it wrote with the installed tool. Called with BUILD_DIR, SOURCE_DIR, WORK_DIR, CXX, GENERATOR, EXE_SUFFIX, and
+# looks at what it wrote with the installed tool. The program is also built by means of pkg-config, and compiled in a project that
+# contains the library's sources. Called with BUILD_DIR, SOURCE_DIR, WORK_DIR, CXX, GENERATOR, EXE_SUFFIX, and
 # for a cross build EMULATOR and TOOLCHAIN. PACKAGE in place of BUILD_DIR: the folder of an unpacked package.
 set(prefix "${WORK_DIR}/a prefix")
 file(REMOVE_RECURSE ${WORK_DIR})
@@ -41,6 +42,20 @@ if(TOOLCHAIN) # the system looks for DLLs beside the program
     file(COPY ${libraries} DESTINATION ${WORK_DIR}/build)
 endif()
 run(${CMAKE_COMMAND} -E chdir ${WORK_DIR} ${EMULATOR} build/first_program${EXE_SUFFIX})
+
+if(NOT TOOLCHAIN)
+    find_program(PKG_CONFIG pkg-config REQUIRED)
+    set(ENV{PKG_CONFIG_PATH} "${prefix}/lib/pkgconfig")
+    run(${PKG_CONFIG} --cflags --libs ardo-kiln-common)
+    separate_arguments(flags UNIX_COMMAND "${output}")
+    run(${CXX} ${WORK_DIR}/build/first_program.cpp -o ${WORK_DIR}/with_pkg_config ${flags})
+    run(${CMAKE_COMMAND} -E chdir ${WORK_DIR} ${CMAKE_COMMAND} -E env "LD_LIBRARY_PATH=${prefix}/lib" ./with_pkg_config)
+
+    file(COPY ${WORK_DIR}/build/first_program.cpp DESTINATION ${WORK_DIR}/fetch)
+    run(${CMAKE_COMMAND} -S ${SOURCE_DIR}/tests/Consumer/Fetch -B ${WORK_DIR}/fetch -G Ninja ${compiler}
+        -DCOMMON_SOURCE_DIR=${SOURCE_DIR})
+    run(${CMAKE_COMMAND} --build ${WORK_DIR}/fetch --target CMakeFiles/first_program.dir/first_program.cpp.o)
+endif()
 
 # Wherever the installation is moved, the tool finds the library and the library its plug-ins.
 file(RENAME ${prefix} "${prefix} that moved")

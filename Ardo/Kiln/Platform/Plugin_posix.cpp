@@ -1,5 +1,6 @@
 #include "Ardo/Kiln/Platform/ModulePath.h"
 #include "Ardo/Kiln/Platform/Plugin.h"
+#include "Ardo/KilnVersion.h"
 
 #include <stdexcept>
 

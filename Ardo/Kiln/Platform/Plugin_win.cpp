@@ -2,6 +2,7 @@
 #include "Ardo/Kiln/Platform/ModulePath_win.h"
 #include "Ardo/Kiln/Platform/Plugin.h"
 #include "Ardo/Kiln/Platform/SystemError.h"
+#include "Ardo/KilnVersion.h"
 
 #include <system_error>
 

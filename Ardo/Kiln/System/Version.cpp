@@ -1,6 +1,7 @@
 #include "Ardo/Kiln/System/Version.h"
 
 #include "Ardo/Kiln/Platform/FileVersion.h"
+#include "Ardo/KilnVersion.h"
 
 #include <algorithm>
 #include <charconv>
@@ -51,7 +52,7 @@ std::string Version::ToText(int count) const
 
 Version LibraryVersion() noexcept
 {
-    return Version::Parse(KILN_VERSION).value_or(Version());
+    return Version(KILN_VERSION_MAJOR, KILN_VERSION_MINOR, KILN_VERSION_PATCH);
 }
 
 std::optional<Version> FileVersionOf(const std::filesystem::path& file)

@@ -76,7 +76,7 @@ private:
     int m_count = 1; ///< How many numbers were given.
 };
 
-/// The version of this library.
+/// The version of the library that the program runs with. Ardo/KilnVersion.h has the one that it was compiled with.
 KILN_EXPORT Version LibraryVersion() noexcept;
 
 /// The file version of a Windows executable or library, read from its version resource on every system. Empty for a

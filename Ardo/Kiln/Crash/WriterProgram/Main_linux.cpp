@@ -7,6 +7,7 @@
 #include "Ardo/Kiln/Crash/Minidump/MinidumpWriter_linux.h"
 #include "Ardo/Kiln/Crash/WriterProgram/CrashRequestCopy_linux.h"
 #include "Ardo/Kiln/Platform/StandardError.h"
+#include "Ardo/KilnVersion.h"
 
 #include <charconv>
 #include <cstdlib>
