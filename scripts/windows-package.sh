@@ -19,6 +19,19 @@ copy_dlls() {
     done
 }
 
+# separate_debug_information FILE DEBUG-FILE: the build has done that for Common.dll already.
+separate_debug_information() {
+    local separated
+    separated=build/windows-release/debug/$(basename "$2")
+    if [ -e "$separated" ]; then
+        cp "$separated" "$2"
+        return
+    fi
+    x86_64-w64-mingw32-objcopy --only-keep-debug "$1" "$2"
+    x86_64-w64-mingw32-strip "$1"
+    x86_64-w64-mingw32-objcopy --add-gnu-debuglink="$2" "$1"
+}
+
 # make_package PREFIX: builds, installs, adds the libraries, separates the debug information, and tries the result where
 # nothing else is.
 make_package() {
@@ -32,9 +45,7 @@ make_package() {
     cp "$prefix/plugins/platforms/qwindows.dll" "$out/$name/bin/platforms/"
     cp "$prefix"/plugins/imageformats/*.dll "$out/$name/bin/imageformats/"
     for file in "$out/$name"/bin/*.{exe,dll}; do
-        x86_64-w64-mingw32-objcopy --only-keep-debug "$file" "$out/$name-debug/$(basename "$file").debug"
-        x86_64-w64-mingw32-strip "$file"
-        x86_64-w64-mingw32-objcopy --add-gnu-debuglink="$out/$name-debug/$(basename "$file").debug" "$file"
+        separate_debug_information "$file" "$out/$name-debug/$(basename "$file").debug"
     done
     copy_dlls "$prefix" "$out/$name/bin"
     cp README.md CHANGELOG.md "$out/$name/"
