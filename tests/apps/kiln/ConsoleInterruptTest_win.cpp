@@ -11,7 +11,7 @@ namespace Ardo::Kiln::Tool
 
 TEST(ConsoleInterruptDeathTest, CtrlCIsRemembered)
 {
-    const auto interrupt = []
+    const auto pressCtrlC = []
     {
         ::FreeConsole();
         ::AllocConsole();                        // no other process receives the event
@@ -27,7 +27,7 @@ TEST(ConsoleInterruptDeathTest, CtrlCIsRemembered)
         }
         std::_Exit(0);
     };
-    EXPECT_EXIT(interrupt(), testing::ExitedWithCode(0), "");
+    EXPECT_EXIT(pressCtrlC(), testing::ExitedWithCode(0), "");
 }
 
 } // namespace Ardo::Kiln::Tool
