@@ -1,10 +1,12 @@
 #include "Ardo/Kiln/Conversion/String.h"
 
+#include "Ardo/Kiln/Conversion/Replacing.h"
 #include "Ardo/Kiln/Conversion/String_p.h"
 
 #include <gmock/gmock.h>
 
 #include <stdexcept>
+#include <string_view>
 
 namespace Ardo::Kiln::Conversion
 {
@@ -54,6 +56,23 @@ TEST(StringTest, InvalidTextIsRefusedWithTheSystemsNumber)
         {
             EXPECT_THAT([&] { String::ToUtf8(std::wstring(L"a") + static_cast<wchar_t>(unit)); }, refused) << unit;
         }
+    }
+}
+
+TEST(ReplacingTest, EachInvalidUnitBecomesOneReplacementAndTheRestStays)
+{
+    const std::pair<std::string_view, std::wstring_view> rows[] = {{"a\xC3\xA9", L"a\u00E9"},
+                                                                   {"\xFF\xFEz", L"\uFFFD\uFFFDz"},
+                                                                   {"\xE2\x82(", L"\uFFFD\uFFFD("},
+                                                                   {"\xF0\x9F\x94", L"\uFFFD\uFFFD\uFFFD"}};
+    for (const auto& [utf8, expected] : rows)
+    {
+        std::wstring wide = L"<";
+        AppendReplacing(wide, utf8);
+        EXPECT_EQ(wide, L"<" + std::wstring(expected)) << utf8;
+        std::string valid;
+        AppendReplacing(valid, utf8);
+        EXPECT_EQ(valid, String::ToUtf8(std::wstring(expected))) << utf8;
     }
 }
 

@@ -367,6 +367,24 @@ TEST_F(ImageFileTest, PortableMapsKeepTheirSamples)
     }
 }
 
+TEST_F(ImageFileTest, AJpegFileOfTooManyScansIsRefused)
+{
+    // A black block of each component in a scan of its own. The first one, of six bits, comes again and again.
+    const std::string whole = Encoded(QImage(8, 8, QImage::Format_RGB32), "JPG");
+    const auto scan = [](char component, char tables, char block)
+    { return std::string("\xFF\xDA\0\x08\x01", 5) + component + tables + std::string("\0\x3F\0", 3) + block; };
+    for (const std::size_t count : {98u, 99u})
+    {
+        std::string file = whole.substr(0, whole.find("\xFF\xDA"));
+        for (std::size_t i = 0; i < count; ++i)
+        {
+            file += scan(1, 0, 0x2B);
+        }
+        file += scan(2, 0x11, 0x0F) + scan(3, 0x11, 0x0F) + "\xFF\xD9";
+        EXPECT_EQ(Refusal(file).empty(), count == 98) << count << Refusal(file);
+    }
+}
+
 TEST_F(ImageFileTest, WhatIsCutOrDamagedIsRefused)
 {
     testing::internal::CaptureStderr();

@@ -119,6 +119,7 @@ TEST(HostileDocumentTest, XmlEndsInTheDocumentedError)
         {root("<!--" + deep + "--><![CDATA[" + deep + "]]><?x " + deep + "?>"), NoCore},
         {root(Repeated("<a/>", 1'000'000)), "xml: more than 1000000 nodes, line 1"},
         {root("<a " + Attributes(100) + "/>"), NoCore},
+        {root(Repeated("<a " + Attributes(100) + "/>", 10'000)), "xml: more than 1000000 nodes, line 1"},
         {root("\n<a " + Attributes(100'000) + "/>"), "xml: more than 100 attributes of an element, line 2"},
     };
     for (const auto& [text, outcome] : rows)
