@@ -12,11 +12,11 @@ import json
 import math
 import sys
 
-ALWAYS = {"ph": str, "name": str, "pid": int, "tid": int}
+ALWAYS = {"ph": str, "name": str, "cat": str, "pid": int, "tid": int, "ts": float}
 KEYS = {
-    "X": {"cat": str, "ts": float, "dur": float},
-    "C": {"ts": float, "args": dict},
-    "i": {"cat": str, "ts": float, "s": str},
+    "X": {"dur": float},
+    "C": {"args": dict},
+    "i": {"s": str},
     "M": {"args": dict},
 }
 OPTIONAL = {"X": {"args": dict}}
@@ -43,7 +43,7 @@ def check_keys(event):
 def check(event, process):
     check_keys(event)
     assert event["pid"] == process, event
-    assert event.get("ts", 0.0) >= 0.0 and event.get("dur", 0.0) >= 0.0, event
+    assert event["ts"] >= 0.0 and event.get("dur", 0.0) >= 0.0, event
     assert event["ph"] != "i" or event["s"] in ("g", "p", "t"), event
     assert event["ph"] != "M" or event["name"] in METADATA and isinstance(event["args"]["name"], str), event
     if event["ph"] == "C":
@@ -75,7 +75,7 @@ def main():
             threads.setdefault(event["tid"], []).append(event)
         for own in threads.values():
             check_nesting([event for event in own if event["ph"] == "X"])
-            for event in sorted(own, key=lambda event: (event.get("ts", -1.0), -event.get("dur", 0.0))):
+            for event in sorted(own, key=lambda event: (event["ts"], -event.get("dur", 0.0))):
                 print(event["ph"], event["name"], json.dumps(event.get("args", {})))
         print("dropped", trace["otherData"]["droppedEvents"])
 

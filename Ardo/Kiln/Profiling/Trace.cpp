@@ -84,27 +84,26 @@ public:
     /// The name of the process, or of a thread.
     void WriteName(std::string_view kind, std::uint32_t thread, std::string_view name)
     {
-        Begin("M", kind, thread);
+        Begin("M", kind, "__metadata", 0, thread);
         m_stream << ",\"args\":{\"name\":" << StringText(name) << "}}";
     }
 
     void WriteMark(const StartupMark& mark, std::uint32_t thread)
     {
-        Begin("i", mark.name, thread);
-        m_stream << ",\"cat\":\"startup\",\"ts\":" << MicrosecondsText(mark.sinceStart.count()) << ",\"s\":\"p\"}";
+        Begin("i", mark.name, "startup", mark.sinceStart.count(), thread);
+        m_stream << ",\"s\":\"p\"}";
     }
 
     void WriteEvent(const Event& event, std::uint32_t thread)
     {
         const bool isCounter = event.duration == Event::IsCounter;
-        Begin(isCounter ? "C" : "X", event.name, thread);
-        m_stream << ",\"ts\":" << MicrosecondsText(event.begin - m_zero);
+        Begin(isCounter ? "C" : "X", event.name, isCounter ? "counter" : "stage", event.begin - m_zero, thread);
         if (isCounter)
         {
             m_stream << ",\"args\":{\"value\":" << NumberText(std::bit_cast<double>(event.bytes)) << "}}";
             return;
         }
-        m_stream << ",\"cat\":\"stage\",\"dur\":" << MicrosecondsText(event.duration);
+        m_stream << ",\"dur\":" << MicrosecondsText(event.duration);
         if (event.bytes != 0 || event.items != 0)
         {
             m_stream << ",\"args\":{\"bytes\":" << NumberText(event.bytes) << ",\"items\":" << NumberText(event.items)
@@ -114,10 +113,14 @@ public:
     }
 
 private:
-    void Begin(std::string_view phase, std::string_view name, std::uint32_t thread)
+    /// Some readers expect category and time of every event, also where the format needs none.
+    /// \param time in ns since the start of the process.
+    void Begin(std::string_view phase, std::string_view name, std::string_view category, std::int64_t time,
+               std::uint32_t thread)
     {
         m_stream << (m_isFirst ? "\n" : ",\n") << R"({"ph":")" << phase << R"(","name":)" << StringText(name)
-                 << R"(,"pid":)" << m_process << R"(,"tid":)" << NumberText(thread);
+                 << R"(,"cat":")" << category << R"(","pid":)" << m_process << R"(,"tid":)" << NumberText(thread)
+                 << R"(,"ts":)" << MicrosecondsText(time);
         m_isFirst = false;
     }
 
