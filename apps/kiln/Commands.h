@@ -1,5 +1,7 @@
 #pragma once
 
+#include "apps/kiln/Batch.h"
+
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -7,39 +9,78 @@
 namespace Ardo::Kiln::Tool
 {
 
+// Each command throws Failure, UsageError and what the library throws. One that returns true is done.
+
 /// The arguments of `kiln import`. All texts are UTF-8 as they were given.
 struct ImportOptions
 {
-    std::string image;     ///< The image to read; "-" for standard input.
-    std::string output;    ///< The TIFF to write; "-" for standard output.
+    BatchOptions batch;    ///< The images to read, and last, unless they are named, the TIFF or folder to write.
+    std::string folder;    ///< Where named files go. With it or \c settings the files are named.
+    std::string settings;  ///< An INI file with naming settings.
     std::string pixelSize; ///< A length such as "107 nm", or metres as a plain number; empty when not given.
     std::string metadata;  ///< A record to embed (XML, JSON or TIFF); empty when not given.
     /// The number of the image in the file, from 1. Not given: the first, with a message if there are others.
     std::optional<std::uint32_t> page;
-    bool progress = false; ///< Show the progress also when standard error is not a console.
 };
 
-/// Writes an image and its record as a TIFF file.
+/// Writes images and their records as TIFF files. The names of files that are named are printed.
+/// \returns whether all have been written.
 /// \throws Interrupted when Ctrl-C has ended it.
-void Import(const ImportOptions& options);
+bool Import(const ImportOptions& options);
 
-/// Prints the contents of a TIFF file as readable text. If the pixels or the record cannot be read, an error is printed
-/// on standard error and the rest is shown.
-void Info(const std::string& file);
+/// The arguments of `kiln info`.
+struct InfoOptions
+{
+    BatchOptions batch;
+    bool isQuick = false; ///< Do not read the pixels, so that damages of them stay unknown.
+};
 
-/// Writes the record of a TIFF, XML or JSON file as a document.
-/// \param format "xml" or "json".
-/// \param output a file, or "-" for standard output.
-void WriteMetadata(const std::string& file, const std::string& format, const std::string& output);
+/// Prints the contents of TIFF files as readable text or as JSON. If the pixels or the record cannot be read, the
+/// reason is printed and the rest is shown.
+/// \returns whether all files are TIFF files.
+bool Info(const InfoOptions& options);
 
-/// Validates the record of a TIFF, XML or JSON file against the schema.
-/// \returns false after printing its faults.
-bool Validate(const std::string& file);
+/// The arguments of `kiln metadata`. All texts are UTF-8.
+struct MetadataOptions
+{
+    BatchOptions batch;         ///< TIFF, XML or JSON files.
+    std::string format = "xml"; ///< "xml" or "json".
+    std::string output;         ///< "-" for standard output, a file, or a folder for several documents.
+    bool isAsIs = false;        ///< Write the document as it stands in its file.
+};
+
+/// Writes the records of files as documents.
+/// \returns whether all have been written.
+bool WriteMetadata(const MetadataOptions& options);
+
+/// The arguments of `kiln set`. All texts are UTF-8.
+struct SetOptions
+{
+    std::string file;                 ///< A TIFF, XML or JSON file with a record.
+    std::vector<std::string> changes; ///< Each FIELD=VALUE.
+    std::string list;                 ///< A text file with more of them, one a line; empty for none.
+    std::string output;               ///< The copy.
+};
+
+/// Writes a copy of a file with another record.
+bool Set(const SetOptions& options);
+
+/// Validates the records of TIFF, XML or JSON files against the schema and prints their faults.
+/// \returns whether all are valid.
+bool Validate(const BatchOptions& options);
+
+/// The arguments of `kiln compare`. All texts are UTF-8.
+struct CompareOptions
+{
+    std::string first;
+    std::string second;
+    bool allowAdditions = false; ///< Fields that only the second one has are no difference.
+    bool isJson = false;
+};
 
 /// Compares two files: their pixels when both are images, their records when both have one.
-/// \param allowAdditions fields that only the second one has are no difference.
 /// \returns false after printing the differences.
-bool Compare(const std::string& first, const std::string& second, bool allowAdditions);
+bool Compare(const CompareOptions& options);
 
 /// The arguments of `kiln export`. All texts are UTF-8; empty ones: not given.
 struct PictureOptions
@@ -58,7 +99,7 @@ struct PictureOptions
 };
 
 /// Writes an image as it is shown, or its scaled data.
-void ExportPicture(const PictureOptions& options);
+bool ExportPicture(const PictureOptions& options);
 
 /// The arguments of `kiln histogram`. All texts are UTF-8.
 struct HistogramOptions
@@ -71,11 +112,17 @@ struct HistogramOptions
 };
 
 /// Writes how often each value of an image occurs, as a text that spreadsheets open.
-void WriteHistogram(const HistogramOptions& options);
+bool WriteHistogram(const HistogramOptions& options);
 
-/// Describes the library and the machine.
-/// \param file a Windows program or library whose version is printed instead; empty for none.
-void DescribeSystem(const std::string& file);
+/// The arguments of `kiln system`.
+struct SystemOptions
+{
+    std::string file; ///< A Windows program or library whose version is printed; UTF-8; empty for none.
+    bool isJson = false;
+};
+
+/// Describes the library and the machine, or prints the version of a file.
+bool DescribeSystem(const SystemOptions& options);
 
 /// The arguments of `kiln name`.
 struct NameOptions
@@ -86,10 +133,11 @@ struct NameOptions
     std::string extension = "tif"; ///< Without the dot.
     bool reserve = false;          ///< Take the next free names and make empty files.
     std::uint32_t count = 1;       ///< The number of names.
+    bool isJson = false;
 };
 
 /// Prints the paths that acquisitions of this moment get.
-void Name(const NameOptions& options);
+bool Name(const NameOptions& options);
 
 /// The arguments of `kiln format`. Empty texts: not given.
 struct FormatOptions
@@ -100,12 +148,21 @@ struct FormatOptions
     std::optional<std::string> prefix; ///< The symbol of the only prefix allowed; empty for none.
     std::string uncertainty;           ///< In the base unit.
     std::string reference;             ///< In the base unit.
+    bool isJson = false;
 };
 
 /// Prints a quantity as text with an SI prefix.
-void Format(const FormatOptions& options);
+bool Format(const FormatOptions& options);
+
+/// The arguments of `kiln parse`. All texts are UTF-8.
+struct ParseOptions
+{
+    std::string text;
+    std::string unit; ///< A base unit, or the name of a quantity.
+    bool isJson = false;
+};
 
 /// Parses the text of a quantity and prints its value in base units.
-void Parse(const std::string& text, const std::string& unit);
+bool Parse(const ParseOptions& options);
 
 } // namespace Ardo::Kiln::Tool

@@ -1,6 +1,7 @@
 #include "apps/kiln/Commands.h"
 #include "apps/kiln/Failure.h"
 #include "apps/kiln/Image.h"
+#include "apps/kiln/Json.h"
 #include "apps/kiln/Record.h"
 #include "apps/kiln/ToolLog.h"
 
@@ -8,6 +9,8 @@
 #include "Ardo/Kiln/Profiling/Stage.h"
 
 #include <boost/property_tree/ptree.hpp>
+
+#include <QJsonArray>
 
 #include <cstring>
 #include <map>
@@ -31,7 +34,7 @@ public:
     {
         if (++m_count <= MaxDifferences)
         {
-            m_text += "different: " + text + "\n";
+            m_texts.push_back(text);
         }
     }
 
@@ -39,13 +42,28 @@ public:
 
     std::string Text() const
     {
-        const std::size_t rest = m_count > MaxDifferences ? m_count - MaxDifferences : 0;
-        return rest == 0 ? m_text : m_text + "and " + std::to_string(rest) + " more\n";
+        std::string all;
+        for (const std::string& text : m_texts)
+        {
+            all += "different: " + text + "\n";
+        }
+        const std::size_t rest = m_count - m_texts.size();
+        return rest == 0 ? all : all + "and " + std::to_string(rest) + " more\n";
+    }
+
+    QJsonArray List() const
+    {
+        QJsonArray list;
+        for (const std::string& text : m_texts)
+        {
+            list.append(QString::fromStdString(text));
+        }
+        return list;
     }
 
 private:
     std::size_t m_count = 0;
-    std::string m_text;
+    std::vector<std::string> m_texts;
 };
 
 /// A record as paths and texts. Children of one name are numbered, so that lists keep their order.
@@ -147,8 +165,10 @@ void ComparePixels(const Imaging::const_raw_image& first, const Imaging::const_r
 
 } // namespace
 
-bool Compare(const std::string& first, const std::string& second, bool allowAdditions)
+bool Compare(const CompareOptions& options)
 {
+    const std::string& first = options.first;
+    const std::string& second = options.second;
     const InputFile firstFile(first);
     const InputFile secondFile(second);
     const auto isImage = [](const InputFile& file)
@@ -169,14 +189,24 @@ bool Compare(const std::string& first, const std::string& second, bool allowAddi
     auto secondRecord = ReadRecord(secondFile, second);
     if (firstRecord && secondRecord)
     {
-        const std::size_t count = CompareRecords(*firstRecord, *secondRecord, allowAdditions, differences);
+        const std::size_t count = CompareRecords(*firstRecord, *secondRecord, options.allowAdditions, differences);
         compared += (compared.empty() ? "" : ", ") + std::to_string(count) + " fields";
     }
     if (compared.empty())
     {
         throw Failure("nothing to compare: " + first + " and " + second + " are neither two images nor two records");
     }
-    Print(differences.IsEmpty() ? "equal: " + compared + "\n" : differences.Text());
+    if (options.isJson)
+    {
+        Print(JsonText({{"equal", differences.IsEmpty()},
+                        {"compared", QString::fromStdString(compared)},
+                        {"differences", differences.List()}}) +
+              "\n");
+    }
+    else
+    {
+        Print(differences.IsEmpty() ? "equal: " + compared + "\n" : differences.Text());
+    }
     LogInfo("compared " + first + " and " + second + ": " + compared +
             (differences.IsEmpty() ? ", equal" : ", different"));
     return differences.IsEmpty();

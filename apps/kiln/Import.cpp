@@ -2,11 +2,14 @@
 #include "apps/kiln/Export.h"
 #include "apps/kiln/Failure.h"
 #include "apps/kiln/Image.h"
+#include "apps/kiln/NamingSettings.h"
 #include "apps/kiln/Record.h"
 #include "apps/kiln/ToolLog.h"
 
 #include "Ardo/Imaging/Histogram.h"
 #include "Ardo/Kiln/Conversion/String.h"
+#include "Ardo/Kiln/FileNaming/FileNameGenerator.h"
+#include "Ardo/Kiln/FileNaming/FileNamingException.h"
 #include "Ardo/Kiln/FileSystem/ReplacementFile.h"
 #include "Ardo/Kiln/FileSystem/TemporaryFile.h"
 #include "Ardo/Kiln/FileSystem/WidePath.h"
@@ -21,8 +24,8 @@
 #include <chrono>
 #include <cmath>
 #include <functional>
-#include <iostream>
 #include <optional>
+#include <vector>
 
 namespace Ardo::Kiln::Tool
 {
@@ -81,15 +84,16 @@ void Complete(std::optional<T>& field, const Value& value)
 
 /// Sets the fields that follow from the image, unless the record has them. A record of an image of another size is
 /// refused.
-void DescribeImage(Metadata& metadata, const const_raw_image& image, const ImportOptions& options)
+void DescribeImage(Metadata& metadata, const const_raw_image& image, const std::string& name,
+                   const ImportOptions& options)
 {
     auto& result = metadata.BinaryResult;
     const auto width = static_cast<double>(image.Size().width);
     const auto height = static_cast<double>(image.Size().height);
     if (result.ImageSize && (*result.ImageSize != MetadataLib::Size2D<double>{width, height}))
     {
-        throw Failure(options.metadata + ": the record is that of an image of another size; " + options.image +
-                      " has " + Describe(image));
+        throw Failure(options.metadata + ": the record is that of an image of another size; " + name + " has " +
+                      Describe(image));
     }
     result.ImageSize = MetadataLib::Size2D<double>{width, height};
     Complete(result.BitsPerPixel, static_cast<int>(BytesPerPixel(image.Kind()) * 8));
@@ -103,15 +107,11 @@ void DescribeImage(Metadata& metadata, const const_raw_image& image, const Impor
         Complete(result.PixelValueMean, histogram.Mean());
         Complete(result.PixelValueStandardDeviation, histogram.StandardDeviation());
     }
-    if (options.output != StandardStream)
-    {
-        Complete(metadata.Core.FileName, FileSystem::ToDisplayText(ToPath(options.output).filename()));
-    }
     Complete(metadata.Core.FileDatetime, Now());
 }
 
 /// The record to be written. The image's own record gets only the fields that were given as options.
-Metadata RecordFor(const LoadedImage& loaded, const ImportOptions& options)
+Metadata RecordFor(const LoadedImage& loaded, const std::string& name, const ImportOptions& options)
 {
     const Profiling::Stage stage("make record");
     Metadata metadata;
@@ -123,13 +123,13 @@ Metadata RecordFor(const LoadedImage& loaded, const ImportOptions& options)
     else if (options.metadata.empty())
     {
         metadata = NewRecord();
-        DescribeImage(metadata, *loaded.image, options);
+        DescribeImage(metadata, *loaded.image, name, options);
         LogDebug("record from the image alone");
     }
     else if (auto record = ReadRecord(InputFile(options.metadata), options.metadata))
     {
         metadata = *std::move(record);
-        DescribeImage(metadata, *loaded.image, options);
+        DescribeImage(metadata, *loaded.image, name, options);
         LogDebug("record from " + options.metadata);
     }
     else
@@ -144,71 +144,189 @@ Metadata RecordFor(const LoadedImage& loaded, const ImportOptions& options)
     return metadata;
 }
 
+/// Runs the steps of an export.
+using Run = std::function<void(const ExportSteps& steps)>;
+
+/// An image on its way into its file.
+struct Item
+{
+    LoadedImage loaded;
+    Metadata record;
+    std::string messages; ///< For standard error, whole lines.
+};
+
+Item ReadItem(const std::string& name, const ImportOptions& options)
+{
+    const InputFile input(name);
+    Item item{LoadImage(input, name, options.page.value_or(1) - 1, options.metadata.empty()), {}, {}};
+    if (item.loaded.pageCount > 1 && !options.page)
+    {
+        item.messages = "kiln: " + Printable(name) + ": the first of " + std::to_string(item.loaded.pageCount) +
+                        " pages is taken; --page takes another\n";
+    }
+    item.record = RecordFor(item.loaded, name, options);
+    return item;
+}
+
+void WriteItem(const std::filesystem::path& file, const Item& item, const ImageIO::TiffExporter::Progress& progress)
+{
+    const const_raw_image& image = *item.loaded.image;
+    Profiling::Stage stage("write image");
+    stage.AddBytes(std::uint64_t{image.RowSize()} * image.Size().height);
+    ImageIO::TiffExporter exporter;
+    exporter.SetProgress(progress);
+    exporter.WriteImage(FileSystem::ToWide(file), image, &item.record);
+}
+
+/// Writes \p item to the file \p output, which appears under this name when it is complete.
+/// \param run runs both steps.
+void WriteFile(const std::string& output, Item& item, const Run& run)
+try
+{
+    if (!item.loaded.record)
+    {
+        Complete(item.record.Core.FileName, FileSystem::ToDisplayText(ToPath(output).filename()));
+    }
+    FileSystem::ReplacementFile file(ToPath(output));
+    run({output, [&](const ExportSteps::Progress& progress) { WriteItem(file.Path(), item, progress); },
+         [&]
+         {
+             const Profiling::Stage stage("replace file");
+             file.Commit();
+         }});
+    LogInfo("wrote " + Describe(*item.loaded.image) + ", to " + output);
+}
+catch (const Interrupted&)
+{
+    throw;
+}
+catch (const std::filesystem::filesystem_error& error)
+{
+    throw Failure(output + ": " + ReasonOf(error));
+}
+catch (const std::exception& error)
+{
+    throw Failure(output + ": " + error.what());
+}
+
+/// A TIFF is not written sequentially, so it is written to a temporary file first.
+void WriteToStandardOutput(const Item& item, const Run& run)
+{
+    const FileSystem::TemporaryFile file;
+    run({"standard output", [&](const ExportSteps::Progress& progress) { WriteItem(file.Path(), item, progress); },
+         [] {}});
+    PrintFile(file.Path());
+    LogInfo("wrote " + Describe(*item.loaded.image) + ", to standard output");
+}
+
+/// How files are named.
+struct Naming
+{
+    explicit Naming(const FileNaming::FileNamingSettings& settings)
+        : generator(settings), hasCopy(settings.useAutoExportFolder && !settings.autoExportFolder.empty())
+    {
+    }
+
+    FileNaming::FileNameGenerator generator;
+    bool hasCopy; ///< A copy goes to the auto-export folder.
+};
+
+/// Writes \p item under the next free name.
+/// \returns the name.
+std::string WriteNamed(Item& item, const Naming& naming, const Run& run)
+try
+{
+    const auto& acquired = item.record.Acquisition.AcquisitionDatetime;
+    const auto time = acquired == MetadataLib::TimePoint() ? Now() : acquired;
+    const FileNaming::FileNameReservation reservation = naming.generator.Reserve(time, item.record);
+    const std::filesystem::path path = reservation.Path(L"tif");
+    WriteFile(ToName(path), item, run);
+    if (naming.hasCopy)
+    {
+        FileSystem::ReplacementFile copy(reservation.ExportPath(L"tif"));
+        std::filesystem::copy_file(path, copy.Path(), std::filesystem::copy_options::overwrite_existing);
+        copy.Commit();
+    }
+    return ToName(path);
+}
+catch (const FileNaming::FileNamingException& error)
+{
+    throw Failure(error.what());
+}
+catch (const std::filesystem::filesystem_error& error)
+{
+    throw Failure(error.what());
+}
+
 } // namespace
 
-void Import(const ImportOptions& options)
+bool Import(const ImportOptions& given)
 {
-    if (!options.pixelSize.empty())
+    if (!given.pixelSize.empty())
     {
         static_cast<void>(
-            ParseMetres(options.pixelSize)); // before anything is read, so that a wrong command line fails at once
+            ParseMetres(given.pixelSize)); // before anything is read, so that a wrong command line fails at once
     }
-
-    const InputFile input(options.image);
-    const LoadedImage loaded = LoadImage(input, options.image, options.page.value_or(1) - 1, options.metadata.empty());
-    const auto& image = loaded.image;
-    if (loaded.pageCount > 1 && !options.page)
+    ImportOptions options = given;
+    const bool isNamed = !options.folder.empty() || !options.settings.empty();
+    std::string output;
+    if (!isNamed)
     {
-        std::cerr << "kiln: " << Printable(options.image) << ": the first of " << loaded.pageCount
-                  << " pages is taken; --page takes another\n";
+        output = std::move(options.batch.files.back());
+        options.batch.files.pop_back();
     }
-    const Metadata metadata = RecordFor(loaded, options);
-
-    const auto write = [&](const std::filesystem::path& file, const std::function<void()>& commit)
+    if (options.batch.files.empty())
     {
-        const auto writeFile = [&](const ImageIO::TiffExporter::Progress& progress)
-        {
-            Profiling::Stage stage("write image");
-            stage.AddBytes(std::uint64_t{image->RowSize()} * image->Size().height);
-            ImageIO::TiffExporter exporter;
-            exporter.SetProgress(progress);
-            exporter.WriteImage(FileSystem::ToWide(file), *image, &metadata);
-        };
-        RunExport({options.output == StandardStream ? "standard output" : options.output, writeFile, commit},
-                  options.progress);
-    };
-    if (options.output == StandardStream)
-    {
-        // A TIFF is not written sequentially, so it is written to a temporary file first.
-        const FileSystem::TemporaryFile file;
-        write(file.Path(), [] {});
-        PrintFile(file.Path());
-        LogInfo("wrote " + options.image + ", " + Describe(*image) + ", to standard output");
-        return;
+        throw UsageError("IMAGE: an image, and last the file or folder to write");
     }
-    try
+    std::vector<FoundFile> files = FindFiles(options.batch.files, options.batch.isRecursive, FilesOfFolder::Images);
+    const bool isOne = files.size() == 1 && !IsFolder(options.batch.files[0]);
+    const bool toFolder = !isNamed && (!isOne || IsFolder(output));
+    if (toFolder && output == StandardStream)
     {
-        FileSystem::ReplacementFile file(ToPath(options.output));
-        write(file.Path(),
-              [&]
-              {
-                  const Profiling::Stage stage("replace file");
-                  file.Commit();
-              });
-        LogInfo("wrote " + options.image + ", " + Describe(*image) + ", to " + options.output);
+        throw UsageError("IMAGE: several images need a folder to be written to");
     }
-    catch (const Interrupted&)
+    if (toFolder)
     {
-        throw;
+        PlanOutputs(files, output, ".tif");
     }
-    catch (const std::filesystem::filesystem_error& error)
+    std::optional<Naming> naming;
+    if (isNamed)
     {
-        throw Failure(options.output + ": " + ReasonOf(error));
+        naming.emplace(NamingSettings(options.settings, options.folder));
     }
-    catch (const std::exception& error)
-    {
-        throw Failure(options.output + ": " + error.what());
-    }
+    // One file shows the progress of its bytes, several show that of the files.
+    const Run run = isOne ? Run([&](const ExportSteps& steps) { RunExport(steps, options.batch.progress); })
+                          : Run(
+                                [](const ExportSteps& steps)
+                                {
+                                    steps.write([](std::uint64_t, std::uint64_t) { return true; });
+                                    steps.commit();
+                                });
+    return ForEachFile(options.batch, files,
+                       [&](const FoundFile& file)
+                       {
+                           Item item = ReadItem(file.name, options);
+                           FileReport report{{}, std::move(item.messages), false};
+                           if (naming)
+                           {
+                               report.output = Printable(WriteNamed(item, *naming, run)) + "\n";
+                           }
+                           else if (toFolder)
+                           {
+                               MakeFolderOf(file.output);
+                               WriteFile(file.output, item, run);
+                           }
+                           else if (output == StandardStream)
+                           {
+                               WriteToStandardOutput(item, run);
+                           }
+                           else
+                           {
+                               WriteFile(output, item, run);
+                           }
+                           return report;
+                       });
 }
 
 } // namespace Ardo::Kiln::Tool

@@ -1,5 +1,6 @@
 #include "apps/kiln/Commands.h"
 #include "apps/kiln/Failure.h"
+#include "apps/kiln/Json.h"
 #include "apps/kiln/QuantityText.h"
 #include "apps/kiln/Record.h"
 
@@ -11,8 +12,9 @@
 #include "Ardo/Kiln/ImageIO/TiffReader.h"
 #include "Ardo/Kiln/Time/IsoString.h"
 
+#include <QJsonArray>
+
 #include <charconv>
-#include <iostream>
 #include <limits>
 #include <vector>
 
@@ -291,15 +293,18 @@ struct PixelReport
     std::string fault; ///< Empty if the first image can be read.
 };
 
-/// Reads the image, as import does.
-PixelReport ExaminePixels(const InputFile& file)
+/// \param isRead reads the first image, as import does.
+PixelReport ExaminePixels(const InputFile& file, bool isRead)
 {
     PixelReport report;
     try
     {
         ImageIO::ImageFile opened(file.WidePath());
         report.pageCount = opened.PageCount();
-        opened.ReadImage();
+        if (isRead)
+        {
+            opened.ReadImage();
+        }
     }
     catch (const ImageIO::ReadImageException& failure)
     {
@@ -309,9 +314,46 @@ PixelReport ExaminePixels(const InputFile& file)
     return report;
 }
 
-} // namespace
+/// "unsigned", "signed" or "float"; the code of another type.
+QString SampleFormatName(ImageIO::TiffSampleFormat format)
+{
+    switch (format)
+    {
+    case ImageIO::TiffSampleFormat::UnsignedInteger:
+        return "unsigned";
+    case ImageIO::TiffSampleFormat::SignedInteger:
+        return "signed";
+    case ImageIO::TiffSampleFormat::FloatingPoint:
+        return "float";
+    }
+    return QString::number(static_cast<int>(format));
+}
 
-void Info(const std::string& file)
+/// docs/kiln.md describes the object.
+QJsonObject FactsOf(const std::string& file, const ImageIO::TiffReader& reader, std::uint32_t pageCount,
+                    std::optional<Metadata>& record, const std::vector<std::string>& damages)
+{
+    QJsonArray faults;
+    for (const std::string& damage : damages)
+    {
+        faults.append(QString::fromStdString(damage));
+    }
+    const auto number = [](std::uint32_t value) { return static_cast<qint64>(value); };
+    const QJsonObject image{{"width", number(reader.GetImageWidth())},
+                            {"height", number(reader.GetImageHeight())},
+                            {"samplesPerPixel", reader.GetSamplesPerPixel()},
+                            {"bitsPerSample", reader.GetBitsPerSample()},
+                            {"sampleFormat", SampleFormatName(reader.GetSampleFormat())},
+                            {"strips", number(reader.GetStripCount())},
+                            {"rowsPerStrip", number(reader.GetRowsPerStrip())},
+                            {"pages", number(pageCount)}};
+    return {{"file", QString::fromStdString(file)},
+            {"image", image},
+            {"record", record ? QJsonValue(RecordJson(*record)) : QJsonValue()},
+            {"faults", faults}};
+}
+
+FileReport Info(const std::string& file, const InfoOptions& options)
 {
     const InputFile input(file);
     ImageIO::TiffReader reader;
@@ -330,36 +372,55 @@ void Info(const std::string& file)
         areFieldsWhole = reader.GetStripCount() == 0; // tiles, which this reader does not support
     }
 
-    const PixelReport pixels = ExaminePixels(input);
+    const PixelReport pixels = ExaminePixels(input, !options.isQuick);
     if (!pixels.fault.empty())
     {
         damages.push_back(file + ": " + pixels.fault);
     }
+    std::optional<Metadata> record;
+    const std::string text = reader.GetMetadataText();
+    try
+    {
+        if (!text.empty())
+        {
+            record = ReadDocument({text, MetadataSerializer::SerializeType::Xml}, file);
+        }
+    }
+    catch (const Failure& failure)
+    {
+        damages.emplace_back(failure.what());
+    }
+    FileReport result;
+    if (options.batch.isJson)
+    {
+        result.output = JsonText(FactsOf(file, reader, pixels.pageCount, record, damages));
+        return result;
+    }
     Report report;
     DescribeImage(report, reader, pixels.pageCount);
-    if (const std::string text = reader.GetMetadataText(); text.empty())
+    if (record)
     {
-        report.Section("Record");
-        report.Line(areFieldsWhole ? "none" : "none that can be read");
+        DescribeRecord(report, reader, *record);
     }
     else
     {
-        try
-        {
-            DescribeRecord(report, reader, ReadDocument({text, MetadataSerializer::SerializeType::Xml}, file));
-        }
-        catch (const Failure& failure)
-        {
-            report.Section("Record");
-            report.Line("cannot be read");
-            damages.emplace_back(failure.what());
-        }
+        report.Section("Record");
+        report.Line(!text.empty() ? "cannot be read" : areFieldsWhole ? "none" : "none that can be read");
     }
-    Print(Printable(file) + "\n" + report.Text());
+    result.output = Printable(file) + "\n" + report.Text();
     for (const std::string& damage : damages)
     {
-        std::cerr << "kiln: " << Printable(damage) << '\n';
+        result.messages += "kiln: " + Printable(damage) + '\n';
     }
+    return result;
+}
+
+} // namespace
+
+bool Info(const InfoOptions& options)
+{
+    return ForEachFile(options.batch, FilesOfFolder::Tiff,
+                       [&](const FoundFile& file) { return Info(file.name, options); });
 }
 
 } // namespace Ardo::Kiln::Tool

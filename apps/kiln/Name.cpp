@@ -1,5 +1,7 @@
 #include "apps/kiln/Commands.h"
 #include "apps/kiln/Failure.h"
+#include "apps/kiln/Json.h"
+#include "apps/kiln/NamingSettings.h"
 #include "apps/kiln/Record.h"
 #include "apps/kiln/Streams.h"
 
@@ -9,6 +11,7 @@
 #include "Ardo/Kiln/FileSystem/ReplacementFile.h"
 #include "Ardo/Kiln/FileSystem/WidePath.h"
 
+#include <QJsonArray>
 #include <QSettings>
 
 #include <stdexcept>
@@ -18,18 +21,6 @@ namespace Ardo::Kiln::Tool
 
 namespace
 {
-
-FileNaming::FileNamingSettings ReadSettings(const std::string& name)
-{
-    const InputFile file(name); // QSettings takes a missing file for an empty one
-    const QSettings settings(QString::fromStdWString(file.WidePath()), QSettings::IniFormat);
-    auto values = FileNaming::LoadFileNamingSettings(settings);
-    if (settings.status() != QSettings::NoError) // known when the values have been read
-    {
-        throw Failure(name + ": is no settings file");
-    }
-    return values;
-}
 
 MetadataLib::Metadata ReadRecordOf(const std::string& name)
 {
@@ -43,32 +34,63 @@ MetadataLib::Metadata ReadRecordOf(const std::string& name)
 
 } // namespace
 
-void Name(const NameOptions& options)
+FileNaming::FileNamingSettings NamingSettings(const std::string& file, const std::string& folder)
+{
+    FileNaming::FileNamingSettings values;
+    if (!file.empty())
+    {
+        const InputFile input(file); // QSettings takes a missing file for an empty one
+        const QSettings settings(QString::fromStdWString(input.WidePath()), QSettings::IniFormat);
+        values = FileNaming::LoadFileNamingSettings(settings);
+        if (settings.status() != QSettings::NoError) // known when the values have been read
+        {
+            throw Failure(file + ": is no settings file");
+        }
+    }
+    if (!folder.empty())
+    {
+        values.folder = ToPath(folder);
+    }
+    return values;
+}
+
+bool Name(const NameOptions& options)
 try
 {
-    auto settings = options.settings.empty() ? FileNaming::FileNamingSettings() : ReadSettings(options.settings);
-    if (!options.folder.empty())
-    {
-        settings.folder = ToPath(options.folder);
-    }
+    const auto settings = NamingSettings(options.settings, options.folder);
     const auto record = options.record.empty() ? MetadataLib::Metadata() : ReadRecordOf(options.record);
     const auto now = Time::ToTimePoint(std::chrono::system_clock::now());
     const std::wstring extension = Conversion::String::FromUtf8(options.extension);
     const FileNaming::FileNameGenerator generator(settings);
-    const auto print = [](const std::filesystem::path& path)
-    { Print(Printable(FileSystem::ToDisplayText(path)) + "\n"); };
+    QJsonArray files;
+    const auto print = [&](const std::filesystem::path& path)
+    {
+        const std::string name = FileSystem::ToDisplayText(path);
+        if (options.isJson)
+        {
+            files.append(QString::fromStdString(name));
+        }
+        else
+        {
+            Print(Printable(name) + "\n");
+        }
+    };
     if (!options.reserve)
     {
         print(generator.Preview(now, record, extension));
-        return;
     }
-    for (std::uint32_t i = 0; i < options.count; ++i)
+    for (std::uint32_t i = 0; options.reserve && i < options.count; ++i)
     {
         // The file keeps the name when the tool has ended.
         const FileNaming::FileNameReservation reservation = generator.Reserve(now, record);
         FileSystem::ReplacementFile(reservation.Path(extension)).Commit();
         print(reservation.Path(extension));
     }
+    if (options.isJson)
+    {
+        Print(JsonText({{"files", files}}) + "\n");
+    }
+    return true;
 }
 catch (const FileNaming::FileNamingException& error)
 {

@@ -148,7 +148,7 @@ ImageIO::ExportType TypeOf(const PictureOptions& options)
 
 } // namespace
 
-void ExportPicture(const PictureOptions& options)
+bool ExportPicture(const PictureOptions& options)
 {
     // A wrong command line fails before anything is read.
     const ImageIO::ExportType type = TypeOf(options);
@@ -204,9 +204,10 @@ void ExportPicture(const PictureOptions& options)
         throw Failure(error.what());
     }
     LogInfo("exported " + options.image + ", " + Describe(*loaded.image) + ", to " + options.output);
+    return true;
 }
 
-void WriteHistogram(const HistogramOptions& options)
+bool WriteHistogram(const HistogramOptions& options)
 {
     const InputFile input(options.image);
     const LoadedImage loaded = LoadImage(input, options.image, options.page - 1, false);
@@ -235,9 +236,10 @@ void WriteHistogram(const HistogramOptions& options)
     if (options.output == StandardStream)
     {
         Print(ImageIO::PlotText(plot, format));
-        return;
+        return true;
     }
     ImageIO::WritePlot(FileSystem::ToWide(ToPath(options.output)), plot, format);
+    return true;
 }
 
 } // namespace Ardo::Kiln::Tool

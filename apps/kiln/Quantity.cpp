@@ -1,5 +1,6 @@
 #include "apps/kiln/Commands.h"
 #include "apps/kiln/Failure.h"
+#include "apps/kiln/Json.h"
 #include "apps/kiln/QuantityText.h"
 #include "apps/kiln/Streams.h"
 
@@ -32,9 +33,15 @@ double ParseNumber(const std::string& name, const std::string& text)
     return value;
 }
 
+void PrintText(const std::wstring& text, bool isJson)
+{
+    const std::string narrow = String::ToUtf8(text);
+    Print((isJson ? JsonText({{"text", QString::fromStdString(narrow)}}) : narrow) + "\n");
+}
+
 } // namespace
 
-void Format(const FormatOptions& options)
+bool Format(const FormatOptions& options)
 {
     using Formatting::Prefix;
 
@@ -48,8 +55,8 @@ void Format(const FormatOptions& options)
         {
             throw UsageError(Printable(options.unit) + ": the digits and the prefix are those of the quantity");
         }
-        Print(String::ToUtf8(Formatting::FormatQuantity(ParseNumber("VALUE", options.value), *quantity)) + "\n");
-        return;
+        PrintText(Formatting::FormatQuantity(ParseNumber("VALUE", options.value), *quantity), options.isJson);
+        return true;
     }
     Prefix smallest = Prefix::Femto;
     Prefix largest = Prefix::Exa;
@@ -64,10 +71,11 @@ void Format(const FormatOptions& options)
     }
     try
     {
-        Print(String::ToUtf8(Formatting::SI(ParseNumber("VALUE", options.value), String::FromUtf8(options.unit),
-                                            options.decimals, ParseNumber("--uncertainty", options.uncertainty),
-                                            ParseNumber("--reference", options.reference), smallest, largest)) +
-              "\n");
+        PrintText(Formatting::SI(ParseNumber("VALUE", options.value), String::FromUtf8(options.unit), options.decimals,
+                                 ParseNumber("--uncertainty", options.uncertainty),
+                                 ParseNumber("--reference", options.reference), smallest, largest),
+                  options.isJson);
+        return true;
     }
     catch (const std::logic_error& error)
     {
@@ -75,18 +83,21 @@ void Format(const FormatOptions& options)
     }
 }
 
-void Parse(const std::string& text, const std::string& unit)
+bool Parse(const ParseOptions& options)
 {
+    const std::wstring text = String::FromUtf8(options.text);
+    const std::wstring unit = String::FromUtf8(options.unit);
     try
     {
-        const auto quantity = Formatting::QuantityFromName(String::FromUtf8(unit));
-        Print(NumberText(quantity ? Formatting::ParseQuantity(String::FromUtf8(text), *quantity)
-                                  : Formatting::Parse(String::FromUtf8(text), String::FromUtf8(unit))) +
-              "\n");
+        const auto quantity = Formatting::QuantityFromName(unit);
+        const double value = quantity ? Formatting::ParseQuantity(text, *quantity) : Formatting::Parse(text, unit);
+        const std::string number = NumberText(value);
+        Print((options.isJson ? JsonText({{"value", QString::fromStdString(number).toDouble()}}) : number) + "\n");
+        return true;
     }
     catch (const std::logic_error& error)
     {
-        throw Failure(Printable(text) + ": " + error.what());
+        throw Failure(Printable(options.text) + ": " + error.what());
     }
 }
 

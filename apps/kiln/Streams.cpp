@@ -150,6 +150,12 @@ fs::path ToPath(const std::string& name)
     return fs::path(std::u8string(name.begin(), name.end()));
 }
 
+std::string ToName(const fs::path& path)
+{
+    const std::u8string name = path.u8string();
+    return {name.begin(), name.end()};
+}
+
 void Print(std::string_view text)
 {
     errno = 0;

@@ -46,6 +46,9 @@ private:
 /// \param name UTF-8.
 std::filesystem::path ToPath(const std::string& name);
 
+/// The way back: ToPath(ToName(path)) is the same path.
+std::string ToName(const std::filesystem::path& path);
+
 /// Writes \p text to standard output.
 /// \throws Failure when it cannot be written completely.
 void Print(std::string_view text);

@@ -24,6 +24,8 @@ namespace
 
 constexpr std::uint64_t MaxLogSize = 1 << 20;
 
+thread_local std::string g_warningSubject; ///< With ": " behind it; empty without one.
+
 class ErrorStreamBackend : public boost::log::sinks::basic_sink_backend<boost::log::sinks::synchronized_feeding>
 {
 public:
@@ -31,7 +33,7 @@ public:
     void consume(const boost::log::record_view& record) // NOLINT(readability-identifier-naming)
     {
         const std::string text = boost::log::extract_or_default<std::string>("Message", record, std::string());
-        std::cerr << "kiln: warning: " + Printable(text) + "\n";
+        std::cerr << "kiln: warning: " + Printable(g_warningSubject + text) + "\n";
     }
 };
 
@@ -71,6 +73,16 @@ ToolLog::ToolLog(const std::string& folder) : m_implementation(std::make_unique<
 ToolLog::~ToolLog()
 {
     boost::log::core::get()->remove_sink(m_implementation->sink);
+}
+
+WarningSubject::WarningSubject(const std::string& name)
+{
+    g_warningSubject = name + ": ";
+}
+
+WarningSubject::~WarningSubject()
+{
+    g_warningSubject.clear();
 }
 
 void LogInfo(const std::string& text)

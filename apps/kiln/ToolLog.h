@@ -23,6 +23,18 @@ private:
     std::unique_ptr<Implementation> m_implementation;
 };
 
+/// Names a file in the warnings that the calling thread prints during the lifetime of the object. A thread has one at a
+/// time.
+class WarningSubject
+{
+public:
+    /// \param name UTF-8.
+    explicit WarningSubject(const std::string& name);
+    ~WarningSubject();
+    WarningSubject(const WarningSubject&) = delete;
+    WarningSubject& operator=(const WarningSubject&) = delete;
+};
+
 /// Logs at level info. \p text is UTF-8.
 void LogInfo(const std::string& text);
 

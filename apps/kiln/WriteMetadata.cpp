@@ -1,5 +1,6 @@
 #include "apps/kiln/Commands.h"
 #include "apps/kiln/Failure.h"
+#include "apps/kiln/Json.h"
 #include "apps/kiln/Record.h"
 #include "apps/kiln/ToolLog.h"
 
@@ -12,8 +13,9 @@ namespace Ardo::Kiln::Tool
 namespace
 {
 
-std::string Written(const MetadataLib::Metadata& record, MetadataSerializer::SerializeType type,
-                    const std::string& name)
+using MetadataSerializer::SerializeType;
+
+std::string Written(MetadataLib::Metadata& record, SerializeType type, const std::string& name)
 {
     try
     {
@@ -25,21 +27,61 @@ std::string Written(const MetadataLib::Metadata& record, MetadataSerializer::Ser
     }
 }
 
+/// The document that is asked for.
+std::string DocumentOf(const std::string& name, const MetadataOptions& options)
+{
+    auto document = DocumentOf(InputFile(name), name);
+    if (!document)
+    {
+        throw Failure(name + ": holds no record");
+    }
+    if (options.isAsIs)
+    {
+        return std::move(document->text);
+    }
+    auto record = ReadDocument(*document, name);
+    const Profiling::Stage stage("write record");
+    if (options.batch.isJson)
+    {
+        return JsonText({{"file", QString::fromStdString(name)}, {"record", RecordJson(record)}});
+    }
+    return Written(record, options.format == "json" ? SerializeType::Json : SerializeType::Xml, name);
+}
+
 } // namespace
 
-void WriteMetadata(const std::string& file, const std::string& format, const std::string& output)
+bool WriteMetadata(const MetadataOptions& options)
 {
-    using MetadataSerializer::SerializeType;
-
-    auto record = ReadRecord(InputFile(file), file);
-    if (!record)
+    auto files = FindFiles(options.batch.files, options.batch.isRecursive, FilesOfFolder::Tiff);
+    const bool toStream = options.output == StandardStream || options.batch.isJson;
+    const bool toFolder =
+        !toStream && (files.size() > 1 || IsFolder(options.batch.files[0]) || IsFolder(options.output));
+    if (toFolder)
     {
-        throw Failure(file + ": holds no record");
+        PlanOutputs(files, options.output, "." + options.format);
     }
-    const auto type = format == "json" ? SerializeType::Json : SerializeType::Xml;
-    const Profiling::Stage stage("write record");
-    WriteText(output, Written(*record, type, file));
-    LogInfo("wrote the record of " + file + " as " + format + " to " + output);
+    return ForEachFile(options.batch, files,
+                       [&](const FoundFile& file)
+                       {
+                           FileReport report;
+                           std::string document = DocumentOf(file.name, options);
+                           if (toStream)
+                           {
+                               report.output = std::move(document);
+                           }
+                           else
+                           {
+                               const std::string& output = toFolder ? file.output : options.output;
+                               if (toFolder)
+                               {
+                                   MakeFolderOf(output);
+                               }
+                               WriteText(output, document);
+                           }
+                           LogInfo("wrote the record of " + file.name + " to " +
+                                   (toFolder ? file.output : options.output));
+                           return report;
+                       });
 }
 
 } // namespace Ardo::Kiln::Tool

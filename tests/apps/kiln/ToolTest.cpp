@@ -93,7 +93,7 @@ std::string TiffWithRecord(const std::string& text)
 TEST_F(ToolTest, HelpAndVersionAreResultsAndWrongUsageIsStatusTwo)
 {
     for (const std::string command : {"", "import", "export", "histogram", "info", "metadata", "validate", "compare",
-                                      "name", "system", "format", "parse"})
+                                      "name", "system", "format", "parse", "set", "describe"})
     {
         EXPECT_THAT(Must("kiln " + command + " --help"), HasSubstr("--version"));
         EXPECT_THAT(Must("kiln " + command + " --version"), StartsWith("kiln 1."));
@@ -101,7 +101,7 @@ TEST_F(ToolTest, HelpAndVersionAreResultsAndWrongUsageIsStatusTwo)
     const std::vector<std::string> wrong = {"",
                                             "paint",
                                             "info",
-                                            "info a.tif b.tif",
+                                            "set a.xml --output b.xml",
                                             "info --colour a.tif",
                                             "metadata a.xml --format yaml",
                                             "import " + Cell + " out.tif --pixel-size tiny",
@@ -363,7 +363,6 @@ TEST_F(ToolTest, AnImportThatFailsLeavesTheOldFileAndNothingElse)
         {"kiln import missing.png out.tif", "missing.png"},
         {"kiln import folder out.tif", "folder"},
         {"kiln import " + Cell + " out.tif --metadata broken.xml", "broken.xml"},
-        {"kiln import " + Cell + " folder", "folder"},
         {"kiln import " + Cell + " nowhere/out.tif", "nowhere"},
         {"kiln metadata broken.xml --output out.tif", "broken.xml"}};
     CheckFailures(lines);

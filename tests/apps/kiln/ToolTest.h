@@ -58,7 +58,7 @@ protected:
             EXPECT_EQ(result.output, "") << line;
             EXPECT_THAT(result.error, testing::StartsWith("kiln: ")) << line;
             EXPECT_THAT(result.error, testing::HasSubstr(named)) << line;
-            EXPECT_EQ(Support::ReadFile(m_folder / "out.tif"), "the old file") << line;
+            EXPECT_EQ(Support::ReadFile(m_folder / "out.tif").substr(0, 100), "the old file") << line;
             EXPECT_EQ(Entries(), entries) << line;
         }
     }

@@ -97,6 +97,31 @@ TEST_F(ToolLinuxTest, TheProfileOfACommandIsATraceAndATable)
     EXPECT_THAT(Run("kiln parse '1 nm' m --profile -").output, StartsWith("1e-09\n{\"displayTimeUnit\""));
 }
 
+TEST_F(ToolLinuxTest, ShellsAndManReadTheDescriptionOfTheTool)
+{
+    for (const std::string format : {"man", "bash", "zsh", "fish"})
+    {
+        Must("kiln describe " + format + " > " + format + ".txt");
+    }
+    EXPECT_EQ(Must("MANROFFOPT=-ww man --warnings -l man.txt | grep -c '^   metadata$'"), "1\n");
+
+    WriteFile(m_folder / "cell 1.tif", "");
+    const std::string bash = R"(
+        . ./bash.txt
+        complete_line() { COMP_WORDS=("$@"); COMP_CWORD=$(($# - 1)); _kiln; printf '%s|' "${COMPREPLY[@]}"; echo; }
+        complete_line kiln val; complete_line kiln metadata --as; complete_line kiln metadata --format ''
+        complete_line kiln info cell; complete_line kiln --log x describe f; complete_line kiln parse ce)";
+    WriteFile(m_folder / "complete.bash", bash);
+    EXPECT_EQ(Must("bash complete.bash"), "validate|\n--as-is|\nxml|json|\ncell 1.tif|\nfish|\n|\n");
+    EXPECT_EQ(Must("fish --private -c 'source fish.txt; complete -C \"kiln val\"; complete -C \"kiln metadata --as\"; "
+                   "complete -C \"kiln describe f\"' | cut -f1"),
+              "validate\n--as-is\nfish\n");
+    EXPECT_EQ(
+        Must("mv zsh.txt _kiln; zsh -fc 'fpath=($PWD $fpath); autoload -U compinit; compinit -uD; autoload +X _kiln; "
+             "echo $_comps[kiln]'"),
+        "_kiln\n");
+}
+
 TEST_F(ToolLinuxTest, WhateverEndsAnExportTheOldFileStaysAndNothingElse)
 {
     constexpr std::uint32_t Width = 4096;

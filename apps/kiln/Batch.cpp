@@ -1,0 +1,245 @@
+#include "apps/kiln/Batch.h"
+
+#include "apps/kiln/ConsoleInterrupt.h"
+#include "apps/kiln/Failure.h"
+#include "apps/kiln/Streams.h"
+#include "apps/kiln/ToolLog.h"
+
+#include <QJsonDocument>
+#include <QJsonObject>
+
+#include <algorithm>
+#include <chrono>
+#include <condition_variable>
+#include <exception>
+#include <iostream>
+#include <map>
+#include <mutex>
+#include <thread>
+
+namespace Ardo::Kiln::Tool
+{
+
+namespace
+{
+
+using Work = std::function<FileReport(const FoundFile& file)>;
+
+FileReport Failed(const FoundFile& file, const std::string& reason, bool isJson)
+{
+    LogError(reason);
+    FileReport report{{}, "kiln: " + Printable(reason) + "\n", true};
+    if (isJson)
+    {
+        const QJsonObject object{{"file", QString::fromUtf8(file.name.c_str())},
+                                 {"error", QString::fromUtf8(reason.c_str())}};
+        report.output = QJsonDocument(object).toJson(QJsonDocument::Compact).toStdString();
+    }
+    return report;
+}
+
+FileReport ReportOf(const FoundFile& file, const Work& work, bool isJson)
+try
+{
+    if (!file.problem.empty())
+    {
+        throw Failure(file.name + ": " + file.problem);
+    }
+    const WarningSubject subject(file.name);
+    return work(file);
+}
+catch (const std::exception& error)
+{
+    return Failed(file, error.what(), isJson);
+}
+
+/// Reports of the files in their order, made by several threads.
+class Reports
+{
+public:
+    Reports(const std::vector<FoundFile>& files, const Work& work, bool isJson)
+        : m_files(files), m_work(work), m_isJson(isJson)
+    {
+        const std::size_t processors = std::max(1U, std::thread::hardware_concurrency());
+        for (std::size_t i = 0; i < std::min(processors, files.size()); ++i)
+        {
+            m_threads.emplace_back([this] { Run(); });
+        }
+    }
+
+    /// Waits for the files that have been begun.
+    ~Reports()
+    {
+        {
+            const std::lock_guard lock(m_mutex);
+            m_isStopped = true;
+        }
+        m_changed.notify_all();
+    }
+
+    Reports(const Reports&) = delete;
+    Reports& operator=(const Reports&) = delete;
+
+    /// Takes the report of the next file if it is made within a short time.
+    bool Take(FileReport& report)
+    {
+        std::unique_lock lock(m_mutex);
+        constexpr std::chrono::milliseconds Limit(50); // until the caller looks at Ctrl-C again
+        if (!m_changed.wait_for(lock, Limit, [this] { return m_reports.contains(m_taken); }))
+        {
+            return false;
+        }
+        report = std::move(m_reports.extract(m_taken).mapped());
+        ++m_taken;
+        lock.unlock();
+        m_changed.notify_all();
+        return true;
+    }
+
+private:
+    void Run()
+    {
+        // Reports that wait for an earlier one are limited.
+        constexpr std::size_t Ahead = 256;
+        std::unique_lock lock(m_mutex);
+        while (true)
+        {
+            m_changed.wait(lock, [this] { return m_isStopped || m_next < m_taken + Ahead; });
+            if (m_isStopped || m_next == m_files.size())
+            {
+                return;
+            }
+            const std::size_t index = m_next++;
+            lock.unlock();
+            FileReport report = ReportOf(m_files[index], m_work, m_isJson);
+            lock.lock();
+            m_reports.emplace(index, std::move(report));
+            m_changed.notify_all();
+        }
+    }
+
+    const std::vector<FoundFile>& m_files;
+    const Work& m_work;
+    const bool m_isJson;
+    std::mutex m_mutex;
+    std::condition_variable m_changed;
+    std::map<std::size_t, FileReport> m_reports; ///< By the index of their file; not taken yet.
+    std::size_t m_next = 0;                      ///< The next file to begin.
+    std::size_t m_taken = 0;                     ///< The next report to take.
+    bool m_isStopped = false;
+    std::vector<std::jthread> m_threads; ///< Last, so that they end before the rest does.
+};
+
+/// A line on standard error that shows how far the work is.
+class ProgressBar
+{
+public:
+    ProgressBar(std::size_t total, bool isShown) : m_total(total), m_isShown(isShown) {}
+
+    void Show(std::size_t done, std::size_t failed)
+    {
+        const auto now = std::chrono::steady_clock::now();
+        constexpr std::chrono::milliseconds Interval(100);
+        if (!m_isShown || (done < m_total && now - m_last < Interval))
+        {
+            return;
+        }
+        m_last = now;
+        constexpr std::size_t Width = 30;
+        std::string bar(done * Width / m_total, '#');
+        bar.resize(Width, '.');
+        m_line = "[" + bar + "] " + std::to_string(done) + " of " + std::to_string(m_total) + " files" +
+                 (failed > 0 ? ", " + std::to_string(failed) + " failed" : "");
+        std::cerr << "\r" + m_line << std::flush;
+    }
+
+    /// Removes the line, so that something else can be printed.
+    void Clear()
+    {
+        if (!m_line.empty())
+        {
+            std::cerr << "\r" + std::string(m_line.size(), ' ') + "\r" << std::flush;
+            m_line.clear();
+        }
+    }
+
+private:
+    const std::size_t m_total;
+    const bool m_isShown;
+    std::chrono::steady_clock::time_point m_last;
+    std::string m_line; ///< What is shown.
+};
+
+void PrintSummary(std::size_t total, const std::vector<std::string>& failed)
+{
+    std::string text = "kiln: " + std::to_string(total) + " files, " + std::to_string(failed.size()) + " failed\n";
+    for (const std::string& name : failed)
+    {
+        text += "    " + Printable(name) + "\n";
+    }
+    std::cerr << text;
+}
+
+} // namespace
+
+bool ForEachFile(const BatchOptions& options, const std::vector<FoundFile>& files, const Work& work)
+{
+    if (files.size() == 1 && files[0].problem.empty() && !options.isJson)
+    {
+        const FileReport report = work(files[0]);
+        Print(report.output);
+        std::cerr << report.messages;
+        return !report.hasFailed;
+    }
+    const bool isShown = options.progress || (files.size() > 1 && ConsoleInterrupt::IsStandardErrorShown());
+    ProgressBar progress(files.size(), isShown);
+    std::vector<std::string> failed;
+    const ConsoleInterrupt interrupt;
+    {
+        Reports reports(files, work, options.isJson);
+        for (std::size_t done = 0; done < files.size();)
+        {
+            if (interrupt.IsRequested())
+            {
+                progress.Clear();
+                throw Interrupted();
+            }
+            FileReport report;
+            if (!reports.Take(report))
+            {
+                continue;
+            }
+            if (options.isJson)
+            {
+                report.output = (done == 0 ? "[\n" : ",\n") + report.output + (done + 1 == files.size() ? "\n]\n" : "");
+            }
+            if (!report.messages.empty() || ConsoleInterrupt::IsStandardErrorShown())
+            {
+                progress.Clear(); // both may be the same console
+            }
+            std::cerr << report.messages;
+            Print(report.output);
+            if (report.hasFailed)
+            {
+                failed.push_back(files[done].name);
+            }
+            progress.Show(++done, failed.size());
+        }
+    }
+    if (isShown)
+    {
+        std::cerr << '\n';
+    }
+    if (files.size() > 1 && (isShown || !failed.empty()))
+    {
+        PrintSummary(files.size(), failed);
+    }
+    return failed.empty();
+}
+
+bool ForEachFile(const BatchOptions& options, FilesOfFolder kind, const Work& work)
+{
+    return ForEachFile(options, FindFiles(options.files, options.isRecursive, kind), work);
+}
+
+} // namespace Ardo::Kiln::Tool

@@ -1,0 +1,34 @@
+"""Reads the pixels and the record of TIFF files: read_images.py FILE..."""
+
+import sys
+import xml.etree.ElementTree as ElementTree
+
+import tifffile
+
+RECORD = 34683  # the tag that holds the record's XML document
+
+
+def to_value(element):
+    """An element as a dictionary, a list, a text, or a number with its unit."""
+    if element.tag in ("Apertures", "Detectors", "GasInjectionSystems", "Gases", "Shutters", "CustomProperties"):
+        return [to_value(child) for child in element]
+    if len(element):
+        return {child.tag: to_value(child) for child in element}
+    if "unit" in element.attrib:
+        return float(element.text) * 10 ** int(element.get("unitPrefixPower", 0)), element.get("unit")
+    return element.text or element.attrib or ""
+
+
+def read_image(path):
+    """The pixels as a NumPy array, and the record as a dictionary; None without a record."""
+    with tifffile.TiffFile(path) as tiff:
+        tag = tiff.pages[0].tags.get(RECORD)
+        return tiff.asarray(), to_value(ElementTree.fromstring(tag.value)) if tag else None
+
+
+for name in sys.argv[1:]:
+    pixels, record = read_image(name)
+    print(name, pixels.shape, pixels.dtype, "mean", round(float(pixels.mean()), 2))
+    if record and "PixelSize" in record["BinaryResult"]:
+        size, unit = record["BinaryResult"]["PixelSize"]["X"]
+        print(f"  a pixel is {size:.4g} {unit} wide, acquired at {float(record['Optics']['AccelerationVoltage']):g} V")
