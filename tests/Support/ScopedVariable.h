@@ -35,4 +35,18 @@ private:
     std::optional<std::string> m_before; ///< Empty: it was not set.
 };
 
+/// Another folder for temporary files, for this process and those that it starts.
+class ScopedTemporaryFolder
+{
+public:
+    explicit ScopedTemporaryFolder(const std::filesystem::path& folder)
+        : m_posix("TMPDIR", folder), m_windows("TMP", folder)
+    {
+    }
+
+private:
+    ScopedVariable m_posix;
+    ScopedVariable m_windows; ///< Asked before TEMP.
+};
+
 } // namespace Ardo::Kiln::Support

@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <filesystem>
+#include <functional>
 #include <memory>
 #include <string>
 
@@ -23,6 +24,10 @@ std::filesystem::path NameThatIsNoText(const std::string& before, const std::str
 
 /// Whether files can have such names: under wine they cannot.
 bool CanHaveNameThatIsNoText();
+
+/// What \p action writes to the standard error stream, byte for byte. GoogleTest alone reads what it has captured as
+/// text, which makes "\n" of "\r\n" on Windows.
+std::string SaidOnStandardError(const std::function<void()>& action);
 
 /// The most memory that this process has used at one time, in bytes.
 std::uint64_t PeakMemory();

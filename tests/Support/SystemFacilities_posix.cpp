@@ -31,6 +31,13 @@ bool CanHaveNameThatIsNoText()
     return true;
 }
 
+std::string SaidOnStandardError(const std::function<void()>& action)
+{
+    testing::internal::CaptureStderr();
+    action();
+    return testing::internal::GetCapturedStderr();
+}
+
 std::uint64_t PeakMemory()
 {
     rusage usage{};

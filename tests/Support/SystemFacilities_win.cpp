@@ -7,6 +7,9 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdlib>
+#include <fcntl.h>
+#include <utility>
 #include <windows.h>
 
 #include <psapi.h> // needs windows.h before it
@@ -37,6 +40,16 @@ bool CanHaveNameThatIsNoText()
     const ScopedTempDir folder;
     std::error_code error;
     return fs::create_directory(folder.Path() / NameThatIsNoText("", ""), error);
+}
+
+std::string SaidOnStandardError(const std::function<void()>& action)
+{
+    testing::internal::CaptureStderr();
+    action();
+    const int mode = std::exchange(_fmode, _O_BINARY); // of files that are opened without one, as the captured text is
+    const std::string said = testing::internal::GetCapturedStderr();
+    _fmode = mode;
+    return said;
 }
 
 std::uint64_t PeakMemory()

@@ -5,6 +5,7 @@
 #include "Ardo/Kiln/Exception/MiniDumpGenerator.h"
 #include "tests/Support/ScopedTempDir.h"
 #include "tests/Support/ScopedVariable.h"
+#include "tests/Support/SystemFacilities.h"
 
 #include <gtest/gtest.h>
 
@@ -41,9 +42,7 @@ protected:
     template <typename Action>
     static std::string Said(const Action& action)
     {
-        ::testing::internal::CaptureStderr();
-        action();
-        return ::testing::internal::GetCapturedStderr();
+        return Support::SaidOnStandardError(action);
     }
 
     std::size_t Reports() const
@@ -63,7 +62,7 @@ private:
     const Support::ScopedVariable m_data{"XDG_DATA_HOME", m_folder.Path()};      // of Linux
     const Support::ScopedVariable m_programData{"ProgramData", m_folder.Path()}; // of Windows
     // A process that a test starts and that ends half-way makes its folder in this one, which the test removes.
-    const Support::ScopedVariable m_temporary{"TMPDIR", m_folder.Path()};
+    const Support::ScopedTemporaryFolder m_temporary{m_folder.Path()};
 };
 
 class HandlerDeathTest : public HandlerTest
