@@ -142,7 +142,9 @@ std::uintptr_t RoomOnStack(const CONTEXT& context) noexcept
     CONTEXT& context = *pointers->ContextRecord;
     if (RoomOnStack(context) >= RoomForHandlers)
     {
+        const DWORD error = ::GetLastError();
         const long answer = AskOnOtherStack(&AskVectoredFilters, pointers);
+        ::SetLastError(error); // an exception is not to change it
         return answer < FilterResult::ContinueSearch ? EXCEPTION_CONTINUE_EXECUTION : EXCEPTION_CONTINUE_SEARCH;
     }
     ::AcquireSRWLockExclusive(&g_overflow.lock);

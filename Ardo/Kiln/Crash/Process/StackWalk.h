@@ -48,11 +48,11 @@ KILN_EXPORT_FOR_TESTS std::optional<LoadedModule> ModuleOf(std::uint32_t process
 
 /// Names the functions on the stacks of a process: its own or, if the system allows reading its memory, another.
 ///
-/// The modules are those at the time of construction. Debug information is looked for on this machine only, never on a
-/// server. On Linux the process is only read, with system calls: no lock of its loader or its standard streams is
-/// taken, so that it may be used on a faulted process, itself included; only the allocator must work in the process
-/// that calls. On Windows calls are serialised, because the debugging library is not thread-safe. One thread at a time
-/// may use an object. The functions throw std::bad_alloc only.
+/// On Linux the modules are those at the time of construction. Debug information is looked for on this machine only,
+/// never on a server. On Linux the process is only read, with system calls: no lock of its loader or its standard
+/// streams is taken, so that it may be used on a faulted process, itself included; only the allocator must work in the
+/// process that calls. On Windows calls are serialised, because the debugging library is not thread-safe. One thread at
+/// a time may use an object. The functions throw std::bad_alloc only.
 class KILN_EXPORT_FOR_TESTS ProcessSymbols
 {
 public:

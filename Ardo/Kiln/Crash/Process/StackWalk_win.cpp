@@ -2,8 +2,8 @@
 #include "Ardo/Kiln/Platform/ScopedHandle_win.h"
 
 #include <algorithm>
-#include <array>
 #include <mutex>
+#include <new>
 // After windows.h, which they need.
 #include <dbghelp.h>
 #include <psapi.h>
@@ -34,33 +34,72 @@ Platform::ScopedHandle OpenForReading(std::uint32_t processId) noexcept
     return Platform::ScopedHandle(::OpenProcess(PROCESS_QUERY_INFORMATION | PROCESS_VM_READ, FALSE, processId));
 }
 
-std::optional<LoadedModule> ModuleIn(HANDLE process, std::uint64_t address)
+/// The module of a process that holds \p address; null outside every module.
+HMODULE HandleOf(HANDLE process, std::uint64_t address) noexcept
 {
     MEMORY_BASIC_INFORMATION range = {};
-    std::array<wchar_t, 1024> file = {};
     // NOLINTNEXTLINE(performance-no-int-to-ptr): an address of the other process
-    if (::VirtualQueryEx(process, reinterpret_cast<const void*>(address), &range, sizeof range) == 0 ||
-        range.Type != MEM_IMAGE ||
-        ::K32GetModuleFileNameExW(process, static_cast<HMODULE>(range.AllocationBase), file.data(),
-                                  static_cast<DWORD>(file.size())) == 0)
+    const bool isModule =
+        ::VirtualQueryEx(process, reinterpret_cast<const void*>(address), &range, sizeof range) != 0 &&
+        range.Type == MEM_IMAGE;
+    return isModule ? static_cast<HMODULE>(range.AllocationBase) : nullptr;
+}
+
+/// The file of a module, null for the program, of a process; empty when the system does not tell.
+std::wstring FileOf(HANDLE process, HMODULE module)
+{
+    constexpr DWORD LongestPath = 32'767;
+    std::wstring file(LongestPath + 1, L'\0');
+    file.resize(::K32GetModuleFileNameExW(process, module, file.data(), LongestPath + 1));
+    return file;
+}
+
+std::optional<LoadedModule> ModuleIn(HANDLE process, std::uint64_t address)
+{
+    const HMODULE module = HandleOf(process, address);
+    const std::wstring file = module != nullptr ? FileOf(process, module) : std::wstring();
+    if (file.empty())
     {
         return std::nullopt;
     }
-    file.back() = L'\0';
-    return LoadedModule{ToUtf8(file.data()), reinterpret_cast<std::uint64_t>(range.AllocationBase)};
+    return LoadedModule{ToUtf8(file.c_str()), reinterpret_cast<std::uint64_t>(module)};
 }
 
 /// The folder of the program: symbols are looked for there and beside each module. Without it the library would take
 /// its path from the environment, which may name a server.
-std::string SymbolFolder(HANDLE process)
+std::wstring SymbolFolder(HANDLE process)
 {
-    std::array<char, 1024> file = {};
-    if (::K32GetModuleFileNameExA(process, nullptr, file.data(), static_cast<DWORD>(file.size() - 1)) == 0)
+    const std::wstring file = FileOf(process, nullptr);
+    return file.empty() ? L"." : file.substr(0, file.rfind(L'\\'));
+}
+
+/// Where the module begins that holds \p address; 0 outside every module. The library reads the modules that are asked
+/// for, not all of the process: few are on a stack. It calls this function with its lock held.
+DWORD64 CALLBACK LoadedBase(HANDLE process, DWORD64 address) noexcept
+{
+    const DWORD64 known = ::SymGetModuleBase64(process, address);
+    const HMODULE module = known == 0 ? HandleOf(process, address) : nullptr;
+    MODULEINFO extent = {};
+    if (module == nullptr || !::K32GetModuleInformation(process, module, &extent, sizeof extent))
     {
-        return ".";
+        return known;
     }
-    const std::string path = file.data();
-    return path.substr(0, path.rfind('\\'));
+    try
+    {
+        const std::wstring file = FileOf(process, module);
+        return ::SymLoadModuleExW(process, nullptr, file.c_str(), nullptr, reinterpret_cast<DWORD64>(module),
+                                  extent.SizeOfImage, nullptr, 0);
+    }
+    catch (const std::bad_alloc&)
+    {
+        return 0;
+    }
+}
+
+void* CALLBACK FunctionTable(HANDLE process, DWORD64 address) noexcept
+{
+    LoadedBase(process, address);
+    return ::SymFunctionTableAccess64(process, address);
 }
 
 } // namespace
@@ -79,7 +118,7 @@ struct ProcessSymbols::Implementation
         const std::lock_guard lock(g_debuggingLibrary);
         ::SymSetOptions(SYMOPT_UNDNAME | SYMOPT_LOAD_LINES | SYMOPT_DEFERRED_LOADS | SYMOPT_FAIL_CRITICAL_ERRORS |
                         SYMOPT_NO_PROMPTS);
-        m_ready = m_process && ::SymInitialize(m_process.Get(), SymbolFolder(m_process.Get()).c_str(), TRUE);
+        m_ready = m_process && ::SymInitializeW(m_process.Get(), SymbolFolder(m_process.Get()).c_str(), FALSE);
     }
 
     ~Implementation()
@@ -135,7 +174,7 @@ struct ProcessSymbols::Implementation
         {
             const std::lock_guard lock(g_debuggingLibrary);
             if (!::StackWalk64(IMAGE_FILE_MACHINE_AMD64, m_process.Get(), thread.Get(), &frame, &context, nullptr,
-                               ::SymFunctionTableAccess64, ::SymGetModuleBase64, nullptr) ||
+                               FunctionTable, LoadedBase, nullptr) ||
                 frame.AddrPC.Offset == 0 || (frame.AddrPC.Offset == lastCode && frame.AddrStack.Offset == lastStack))
             {
                 ends.omitted = others - ring.size();
@@ -179,21 +218,26 @@ private:
             frame.moduleBase = module->base;
         }
         const auto code = returns && address != 0 ? address - 1 : address; // a call may end its function
-        alignas(SYMBOL_INFO) char memory[sizeof(SYMBOL_INFO) + MAX_SYM_NAME] = {};
-        auto& symbol = *reinterpret_cast<SYMBOL_INFO*>(memory);
+        if (!m_ready)
+        {
+            return frame;
+        }
+        LoadedBase(m_process.Get(), code);
+        alignas(SYMBOL_INFOW) char memory[sizeof(SYMBOL_INFOW) + MAX_SYM_NAME * sizeof(wchar_t)] = {};
+        auto& symbol = *reinterpret_cast<SYMBOL_INFOW*>(memory);
         symbol.SizeOfStruct = sizeof symbol;
         symbol.MaxNameLen = MAX_SYM_NAME;
         DWORD64 offset = 0;
-        if (m_ready && ::SymFromAddr(m_process.Get(), code, &offset, &symbol))
+        if (::SymFromAddrW(m_process.Get(), code, &offset, &symbol))
         {
-            frame.function = symbol.Name;
+            frame.function = ToUtf8(symbol.Name);
         }
-        IMAGEHLP_LINE64 line = {};
+        IMAGEHLP_LINEW64 line = {};
         line.SizeOfStruct = sizeof line;
         DWORD distance = 0;
-        if (m_ready && ::SymGetLineFromAddr64(m_process.Get(), code, &distance, &line) && line.FileName != nullptr)
+        if (::SymGetLineFromAddrW64(m_process.Get(), code, &distance, &line) && line.FileName != nullptr)
         {
-            frame.sourceFile = line.FileName;
+            frame.sourceFile = ToUtf8(line.FileName);
             frame.line = line.LineNumber;
         }
         return frame;

@@ -71,6 +71,7 @@ int ReportStem::Reserve(const char* folder, const char* name) noexcept
         }
         Platform::NativeHandle reservation;
         const int error = CreateNew(".part", reservation);
+        reservation.Close(); // Windows removes no file that is open
         if (error == 0)
         {
             // Checked after the reservation: the object that had reserved the name before has published its files by

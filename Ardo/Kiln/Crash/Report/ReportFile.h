@@ -64,7 +64,8 @@ private:
 };
 
 /// A new file that has its name only when it is whole: it is written as "<stem><extension>.part" and renamed at the
-/// end. Nothing that exists is ever replaced. Only the user of the process may read it.
+/// end. Nothing that exists is ever replaced. On Linux only the user of the process may read it; on Windows it has the
+/// rights of its folder, and below %ProgramData% these let all users of the machine read.
 class KILN_EXPORT_FOR_TESTS ReportFile
 {
 public:

@@ -56,7 +56,7 @@ bool ReportStem::Exists(std::string_view extension) const noexcept
     return ::GetFileAttributesW(WidePath(m_path, extension).text) != INVALID_FILE_ATTRIBUTES;
 }
 
-// Only the user may read the file: it takes its rights from the folder of a user's or a product's data.
+// The file takes its rights from its folder. Other processes may read while it is written, not write.
 int ReportStem::CreateNew(std::string_view extension, Platform::NativeHandle& file) const noexcept
 {
     const HANDLE handle = ::CreateFileW(WidePath(m_path, extension).text, GENERIC_READ | GENERIC_WRITE, FILE_SHARE_READ,

@@ -31,6 +31,16 @@ bool CallProtected(const Function& function)
                                       [](EXCEPTION_POINTERS*) { return FilterResult::ExecuteHandler; });
 }
 
+/// The number of the failure of MiniDumpWriteDump, which sets an HRESULT as the last error.
+DWORD DumpError() noexcept
+{
+    const DWORD error = ::GetLastError();
+    const auto result = static_cast<HRESULT>(error);
+    const bool holdsNumber = FAILED(result) && HRESULT_FACILITY(result) == FACILITY_WIN32;
+    const DWORD number = holdsNumber ? HRESULT_CODE(result) : error;
+    return number != ERROR_SUCCESS ? number : ERROR_INTERNAL_ERROR;
+}
+
 } // namespace
 
 DescribedFault::DescribedFault(EXCEPTION_POINTERS* pointers, std::string_view logFiles) noexcept : m_pointers(pointers)
@@ -96,7 +106,7 @@ int DescribedFault::WriteMinidump(void* file, MINIDUMP_TYPE type) noexcept
     {
         const BOOL written = ::MiniDumpWriteDump(::GetCurrentProcess(), ::GetCurrentProcessId(), file, type,
                                                  m_pointers != nullptr ? &exception : nullptr, nullptr, nullptr);
-        error = written ? ERROR_SUCCESS : ::GetLastError();
+        error = written ? ERROR_SUCCESS : DumpError();
     };
     ::AcquireSRWLockExclusive(&g_lock);
     CallProtected(write);
