@@ -141,6 +141,18 @@ list(TRANSFORM kilnNotOnWindows REPLACE ": .*" "")
 set(kilnNotOnWindowsTests ${kilnNotOnWindows})
 list(FILTER kilnNotOnWindowsTests EXCLUDE REGEX "[.]cpp$")
 
+# kiln_uses_exception_records(SOURCE...)
+#
+# For sources of tests that use the members of EXCEPTION_RECORD and CONTEXT: on Windows these are in a header of the system,
+# which comes first, so that no precompiled one is used.
+function(kiln_uses_exception_records)
+    if(WIN32)
+        set_source_files_properties(
+            ${ARGN} PROPERTIES SKIP_PRECOMPILE_HEADERS ON
+                               COMPILE_OPTIONS "$<IF:$<CXX_COMPILER_ID:MSVC>,/FIwindows.h,-includewindows.h>")
+    endif()
+endfunction()
+
 # kiln_test(NAME ImageIOTests SOURCES TiffExporterTest.cpp ... [LINK TIFF::TIFF] [THREADED])
 #
 # THREADED: the program uses threads in ways that ThreadSanitizer can judge. The target threaded_tests builds these

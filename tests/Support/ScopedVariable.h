@@ -35,6 +35,20 @@ private:
     std::optional<std::string> m_before; ///< Empty: it was not set.
 };
 
+/// Another folder for the data of products, for this process and those that it starts.
+class ScopedDataFolder
+{
+public:
+    explicit ScopedDataFolder(const std::filesystem::path& folder)
+        : m_posix("XDG_DATA_HOME", folder), m_windows("ProgramData", folder)
+    {
+    }
+
+private:
+    ScopedVariable m_posix;
+    ScopedVariable m_windows;
+};
+
 /// Another folder for temporary files, for this process and those that it starts.
 class ScopedTemporaryFolder
 {

@@ -29,6 +29,10 @@ bool CanHaveNameThatIsNoText();
 /// text, which makes "\n" of "\r\n" on Windows.
 std::string SaidOnStandardError(const std::function<void()>& action);
 
+/// By how much tests divide their loads of handovers between threads: 1. Under wine 10, because each handover is a
+/// request to a server process there: a million of them take minutes instead of a second.
+int HandoverCost();
+
 /// The most memory that this process has used at one time, in bytes.
 std::uint64_t PeakMemory();
 

@@ -52,6 +52,11 @@ std::string SaidOnStandardError(const std::function<void()>& action)
     return said;
 }
 
+int HandoverCost()
+{
+    return ::GetProcAddress(::GetModuleHandleW(L"ntdll.dll"), "wine_get_version") != nullptr ? 10 : 1;
+}
+
 std::uint64_t PeakMemory()
 {
     PROCESS_MEMORY_COUNTERS counters{};

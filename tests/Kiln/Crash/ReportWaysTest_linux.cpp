@@ -70,8 +70,8 @@ std::string Write(const Way& way)
                   {
                       EXCEPTION_RECORD record = {};
                       record.ExceptionCode = FaultCode::IntOverflow;
-                      record.ExceptionAddress = reinterpret_cast<void*>(point->request.context.Rip);
-                      EXCEPTION_POINTERS pointers = {&record, &point->request.context};
+                      record.ExceptionAddress = reinterpret_cast<void*>(point->context.Rip);
+                      EXCEPTION_POINTERS pointers = {&record, &point->context};
                       testing::internal::CaptureStderr();
                       way.write(&pointers);
                       said = testing::internal::GetCapturedStderr();

@@ -1,13 +1,19 @@
 // Compiled with optimisation and full debug information, whatever the rest is compiled with.
 #include "tests/Kiln/Crash/StackSample.h"
 
-#include "Ardo/Kiln/Crash/Fault/FaultDescription_linux.h"
+#include "Ardo/Kiln/Crash/Fault/CallerContext.h"
 
 namespace Ardo::Kiln::Crash::Sample
 {
 
 namespace
 {
+
+[[gnu::noinline]] int Capture(CONTEXT& context)
+{
+    CaptureCallerContext(context); // no tail call, because frames are counted
+    return 1;
+}
 
 [[gnu::noinline]] int Call(const std::function<void()>& look)
 {
@@ -18,7 +24,7 @@ namespace
 [[gnu::always_inline]] inline int Place(Point& point, const std::function<void()>& look)
 {
     point.inlinedLine = __LINE__ + 1; // one line, because the registers are those after the first call
-    return Crash::DescribeFault(nullptr, point.request), Call(look);
+    return Capture(point.context) + Call(look);
 }
 
 [[gnu::noinline]] int Middle(Point& point, const std::function<void()>& look)
@@ -33,6 +39,15 @@ int Outer(Point& point, const std::function<void()>& look)
 {
     point.outerLine = __LINE__ + 1;
     return Middle(point, look) + 1;
+}
+
+[[gnu::no_sanitize("address")]] void CopyStack(std::uint64_t stackPointer, std::uint64_t* words, std::size_t count)
+{
+    for (std::size_t index = 0; index < count; ++index)
+    {
+        // NOLINTNEXTLINE(performance-no-int-to-ptr): the value of a register
+        words[index] = reinterpret_cast<const volatile std::uint64_t*>(stackPointer)[index];
+    }
 }
 
 } // namespace Ardo::Kiln::Crash::Sample

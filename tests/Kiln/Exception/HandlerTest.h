@@ -59,8 +59,7 @@ protected:
     const Support::ScopedTempDir m_folder;
 
 private:
-    const Support::ScopedVariable m_data{"XDG_DATA_HOME", m_folder.Path()};      // of Linux
-    const Support::ScopedVariable m_programData{"ProgramData", m_folder.Path()}; // of Windows
+    const Support::ScopedDataFolder m_data{m_folder.Path()};
     // A process that a test starts and that ends half-way makes its folder in this one, which the test removes.
     const Support::ScopedTemporaryFolder m_temporary{m_folder.Path()};
 };

@@ -1,4 +1,4 @@
-#include "Ardo/Kiln/Crash/Fault/CallerContext_linux.h"
+#include "Ardo/Kiln/Crash/Fault/CallerContext.h"
 
 #include "Ardo/Kiln/Crash/FaultCode.h"
 

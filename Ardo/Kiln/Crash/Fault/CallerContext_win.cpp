@@ -1,5 +1,7 @@
 #include "Ardo/Kiln/Crash/Fault/CallerContext_win.h"
 
+#include "Ardo/Kiln/Crash/Fault/CallerContext.h"
+
 #include <cstdint>
 #include <cstring>
 

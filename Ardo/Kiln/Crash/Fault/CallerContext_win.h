@@ -16,7 +16,4 @@ DWORD64 FunctionOf(const CONTEXT& context) noexcept;
 /// The address of \p function behind the jump that a linker puts in front of what another module defines.
 DWORD64 FunctionBehindJump(const void* function) noexcept;
 
-/// The registers of the function that has called the caller of this one.
-void CaptureCallerContext(CONTEXT& context) noexcept;
-
 } // namespace Ardo::Kiln::Crash

@@ -1,6 +1,6 @@
 #include "Ardo/Kiln/Crash/Fault/CaughtException.h"
 
-#include "Ardo/Kiln/Crash/Fault/CallerContext_linux.h"
+#include "Ardo/Kiln/Crash/Fault/CallerContext.h"
 #include "Ardo/Kiln/Crash/Fault/CaughtThrow.h"
 #include "Ardo/Kiln/Crash/Fault/FaultThread_linux.h"
 #include "Ardo/Kiln/Crash/Fault/LanguageRuntime.h"

@@ -1,4 +1,4 @@
-#include "Ardo/Kiln/Crash/Fault/CallerContext_win.h"
+#include "Ardo/Kiln/Crash/Fault/CallerContext.h"
 #include "Ardo/Kiln/Crash/Fault/CaughtException.h"
 #include "Ardo/Kiln/Crash/Fault/CaughtThrow.h"
 #include "Ardo/Kiln/Crash/Fault/FaultThread_win.h"

@@ -1,7 +1,7 @@
 #include "Ardo/Kiln/Crash/Fault/FaultDescription_linux.h"
 
 #include "Ardo/Kiln/Crash/CrashRequest_linux.h"
-#include "Ardo/Kiln/Crash/Fault/CallerContext_linux.h"
+#include "Ardo/Kiln/Crash/Fault/CallerContext.h"
 #include "Ardo/Kiln/Crash/Fault/FaultDispatch.h"
 #include "Ardo/Kiln/Crash/Fault/FaultSignal_linux.h"
 #include "Ardo/Kiln/Crash/Fault/FaultThread_linux.h"
