@@ -16,6 +16,7 @@
 #include <stdexcept>
 #include <string>
 #include <thread>
+#include <vector>
 
 namespace
 {
@@ -86,8 +87,29 @@ void Apply(const std::string& name, bool isEarly)
     }
 }
 
-/// The work of the thread that crashes.
+using Scenarios = std::vector<const Scenario*>;
+
+/// One crash, which may be survived.
 void Crash(const Options& options, const Scenario& scenario)
+{
+    if (!options.execute)
+    {
+        scenario.run();
+    }
+    else if (options.notify.empty())
+    {
+        Handler::Execute(scenario.run);
+    }
+    else
+    {
+        Handler::ExecuteOrNotify(scenario.run, [&](std::shared_ptr<Notification> notification)
+                                 { Present(options.notify, std::move(notification)); });
+    }
+    Say("returned");
+}
+
+/// The work of the thread that crashes.
+void CrashAll(const Options& options, const Scenarios& scenarios)
 {
     if (options.thread == "main" || options.thread == "worker")
     {
@@ -95,22 +117,12 @@ void Crash(const Options& options, const Scenario& scenario)
     }
     PrintIds();
     Apply(options.condition, false);
-    for (unsigned count = 0; count < options.times; ++count)
+    for (const Scenario* const scenario : scenarios)
     {
-        if (!options.execute)
+        for (unsigned count = 0; count < options.times; ++count)
         {
-            scenario.run();
+            Crash(options, *scenario);
         }
-        else if (options.notify.empty())
-        {
-            Handler::Execute(scenario.run);
-        }
-        else
-        {
-            Handler::ExecuteOrNotify(scenario.run, [&](std::shared_ptr<Notification> notification)
-                                     { Present(options.notify, std::move(notification)); });
-        }
-        Say("returned");
     }
     EndQuietly(); // locks that the crash has left locked would block an orderly end
 }
@@ -144,7 +156,7 @@ void CrashInChild(const Options& options, const std::function<void()>& crash)
         });
 }
 
-void Run(const Options& options, const Scenario& scenario)
+void Run(const Options& options, const Scenarios& scenarios)
 {
     Apply(options.condition, true);
     if (options.flags != 0)
@@ -155,7 +167,7 @@ void Run(const Options& options, const Scenario& scenario)
     {
         Handler::SetHandler([&](EXCEPTION_POINTERS*, const Handler::Notify&) { Misbehave(options.handler); });
     }
-    const auto crash = [&] { Crash(options, scenario); };
+    const auto crash = [&] { CrashAll(options, scenarios); };
     if (options.inChild)
     {
         CrashInChild(options, crash);
@@ -216,9 +228,9 @@ int main(int argc, char** argv)
         "the scenarios.",
         "crash_probe");
     Options options;
-    std::string name;
+    std::vector<std::string> names;
     bool list = false;
-    app.add_option("SCENARIO", name, "How to crash");
+    app.add_option("SCENARIO", names, "How to crash; several one after another, if each is survived");
     app.add_flag("--list", list, "Print the scenarios and conditions and exit");
     app.add_option(
            "--thread", options.thread,
@@ -255,12 +267,20 @@ int main(int argc, char** argv)
             List();
             return 0;
         }
-        const Scenario* const scenario = Find(name);
-        if (scenario == nullptr)
+        Scenarios scenarios;
+        for (const std::string& name : names)
         {
-            throw CLI::ValidationError("SCENARIO", name.empty() ? "is missing" : "there is no " + name);
+            scenarios.push_back(Find(name));
+            if (scenarios.back() == nullptr)
+            {
+                throw CLI::ValidationError("SCENARIO", "there is no " + name);
+            }
         }
-        Run(options, *scenario);
+        if (scenarios.empty())
+        {
+            throw CLI::ValidationError("SCENARIO", "is missing");
+        }
+        Run(options, scenarios);
         return 0;
     }
     catch (const CLI::ParseError& error)

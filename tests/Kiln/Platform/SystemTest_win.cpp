@@ -1,12 +1,23 @@
+#include "Ardo/Kiln/Platform/ComApartment.h"
 #include "Ardo/Kiln/Platform/FileVersion.h"
 #include "Ardo/Kiln/Platform/ModulePath.h"
 #include "Ardo/Kiln/Platform/Setting.h"
+#include "Ardo/Kiln/Platform/SharedAppendFile.h"
+#include "Ardo/Kiln/Platform/ThreadName.h"
+#include "tests/Support/Environment.h"
+#include "tests/Support/ScopedTempDir.h"
+#include "tests/Support/ScopedVariable.h"
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <atomic>
 #include <cstdlib>
+#include <thread>
 
 #include <windows.h>
+
+#include <objbase.h> // needs windows.h before it
 
 namespace Ardo::Kiln::Platform
 {
@@ -41,6 +52,125 @@ TEST(SystemTest, TheSettingsOfProgramsOf32BitsHaveTheirOwnKey)
     EXPECT_EQ(read(path), std::nullopt);
     ::RegDeleteKeyExW(HKEY_LOCAL_MACHINE, path.c_str(), KEY_WOW64_32KEY, 0);
     EXPECT_EQ(read(L"SOFTWARE\\Wow6432Node\\" + name), std::nullopt);
+}
+
+namespace
+{
+
+/// What a debugger is told about the name of a thread.
+struct ThreadNameEvent
+{
+    ULONG_PTR words[3] = {}; ///< Type, address of the name, thread.
+    std::string name;
+    int count = 0;
+};
+
+/// Starts this program as a debugger does and follows it to its end.
+/// \returns what was the last such event; status is that of the program.
+ThreadNameEvent Debug(const std::wstring& arguments, DWORD& status)
+{
+    std::wstring line = L'"' + ExecutablePath().wstring() + L"\" " + arguments;
+    STARTUPINFOW startup{};
+    startup.cb = sizeof startup;
+    PROCESS_INFORMATION process{};
+    EXPECT_TRUE(::CreateProcessW(nullptr, line.data(), nullptr, nullptr, FALSE, DEBUG_ONLY_THIS_PROCESS, nullptr,
+                                 nullptr, &startup, &process));
+    ThreadNameEvent seen;
+    DEBUG_EVENT event{};
+    while (event.dwDebugEventCode != EXIT_PROCESS_DEBUG_EVENT && ::WaitForDebugEvent(&event, 60'000))
+    {
+        const EXCEPTION_RECORD& record = event.u.Exception.ExceptionRecord;
+        const bool isException = event.dwDebugEventCode == EXCEPTION_DEBUG_EVENT;
+        if (isException && record.ExceptionCode == 0x406D1388 && record.NumberParameters == 3)
+        {
+            std::copy_n(record.ExceptionInformation, 3, seen.words);
+            char name[64] = {};
+            EXPECT_TRUE(::ReadProcessMemory(process.hProcess, reinterpret_cast<const void*>(seen.words[1]), name,
+                                            sizeof name - 1, nullptr));
+            seen.name = name;
+            ++seen.count;
+        }
+        const bool isBreakpoint = isException && record.ExceptionCode == EXCEPTION_BREAKPOINT; // at the start
+        ::ContinueDebugEvent(event.dwProcessId, event.dwThreadId,
+                             isException && !isBreakpoint ? DBG_EXCEPTION_NOT_HANDLED : DBG_CONTINUE);
+    }
+    ::WaitForSingleObject(process.hProcess, INFINITE);
+    ::GetExitCodeProcess(process.hProcess, &status);
+    ::CloseHandle(process.hThread);
+    ::CloseHandle(process.hProcess);
+    return seen;
+}
+
+} // namespace
+
+TEST(SystemTest, ADebuggerIsToldTheNameOfAThread)
+{
+    constexpr const char* IsDebugged = "KILN_TEST_IS_DEBUGGED";
+    const std::string name = "worker \xC2\xB5";
+    if (Support::EnvironmentValue(IsDebugged))
+    {
+        std::atomic<DWORD> id = 0;
+        std::thread thread(
+            [&id]
+            {
+                id = ::GetCurrentThreadId();
+                id.notify_one();
+                ::Sleep(INFINITE);
+            });
+        id.wait(0);
+        SetThreadName(thread.native_handle(), name);
+        std::_Exit(static_cast<int>(id & 0x7FFF));
+    }
+    const Support::ScopedVariable variable(IsDebugged, "1");
+    DWORD status = 0;
+    const ThreadNameEvent seen = Debug(L"--gtest_filter=SystemTest.ADebuggerIsToldTheNameOfAThread", status);
+    EXPECT_EQ(seen.count, 1);
+    EXPECT_EQ(seen.name, name);
+    EXPECT_EQ(seen.words[0], 0x1000U);
+    EXPECT_EQ(seen.words[2] & 0x7FFF, status); // and the program went on behind it
+}
+
+TEST(SystemTest, ApartmentsAreThoseOfTheSystem)
+{
+    std::thread(
+        []
+        {
+            constexpr std::pair Pairs[] = {std::pair{ComApartment::ApartmentThreaded, ComApartment::MultiThreaded},
+                                           std::pair{ComApartment::MultiThreaded, ComApartment::ApartmentThreaded}};
+            for (const auto& [model, other] : Pairs)
+            {
+                EXPECT_EQ(CurrentComApartment(), ComApartment::None);
+                EXPECT_EQ(EnterComApartment(model), S_OK);
+                APTTYPE current = APTTYPE_CURRENT;
+                APTTYPEQUALIFIER qualifier = APTTYPEQUALIFIER_NONE;
+                EXPECT_EQ(::CoGetApartmentType(&current, &qualifier), S_OK);
+                EXPECT_EQ(current == APTTYPE_MTA, model == ComApartment::MultiThreaded) << current;
+                EXPECT_EQ(CurrentComApartment(), model);
+                EXPECT_EQ(EnterComApartment(model), S_FALSE);
+                EXPECT_EQ(EnterComApartment(other), RPC_E_CHANGED_MODE);
+                LeaveComApartment();
+                LeaveComApartment();
+            }
+            EXPECT_EQ(CurrentComApartment(), ComApartment::None);
+        })
+        .join();
+}
+
+TEST(SystemDeathTest, TheMutexOfTheLogFilesIsOneForAllProcesses)
+{
+    const auto lock = []
+    {
+        const Support::ScopedTempDir folder;
+        SharedAppendFile file;
+        return !file.Open(folder / "a.log") && file.Lock(std::chrono::milliseconds(50));
+    };
+    const HANDLE mutex = ::CreateMutexW(nullptr, TRUE, L"Global\\TextLoggingMutex");
+    EXPECT_EXIT(std::_Exit(lock() ? 1 : 0), testing::ExitedWithCode(0), "") << "another process has it";
+    EXPECT_TRUE(lock()) << "the thread that has it may lock again";
+    ::ReleaseMutex(mutex);
+    ::ReleaseMutex(mutex);
+    EXPECT_EXIT(std::_Exit(lock() ? 0 : 1), testing::ExitedWithCode(0), "");
+    ::CloseHandle(mutex);
 }
 
 } // namespace Ardo::Kiln::Platform

@@ -2,6 +2,7 @@
 with lldb and obj2yaml. Usage: windows_crashes.py PROGRAM SOURCES [RUNNER]; RUNNER runs programs for Windows elsewhere."""
 
 import concurrent.futures
+import os
 import pathlib
 import re
 import shutil
@@ -63,13 +64,14 @@ class Crash:
     def report(self):
         return self.reports[0] if self.reports else ""
 
-    def program_lines(self):
-        """The lines of the program in the report."""
-        return [(file, int(line)) for file, line in re.findall(r" at \S*crash_probe[\\/](\w+\.cpp) line (\d+)", self.report)]
+
+def program_lines(report):
+    """The lines of the program in a report."""
+    return [(file, int(line)) for file, line in re.findall(r" at \S*crash_probe[\\/](\w+\.cpp) line (\d+)", report)]
 
 
 def run_all(arguments, dump=False):
-    with concurrent.futures.ThreadPoolExecutor(3) as pool:
+    with concurrent.futures.ThreadPoolExecutor(os.cpu_count()) as pool:
         return dict(zip(arguments, pool.map(lambda one: Crash(one, dump), arguments)))
 
 
@@ -103,33 +105,48 @@ FAULTS = [
 ]
 
 
+PROCESSES = 8  # for the crashes that are survived
+ENDING = ("at-exit", "static-destructor")  # what is survived there has begun to end
+
+
 class WindowsCrashes(unittest.TestCase):
-    def check(self, crash, code, status, mark, anywhere):
+    def check(self, crash, status, expected):
+        """Of each scenario one report. Expected: code, mark, and whether the mark is anywhere instead of on top."""
         self.assertEqual(crash.status, status, crash.said)
-        self.assertEqual(len(crash.reports), 1, crash.said)
+        self.assertEqual(len(crash.reports), len(expected), crash.said)
         self.assertEqual(crash.halves, [])
-        self.assertRegex(crash.report, f"Exception code: {code}\r\n")
-        lines = crash.program_lines()
-        self.assertIn(mark, lines if anywhere else lines[:1], crash.report)
-        self.assertRegex(crash.report, r"\n  [\w:<>~(),* ]+ at \S*" + re.escape(mark[0]))  # with the name of the function
+        for code, mark, anywhere in expected:
+            with self.subTest(mark=mark):
+                found = [one for one in crash.reports if re.search(f"Exception code: {code}\r\n", one)
+                         and mark in program_lines(one)[:None if anywhere else 1]]
+                self.assertEqual(len(found), 1, crash.reports)
+                # With the name of the function, and the version from the resource of the program.
+                self.assertRegex(found[0], r"\n  [\w:<>~(),* ]+ at \S*" + re.escape(mark[0]))
+                self.assertIn("Revision: 1.0.0.0 \r\n", found[0])
 
     def test_every_crash_is_reported(self):
-        cases = {}
+        cases = {}  # by arguments: status, what is expected
+        survived = []
         for code, status, returns, scenarios in FAULTS:
             for name in scenarios.split():
                 mark = MARKS["raise" if name.startswith("raise-") and name != "raise-msvc" else name]
-                thrown = code == CXX and not name.startswith("raise")
+                expected = (code, mark, code == CXX and not name.startswith("raise"))
                 if status is not None:
-                    cases["--thread bare " + name] = (code, status, mark, thrown)
+                    cases["--thread bare " + name] = (status, [expected])
                 if status is not None and name == scenarios.split()[0]:
-                    cases[name] = cases["--thread bare " + name]
-                if returns is not None:
-                    cases["--thread worker --execute " + name] = (code, 0 if returns else status, mark, thrown)
+                    cases[name] = (status, [expected])
+                if returns and name not in ENDING:
+                    survived.append((name, expected))
+                elif returns is not None:
+                    cases["--thread worker --execute " + name] = (0 if returns else status, [expected])
+        for group in (survived[start::PROCESSES] for start in range(PROCESSES)):
+            cases["--thread worker --execute " + " ".join(name for name, _ in group)] = (0, [one for _, one in group])
         for arguments, crash in run_all(list(cases)).items():
             with self.subTest(arguments):
-                self.check(crash, *cases[arguments])
-                if "--execute" in arguments and cases[arguments][1] == 0:
-                    self.assertIn("\nreturned\n", crash.said)
+                status, expected = cases[arguments]
+                self.check(crash, status, expected)
+                if "--execute" in arguments and status == 0:
+                    self.assertEqual(crash.said.count("\nreturned\n"), len(expected), crash.said)
 
     def test_reports_are_made_whatever_the_state_of_the_process(self):
         # Arguments, status, number of reports, text of the report, text on the streams.
@@ -210,29 +227,41 @@ class WindowsCrashes(unittest.TestCase):
     def test_debuggers_open_the_minidumps(self):
         codes = {"read-null": 0xC0000005, "--thread worker --execute divide-zero": 0xC0000094,
                  "--thread bare throw-std": 0xE06D7363, "--thread bare stack-overflow": 0xC00000FD}
-        for arguments, crash in run_all(list(codes), dump=True).items():
+        crashes = run_all(list(codes), dump=True)
+        for arguments, crash in crashes.items():
             with self.subTest(arguments):
                 self.assertEqual(len(crash.dumps), 1, crash.said)
-                self.read_dump(crash, codes[arguments])
+        shown = self.debug([crash.dumps[0] for crash in crashes.values()])
+        for (arguments, crash), text in zip(crashes.items(), shown):
+            with self.subTest(arguments):
+                self.read_dump(crash, codes[arguments], text)
 
-    def read_dump(self, crash, code):
+    def debug(self, dumps):
+        """What lldb shows of each of the minidumps. One process reads the debug information of the program once."""
+        commands = [f"settings append target.exec-search-paths {pathlib.Path(PROGRAM).parent}"]
+        for dump in dumps:
+            name = shutil.copy(dump, dump.parents[0] / "dump")  # without the brackets
+            commands += ["script print('== next')", f"target create --core {name}", "thread list", "bt 40"]
+        debugger = subprocess.run(["timeout", "300", "lldb-14", "-b"] + [word for one in commands for word in ("-o", one)],
+                                  capture_output=True, text=True, check=False).stdout
+        shown = debugger.split("\n== next\n")[1:]
+        self.assertEqual(len(shown), len(dumps), debugger)
+        return shown
+
+    def read_dump(self, crash, code, shown):
         thread = int(re.search(r"^process \d+, thread (\d+)$", crash.said, re.MULTILINE).group(1))
         address = int(re.search(r"At address 0x([0-9A-F]+)", crash.report).group(1), 16)
-        dump = shutil.copy(crash.dumps[0], crash.folder / "dump")
-        streams = subprocess.run(["obj2yaml-14", dump], capture_output=True, text=True, check=True).stdout
+        streams = subprocess.run(["obj2yaml-14", crash.dumps[0]], capture_output=True, text=True, check=True).stdout
         exception = streams[streams.index("Type:            Exception"):]
         self.assertRegex(exception, f"Thread ID:\\s+0x{thread:X}\n")
         self.assertRegex(exception, f"Exception Code:\\s+0x{code:X}\n")
         self.assertRegex(streams, f"Thread Id:\\s+0x{thread:X}\n")
         self.assertRegex(streams, r"Module Name:\s+'.*\\crash_probe\.exe'")
-        commands = [f"settings append target.exec-search-paths {pathlib.Path(PROGRAM).parent}", f"target create --core {dump}", "thread list", "bt 40"]
-        debugger = subprocess.run(["timeout", "100", "lldb-14", "-b"] + [word for one in commands for word in ("-o", one)],
-                                  capture_output=True, text=True, check=False).stdout
-        self.assertRegex(debugger, rf"\* thread #\d+: tid = 0x{thread:04x}.* stop reason = Exception 0x{code:x} "
-                                   rf"encountered at address 0x{address:x}")
+        self.assertRegex(shown, rf"\* thread #\d+: tid = 0x{thread:04x}.* stop reason = Exception 0x{code:x} "
+                                rf"encountered at address 0x{address:x}")
         if code != 0xE06D7363:  # it does not walk through the runtime, which has no debug information
             mark = MARKS[crash.arguments.split()[-1]]
-            self.assertRegex(debugger, r"frame #\d+: 0x\w+ crash_probe\.exe`.* at %s:%d" % mark)
+            self.assertRegex(shown, r"frame #\d+: 0x\w+ crash_probe\.exe`.* at %s:%d" % mark)
 
 
 if __name__ == "__main__":
