@@ -47,15 +47,19 @@ void ExpectSample(const std::vector<StackFrame>& frames, const Sample::Point& po
     const std::vector<Row> rows = {{"Place", point.inlinedLine, true},
                                    {"Middle", point.middleLine, false},
                                    {"Sample::Outer", point.outerLine, false}};
+    const bool tellsInlined = frames.front().inlined;
     auto frame = frames.begin();
     for (const Row& row : rows)
     {
-        if (row.inlined && !frames.front().inlined)
+        if (row.inlined && !tellsInlined)
         {
             continue;
         }
         EXPECT_NE(frame->function.find(row.function), std::string::npos) << Describe(frames);
-        EXPECT_EQ(frame->line, row.line) << Describe(frames);
+        if (tellsInlined || row.line != point.middleLine) // else one of the lines around the inlined call
+        {
+            EXPECT_EQ(frame->line, row.line) << Describe(frames);
+        }
         EXPECT_EQ(frame->inlined, row.inlined) << Describe(frames);
         EXPECT_TRUE(frame->sourceFile.ends_with("StackSample.cpp")) << Describe(frames);
         EXPECT_EQ(frame->module, Platform::ExecutablePath());

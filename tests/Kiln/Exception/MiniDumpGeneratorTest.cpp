@@ -100,7 +100,7 @@ TEST_F(MiniDumpGeneratorTest, FolderIsChosenAmongTheProductsAndCreated)
     Support::WriteFile(m_data / "tmp", "");
     const ErrorText said(Support::SaidOnStandardError(createWithTemporaryFolder));
     EXPECT_EQ(said.text, "CreateDirectory failed. Error:  \nSelected dump directory: " +
-                             Utf8(former.parent_path() / "Orbex/CrashDumps") + "\n");
+                             Utf8(former.parent_path() / "Orbex" / "CrashDumps") + "\n");
     EXPECT_TRUE(said.IsFileInPath()) << said.error;
 }
 
@@ -207,8 +207,9 @@ TEST_F(MiniDumpGeneratorTest, ReportsAreAPairAndTheFileHasTheTextOfTheNotificati
         });
     const auto names = NamesIn(m_folder);
     ASSERT_EQ(names.size(), 3U) << testing::PrintToString(names);
-    EXPECT_EQ(Folders::path(names[0]).replace_extension(".txt"), names[1]);
-    EXPECT_EQ(Support::ReadFile(m_folder / names[1]), report);
+    const auto dump = std::find_if(names.begin(), names.end(), [](const auto& name) { return name.ends_with(".dmp"); });
+    ASSERT_NE(dump, names.end()) << testing::PrintToString(names);
+    EXPECT_EQ(Support::ReadFile((m_folder / *dump).replace_extension(".txt")), report);
     EXPECT_NE(report.find("Revision: " + OwnVersion() + " \r\n"), std::string::npos) << report;
     EXPECT_NE(report.find("Faulting module: " + program + "\r\n  "), std::string::npos) << report;
     EXPECT_NE(report.find("StackSample.cpp line " + std::to_string(point->outerLine) + "\r\n"), std::string::npos)

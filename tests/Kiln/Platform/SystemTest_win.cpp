@@ -1,6 +1,7 @@
 #include "Ardo/Kiln/Platform/ComApartment.h"
 #include "Ardo/Kiln/Platform/FileVersion.h"
 #include "Ardo/Kiln/Platform/ModulePath.h"
+#include "Ardo/Kiln/Platform/ProcessEnd.h"
 #include "Ardo/Kiln/Platform/Setting.h"
 #include "Ardo/Kiln/Platform/SharedAppendFile.h"
 #include "Ardo/Kiln/Platform/ThreadName.h"
@@ -11,8 +12,8 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <atomic>
 #include <cstdlib>
+#include <future>
 #include <thread>
 
 #include <windows.h>
@@ -94,6 +95,8 @@ ThreadNameEvent Debug(const std::wstring& arguments, DWORD& status)
         ::ContinueDebugEvent(event.dwProcessId, event.dwThreadId,
                              isException && !isBreakpoint ? DBG_EXCEPTION_NOT_HANDLED : DBG_CONTINUE);
     }
+    EXPECT_EQ(event.dwDebugEventCode, static_cast<DWORD>(EXIT_PROCESS_DEBUG_EVENT)) << "the program hangs";
+    ::TerminateProcess(process.hProcess, 1); // fails for one that has ended
     ::WaitForSingleObject(process.hProcess, INFINITE);
     ::GetExitCodeProcess(process.hProcess, &status);
     ::CloseHandle(process.hThread);
@@ -109,17 +112,16 @@ TEST(SystemTest, ADebuggerIsToldTheNameOfAThread)
     const std::string name = "worker \xC2\xB5";
     if (Support::EnvironmentValue(IsDebugged))
     {
-        std::atomic<DWORD> id = 0;
+        std::promise<DWORD> id;
         std::thread thread(
             [&id]
             {
-                id = ::GetCurrentThreadId();
-                id.notify_one();
+                id.set_value(::GetCurrentThreadId());
                 ::Sleep(INFINITE);
             });
-        id.wait(0);
+        const DWORD threadId = id.get_future().get();
         SetThreadName(thread.native_handle(), name);
-        std::_Exit(static_cast<int>(id & 0x7FFF));
+        EndProcess(static_cast<int>(threadId & 0x7FFF)); // nothing waits for the thread
     }
     const Support::ScopedVariable variable(IsDebugged, "1");
     DWORD status = 0;
@@ -135,9 +137,8 @@ TEST(SystemTest, ApartmentsAreThoseOfTheSystem)
     std::thread(
         []
         {
-            constexpr std::pair Pairs[] = {std::pair{ComApartment::ApartmentThreaded, ComApartment::MultiThreaded},
-                                           std::pair{ComApartment::MultiThreaded, ComApartment::ApartmentThreaded}};
-            for (const auto& [model, other] : Pairs)
+            for (const auto& [model, other] : {std::pair{ComApartment::ApartmentThreaded, ComApartment::MultiThreaded},
+                                               std::pair{ComApartment::MultiThreaded, ComApartment::ApartmentThreaded}})
             {
                 EXPECT_EQ(CurrentComApartment(), ComApartment::None);
                 EXPECT_EQ(EnterComApartment(model), S_OK);

@@ -524,7 +524,8 @@ TEST(CrashProbeTest, TellsHowItIsUsed)
     { return RunShell(Support::Quoted(CRASH_PROBE) + " " + arguments, folder.Path()); };
     EXPECT_EQ(run("--help").status, 0);
     EXPECT_THAT(run("--list").output, HasSubstr("\n  read-null "));
-    for (const char* arguments : {"", "no-such-scenario", "--with nothing abort", "--thread none abort", "abort abort"})
+    for (const char* arguments :
+         {"", "no-such-scenario", "--with nothing abort", "--thread none abort", "abort no-such-scenario"})
     {
         EXPECT_EQ(run(arguments).status, 2) << arguments;
     }
