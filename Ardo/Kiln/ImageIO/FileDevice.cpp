@@ -6,7 +6,7 @@
 namespace Ardo::Kiln::ImageIO
 {
 
-FileDevice::FileDevice(Platform::RandomAccessFile& file) : m_file(file)
+FileDevice::FileDevice(Platform::RandomAccessFile& file, ReadProgress& reading) : m_file(file), m_reading(reading)
 {
     open(QIODevice::ReadOnly);
 }
@@ -25,7 +25,7 @@ bool FileDevice::seek(qint64 position)
 
 qint64 FileDevice::readData(char* bytes, qint64 size)
 {
-    const std::int64_t count = m_file.ReadAt(static_cast<std::uint64_t>(m_position), bytes, size);
+    const std::int64_t count = m_reading.ReadAt(m_file, static_cast<std::uint64_t>(m_position), bytes, size);
     if (count < 0)
     {
         setErrorString(QString::fromStdString(m_file.LastError().message()));

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Ardo/Kiln/ImageIO/ReadProgress_p.h"
 #include "Ardo/Kiln/Platform/RandomAccessFile.h"
 
 #include <QIODevice>
@@ -12,8 +13,8 @@ namespace Ardo::Kiln::ImageIO
 class FileDevice : public QIODevice
 {
 public:
-    /// Opens the device for reading. \p file stays the caller's.
-    explicit FileDevice(Platform::RandomAccessFile& file);
+    /// Opens the device for reading. \p file and \p reading stay the caller's.
+    FileDevice(Platform::RandomAccessFile& file, ReadProgress& reading);
 
     bool isSequential() const override { return false; }
     qint64 size() const override;
@@ -25,6 +26,7 @@ protected:
 
 private:
     Platform::RandomAccessFile& m_file;
+    ReadProgress& m_reading;
     qint64 m_position = 0;
 };
 

@@ -4,6 +4,7 @@
 #include "Ardo/Kiln/ImageIO/FileDevice_p.h"
 #include "Ardo/Kiln/ImageIO/ImageDecoders_p.h"
 #include "Ardo/Kiln/ImageIO/ReadImageException.h"
+#include "Ardo/Kiln/ImageIO/ReadProgress_p.h"
 #include "Ardo/Kiln/ImageIO/TiffFile_p.h"
 #include "Ardo/Kiln/MetadataSerializer/Record.h"
 #include "Ardo/Kiln/Platform/RandomAccessFile.h"
@@ -51,6 +52,26 @@ auto Reading(Function function)
     }
 }
 
+/// Calls \p decode. What the progress function has thrown takes the place of the failure that it has caused.
+template <typename Decode>
+std::unique_ptr<Imaging::const_raw_image> WithProgress(ReadProgress& reading, const ImageFile::Progress& progress,
+                                                       Decode decode)
+{
+    reading.Start(progress);
+    std::unique_ptr<Imaging::const_raw_image> image;
+    try
+    {
+        image = decode();
+    }
+    catch (...)
+    {
+        reading.Finish();
+        throw;
+    }
+    reading.Finish();
+    return image;
+}
+
 bool IsTiff(std::string_view start)
 {
     using namespace std::string_view_literals;
@@ -65,6 +86,7 @@ struct ImageFile::Content
 {
     std::unique_ptr<Platform::RandomAccessFile> file; ///< Of a format that is not TIFF.
     std::unique_ptr<TiffFile> tiff;
+    ImageFile::Progress progress;
     std::vector<std::uint64_t> pages; ///< Where the directories of a TIFF file begin.
 
     /// Makes \p page the current one of a TIFF file.
@@ -116,6 +138,11 @@ ImageFile::~ImageFile() = default;
 ImageFile::ImageFile(ImageFile&&) noexcept = default;
 ImageFile& ImageFile::operator=(ImageFile&&) noexcept = default;
 
+void ImageFile::SetProgress(Progress progress)
+{
+    m_content->progress = std::move(progress);
+}
+
 std::uint32_t ImageFile::PageCount() const noexcept
 {
     return m_content->tiff == nullptr ? 1 : static_cast<std::uint32_t>(m_content->pages.size());
@@ -129,10 +156,12 @@ std::unique_ptr<Imaging::const_raw_image> ImageFile::ReadImage(std::uint32_t pag
             m_content->Select(page);
             if (m_content->tiff != nullptr)
             {
-                return DecodeTiff(*m_content->tiff);
+                return WithProgress(m_content->tiff->Reading(), m_content->progress,
+                                    [&] { return DecodeTiff(*m_content->tiff); });
             }
-            FileDevice device(*m_content->file);
-            return DecodeDevice(device);
+            ReadProgress reading;
+            FileDevice device(*m_content->file, reading);
+            return WithProgress(reading, m_content->progress, [&] { return DecodeDevice(device); });
         });
 }
 

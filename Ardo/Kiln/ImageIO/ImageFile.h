@@ -5,6 +5,7 @@
 #include "Ardo/MetadataLib/Metadata.h"
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -55,6 +56,16 @@ public:
     /// \p other can only be destroyed or assigned to.
     ImageFile(ImageFile&& other) noexcept;
     ImageFile& operator=(ImageFile&& other) noexcept;
+
+    /// Called while an image is read, on the reading thread, about every 4 MiB, with the number of bytes of the file
+    /// that were read so far and the size of the file. A reader may leave out parts of the file, or read them twice;
+    /// the number is never greater than the size. If it returns false, the reading ends with a ReadImageException of
+    /// cause Cancelled; an exception that it throws ends the reading, too. A decoder that has its bytes goes on to the
+    /// end of its work first.
+    using Progress = std::function<bool(std::uint64_t read, std::uint64_t size)>;
+
+    /// Sets the function that later calls of ReadImage() call; empty for none.
+    void SetProgress(Progress progress);
 
     /// The number of images, at least 1.
     [[nodiscard]] std::uint32_t PageCount() const noexcept;

@@ -23,6 +23,7 @@ public:
         NotAnImage,  ///< The file is of no format that is known.
         Damaged,     ///< The file is cut, or contradicts itself.
         Unsupported, ///< The image is whole, but its pixels cannot be converted without loss.
+        Cancelled,   ///< The function of ImageFile::SetProgress ended the reading.
     };
 
     /// \param reason UTF-8, for a person, without the name of the file: "the JPEG file is cut".

@@ -136,7 +136,7 @@ struct TiffFile::Callbacks
         {
             return 0;
         }
-        const std::int64_t count = file.m_file->ReadAt(file.m_position, bytes, size);
+        const std::int64_t count = file.m_reading.ReadAt(*file.m_file, file.m_position, bytes, size);
         if (count > 0)
         {
             file.m_position += static_cast<std::uint64_t>(count);

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Ardo/Kiln/ImageIO/ReadProgress_p.h"
 #include "Ardo/Kiln/ImageIO/TiffDirectory_p.h"
 #include "Ardo/Kiln/Platform/RandomAccessFile.h"
 
@@ -76,6 +77,9 @@ public:
     /// another directory.
     const char* MetadataText() const noexcept;
 
+    /// What is called while the file is read.
+    ReadProgress& Reading() noexcept { return m_reading; }
+
     /// Called every few MiB while a file is written, with the number of bytes handed to the system so far. If it
     /// returns false or throws, this write and all later ones fail.
     using Progress = std::function<bool(std::uint64_t written)>;
@@ -109,6 +113,7 @@ private:
     std::uint64_t m_readBudget; ///< Bytes that libtiff may still read.
     std::string m_error;
     int m_warnings = 0;
+    ReadProgress m_reading;
     Progress m_progress;
     std::exception_ptr m_progressFailure;
     std::uint64_t m_written = 0;

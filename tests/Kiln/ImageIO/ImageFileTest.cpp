@@ -461,4 +461,46 @@ TEST_F(ImageFileTest, LargeFilesAndLargeClaimsCostNoMemory)
     EXPECT_LT(Support::PeakMemory() - before, 100 << 20);
 }
 
+/// One strip, so that libtiff asks for the whole image at once, and a format whose decoder reads through a device.
+TEST_F(ImageFileTest, ReadingTellsItsProgressAndCanBeEnded)
+{
+    constexpr std::uint32_t Side = 4001; // no multiple of the rows of a strip
+    const std::vector<std::uint8_t> pixels(std::size_t{Side} * Side, 7);
+    TiffExporter().WriteUInt8Image(m_name, pixels.data(), Side, Side, nullptr);
+    const std::string tiff = Support::ReadFile(m_path);
+    const std::string pgm = "P5 4001 4001 255\n" + std::string(pixels.begin(), pixels.end());
+    for (const std::string& bytes : {tiff, pgm})
+    {
+        WriteFile(m_path, bytes);
+        ImageFile file(m_name);
+        std::vector<std::uint64_t> steps;
+        const auto count = [&](std::uint64_t read, std::uint64_t size)
+        {
+            EXPECT_EQ(size, bytes.size());
+            steps.push_back(read);
+            return steps.size() < 3;
+        };
+        file.SetProgress(count);
+        try
+        {
+            file.ReadImage();
+            FAIL() << "not ended";
+        }
+        catch (const ReadImageException& failure)
+        {
+            EXPECT_EQ(failure.GetCause(), Cause::Cancelled);
+        }
+        EXPECT_EQ(steps.size(), 3u);
+        EXPECT_TRUE(std::ranges::is_sorted(steps));
+        EXPECT_LE(steps.back(), std::uint64_t{13} << 20);
+
+        file.SetProgress([](std::uint64_t, std::uint64_t) -> bool { throw std::logic_error("no more"); });
+        EXPECT_THROW(file.ReadImage(), std::logic_error);
+        file.SetProgress({});
+        const auto image = file.ReadImage(); // the file is as usable as before
+        EXPECT_EQ(image->Size(), (Imaging::size_2d{Side, Side}));
+        EXPECT_EQ(static_cast<const std::uint8_t*>(image->Row(Side - 1))[Side - 1], 7);
+    }
+}
+
 } // namespace Ardo::Kiln::ImageIO
