@@ -4,13 +4,13 @@
 #include "Ardo/Kiln/Exception/Notification.h"
 #include "Ardo/Kiln/Exception/Warning.h"
 #include "tests/Support/Process.h"
+#include "tests/Support/VirtualDisplay.h"
 
 #include <gmock/gmock.h>
 
 #include <QApplication>
 #include <QClipboard>
 
-#include <cstdio>
 #include <thread>
 
 namespace Ardo::Kiln::Exception
@@ -18,17 +18,6 @@ namespace Ardo::Kiln::Exception
 
 namespace
 {
-
-/// Starts a screen in memory, with a keyboard of its own, that ends with its last client.
-std::string StartDisplay()
-{
-    // It chooses a free number and writes it to the pipe when it is ready.
-    FILE* const pipe = popen("Xvfb -displayfd 3 -terminate -nolisten tcp 3>&1 >/dev/null 2>&1 </dev/null &", "r");
-    int number = -1;
-    EXPECT_EQ(std::fscanf(pipe, "%d", &number), 1) << "Xvfb does not start";
-    pclose(pipe);
-    return ":" + std::to_string(number);
-}
 
 /// Waits for a window of that title, gives it the keyboard and presses the keys, named as xdotool names them.
 void Press(const std::string& title, const std::string& keys)
@@ -47,7 +36,7 @@ void Press(const std::string& title, const std::string& keys)
 /// A window on a real screen, and a person who has nothing but a keyboard.
 TEST(ErrorDialogKeyboardTest, EveryFormIsDoneByKeyboard)
 {
-    qputenv("DISPLAY", StartDisplay().c_str());
+    qputenv("DISPLAY", Support::StartVirtualDisplay().c_str());
     qputenv("QT_QPA_PLATFORM", "xcb");
     qputenv("QT_XCB_GL_INTEGRATION", "none"); // the drivers of OpenGL keep memory until the process ends
     int argc = 1;
