@@ -21,6 +21,7 @@
 
 #include <array>
 #include <iostream>
+#include <string_view>
 
 namespace
 {
@@ -93,6 +94,13 @@ int WriteScreenshot(Viewer::Application& application, const QString& path)
     return 0;
 }
 
+int PrintHelp(const ApplicationOptions& options)
+{
+    std::cout << "usage: viewer [OPTION...] [FILE]\n\nShows and acquires images with their records.\n\n"
+              << options.Help();
+    return 0;
+}
+
 int Run(const ApplicationOptions& options, const std::vector<std::string>& files)
 {
     std::array<QTranslator, 2> translators;
@@ -145,6 +153,10 @@ int Run(const ApplicationOptions& options, const std::vector<std::string>& files
 int main(int argc, char** argv)
 {
     Profiling::MarkStartup("main");
+    if (argc == 2 && argv[1] == std::string_view("--help"))
+    {
+        return PrintHelp(MakeOptions()); // without a screen, too
+    }
     QCoreApplication::setOrganizationName(QStringLiteral("Ardo"));
     QCoreApplication::setApplicationName(QStringLiteral("viewer"));
     QCoreApplication::setApplicationVersion(QString::fromStdString(System::LibraryVersion().ToText()));
@@ -171,9 +183,7 @@ int main(int argc, char** argv)
         }
         if (options.Get<bool>("help"))
         {
-            std::cout << "usage: viewer [OPTION...] [FILE]\n\nShows and acquires images with their records.\n\n"
-                      << options.Help();
-            return 0;
+            return PrintHelp(options);
         }
         return Run(options, files);
     }
