@@ -27,13 +27,13 @@ protected:
     Support::ProcessResult Use(const std::vector<Step>& steps)
     {
         std::string script =
-            Support::Quoted(KILN_VIEWER) + " --settings viewer.ini --log-folder log --language en & pid=$!\n";
+            Support::Quoted(KILN_VIEWER) + " --settings viewer.ini --log-folder log --language en & export pid=$!\n";
         for (const Step& step : steps)
         {
             // No window manager gives a window the keyboard.
             script += "timeout 120 sh -c " +
                       Support::Quoted("until xdotool search --onlyvisible --name '" + step.window +
-                                      "' windowfocus --sync; do :; done 2>/dev/null") +
+                                      "' windowfocus --sync; do kill -0 $pid || exit; done 2>/dev/null") +
                       " || { kill $pid; echo no window " + Support::Quoted(step.window) + "; }\n" +
                       "xdotool key --delay 60 " + step.keys + "\n";
         }
