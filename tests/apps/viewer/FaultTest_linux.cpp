@@ -13,6 +13,8 @@ namespace Ardo::Kiln
 namespace
 {
 
+constexpr const char* Window = "^Viewer$";
+
 /// Runs the viewer on a screen in memory and lets a person press keys. Each step names the window that gets the
 /// keyboard, as a regular expression, and the keys, as xdotool names them.
 class ViewerFaultTest : public ::testing::Test
@@ -36,6 +38,14 @@ protected:
                                       "' windowfocus --sync; do kill -0 $pid || exit; done 2>/dev/null") +
                       " || { kill $pid; echo no window " + Support::Quoted(step.window) + "; }\n" +
                       "xdotool key --delay 60 " + step.keys + "\n";
+            if (step.window != Window)
+            {
+                // Until a dialog is gone the main window takes no keys.
+                script += "timeout 120 sh -c " +
+                          Support::Quoted("while xdotool search --onlyvisible --name '" + step.window +
+                                          "'; do :; done >/dev/null 2>&1") +
+                          "\n";
+            }
         }
         script += "timeout 120 tail --pid=$pid -f /dev/null || kill -9 $pid\nwait $pid\n";
         const std::string variables =
@@ -62,8 +72,6 @@ protected:
     const std::string m_display = Support::StartVirtualDisplay();
     Support::ScopedTempDir m_folder;
 };
-
-constexpr const char* Window = "^Viewer$";
 
 } // namespace
 
