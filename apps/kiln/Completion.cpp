@@ -142,7 +142,7 @@ complete -o filenames -F _kiln kiln
 namespace
 {
 
-/// \p text as a description in a specification of _arguments, where brackets and colons are part of the syntax.
+/// \p text as a description in an argument of _arguments, where brackets and colons are part of the syntax.
 std::string ZshText(std::string_view text)
 {
     std::string escaped;
@@ -169,9 +169,9 @@ std::string ZshArguments(const CLI::App& app)
         for (const std::string& name : NamesOf({option}))
         {
             const ArgumentValue value = ValueOf(*option);
-            std::string specification = name + "[" + ZshText(option->get_description()) + "]";
-            specification += value.isTaken ? ":value:" + ZshValues(value) : "";
-            text += " \\\n            " + Quoted(specification, "'\\''");
+            std::string argument = name + "[" + ZshText(option->get_description()) + "]";
+            argument += value.isTaken ? ":value:" + ZshValues(value) : "";
+            text += " \\\n            " + Quoted(argument, "'\\''");
         }
     }
     return text;

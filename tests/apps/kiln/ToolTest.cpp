@@ -594,7 +594,7 @@ TEST_F(ToolTest, PicturesAreScaledColouredAndLabelled)
         Must("kiln import shown.png shown.tif");
         EXPECT_THAT(Must("kiln info shown.tif"), Support::ContainsPattern("167 x [23][0-9][0-9] px, RGB"));
     }
-    Must("kiln histogram half.tif counts.csv --parts 2 --separator ';'");
+    Must("kiln histogram half.tif counts.csv --parts=2 --separator ';'");
     std::istringstream counts(ReadFile(m_folder / "counts.csv"));
     std::string header;
     double values[4]{};
