@@ -9,7 +9,6 @@
 #include "Ardo/Kiln/Types/Guid.h"
 #include "Ardo/MetadataLib/Metadata.h"
 
-#include <algorithm>
 #include <chrono>
 #include <exception>
 #include <iostream>
@@ -32,9 +31,7 @@ struct Image
 
 Uuid NewUuid()
 {
-    Uuid uuid;
-    std::ranges::copy(Ardo::Kiln::Types::Guid::Generate().ConvertToBoostUuid(), uuid.bytes.begin());
-    return uuid;
+    return {Ardo::Kiln::Types::Guid::Generate().Bytes()};
 }
 
 TimePoint Now()

@@ -8,7 +8,6 @@
 #include <QString>
 #include <QSysInfo>
 
-#include <algorithm>
 #include <chrono>
 
 namespace Ardo::Kiln::Viewer
@@ -21,13 +20,6 @@ using MetadataLib::Metadata;
 
 constexpr double FieldOfView = 58.85e-6; // m, of the micrograph's width
 
-MetadataLib::Uuid NewUuid()
-{
-    MetadataLib::Uuid uuid;
-    std::ranges::copy(Types::Guid::Generate().ConvertToBoostUuid(), uuid.bytes.begin());
-    return uuid;
-}
-
 /// Documents contain milliseconds.
 MetadataLib::TimePoint Milliseconds(MetadataLib::TimePoint time)
 {
@@ -36,7 +28,7 @@ MetadataLib::TimePoint Milliseconds(MetadataLib::TimePoint time)
 
 void DescribeInstrument(Metadata& metadata)
 {
-    metadata.Core.Guid = NewUuid();
+    metadata.Core.Guid = {Types::Guid::Generate().Bytes()};
     metadata.Core.ApplicationSoftware = "Viewer";
     metadata.Core.ApplicationSoftwareVersion = System::LibraryVersion().ToText();
     metadata.Core.ApplicationComputerName = QSysInfo::machineHostName().toStdString();
@@ -45,7 +37,7 @@ void DescribeInstrument(Metadata& metadata)
     metadata.Instrument.InstrumentID = "Simulation";
     metadata.Instrument.InstrumentModel = "Orbex 200";
     metadata.Instrument.ComputerName = QSysInfo::machineHostName().toStdString();
-    metadata.Acquisition.AcquisitionID = NewUuid();
+    metadata.Acquisition.AcquisitionID = {Types::Guid::Generate().Bytes()};
     metadata.Acquisition.BeamType = "Electron";
     metadata.Acquisition.ColumnType = "TEM";
     metadata.Acquisition.SourceType = "FieldEmission";
