@@ -3,6 +3,7 @@
 #include "Ardo/Kiln/ImageIO/TiffExporter.h"
 #include "tests/apps/kiln/ToolTest.h"
 #include "tests/Support/LibraryCopy_posix.h"
+#include "tests/Support/TraceCheck.h"
 
 #include <string>
 #include <vector>
@@ -67,17 +68,16 @@ TEST_F(ToolLinuxTest, TheLogFolderComesFromTheCommandLineTheEnvironmentOrTheSett
 
 TEST_F(ToolLinuxTest, TheProfileOfACommandIsATraceAndATable)
 {
-    const std::string check = Quoted("/usr/bin/python3") + " " + Quoted(KILN_CHECK_TRACE) + " trace.json";
     const ProcessResult import = Run("kiln --profile trace.json import " + Cell + " cell.tif");
     EXPECT_EQ(import.status, 0);
     EXPECT_EQ(import.output, "");
     EXPECT_THAT(import.error,
                 testing::ContainsRegex("stage +count +total.*\nimport +1 .*\n  read image +1 .* [kMG]?B/s\n"));
-    const std::string events = Must(check);
+    const std::string events = Support::CheckedTraceEvents(ReadFile(m_folder / "trace.json"));
     for (const std::string event :
-         {"M process_name {\"name\": \"kiln\"}\n", "i main {}\ni command {}\n", "X import {}\n", "X make record {}\n",
-          "X measure pixels {}\n", "M thread_name {\"name\": \"Export\"}\n",
-          "X write image {\"bytes\": 363000, \"items\": 0}\nX replace file {}\n", "dropped 0\n"})
+         {"M process_name {\"name\":\"kiln\"}\n", "i main {}\ni command {}\n", "X import {}\n", "X make record {}\n",
+          "X measure pixels {}\n", "M thread_name {\"name\":\"Export\"}\n",
+          "X write image {\"bytes\":363000,\"items\":0}\nX replace file {}\n", "dropped 0\n"})
     {
         EXPECT_THAT(events, HasSubstr(event));
     }
@@ -86,7 +86,7 @@ TEST_F(ToolLinuxTest, TheProfileOfACommandIsATraceAndATable)
     const ProcessResult failed = Run("kiln info missing.tif --profile trace.json");
     EXPECT_EQ(failed.status, 1);
     EXPECT_THAT(failed.error, HasSubstr("kiln: missing.tif: No such file or directory"));
-    EXPECT_THAT(Must(check), HasSubstr("X info {}\n"));
+    EXPECT_THAT(Support::CheckedTraceEvents(ReadFile(m_folder / "trace.json")), HasSubstr("X info {}\n"));
 
     // Nothing is done when the trace cannot be written.
     const ProcessResult refused = Run("kiln import " + Cell + " other.tif --profile nowhere/trace.json");
