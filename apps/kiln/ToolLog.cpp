@@ -24,7 +24,7 @@ namespace
 
 constexpr std::uint64_t MaxLogSize = 1 << 20;
 
-thread_local std::string g_warningSubject; ///< With ": " behind it; empty without one.
+constinit thread_local const std::string* g_warningSubject = nullptr; ///< Of the present WarningSubject.
 
 class ErrorStreamBackend : public boost::log::sinks::basic_sink_backend<boost::log::sinks::synchronized_feeding>
 {
@@ -33,7 +33,8 @@ public:
     void consume(const boost::log::record_view& record) // NOLINT(readability-identifier-naming)
     {
         const std::string text = boost::log::extract_or_default<std::string>("Message", record, std::string());
-        std::cerr << "kiln: warning: " + Printable(g_warningSubject + text) + "\n";
+        std::cerr << "kiln: warning: " +
+                         Printable((g_warningSubject != nullptr ? *g_warningSubject : std::string()) + text) + "\n";
     }
 };
 
@@ -75,14 +76,14 @@ ToolLog::~ToolLog()
     boost::log::core::get()->remove_sink(m_implementation->sink);
 }
 
-WarningSubject::WarningSubject(const std::string& name)
+WarningSubject::WarningSubject(const std::string& name) : m_text(name + ": ")
 {
-    g_warningSubject = name + ": ";
+    g_warningSubject = &m_text;
 }
 
 WarningSubject::~WarningSubject()
 {
-    g_warningSubject.clear();
+    g_warningSubject = nullptr;
 }
 
 void LogInfo(const std::string& text)

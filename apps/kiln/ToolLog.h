@@ -33,6 +33,9 @@ public:
     ~WarningSubject();
     WarningSubject(const WarningSubject&) = delete;
     WarningSubject& operator=(const WarningSubject&) = delete;
+
+private:
+    std::string m_text; ///< With ": " behind the name.
 };
 
 /// Logs at level info. \p text is UTF-8.

@@ -12,6 +12,8 @@
 
 #include <algorithm>
 #include <iterator>
+#include <memory>
+#include <mutex>
 #include <string>
 #include <vector>
 
@@ -33,6 +35,39 @@ bool IsForSchema(const Faults& readerFaults)
     return std::none_of(readerFaults.begin(), readerFaults.end(),
                         [](const DocumentFault& fault) { return fault.place.empty(); });
 }
+
+/// Validators for any number of threads. They are kept: reading the schema takes longer than validating a record.
+/// They are not thread_local: where the compiler emulates that, an object's memory is freed before its destructor runs.
+class SchemaValidators
+{
+public:
+    Faults Validate(const std::string& text)
+    {
+        std::unique_ptr<SchemaValidator> validator = Take();
+        Faults faults = validator->Validate(text);
+        const std::lock_guard lock(m_mutex);
+        m_free.push_back(std::move(validator));
+        return faults;
+    }
+
+private:
+    std::unique_ptr<SchemaValidator> Take()
+    {
+        {
+            const std::lock_guard lock(m_mutex);
+            if (!m_free.empty())
+            {
+                auto validator = std::move(m_free.back());
+                m_free.pop_back();
+                return validator;
+            }
+        }
+        return std::make_unique<SchemaValidator>();
+    }
+
+    std::mutex m_mutex;
+    std::vector<std::unique_ptr<SchemaValidator>> m_free;
+};
 
 /// The path of a fault of the schema without the numbers of siblings: "/Metadata/Detectors/Ceta" for ".../Ceta[2]".
 std::string WithoutNumbers(const std::string& path)
@@ -68,8 +103,8 @@ Faults FaultsOf(const RecordDocument& document)
     {
         return readerFaults;
     }
-    thread_local SchemaValidator g_validator; // reading the schema takes longer than validating a record
-    Faults faults = g_validator.Validate(document.text);
+    static SchemaValidators g_validators;
+    Faults faults = g_validators.Validate(document.text);
     if (faults.size() == SchemaValidator::MaxFaults)
     {
         return faults;
