@@ -118,7 +118,7 @@ TEST_F(LogFileTest, WhatCannotBeRotatedGrowsAndLosesNothing)
         holder = std::jthread(
             [&]
             {
-                EXPECT_TRUE(!stopped.Open(m_path) && stopped.Lock(std::chrono::milliseconds(0)));
+                EXPECT_TRUE(!stopped.Open(m_path) && stopped.Lock(std::chrono::seconds(10)));
                 isLocked.set_value();
                 mayGo.get_future().wait();
                 stopped.Unlock();

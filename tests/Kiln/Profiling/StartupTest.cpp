@@ -2,6 +2,7 @@
 
 #include "tests/Kiln/Profiling/TraceCheck.h"
 #include "tests/Support/LogCollector.h"
+#include "tests/Support/Pattern.h"
 
 #include <gmock/gmock.h>
 
@@ -35,7 +36,7 @@ TEST(StartupTest, MarksCountFromTheStartOfTheProcessAndAreLogged)
 
     LogStartup();
     ASSERT_EQ(log.Messages().size(), 100);
-    EXPECT_THAT(log.Messages()[1], ::testing::MatchesRegex("Start-up: detector .* after .* [mn]?.*s \\(\\+.*s\\)"));
+    EXPECT_THAT(log.Messages()[1], Support::MatchesPattern("Start-up: detector .* after .* [mn]?.*s \\(\\+.*s\\)"));
     EXPECT_EQ(log.Records()[0].severity, Logger::info);
     EXPECT_THAT(CheckedTrace(), ::testing::HasSubstr("i main {}\ni detector \u00B5 {}\ni again and again {}\n"));
 }
