@@ -267,6 +267,11 @@ void AddCommands(CLI::App& app, CommonOptions& common,
         [](CLI::App& command, BatchOptions& options)
         { AddFiles(command, options, "TIFF, XML or JSON files, or folders with TIFF files"); },
         Validate);
+    commands.Add<BatchOptions>(
+        "report", "Print what happened in a crash, from its report and its minidump",
+        [](CLI::App& command, BatchOptions& options)
+        { AddFiles(command, options, "Reports (.txt) and minidumps (.dmp), or folders with them"); },
+        Report);
     commands.Add<CompareOptions>("compare", "Compare the pixels and the records of two files", DeclareCompare, Compare);
     commands.Add<SystemOptions>(
         "system", "Describe the machine, or print the version of a Windows program or library",

@@ -69,6 +69,10 @@ bool Set(const SetOptions& options);
 /// \returns whether all are valid.
 bool Validate(const BatchOptions& options);
 
+/// Prints what crash reports and minidumps tell. A report and a minidump that lie side by side are read together.
+/// \returns whether all have been read.
+bool Report(const BatchOptions& options);
+
 /// The arguments of `kiln compare`. All texts are UTF-8.
 struct CompareOptions
 {

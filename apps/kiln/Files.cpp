@@ -8,6 +8,8 @@
 #include <algorithm>
 #include <array>
 #include <map>
+#include <set>
+#include <span>
 #include <string_view>
 #include <system_error>
 
@@ -21,12 +23,20 @@ namespace
 
 bool IsTaken(const fs::path& file, FilesOfFolder kind)
 {
-    constexpr std::array Extensions = {".tif", ".tiff", ".png", ".jpg", ".jpeg", ".bmp", ".gif", ".pgm", ".ppm"};
+    constexpr std::array<std::string_view, 11> Extensions = {".dmp",  ".txt", ".tif", ".tiff", ".png", ".jpg",
+                                                             ".jpeg", ".bmp", ".gif", ".pgm",  ".ppm"};
     std::string extension = FileSystem::ToDisplayText(file.extension());
     std::ranges::transform(extension, extension.begin(),
                            [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; });
-    const auto end = Extensions.begin() + (kind == FilesOfFolder::Tiff ? 2 : Extensions.size());
-    return std::find(Extensions.begin(), end, std::string_view(extension)) != end;
+    const std::span taken = kind == FilesOfFolder::Reports ? std::span(Extensions).first(2)
+                            : kind == FilesOfFolder::Tiff  ? std::span(Extensions).subspan(2, 2)
+                                                           : std::span(Extensions).subspan(2);
+    return std::ranges::find(taken, extension) != taken.end();
+}
+
+const char* Named(FilesOfFolder kind)
+{
+    return kind == FilesOfFolder::Tiff ? "TIFF files" : kind == FilesOfFolder::Images ? "images" : "crash reports";
 }
 
 /// Appends the files of \p folder and, if asked for, of those below it.
@@ -87,10 +97,21 @@ std::vector<FoundFile> FindFiles(const std::vector<std::string>& arguments, bool
         Search(path, path, isRecursive, kind, found);
         if (found.size() == before)
         {
-            found.push_back({argument, {}, {}, kind == FilesOfFolder::Tiff ? "has no TIFF files" : "has no images"});
+            found.push_back({argument, {}, {}, std::string("has no ") + Named(kind)});
         }
     }
     return found;
+}
+
+void DropSecondOfPairs(std::vector<FoundFile>& files)
+{
+    std::set<fs::path> seen;
+    std::erase_if(files,
+                  [&seen](const FoundFile& file)
+                  {
+                      return file.problem.empty() && IsTaken(ToPath(file.name), FilesOfFolder::Reports) &&
+                             !seen.insert(ToPath(file.name).replace_extension()).second;
+                  });
 }
 
 void PlanOutputs(std::vector<FoundFile>& files, const std::string& folder, const std::string& extension)

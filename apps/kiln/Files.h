@@ -10,8 +10,9 @@ namespace Ardo::Kiln::Tool
 /// Which files of a folder a command takes.
 enum class FilesOfFolder
 {
-    Tiff,   ///< .tif and .tiff
-    Images, ///< TIFF and the other formats that can be read.
+    Tiff,    ///< .tif and .tiff
+    Images,  ///< TIFF and the other formats that can be read.
+    Reports, ///< .dmp and .txt: what crashes leave behind.
 };
 
 /// A file that a command works on.
@@ -28,6 +29,9 @@ struct FoundFile
 /// \param arguments   UTF-8; also "-" for standard input.
 /// \param isRecursive whether the folders below a folder are searched, too.
 std::vector<FoundFile> FindFiles(const std::vector<std::string>& arguments, bool isRecursive, FilesOfFolder kind);
+
+/// Leaves one of each pair of report and minidump, the first one.
+void DropSecondOfPairs(std::vector<FoundFile>& files);
 
 /// Sets the output of each file: its relative path with another extension, below \p folder. Of two files with the same
 /// output the second one gets a problem.

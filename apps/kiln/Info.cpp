@@ -1,4 +1,5 @@
 #include "apps/kiln/Commands.h"
+#include "apps/kiln/FactText.h"
 #include "apps/kiln/Failure.h"
 #include "apps/kiln/Json.h"
 #include "apps/kiln/QuantityText.h"
@@ -28,40 +29,6 @@ using MetadataLib::Metadata;
 using namespace Formatting; // the functions of quantities
 
 constexpr double NotGiven = std::numeric_limits<double>::quiet_NaN();
-
-/// The lines of the report: a column of titles and a column of texts. A title is printed once for its lines.
-class Report
-{
-public:
-    void Section(const char* title) { m_title = title; }
-
-    void Line(const std::string& text)
-    {
-        std::string title = std::exchange(m_title, "");
-        title.resize(16, ' ');
-        m_text += title + Printable(text) + "\n";
-    }
-
-    /// Parts that are not empty, with commas between.
-    void Line(std::initializer_list<std::string> parts)
-    {
-        std::string line;
-        for (const std::string& part : parts)
-        {
-            line += (line.empty() || part.empty() ? "" : ", ") + part;
-        }
-        if (!line.empty())
-        {
-            Line(line);
-        }
-    }
-
-    const std::string& Text() const { return m_text; }
-
-private:
-    std::string m_title;
-    std::string m_text;
-};
 
 std::string Text(const std::optional<std::string>& text)
 {
@@ -126,7 +93,7 @@ std::string KindText(const ImageIO::TiffReader& reader)
     }
 }
 
-void DescribeImage(Report& report, const ImageIO::TiffReader& reader, std::uint32_t pageCount)
+void DescribeImage(FactText& report, const ImageIO::TiffReader& reader, std::uint32_t pageCount)
 {
     report.Section("Image");
     report.Line(Text(FormatImageSize(reader.GetImageWidth(), reader.GetImageHeight())) + ", " + KindText(reader));
@@ -140,7 +107,7 @@ void DescribeImage(Report& report, const ImageIO::TiffReader& reader, std::uint3
     }
 }
 
-void DescribePixels(Report& report, const ImageIO::TiffReader& reader, const Metadata& metadata)
+void DescribePixels(FactText& report, const ImageIO::TiffReader& reader, const Metadata& metadata)
 {
     const auto& result = metadata.BinaryResult;
     report.Section("Pixel size");
@@ -168,7 +135,7 @@ void DescribePixels(Report& report, const ImageIO::TiffReader& reader, const Met
     }
 }
 
-void DescribeOrigin(Report& report, const Metadata& metadata)
+void DescribeOrigin(FactText& report, const Metadata& metadata)
 {
     report.Section("Acquired");
     report.Line({Time::ToUtcTimeISOString(metadata.Acquisition.AcquisitionDatetime),
@@ -176,7 +143,8 @@ void DescribeOrigin(Report& report, const Metadata& metadata)
     report.Section("Comment");
     report.Line({Text(metadata.Core.Comment)});
     report.Section("Software");
-    report.Line({Text(metadata.Core.ApplicationSoftware) + " " + Text(metadata.Core.ApplicationSoftwareVersion),
+    const std::string software = Text(metadata.Core.ApplicationSoftware);
+    report.Line({software.empty() ? "-" : software + Named("", Text(metadata.Core.ApplicationSoftwareVersion)),
                  Named("on", Text(metadata.Core.ApplicationComputerName))});
     report.Section("Instrument");
     report.Line({metadata.Instrument.Manufacturer, Text(metadata.Instrument.InstrumentModel),
@@ -186,7 +154,7 @@ void DescribeOrigin(Report& report, const Metadata& metadata)
                  Named("region", Text(metadata.Sample.RegionOfInterestID))});
 }
 
-void DescribeColumn(Report& report, const Metadata& metadata)
+void DescribeColumn(FactText& report, const Metadata& metadata)
 {
     const auto& optics = metadata.Optics;
     const char* mode = optics.OperatingMode == MetadataLib::OpticsOperatingMode::TEM    ? "TEM"
@@ -230,7 +198,7 @@ void DescribeColumn(Report& report, const Metadata& metadata)
     }
 }
 
-void DescribeStageAndScan(Report& report, const Metadata& metadata)
+void DescribeStageAndScan(FactText& report, const Metadata& metadata)
 {
     const auto& stage = metadata.StageSettings;
     const auto& position = stage.StagePosition;
@@ -251,7 +219,7 @@ void DescribeStageAndScan(Report& report, const Metadata& metadata)
     }
 }
 
-void DescribeDetectors(Report& report, const Metadata& metadata)
+void DescribeDetectors(FactText& report, const Metadata& metadata)
 {
     report.Section("Detectors");
     for (const auto& detector : metadata.Detectors)
@@ -277,7 +245,7 @@ void DescribeDetectors(Report& report, const Metadata& metadata)
     }
 }
 
-void DescribeRecord(Report& report, const ImageIO::TiffReader& reader, const Metadata& metadata)
+void DescribeRecord(FactText& report, const ImageIO::TiffReader& reader, const Metadata& metadata)
 {
     DescribePixels(report, reader, metadata);
     DescribeOrigin(report, metadata);
@@ -396,7 +364,7 @@ FileReport Info(const std::string& file, const InfoOptions& options)
         result.output = JsonText(FactsOf(file, reader, pixels.pageCount, record, damages));
         return result;
     }
-    Report report;
+    FactText report;
     DescribeImage(report, reader, pixels.pageCount);
     if (record)
     {

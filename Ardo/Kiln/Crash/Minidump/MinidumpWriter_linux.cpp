@@ -4,7 +4,7 @@
 #include "Ardo/Kiln/Crash/FaultCode.h"
 #include "Ardo/Kiln/Crash/Minidump/DumpFile_linux.h"
 #include "Ardo/Kiln/Crash/Minidump/DumpMemory_linux.h"
-#include "Ardo/Kiln/Crash/Minidump/MinidumpFormat_linux.h"
+#include "Ardo/Kiln/Crash/Minidump/MinidumpFormat.h"
 #include "Ardo/Kiln/Crash/Process/ProcessImage_linux.h"
 #include "Ardo/Kiln/Platform/FileSizeSignal_posix.h"
 #include "Ardo/Kiln/Platform/MinidumpType.h"

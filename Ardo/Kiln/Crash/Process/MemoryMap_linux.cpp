@@ -15,10 +15,14 @@ std::vector<MappedRange> ReadMemoryMap(std::uint32_t processId)
     {
         return {};
     }
+    return ParseMemoryMap({text.begin(), text.Size()});
+}
+
+std::vector<MappedRange> ParseMemoryMap(std::string_view list)
+{
     std::vector<MappedRange> map;
     std::string_view file; // of the last mapping that has one
     std::uint64_t fileBase = 0;
-    std::string_view list(text.begin(), text.Size());
     for (Platform::MapsLine line; TakeMapsLine(list, line);)
     {
         if (!line.name.empty() && (line.name != file || line.offset == 0))
@@ -26,8 +30,11 @@ std::vector<MappedRange> ReadMemoryMap(std::uint32_t processId)
             file = line.name;
             fileBase = line.start;
         }
-        map.push_back(
-            {line.start, line.end, line.executable, std::string(line.name), line.name.empty() ? 0 : fileBase});
+        if (line.start < line.end)
+        {
+            map.push_back(
+                {line.start, line.end, line.executable, std::string(line.name), line.name.empty() ? 0 : fileBase});
+        }
     }
     return map;
 }

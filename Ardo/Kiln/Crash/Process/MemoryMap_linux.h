@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace Ardo::Kiln::Crash
@@ -20,6 +21,10 @@ struct MappedRange
 /// All mappings, in the order of their addresses. Empty if the process cannot be read.
 /// \throws std::bad_alloc only.
 std::vector<MappedRange> ReadMemoryMap(std::uint32_t processId);
+
+/// The mappings in a text like that of /proc/PID/maps.
+/// \throws std::bad_alloc only.
+std::vector<MappedRange> ParseMemoryMap(std::string_view list);
 
 /// The mapping with \p address, or null.
 const MappedRange* RangeOf(const std::vector<MappedRange>& map, std::uint64_t address) noexcept;

@@ -5,6 +5,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <span>
@@ -41,6 +42,28 @@ struct LoadedModule
     std::uint64_t base = 0; ///< Where it begins in memory.
 };
 
+/// A program or library of a process of which only a minidump is left.
+struct RecordedModule
+{
+    std::string file;       ///< UTF-8, with its folder, on the machine of the process.
+    std::uint64_t base = 0; ///< Where it began in memory.
+    std::uint64_t size = 0; ///< In bytes.
+    std::string buildId;    ///< The bytes of its build id; empty without one.
+    bool isFound = false;   ///< Its file is on this machine. Set by ProcessSymbols.
+};
+
+/// What a minidump holds of a process for walks of its stacks.
+struct RecordedProcess
+{
+    /// Copies memory of the process. False where the minidump does not hold all of it.
+    using ReadMemory = std::function<bool(std::uint64_t address, void* bytes, std::size_t size)>;
+
+    std::vector<RecordedModule> modules;
+    std::string maps;   ///< The kernel's list of mappings; empty where there is none.
+    std::string folder; ///< UTF-8, where the files of modules are looked for that are not in their old place.
+    ReadMemory read;    ///< Not empty.
+};
+
 /// The module that holds \p address in the process \p processId; empty outside every module.
 /// Takes no lock but the allocator's. Any thread may call it.
 /// \throws std::bad_alloc only.
@@ -58,6 +81,12 @@ class KILN_EXPORT_FOR_TESTS ProcessSymbols
 public:
     /// \param processId the system's number of the process. One that cannot be read has stacks without frames.
     explicit ProcessSymbols(std::uint32_t processId);
+    /// Stacks of a process of which only a minidump is left.
+    ///
+    /// On Linux a module has names if its file is in its place or in the folder of \p process, with the same build id.
+    /// Anything but a regular file is left alone. On Windows no file is read, and stacks have one frame.
+    /// \param process marks the modules that are found. It must outlive this object.
+    explicit ProcessSymbols(RecordedProcess& process);
     ~ProcessSymbols();
     ProcessSymbols(const ProcessSymbols&) = delete;
     ProcessSymbols& operator=(const ProcessSymbols&) = delete;
@@ -72,6 +101,11 @@ public:
     /// \param outermost how many of the other frames at most, the outermost. In an endless recursion they show how it
     ///        began. A stack whose end is not found within a second, or 200000 calls, has none.
     StackEnds Walk(std::uint32_t threadId, const CONTEXT& context, std::size_t innermost, std::size_t outermost = 0);
+
+    /// The stack of a thread in a minidump, its innermost calls.
+    /// \param context the bytes of a CONTEXT.
+    /// \returns nothing if they are too few.
+    std::vector<StackFrame> Walk(std::span<const std::byte> context, std::size_t innermost);
 
     /// The calls that return to \p returnAddresses, in the same order, with the inlined ones between them.
     std::vector<StackFrame> Describe(std::span<const std::uint64_t> returnAddresses);

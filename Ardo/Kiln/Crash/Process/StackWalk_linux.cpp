@@ -14,6 +14,8 @@
 #include <elfutils/libdwelf.h>
 #include <elfutils/libdwfl.h>
 #include <fcntl.h>
+#include <iterator>
+#include <sys/stat.h>
 #include <utility>
 
 namespace Ardo::Kiln::Crash
@@ -112,18 +114,82 @@ std::optional<LoadedModule> ModuleOf(std::uint32_t processId, std::uint64_t addr
     return LoadedModule{range->file, range->fileBase};
 }
 
+namespace
+{
+
+/// Opens a regular file; a device or a pipe of that name is not touched.
+Platform::ScopedDescriptor OpenRegular(const std::string& path) noexcept
+{
+    Platform::ScopedDescriptor descriptor(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
+    struct stat status = {};
+    const bool isRegular = descriptor && ::fstat(descriptor.Get(), &status) == 0 && S_ISREG(status.st_mode);
+    return isRegular ? std::move(descriptor) : Platform::ScopedDescriptor();
+}
+
+/// Tells the session where the file of a module is, if it is on this machine and the right one.
+bool ReportRecorded(Dwfl* session, const RecordedModule& module, const std::string& folder)
+{
+    const std::string name = module.file.substr(module.file.find_last_of("/\\") + 1);
+    for (const std::string& path : {module.file, folder + "/" + name})
+    {
+        auto descriptor = path.starts_with('/') && !name.empty() ? OpenRegular(path) : Platform::ScopedDescriptor();
+        Elf* const elf = descriptor ? ::elf_begin(descriptor.Get(), ELF_C_READ_MMAP, nullptr) : nullptr;
+        const bool matches = elf != nullptr && ::elf_kind(elf) == ELF_K_ELF && BuildId(elf) == module.buildId;
+        ::elf_end(elf);
+        if (matches &&
+            ::dwfl_report_elf(session, name.c_str(), path.c_str(), descriptor.Get(), module.base, false) != nullptr)
+        {
+            descriptor.Release();
+            return true;
+        }
+    }
+    return false;
+}
+
+/// The memory map of a recorded process; without the kernel's list, one in which all of a module is code.
+std::vector<MappedRange> MapOf(const RecordedProcess& process)
+{
+    std::vector<MappedRange> map = ParseMemoryMap(process.maps);
+    for (const RecordedModule& module : process.modules)
+    {
+        if (process.maps.empty())
+        {
+            map.push_back({module.base, module.base + module.size, true, module.file, module.base});
+        }
+    }
+    std::ranges::sort(map, {}, &MappedRange::begin);
+    return map;
+}
+
+} // namespace
+
 struct ProcessSymbols::Implementation
 {
-    explicit Implementation(std::uint32_t process) : m_process(process), m_map(ReadMemoryMap(process))
+    explicit Implementation(std::uint32_t process)
+        : m_read(
+              [process](std::uint64_t address, void* bytes, std::size_t size) {
+                  return Platform::ReadProcessMemory(static_cast<std::int32_t>(process), address, bytes, size) == size;
+              }),
+          m_map(ReadMemoryMap(process))
     {
-        m_session.reset(::dwfl_begin(&g_callbacks));
-        if (m_session && (::dwfl_linux_proc_report(m_session.get(), static_cast<pid_t>(process)) != 0 ||
-                          ::dwfl_report_end(m_session.get(), nullptr, nullptr) != 0))
-        {
-            m_session.reset();
-        }
-        m_canWalk = m_session && ::dwfl_attach_state(m_session.get(), nullptr, static_cast<pid_t>(process),
-                                                     &g_threadCallbacks, this);
+        Begin(static_cast<pid_t>(process),
+              [process](Dwfl* session) { return ::dwfl_linux_proc_report(session, static_cast<pid_t>(process)) == 0; });
+    }
+
+    explicit Implementation(RecordedProcess& process)
+        : m_read(process.read), m_map(MapOf(process)), m_recorded(&process.modules)
+    {
+        std::ranges::sort(process.modules, {}, &RecordedModule::base);
+        Begin(1,
+              [&process](Dwfl* session)
+              {
+                  ::dwfl_report_begin(session);
+                  for (RecordedModule& module : process.modules)
+                  {
+                      module.isFound = ReportRecorded(session, module, process.folder);
+                  }
+                  return true;
+              });
     }
 
     StackEnds Walk(std::uint32_t threadId, const CONTEXT& context, std::size_t innermost, std::size_t outermost)
@@ -181,6 +247,19 @@ struct ProcessSymbols::Implementation
     }
 
 private:
+    /// \param process stands for it in the session; no thread of it is asked for anything.
+    /// \param report  tells the session the modules.
+    template <typename Report>
+    void Begin(pid_t process, Report report)
+    {
+        m_session.reset(::dwfl_begin(&g_callbacks));
+        if (m_session && (!report(m_session.get()) || ::dwfl_report_end(m_session.get(), nullptr, nullptr) != 0))
+        {
+            m_session.reset();
+        }
+        m_canWalk = m_session && ::dwfl_attach_state(m_session.get(), nullptr, process, &g_threadCallbacks, this);
+    }
+
     /// One call of a walk.
     struct Call
     {
@@ -236,10 +315,10 @@ private:
         const auto address = call.address;
         StackFrame frame;
         frame.address = address;
-        if (const auto* const range = RangeOf(m_map, address); range != nullptr && IsModule(*range))
+        if (const auto loaded = ModuleAt(address); loaded)
         {
-            frame.module = range->file;
-            frame.moduleBase = range->fileBase;
+            frame.module = loaded->file;
+            frame.moduleBase = loaded->base;
         }
         const auto pc = call.returns && address != 0 ? address - 1 : address;
         auto* const module = m_session ? ::dwfl_addrmodule(m_session.get(), pc) : nullptr;
@@ -273,6 +352,21 @@ private:
             frame.function = boost::core::demangle(name);
         }
         frames.push_back(std::move(frame));
+    }
+
+    std::optional<LoadedModule> ModuleAt(std::uint64_t address) const
+    {
+        if (m_recorded != nullptr)
+        {
+            const auto after = std::ranges::upper_bound(*m_recorded, address, {}, &RecordedModule::base);
+            const auto module = after == m_recorded->begin() ? m_recorded->end() : std::prev(after);
+            return module != m_recorded->end() && address - module->base < module->size
+                       ? std::optional(LoadedModule{module->file, module->base})
+                       : std::nullopt;
+        }
+        const auto* const range = RangeOf(m_map, address);
+        return range != nullptr && IsModule(*range) ? std::optional(LoadedModule{range->file, range->fileBase})
+                                                    : std::nullopt;
     }
 
     /// Adds a frame for each call that is inlined at \p pc of \p unit, and puts the name and the line of the function
@@ -322,13 +416,14 @@ private:
     {
         constexpr std::uint64_t PageSize = sizeof m_page;
         const auto page = address & ~(PageSize - 1);
-        if (address % sizeof word != 0) // a word may lie across two pages
+        // A word may lie across two pages, and a minidump may hold a part of one.
+        if (address % sizeof word != 0 || m_recorded != nullptr)
         {
-            return Read(address, &word, sizeof word);
+            return m_read(address, &word, sizeof word);
         }
         if (m_pageAddress != page)
         {
-            m_pageAddress = Read(page, m_page, sizeof m_page) ? page : NoPage;
+            m_pageAddress = m_read(page, m_page, sizeof m_page) ? page : NoPage;
         }
         if (m_pageAddress == NoPage)
         {
@@ -336,11 +431,6 @@ private:
         }
         std::memcpy(&word, m_page + (address - page), sizeof word);
         return true;
-    }
-
-    bool Read(std::uint64_t address, void* bytes, std::size_t size) const noexcept
-    {
-        return Platform::ReadProcessMemory(static_cast<std::int32_t>(m_process), address, bytes, size) == size;
     }
 
     // Callbacks of the library. No exception may leave them.
@@ -418,8 +508,9 @@ private:
                                                                 &SetRegisters, nullptr,    nullptr};
     static constexpr std::uint64_t NoPage = 1;
 
-    const std::uint32_t m_process;
+    const RecordedProcess::ReadMemory m_read; ///< Does not throw.
     const std::vector<MappedRange> m_map;
+    const std::vector<RecordedModule>* m_recorded = nullptr; ///< By address; null for a process that still is.
     std::unique_ptr<Dwfl, EndSession> m_session;
     bool m_canWalk = false;
 
@@ -445,12 +536,27 @@ ProcessSymbols::ProcessSymbols(std::uint32_t processId) : m_implementation(std::
 {
 }
 
+ProcessSymbols::ProcessSymbols(RecordedProcess& process) : m_implementation(std::make_unique<Implementation>(process))
+{
+}
+
 ProcessSymbols::~ProcessSymbols() = default;
 
 StackEnds ProcessSymbols::Walk(std::uint32_t threadId, const CONTEXT& context, std::size_t innermost,
                                std::size_t outermost)
 {
     return m_implementation->Walk(threadId, context, innermost, outermost);
+}
+
+std::vector<StackFrame> ProcessSymbols::Walk(std::span<const std::byte> context, std::size_t innermost)
+{
+    CONTEXT registers{};
+    if (context.size() < sizeof registers)
+    {
+        return {};
+    }
+    std::memcpy(&registers, context.data(), sizeof registers);
+    return m_implementation->Walk(1, registers, innermost, 0).innermost;
 }
 
 std::vector<StackFrame> ProcessSymbols::Describe(std::span<const std::uint64_t> returnAddresses)

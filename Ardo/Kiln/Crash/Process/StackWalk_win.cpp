@@ -121,6 +121,8 @@ struct ProcessSymbols::Implementation
         m_ready = m_process && ::SymInitializeW(m_process.Get(), SymbolFolder(m_process.Get()).c_str(), FALSE);
     }
 
+    explicit Implementation(const RecordedProcess& process) : m_recorded(&process.modules) {}
+
     ~Implementation()
     {
         if (m_ready)
@@ -206,6 +208,22 @@ struct ProcessSymbols::Implementation
         return Named(address, returns);
     }
 
+    /// A call of a process of which only a minidump is left.
+    StackFrame RecordedFrame(std::uint64_t address) const
+    {
+        StackFrame frame;
+        frame.address = address;
+        for (const RecordedModule& module : *m_recorded)
+        {
+            if (address - module.base < module.size)
+            {
+                frame.module = module.file;
+                frame.moduleBase = module.base;
+            }
+        }
+        return frame;
+    }
+
 private:
     /// Calls that the compiler inlined are not told apart. The caller holds the library's lock.
     StackFrame Named(std::uint64_t address, bool returns) const
@@ -245,9 +263,14 @@ private:
 
     Platform::ScopedHandle m_process;
     bool m_ready = false;
+    const std::vector<RecordedModule>* m_recorded = nullptr; ///< Null for a process that still is.
 };
 
 ProcessSymbols::ProcessSymbols(std::uint32_t processId) : m_implementation(std::make_unique<Implementation>(processId))
+{
+}
+
+ProcessSymbols::ProcessSymbols(RecordedProcess& process) : m_implementation(std::make_unique<Implementation>(process))
 {
 }
 
@@ -257,6 +280,17 @@ StackEnds ProcessSymbols::Walk(std::uint32_t threadId, const CONTEXT& context, s
                                std::size_t outermost)
 {
     return m_implementation->Walk(threadId, context, innermost, outermost);
+}
+
+std::vector<StackFrame> ProcessSymbols::Walk(std::span<const std::byte> context, std::size_t innermost)
+{
+    CONTEXT registers = {};
+    if (context.size() < sizeof registers || innermost == 0)
+    {
+        return {};
+    }
+    std::copy_n(context.begin(), sizeof registers, reinterpret_cast<std::byte*>(&registers));
+    return {m_implementation->RecordedFrame(registers.Rip)};
 }
 
 std::vector<StackFrame> ProcessSymbols::Describe(std::span<const std::uint64_t> returnAddresses)
