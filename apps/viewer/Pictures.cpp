@@ -46,7 +46,7 @@ public:
     {
         QElapsedTimer time;
         time.start();
-        while (!condition() && time.elapsed() < 60'000)
+        while (!condition() && time.elapsed() < 60000)
         {
             QApplication::processEvents(QEventLoop::AllEvents, 10);
         }
