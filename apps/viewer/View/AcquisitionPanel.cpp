@@ -1,6 +1,7 @@
 #include "apps/viewer/View/AcquisitionPanel.h"
 
 #include "apps/viewer/Model/Texts.h"
+#include "apps/viewer/View/Icons.h"
 #include "Ardo/Kiln/Formatting/MicroscopeQuantities.h"
 
 #include <QCheckBox>
@@ -10,7 +11,6 @@
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QPushButton>
-#include <QStyle>
 #include <QVBoxLayout>
 
 #include <algorithm>
@@ -33,8 +33,8 @@ AcquisitionPanel::AcquisitionPanel(QWidget* parent)
       m_savesEach(new QCheckBox(Texts::tr("Sa&ve when it ends"))),
       m_times(new QLabel),
       m_course(new QLabel),
-      m_start(new QPushButton(style()->standardIcon(QStyle::SP_MediaPlay), Texts::tr("&Acquire"))),
-      m_stop(new QPushButton(style()->standardIcon(QStyle::SP_MediaStop), Texts::tr("S&top")))
+      m_start(new QPushButton(MakeIcon(Symbol::Start), Texts::tr("&Acquire"))),
+      m_stop(new QPushButton(MakeIcon(Symbol::Stop), Texts::tr("S&top")))
 {
     for (const int side : {256, 512, 1024, 2048, 4096})
     {

@@ -49,7 +49,7 @@ QAction* MenuMaker::Add(QMenu* menu, const Entry& entry, std::function<void()> t
     action->setStatusTip(entry.tip);
     if (entry.icon)
     {
-        action->setIcon(m_window.style()->standardIcon(*entry.icon));
+        action->setIcon(MakeIcon(*entry.icon));
     }
     if (entry.command)
     {
@@ -65,10 +65,9 @@ void MenuMaker::MakeFileMenu()
 {
     MainWindow& window = m_window;
     QMenu* const menu = window.menuBar()->addMenu(Texts::tr("&File"));
-    m_bar->addAction(
-        Add(menu,
-            {Texts::tr("&Open..."), Texts::tr("Opens an image file"), QKeySequence::Open, QStyle::SP_DialogOpenButton},
-            [&window] { window.openDialogRequested.Emit(); }));
+    m_bar->addAction(Add(menu,
+                         {Texts::tr("&Open..."), Texts::tr("Opens an image file"), QKeySequence::Open, Symbol::Open},
+                         [&window] { window.openDialogRequested.Emit(); }));
     window.m_recentFiles = menu->addMenu(Texts::tr("Open &Recent"));
     window.m_recentFiles->setToolTipsVisible(true);
     Add(menu, {Texts::tr("Re&load"), Texts::tr("Reads the file again"), QKeySequence::Refresh, {}, Command::Reload},
@@ -76,16 +75,16 @@ void MenuMaker::MakeFileMenu()
     menu->addSeparator();
     m_bar->addAction(Add(menu,
                          {Texts::tr("&Previous Image"), Texts::tr("The image before this one in its folder"),
-                          Ctrl(Qt::Key_PageUp), QStyle::SP_ArrowBack, Command::Step},
+                          Ctrl(Qt::Key_PageUp), Symbol::Previous, Command::Step},
                          [&window] { window.stepRequested.Emit(-1); }));
     m_bar->addAction(Add(menu,
                          {Texts::tr("&Next Image"), Texts::tr("The next image in the folder"), Ctrl(Qt::Key_PageDown),
-                          QStyle::SP_ArrowForward, Command::Step},
+                          Symbol::Next, Command::Step},
                          [&window] { window.stepRequested.Emit(1); }));
     menu->addSeparator();
     m_bar->addAction(Add(menu,
                          {Texts::tr("&Save"), Texts::tr("Saves image and record under the next name of the settings"),
-                          QKeySequence::Save, QStyle::SP_DialogSaveButton, Command::Save},
+                          QKeySequence::Save, Symbol::Save, Command::Save},
                          [&window] { window.saveRequested.Emit(); }));
     Add(menu,
         {Texts::tr("Save &As..."),
@@ -165,12 +164,12 @@ void MenuMaker::MakeAcquireMenu()
     m_bar->addSeparator();
     m_bar->addAction(Add(menu,
                          {Texts::tr("&Acquire"), Texts::tr("Begins a scan of the simulated detector"), Qt::Key_F9,
-                          QStyle::SP_MediaPlay, Command::Acquire},
+                          Symbol::Start, Command::Acquire},
                          [&window] { window.startRequested.Emit(); }));
-    m_bar->addAction(Add(menu,
-                         {Texts::tr("S&top"), Texts::tr("Ends the scan at the present line"), Qt::Key_F10,
-                          QStyle::SP_MediaStop, Command::Stop},
-                         [&window] { window.stopRequested.Emit(); }));
+    m_bar->addAction(Add(
+        menu,
+        {Texts::tr("S&top"), Texts::tr("Ends the scan at the present line"), Qt::Key_F10, Symbol::Stop, Command::Stop},
+        [&window] { window.stopRequested.Emit(); }));
 }
 
 void MenuMaker::MakeFaultsMenu()

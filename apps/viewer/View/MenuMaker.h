@@ -1,9 +1,9 @@
 #pragma once
 
+#include "apps/viewer/View/Icons.h"
 #include "apps/viewer/View/MainWindow.h"
 
 #include <QKeySequence>
-#include <QStyle>
 
 #include <functional>
 #include <optional>
@@ -25,7 +25,7 @@ private:
         QString text;
         QString tip;
         QKeySequence shortcut;
-        std::optional<QStyle::StandardPixmap> icon = std::nullopt;
+        std::optional<Symbol> icon = std::nullopt;
         std::optional<Command> command = std::nullopt; ///< On whose offer it depends.
     };
 

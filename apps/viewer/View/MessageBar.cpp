@@ -1,6 +1,7 @@
 #include "apps/viewer/View/MessageBar.h"
 
 #include "apps/viewer/Model/Texts.h"
+#include "apps/viewer/View/Icons.h"
 
 #include <QHBoxLayout>
 #include <QLabel>
@@ -26,7 +27,7 @@ MessageBar::MessageBar(QWidget* parent) : QFrame(parent), m_text(new QLabel), m_
     icon->setPixmap(style()->standardIcon(QStyle::SP_MessageBoxWarning).pixmap(20, 20));
     auto* const close = new QToolButton;
     close->setAutoRaise(true);
-    close->setIcon(style()->standardIcon(QStyle::SP_TitleBarCloseButton));
+    close->setIcon(MakeIcon(Symbol::Close, QPalette::ToolTipText));
     close->setAccessibleName(Texts::tr("Close the message"));
     close->setToolTip(Texts::tr("Close the message"));
     auto* const layout = new QHBoxLayout(this);
