@@ -9,6 +9,7 @@
 
 #include <QFileInfo>
 
+#include <atomic>
 #include <future>
 #include <utility>
 
@@ -23,7 +24,7 @@ using ImageIO::ReadImageException;
 void ReadPicture(Document& document, ImageIO::ImageFile& file, const Progress& progress)
 try
 {
-    constexpr double ReadingPart = 0.9; // the rest is the pyramid and the histogram
+    constexpr double ReadingPart = 0.7; // the rest is the pyramid and the histogram
     file.SetProgress([&](std::uint64_t read, std::uint64_t size)
                      { return progress(ReadingPart * static_cast<double>(read) / static_cast<double>(size)); });
     std::unique_ptr<Imaging::const_raw_image> image;
@@ -32,11 +33,8 @@ try
         image = file.ReadImage();
         stage.AddBytes(image->RowSize() * image->Size().height);
     }
-    if (!progress(ReadingPart))
-    {
-        throw Cancelled();
-    }
-    document.picture = std::make_shared<Picture>(*image);
+    document.picture = std::make_shared<Picture>(*image, [&](double part)
+                                                 { return progress(ReadingPart + (1.0 - ReadingPart) * part); });
 }
 catch (const ReadImageException& failure)
 {
@@ -71,13 +69,34 @@ catch (const std::exception& failure)
     document.recordProblem = MetadataSerializer::ToText(MetadataSerializer::FaultOf(failure));
 }
 
+/// The histogram of an image, or of a part of it if the work is cancelled.
+std::shared_ptr<const Imaging::Histogram> Count(const Imaging::const_raw_image& image,
+                                                const std::atomic<bool>& isCancelled)
+{
+    auto histogram = std::make_shared<Imaging::Histogram>(image.Kind());
+    for (std::uint32_t y = 0; y < image.Size().height && !isCancelled; ++y)
+    {
+        histogram->Add(image.Row(y), image.Size().width);
+    }
+    return histogram;
+}
+
 } // namespace
 
-Picture::Picture(const Imaging::const_raw_image& pixels) : image(pixels)
+Picture::Picture(const Imaging::const_raw_image& pixels, const Progress& progress) : image(pixels)
 {
     const Profiling::Stage stage("prepare display");
-    auto counted = std::async(std::launch::async, [&] { return std::make_shared<const Imaging::Histogram>(image); });
-    pyramid = std::make_shared<ImagePyramid>(image);
+    std::atomic<bool> isCancelled = false;
+    auto counted = std::async(std::launch::async, [&] { return Count(image, isCancelled); });
+    try
+    {
+        pyramid = std::make_shared<ImagePyramid>(image, progress);
+    }
+    catch (...)
+    {
+        isCancelled = true;
+        throw; // the future waits
+    }
     histogram = counted.get();
 }
 
@@ -108,7 +127,7 @@ Document ReadDocument(const QString& path, const Progress& progress)
 Document MakeDocument(const Imaging::const_raw_image& image, MetadataLib::Metadata metadata)
 {
     Document document;
-    document.picture = std::make_shared<Picture>(image);
+    document.picture = std::make_shared<Picture>(image, [](double) { return true; });
     document.calibration = Calibration(metadata);
     document.recordText =
         MetadataSerializer::Record(std::as_const(metadata)).SerializeToString(MetadataSerializer::SerializeType::Xml);

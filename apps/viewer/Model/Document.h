@@ -2,6 +2,7 @@
 
 #include "apps/viewer/Model/Calibration.h"
 #include "apps/viewer/Model/ImagePyramid.h"
+#include "apps/viewer/Model/Progress.h"
 #include "Ardo/Imaging/const_raw_image.h"
 #include "Ardo/Imaging/Histogram.h"
 #include "Ardo/MetadataLib/Metadata.h"
@@ -9,7 +10,6 @@
 #include <QString>
 
 #include <cstdint>
-#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -21,7 +21,8 @@ namespace Ardo::Kiln::Viewer
 struct Picture
 {
     /// Takes some time for large images: all pixels are read.
-    explicit Picture(const Imaging::const_raw_image& pixels);
+    /// \throws Cancelled, std::bad_alloc.
+    Picture(const Imaging::const_raw_image& pixels, const Progress& progress);
 
     Imaging::const_raw_image image;
     std::shared_ptr<const ImagePyramid> pyramid;         ///< Never null.
@@ -43,14 +44,6 @@ struct Document
 };
 
 using DocumentPtr = std::shared_ptr<const Document>;
-
-/// Told the part that is done, 0 to 1; ends the work by returning false.
-using Progress = std::function<bool(double part)>;
-
-/// The work was ended by its Progress.
-struct Cancelled
-{
-};
 
 /// Reads a file. Any thread may call it.
 /// \returns a document with an image, a record or both.

@@ -1,6 +1,6 @@
 #include "apps/viewer/Model/ImagePyramid.h"
 
-#include "Ardo/Imaging/ScaleImage.h"
+#include "apps/viewer/Model/HalveRow.h"
 
 #include <algorithm>
 #include <cstring>
@@ -17,42 +17,51 @@ using Imaging::size_2d;
 
 constexpr std::uint32_t SmallestSide = 256;
 
-size_2d Half(size_2d size)
+/// A level whose samples are 0. Of floats, so that any sample is aligned.
+ImagePyramid::Level MakeLevel(size_2d size, Imaging::PixelKind kind)
 {
-    return {(size.width + 1) / 2, (size.height + 1) / 2};
-}
-
-bool IsSmall(size_2d size)
-{
-    return std::max(size.width, size.height) <= SmallestSide;
-}
-
-ImagePyramid::Level LevelOf(const const_raw_image& image)
-{
-    return {image.Size(), image.Stride(), static_cast<const unsigned char*>(image.Row(0)), image.Pixels(), nullptr};
+    const std::size_t stride = Imaging::BytesPerPixel(kind) * size.width;
+    const auto samples =
+        std::make_shared<std::vector<float>>((stride * size.height + sizeof(float) - 1) / sizeof(float));
+    auto* const pixels = reinterpret_cast<unsigned char*>(samples->data());
+    return {size, stride, pixels, samples, pixels};
 }
 
 } // namespace
 
-ImagePyramid::ImagePyramid(const const_raw_image& image) : m_kind(image.Kind())
+ImagePyramid::ImagePyramid(const const_raw_image& image, const Progress& progress) : m_kind(image.Kind())
 {
-    m_levels.push_back(LevelOf(image));
-    for (const_raw_image last = image; !IsSmall(last.Size());)
+    m_levels.push_back(
+        {image.Size(), image.Stride(), static_cast<const unsigned char*>(image.Row(0)), image.Pixels(), nullptr});
+    AddLevels();
+    constexpr std::uint32_t Rows = 256; // few enough to stay in a cache from one level to the next
+    const std::uint32_t height = image.Size().height;
+    for (std::uint32_t y = 0; y < height; y += std::min(Rows, height - y))
     {
-        last = Imaging::ScaleImage(last, Half(last.Size()));
-        m_levels.push_back(LevelOf(last));
+        UpdateLevels(y, y + std::min(Rows, height - y));
+        Tell(progress, static_cast<double>(y) / height);
     }
 }
 
 ImagePyramid::ImagePyramid(size_2d size, Imaging::PixelKind kind) : m_kind(kind)
 {
-    for (bool isLast = false; !isLast; size = Half(size))
+    m_levels.push_back(MakeLevel(size, kind));
+    AddLevels();
+}
+
+void ImagePyramid::AddLevels()
+{
+    for (size_2d size = Size(); std::max(size.width, size.height) > SmallestSide;)
     {
-        const std::size_t stride = Imaging::BytesPerPixel(kind) * size.width;
-        const auto bytes = std::make_shared<std::vector<unsigned char>>(stride * size.height);
-        m_levels.push_back({size, stride, bytes->data(), bytes, bytes->data()});
-        isLast = IsSmall(size);
+        size = {(size.width + 1) / 2, (size.height + 1) / 2};
+        m_levels.push_back(MakeLevel(size, m_kind));
     }
+}
+
+const_raw_image ImagePyramid::Image() const
+{
+    const Level& whole = m_levels.front();
+    return {{whole.owner, whole.pixels}, whole.size, m_kind, whole.stride};
 }
 
 std::size_t ImagePyramid::LevelFor(double zoom) const noexcept
@@ -77,23 +86,22 @@ void ImagePyramid::SetRows(std::uint32_t y, const const_raw_image& rows)
     {
         std::memcpy(whole.changeable + whole.stride * (y + row), rows.Row(row), rows.RowSize());
     }
-    std::uint32_t begin = y;
-    std::uint32_t end = y + rows.Size().height;
+    UpdateLevels(y, y + rows.Size().height);
+}
+
+/// Makes the rows of the copies that show rows of the image.
+void ImagePyramid::UpdateLevels(std::uint32_t begin, std::uint32_t end)
+{
     for (std::size_t i = 1; i < m_levels.size(); ++i)
     {
         const Level& from = m_levels[i - 1];
         const Level& to = m_levels[i];
         begin = begin / 2;
-        end = std::min((end + 1) / 2, to.size.height);
-        const std::uint32_t first = 2 * begin;
-        const std::uint32_t count = std::min(2 * (end - begin), from.size.height - first);
-        // The source lives as long as this call.
-        const const_raw_image band({std::shared_ptr<const void>(), from.Row(first)}, {from.size.width, count}, m_kind,
-                                   from.stride);
-        const const_raw_image scaled = Imaging::ScaleImage(band, {to.size.width, end - begin});
+        end = (end + 1) / 2;
         for (std::uint32_t row = begin; row < end; ++row)
         {
-            std::memcpy(to.changeable + to.stride * row, scaled.Row(row - begin), scaled.RowSize());
+            const unsigned char* const lower = from.Row(std::min(2 * row + 1, from.size.height - 1));
+            HalveRow(m_kind, from.Row(2 * row), lower, from.size.width, to.changeable + to.stride * row);
         }
     }
 }

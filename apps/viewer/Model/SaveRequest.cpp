@@ -20,14 +20,6 @@ namespace
 
 using Path = std::filesystem::path;
 
-void Ask(const Progress& progress, double part)
-{
-    if (!progress(part))
-    {
-        throw Cancelled();
-    }
-}
-
 /// Writes the samples and the record.
 void WriteData(const Document& document, const Path& path, const Progress& progress)
 {
@@ -61,12 +53,12 @@ void WriteData(const Document& document, const Path& path, const Progress& progr
 void WritePicture(const SaveRequest& request, const Path& path, ImageIO::ExportType type, const Progress& progress)
 {
     const Profiling::Stage stage("write picture");
-    Ask(progress, 0.0);
+    Tell(progress, 0.0);
     const Document& document = *request.document;
     FileSystem::ReplacementFile file(path);
     ImageIO::ExportImageInPlace(file.WidePath(), type, document.picture->image,
                                 document.metadata ? &*document.metadata : nullptr, request.presentation);
-    Ask(progress, 1.0);
+    Tell(progress, 1.0);
     file.Commit();
 }
 

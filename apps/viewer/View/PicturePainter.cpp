@@ -54,22 +54,20 @@ void PicturePainter::Draw(QPainter& painter, const ViewTransform& transform)
         return;
     }
     const std::size_t level = m_pyramid->LevelFor(transform.Zoom());
-    const Imaging::size_2d size = m_pyramid->Levels()[level].size;
-    const Imaging::size_2d whole = m_pyramid->Size();
-    const double scaleX = transform.Zoom() * whole.width / size.width;
-    const double scaleY = transform.Zoom() * whole.height / size.height;
+    const double pixel = std::exp2(level); // of the level, in pixels of the image
+    const double scale = transform.Zoom() * pixel;
     const QRectF visible = transform.Visible();
-    const QRectF inLevel(visible.x() * size.width / whole.width, visible.y() * size.height / whole.height,
-                         visible.width() * size.width / whole.width, visible.height() * size.height / whole.height);
-    Prepare(level, inLevel.toAlignedRect());
+    Prepare(level, QRectF(visible.topLeft() / pixel, visible.size() / pixel).toAlignedRect());
     const Profiling::Stage stage("draw picture");
     const QImage image(m_buffer->Pixels(), m_part.width(), m_part.height(), static_cast<int>(m_buffer->Stride()),
                        QImage::Format_RGB32);
     painter.save();
     painter.translate(transform.Origin());
-    painter.scale(scaleX, scaleY);
+    painter.scale(scale, scale);
+    // The last pixels of a level may be larger than what the image has left.
+    painter.setClipRect(QRectF(0, 0, m_pyramid->Size().width / pixel, m_pyramid->Size().height / pixel));
     // Smaller than 1:1 pixels are mixed; larger ones are squares that a person can count.
-    painter.setRenderHint(QPainter::SmoothPixmapTransform, scaleX < 1.0);
+    painter.setRenderHint(QPainter::SmoothPixmapTransform, scale < 1.0);
     painter.drawImage(m_part.topLeft(), image);
     painter.restore();
 }
