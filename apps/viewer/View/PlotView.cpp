@@ -38,11 +38,17 @@ Axis AxisFor(double low, double high, double count)
     return {low, high, Formatting::CreateNiceNumber((high - low) / std::max(count, 1.0))};
 }
 
+/// Whether the marks of an axis have the unit, with a prefix. A number of pixels has none.
+bool HasUnitAtMarks(const std::string& unit)
+{
+    return !unit.empty() && unit != "px";
+}
+
 /// The text of a mark, whose prefix is that of the largest one.
 QString MarkText(double value, const std::string& unit, const Axis& axis)
 {
     using Formatting::Prefix;
-    if (unit.empty() || unit == "px")
+    if (!HasUnitAtMarks(unit))
     {
         return QString::number(value, 'g', 6);
     }
@@ -53,7 +59,8 @@ QString MarkText(double value, const std::string& unit, const Axis& axis)
 
 QString Title(const ImageIO::PlotAxis& axis)
 {
-    return QString::fromStdString(axis.unit.empty() ? axis.name : axis.name + " [" + axis.unit + "]");
+    const bool needsUnit = !axis.unit.empty() && !HasUnitAtMarks(axis.unit);
+    return QString::fromStdString(needsUnit ? axis.name + " [" + axis.unit + "]" : axis.name);
 }
 
 } // namespace
