@@ -100,7 +100,7 @@ Application::~Application() = default;
 
 void Application::Open(const QString& path)
 {
-    m_documents.Open(QFileInfo(path).absoluteFilePath());
+    Replace([this, path = QFileInfo(path).absoluteFilePath()] { m_documents.Open(path); });
 }
 
 void Application::Wait()
@@ -145,14 +145,24 @@ void Application::ConnectFiles()
     Take(m_window.openRequested.Connect(caller, [this](const QString& path) { Open(path); }));
     Take(m_window.openDialogRequested.Connect(caller, [this] { AskForFile(); }));
     Take(m_window.reloadRequested.Connect(caller, [this] { Open(m_document->path); }));
-    Take(m_window.stepRequested.Connect(caller, [this](int step) { m_documents.Step(m_document->path, step); }));
+    Take(m_window.stepRequested.Connect(caller, [this](int step)
+                                        { Replace([this, step] { m_documents.Step(m_document->path, step); }); }));
     Take(m_window.cancelRequested.Connect(caller,
                                           [this]
                                           {
                                               m_documents.Cancel();
                                               m_saver.Cancel();
                                           }));
-    Take(m_window.closing.Connect(caller, [this] { Remember(); }));
+    Take(m_window.closeRequested.Connect(caller,
+                                         [this]
+                                         {
+                                             Replace(
+                                                 [this]
+                                                 {
+                                                     Remember();
+                                                     m_window.CloseNow();
+                                                 });
+                                         }));
 }
 
 void Application::ConnectDisplay()
@@ -174,8 +184,19 @@ void Application::ConnectMeasurement()
         DeliverOn::MainThread(), [this](Tool tool, const QLineF& line) { ShowLine(line, tool == Tool::Profile); },
         Delivery::Latest()));
     Take(image.pointed.Connect(
-        DeliverOn::MainThread(), [this](const QPointF& position) { ShowPointer(position); }, Delivery::Latest()));
-    Take(image.pointerLeft.Connect(DeliverOn::MainThread(), [this] { m_window.ShowPointer({}, {}); }));
+        DeliverOn::MainThread(),
+        [this](const QPointF& position)
+        {
+            m_pointer = position;
+            ShowPointer();
+        },
+        Delivery::Latest()));
+    Take(image.pointerLeft.Connect(DeliverOn::MainThread(),
+                                   [this]
+                                   {
+                                       m_pointer.reset();
+                                       ShowPointer();
+                                   }));
     ProfilePanel& profile = m_window.Profile();
     Take(profile.lineTyped.Connect(DeliverOn::Caller(),
                                    [this](const QLineF& line)
@@ -214,7 +235,7 @@ void Application::Show(const DocumentPtr& document, bool keepsPart)
         m_window.Image().SetMessage(ProblemOf(*document));
     }
     m_window.Message().Show(ProblemOf(*document));
-    m_window.ShowPointer({}, {});
+    ShowPointer();
     ShowRecord();
     ShowTitle();
     ShowOffers();
@@ -246,12 +267,11 @@ void Application::ShowRecord()
 
 void Application::ShowTitle()
 {
-    const QString name = m_live != nullptr            ? Texts::tr("Live")
-                         : m_document == nullptr      ? Texts::tr("Viewer")
-                         : m_document->path.isEmpty() ? Texts::tr("Acquired, not saved")
-                                                      : QFileInfo(m_document->path).fileName();
+    const QString name = m_live != nullptr       ? Texts::tr("Live")
+                         : m_document == nullptr ? Texts::tr("Viewer")
+                         : IsUnsaved()           ? Texts::tr("Acquired, not saved")
+                                                 : QFileInfo(m_document->path).fileName();
     m_window.setWindowTitle(name);
-    m_window.SetUnsaved(m_document != nullptr && m_document->path.isEmpty());
 }
 
 void Application::ShowOffers()
@@ -283,19 +303,24 @@ void Application::ShowLine(const QLineF& line, bool raises)
     }
 }
 
-void Application::ShowPointer(const QPointF& position)
+void Application::ShowPointer()
 {
-    const bool hasPicture = m_document != nullptr && m_document->picture != nullptr && m_live == nullptr;
-    const Imaging::size_2d size = hasPicture ? m_document->picture->image.Size() : Imaging::size_2d{};
-    if (position.x() < 0 || position.y() < 0 || position.x() >= size.width || position.y() >= size.height)
+    const bool isLive = m_live != nullptr;
+    const bool hasImage = isLive || (m_document != nullptr && m_document->picture != nullptr);
+    const ImagePyramid* const pyramid = !hasImage ? nullptr
+                                        : isLive  ? m_live->pyramid.get()
+                                                  : m_document->picture->pyramid.get();
+    if (pyramid == nullptr || !m_pointer ||
+        !QRectF(0, 0, pyramid->Size().width, pyramid->Size().height).contains(*m_pointer))
     {
         m_window.ShowPointer({}, {});
         return;
     }
-    m_window.ShowPointer(m_document->calibration.PositionText(position),
-                         m_document->calibration.ValueText(SamplesAt(m_document->picture->image,
-                                                                     static_cast<std::uint32_t>(position.x()),
-                                                                     static_cast<std::uint32_t>(position.y()))));
+    const Calibration& calibration = isLive ? m_live->calibration : m_document->calibration;
+    const auto x = static_cast<std::uint32_t>(m_pointer->x());
+    const auto y = static_cast<std::uint32_t>(m_pointer->y());
+    m_window.ShowPointer(calibration.PositionText(*m_pointer),
+                         calibration.ValueText(SamplesAt(pyramid->Image(), x, y)));
 }
 
 } // namespace Ardo::Kiln::Viewer

@@ -41,10 +41,11 @@ public:
 
     MainWindow& Window() noexcept { return m_window; }
 
-    /// Reads a file and shows it. Returns at once.
+    /// Reads a file and shows it. A person is asked first if an acquisition would be lost. Does not wait for the file.
     void Open(const QString& path);
 
-    /// Begins a scan with the settings of the panel.
+    /// Begins a scan with the settings of the panel, whose image replaces what is shown. Nothing happens while another
+    /// scan runs.
     void StartScan();
 
     /// Waits until nothing is read, scanned or written. What came of it is shown by the next events.
@@ -79,14 +80,22 @@ private:
     void Take(Threading::ScopedConnection connection) { m_connections.push_back(std::move(connection)); }
 
     void AskForFile();
+    /// Calls \p replace, which may remove the present image: at once if nothing would be lost, otherwise when a person
+    /// has decided so, and the scan has ended and the acquisition is saved if that was the answer. It is not called if
+    /// the person cancels, or saving fails.
+    void Replace(std::function<void()> replace);
+    void GoOnReplacing();
+    bool IsUnsaved() const; ///< An acquisition is shown that is in no file.
+
     void Show(const DocumentPtr& document, bool keepsPart);
     void ShowRecord();
     void ShowTitle();
     void ShowOffers();
     void ShowLine(const QLineF& line, bool raises);
-    void ShowPointer(const QPointF& position);
+    void ShowPointer();
     void ExportProfile();
     void ShowLines(const ScanLines& lines);
+    void BeginLive(const ScanLines& lines);
     void EndScan(const ScanResult& result);
     SaveRequest MakeRequest() const;
     void SaveAs();
@@ -101,7 +110,10 @@ private:
     ViewerSettings m_settings;
     MainWindow m_window;
     DocumentPtr m_document;
-    std::unique_ptr<Live> m_live; ///< Of the scan that runs; null otherwise.
+    std::unique_ptr<Live> m_live;        ///< Of the scan that runs; null otherwise.
+    std::optional<QPointF> m_pointer;    ///< Where the pointer is on the image, in pixels of it.
+    std::function<void()> m_replacement; ///< What Replace() still has to call; empty otherwise.
+    bool m_savesBeforeReplacing = false;
     WorkState m_reading;
     WorkState m_saving;
     bool m_isScanning = false;

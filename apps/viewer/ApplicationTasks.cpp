@@ -1,17 +1,14 @@
 #include "apps/viewer/Application.h"
-#include "apps/viewer/Live.h"
 #include "apps/viewer/Model/FolderImages.h"
 #include "apps/viewer/Model/Texts.h"
 #include "apps/viewer/View/AcquisitionPanel.h"
 #include "apps/viewer/View/Dialogs.h"
-#include "apps/viewer/View/DisplayPanel.h"
 #include "apps/viewer/View/LogPanel.h"
 #include "apps/viewer/View/MessageBar.h"
 #include "apps/viewer/View/ProfilePanel.h"
 #include "apps/viewer/View/RecordPanel.h"
 #include "Ardo/Kiln/Exception/MiniDumpGenerator.h"
 #include "Ardo/Kiln/ImageIO/DataBar.h"
-#include "Ardo/Kiln/Profiling/Stage.h"
 
 #include <QDir>
 #include <QFileDialog>
@@ -26,84 +23,6 @@ namespace Ardo::Kiln::Viewer
 
 using Threading::DeliverOn;
 using Threading::Delivery;
-
-void Application::ConnectAcquisition()
-{
-    constexpr std::size_t WaitingBlocks = 8;
-    m_acquisition.lines = m_transmitter.Open<ScanLines>([this](const ScanLines& lines) { ShowLines(lines); },
-                                                        Delivery::Every(WaitingBlocks));
-    m_acquisition.results =
-        m_transmitter.Open<ScanResult>([this](const ScanResult& result) { EndScan(result); }, Delivery::Every());
-    Take(m_window.startRequested.Connect(DeliverOn::Caller(), [this] { StartScan(); }));
-    Take(m_window.stopRequested.Connect(DeliverOn::Caller(), [this] { m_acquisition.Stop(); }));
-}
-
-void Application::StartScan()
-{
-    if (m_isScanning)
-    {
-        return;
-    }
-    m_documents.Cancel(); // what is still being read must not replace the live image
-    m_isScanning = true;
-    m_settings.scan = m_window.Acquisition().Settings();
-    m_window.Message().Show({});
-    m_window.Raise(m_window.Acquisition());
-    m_acquisition.Start(m_settings.scan);
-    ShowOffers();
-}
-
-void Application::ShowLines(const ScanLines& lines)
-{
-    const Profiling::Stage stage("show lines");
-    if (!m_isScanning)
-    {
-        return;
-    }
-    if (m_live == nullptr)
-    {
-        m_live = std::make_unique<Live>(lines.settings);
-        const auto [width, height] = m_live->pyramid->Size();
-        MetadataLib::Metadata scale; // a live image has a scale bar, too
-        scale = MakeScanRecord(lines.settings, lines.rows, {}, {}, 0);
-        m_window.Image().ShowPicture(m_live->pyramid, Calibration(scale), false);
-        m_window.Profile().Clear({});
-        m_window.Record().Show({}, Texts::tr("The record is made when the scan ends."), false);
-        m_window.ShowImageFacts(QStringLiteral("%1 x %2, %3").arg(width).arg(height).arg(Texts::tr("16 bit")));
-        ShowTitle();
-        ShowOffers();
-    }
-    if (lines.first == 0 ||
-        m_live->next == nullptr) // a new frame is counted anew; until it is complete the one before is shown
-    {
-        m_live->histogram = m_live->next != nullptr ? std::exchange(m_live->next, nullptr) : m_live->histogram;
-        m_live->next = std::make_shared<Imaging::Histogram>(Imaging::PixelKind::UInt16);
-    }
-    const std::uint32_t count = lines.rows.Size().height;
-    m_live->pyramid->SetRows(lines.first, lines.rows);
-    m_live->next->Add(lines.rows.Row(0), std::size_t{lines.rows.Size().width} * count);
-    m_display.ShowValues(Imaging::PixelKind::UInt16, lines.frame == 0 ? m_live->next : m_live->histogram);
-    m_window.Image().RowsChanged(lines.first, count);
-    m_window.Acquisition().ShowCourse(Texts::tr("Frame %1, line %2").arg(lines.frame + 1).arg(lines.first + count));
-}
-
-void Application::EndScan(const ScanResult& result)
-{
-    m_isScanning = false;
-    m_live.reset();
-    m_window.Acquisition().ShowCourse({});
-    if (result.document == nullptr)
-    {
-        ShowOffers();
-        m_environment.failed(result.failure);
-        return;
-    }
-    Show(result.document, true);
-    if (m_window.Acquisition().SavesEach())
-    {
-        Save({});
-    }
-}
 
 void Application::ConnectSaving()
 {
@@ -164,11 +83,10 @@ void Application::Save(const QString& path)
 
 void Application::SaveAs()
 {
-    const QString filter = QString::fromStdString(ImageIO::FilterText(ImageIO::ExportType::Data));
-    const QString path = QFileDialog::getSaveFileName(&m_window, Texts::tr("Save As"), m_settings.folder, filter);
+    const QString path = AskForNewFile(&m_window, Texts::tr("Save As"), m_settings.folder, ImageIO::ExportType::Data);
     if (!path.isEmpty())
     {
-        Save(QFileInfo(path).suffix().isEmpty() ? path + QStringLiteral(".tif") : path);
+        Save(path);
     }
 }
 
@@ -200,7 +118,7 @@ void Application::ShowSaved(const SaveResult& result)
     ShowOffers();
     if (!result.failure.empty() || result.isCancelled)
     {
-        ShowTitle(); // the window stays open
+        m_replacement = nullptr; // what could not be saved stays
     }
     if (!result.failure.empty())
     {
@@ -227,6 +145,7 @@ void Application::ShowSaved(const SaveResult& result)
             ShowOffers();
         }
     }
+    GoOnReplacing();
 }
 
 void Application::AskForFile()
@@ -243,12 +162,11 @@ void Application::AskForFile()
 void Application::ExportProfile()
 try
 {
-    const QString path = QFileDialog::getSaveFileName(&m_window, Texts::tr("Export Profile"), m_settings.folder,
-                                                      Texts::tr("Text for spreadsheets (*.csv)"));
+    const QString path = AskForNewFile(&m_window, Texts::tr("Export Profile"), m_settings.folder,
+                                       Texts::tr("Text for spreadsheets (*.csv)"), {QStringLiteral("csv")});
     if (!path.isEmpty())
     {
-        ImageIO::WritePlot((QFileInfo(path).suffix().isEmpty() ? path + QStringLiteral(".csv") : path).toStdWString(),
-                           m_window.Profile().Plot());
+        ImageIO::WritePlot(path.toStdWString(), m_window.Profile().Plot());
     }
 }
 catch (const std::exception& failure)

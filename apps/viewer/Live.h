@@ -1,7 +1,6 @@
 #pragma once
 
 #include "apps/viewer/Application.h"
-#include "apps/viewer/Model/ImagePyramid.h"
 
 #include <memory>
 
@@ -11,17 +10,16 @@ namespace Ardo::Kiln::Viewer
 /// The image of a scan that runs, as far as it was delivered. Belongs to the main thread.
 struct Application::Live
 {
-    explicit Live(const ScanSettings& settings)
-        : pyramid(std::make_shared<ImagePyramid>(Imaging::size_2d{settings.side, settings.side},
-                                                 Imaging::PixelKind::UInt16)),
-          histogram(std::make_shared<Imaging::Histogram>(Imaging::PixelKind::UInt16))
-    {
-    }
+    /// \param lines the first ones of the scan; they are not added.
+    explicit Live(const ScanLines& lines);
+
+    /// Takes up lines of the detector.
+    void Add(const ScanLines& lines);
 
     std::shared_ptr<ImagePyramid> pyramid;
-    std::shared_ptr<Imaging::Histogram> histogram; ///< Of the lines of the present frame, or of the one before.
-    std::shared_ptr<Imaging::Histogram> next;      ///< Of the present frame while the one before is shown.
-    std::uint32_t frame = 0;
+    Calibration calibration;
+    std::shared_ptr<Imaging::Histogram> before;  ///< Of the complete frame before the present one; null in the first.
+    std::shared_ptr<Imaging::Histogram> present; ///< Of the lines of the present frame; null before the first line.
 };
 
 } // namespace Ardo::Kiln::Viewer

@@ -576,10 +576,6 @@ Pfeiltasten verschieben den Bereich, mit Umschalt ändert sich seine Breite.</tr
         <translation>Größe auf dem Bildschirm</translation>
     </message>
     <message>
-        <source>Save the acquired image before the window closes?</source>
-        <translation>Das aufgenommene Bild speichern, bevor das Fenster schließt?</translation>
-    </message>
-    <message>
         <source>Tools</source>
         <translation>Werkzeuge</translation>
     </message>
@@ -948,6 +944,18 @@ Fehlerberichte: %10</translation>
     <message>
         <source>Open &amp;Log Folder</source>
         <translation>&amp;Protokollordner öffnen</translation>
+    </message>
+    <message>
+        <source>The detector is scanning. End the scan, and save the acquired image?</source>
+        <translation>Der Detektor nimmt auf. Die Aufnahme beenden und das Bild speichern?</translation>
+    </message>
+    <message>
+        <source>Save the acquired image? Otherwise it is lost.</source>
+        <translation>Das aufgenommene Bild speichern? Sonst geht es verloren.</translation>
+    </message>
+    <message>
+        <source>%1 exists. Replace it?</source>
+        <translation>%1 gibt es schon. Ersetzen?</translation>
     </message>
 </context>
 </TS>

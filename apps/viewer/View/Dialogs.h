@@ -5,6 +5,7 @@
 #include "Ardo/Kiln/ImageIO/ExportType.h"
 
 #include <QString>
+#include <QStringList>
 
 #include <optional>
 
@@ -38,6 +39,29 @@ struct NamingChoice
 
 /// Asks for the settings of file names, with an example of the name.
 std::optional<NamingChoice> AskForFileNames(QWidget* parent, const NamingChoice& present);
+
+/// What a person wants to happen to an acquisition that is in no file.
+enum class UnsavedAnswer
+{
+    Save,
+    Discard,
+    Cancel ///< It stays.
+};
+
+/// Asks whether an acquisition that would be lost is saved.
+/// \param isScanning whether the scan is still running.
+UnsavedAnswer AskAboutUnsaved(QWidget* parent, bool isScanning);
+
+/// Asks for the name of a file to be written. A name without one of the extensions gets the first one; a person who
+/// chooses a file that exists is asked whether it is replaced.
+/// \param filter     of the dialog: "PNG image (*.png)".
+/// \param extensions without ".".
+/// \returns empty if the person has changed his mind.
+QString AskForNewFile(QWidget* parent, const QString& title, const QString& folder, const QString& filter,
+                      const QStringList& extensions);
+
+/// The same for a file of \p type.
+QString AskForNewFile(QWidget* parent, const QString& title, const QString& folder, ImageIO::ExportType type);
 
 /// Shows a long text that can be searched by eye, selected and copied.
 /// \param folder can be opened with a button; empty for none.

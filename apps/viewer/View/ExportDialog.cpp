@@ -5,7 +5,6 @@
 #include <QComboBox>
 #include <QDialog>
 #include <QDialogButtonBox>
-#include <QFileDialog>
 #include <QFormLayout>
 #include <QLabel>
 #include <QPushButton>
@@ -46,21 +45,6 @@ catch (const std::invalid_argument& failure)
 {
     problem.setText(QString::fromStdString(failure.what()));
     return std::nullopt;
-}
-
-/// Asks for the file; empty if the person has changed his mind.
-QString AskForPath(QWidget* parent, const QString& folder, ExportType type)
-{
-    const ImageIO::ExportTypeInfo& info = ImageIO::InfoOf(type);
-    const QString extension =
-        QLatin1Char('.') + QString::fromUtf8(info.extensions[0].data(), static_cast<int>(info.extensions[0].size()));
-    QString path = QFileDialog::getSaveFileName(parent, Texts::tr("Export Picture"), folder,
-                                                QString::fromStdString(ImageIO::FilterText(type)));
-    if (!path.isEmpty() && QFileInfo(path).suffix().isEmpty())
-    {
-        path += extension;
-    }
-    return path;
 }
 
 } // namespace
@@ -107,7 +91,8 @@ std::optional<ExportChoice> AskForExport(QWidget* parent, const QString& folder,
                      {
                          const auto parsed = SizeOf(size->currentText(), *problem);
                          choice.type = static_cast<ExportType>(types->currentData().toInt());
-                         choice.path = parsed ? AskForPath(&dialog, folder, choice.type) : QString();
+                         choice.path =
+                             parsed ? AskForNewFile(&dialog, dialog.windowTitle(), folder, choice.type) : QString();
                          if (!choice.path.isEmpty())
                          {
                              choice.size = *parsed;

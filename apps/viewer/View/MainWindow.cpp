@@ -16,7 +16,6 @@
 #include <QFileInfo>
 #include <QLabel>
 #include <QMenu>
-#include <QMessageBox>
 #include <QMimeData>
 #include <QProgressBar>
 #include <QStatusBar>
@@ -199,41 +198,19 @@ void MainWindow::dropEvent(QDropEvent* event)
     openRequested.Emit(event->mimeData()->urls().constFirst().toLocalFile());
 }
 
-void MainWindow::SetUnsaved(bool isUnsaved)
+void MainWindow::CloseNow()
 {
-    m_isUnsaved = isUnsaved;
-    if (std::exchange(m_closesWhenSaved, false) && !isUnsaved)
-    {
-        close();
-    }
-}
-
-bool MainWindow::MayClose()
-{
-    if (!m_isUnsaved)
-    {
-        return true;
-    }
-    const auto answer = QMessageBox::question(this, Texts::tr("Acquired, not saved"),
-                                              Texts::tr("Save the acquired image before the window closes?"),
-                                              QMessageBox::Save | QMessageBox::Discard | QMessageBox::Cancel);
-    m_closesWhenSaved = answer == QMessageBox::Save;
-    if (m_closesWhenSaved)
-    {
-        saveRequested.Emit();
-    }
-    return answer == QMessageBox::Discard;
+    m_isClosing = true;
+    close(); // does nothing within closeEvent()
 }
 
 void MainWindow::closeEvent(QCloseEvent* event)
 {
-    if (!MayClose())
+    if (!m_isClosing)
     {
-        event->ignore();
-        return;
+        closeRequested.Emit(); // may call CloseNow() at once
     }
-    closing.Emit();
-    QMainWindow::closeEvent(event);
+    event->setAccepted(std::exchange(m_isClosing, false));
 }
 
 } // namespace Ardo::Kiln::Viewer

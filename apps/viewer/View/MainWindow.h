@@ -49,7 +49,7 @@ public:
     Threading::ViewSignal<Fault> faultRequested;
     Threading::ViewSignal<> lastReportRequested;
     Threading::ViewSignal<> aboutRequested;
-    Threading::ViewSignal<> closing; ///< The window is about to close.
+    Threading::ViewSignal<> closeRequested; ///< The window closes by CloseNow() only.
 
     ImageView& Image() noexcept { return *m_image; }
     DisplayPanel& Display() noexcept { return *m_display; }
@@ -72,9 +72,8 @@ public:
     void ShowPointer(const QString& position, const QString& value);
     void ShowImageFacts(const QString& text);
 
-    /// Whether there is an acquisition that would be lost: a person who closes the window is asked. If it is to be
-    /// saved, the window closes when this is called with false.
-    void SetUnsaved(bool isUnsaved);
+    /// Closes the window.
+    void CloseNow();
 
     /// Brings a panel to the front.
     void Raise(QWidget& panel);
@@ -92,7 +91,6 @@ private:
 
     void MakeStatusBar();
     void MakeDocks();
-    bool MayClose();
 
     MessageBar* m_message;
     ImageView* m_image;
@@ -113,8 +111,7 @@ private:
     QLabel* m_workText = nullptr;
     QProgressBar* m_progress = nullptr;
     QToolButton* m_cancel = nullptr;
-    bool m_isUnsaved = false;
-    bool m_closesWhenSaved = false;
+    bool m_isClosing = false; ///< By CloseNow().
     std::vector<Threading::ScopedConnection> m_connections;
 };
 

@@ -1,203 +1,27 @@
-#include "apps/viewer/Application.h"
-#include "apps/viewer/View/AcquisitionPanel.h"
 #include "apps/viewer/View/DisplayPanel.h"
 #include "apps/viewer/View/HistogramView.h"
 #include "apps/viewer/View/LogPanel.h"
 #include "apps/viewer/View/MessageBar.h"
 #include "apps/viewer/View/ProfilePanel.h"
 #include "apps/viewer/View/RecordPanel.h"
-#include "Ardo/Kiln/ImageIO/ReadImageFromFile.h"
-#include "Ardo/Kiln/ImageIO/TiffExporter.h"
 #include "Ardo/Kiln/Logger/CreateLogger.h"
 #include "Ardo/Kiln/System/SystemInformation.h"
-#include "Ardo/Kiln/Threading/ToMainThreadInitialization.h"
+#include "tests/apps/viewer/ViewerWindow_linux.h"
 #include "tests/Support/FullMetadata.h"
 #include "tests/Support/LogCollector.h"
 #include "tests/Support/Process.h"
-#include "tests/Support/ScopedTempDir.h"
-#include "tests/Support/VirtualDisplay.h"
 
 #include <boost/log/sources/record_ostream.hpp>
-#include <gmock/gmock.h>
-#include <QAction>
-#include <QApplication>
 #include <QClipboard>
 #include <QComboBox>
-#include <QDialog>
-#include <QLabel>
 #include <QLineEdit>
 #include <QMimeData>
 #include <QPlainTextEdit>
-#include <QTest>
-#include <QTimer>
 #include <QTreeWidget>
 #include <QWheelEvent>
 
-#include <cstring>
-
 namespace Ardo::Kiln::Viewer
 {
-
-namespace
-{
-
-using Imaging::const_raw_image;
-
-/// How long anything may take; a limit of failing tests only.
-constexpr int Limit = 60'000;
-
-/// An application with its window on a screen in memory.
-class ViewerWindowTest : public ::testing::Test
-{
-protected:
-    static void SetUpTestSuite()
-    {
-        qputenv("DISPLAY", Support::StartVirtualDisplay().c_str());
-        qputenv("QT_QPA_PLATFORM", "xcb");
-        qputenv("QT_XCB_GL_INTEGRATION", "none"); // the drivers of OpenGL keep memory until the process ends
-        static int g_argc = 1;
-        static char g_name[] = "viewer";
-        static char* g_argv[] = {g_name, nullptr};
-        g_application = new QApplication(g_argc, g_argv);
-    }
-
-    static void TearDownTestSuite() { delete std::exchange(g_application, nullptr); }
-
-    void SetUp() override
-    {
-        Start();
-        ASSERT_TRUE(QTest::qWaitForWindowExposed(&Window()));
-        QApplication::setActiveWindow(&Window()); // no window manager does it
-    }
-
-    void Start()
-    {
-        m_viewer.emplace(Application::Environment{Path("viewer.ini"), Path("Log"),
-                                                  [this](const std::string& text) { m_failures.push_back(text); }});
-        Window().show();
-    }
-
-    MainWindow& Window() { return m_viewer->Window(); }
-    ImageView& Image() { return Window().Image(); }
-    QString Path(const char* name) const { return QString::fromStdString((m_folder / name).string()); }
-
-    /// Waits for a condition while events are processed.
-    template <typename Condition>
-    bool WaitFor(Condition condition)
-    {
-        return QTest::qWaitFor(condition, Limit);
-    }
-
-    bool WaitUntilIdle()
-    {
-        return WaitFor([this] { return m_viewer->IsIdle(); });
-    }
-
-    void Open(const QString& path)
-    {
-        const DocumentPtr before = m_viewer->Document();
-        m_viewer->Open(path);
-        ASSERT_TRUE(WaitFor([&] { return m_viewer->IsIdle() && m_viewer->Document() != before; }));
-    }
-
-    /// Writes an image of 16 bits whose values grow to the right, and opens it.
-    void OpenRamp(const MetadataLib::Metadata* metadata, std::uint32_t side = 512)
-    {
-        std::vector<std::uint16_t> pixels(std::size_t{side} * side);
-        for (std::size_t i = 0; i < pixels.size(); ++i)
-        {
-            pixels[i] = static_cast<std::uint16_t>(1000 + i % side * 4);
-        }
-        ImageIO::TiffExporter().WriteUInt16Image((m_folder / "ramp.tif").wstring(), pixels.data(), side, side,
-                                                 metadata);
-        Open(Path("ramp.tif"));
-    }
-
-    void Drag(QWidget& widget, const QPointF& from, const QPointF& to)
-    {
-        QTest::mousePress(&widget, Qt::LeftButton, {}, from.toPoint());
-        for (int step = 1; step <= 4; ++step)
-        {
-            QMouseEvent move(QEvent::MouseMove, from + (to - from) * step / 4, Qt::LeftButton, Qt::LeftButton, {});
-            QApplication::sendEvent(&widget, &move);
-        }
-        QTest::mouseRelease(&widget, Qt::LeftButton, {}, to.toPoint());
-    }
-
-    /// Lets \p use deal with the dialog that \p begin opens, and closes it with Escape if it is still open then.
-    void WithDialog(const std::function<void()>& begin, const std::function<void(QWidget&)>& use)
-    {
-        bool wasUsed = false;
-        QTimer poll;
-        QObject::connect(&poll, &QTimer::timeout,
-                         [&]
-                         {
-                             QWidget* const dialog = QApplication::activeModalWidget();
-                             if (dialog != nullptr && dialog->isVisible() && !wasUsed)
-                             {
-                                 wasUsed = true;
-                                 poll.stop();
-                                 QApplication::setActiveWindow(dialog);
-                                 use(*dialog);
-                                 if (dialog == QApplication::activeModalWidget())
-                                 {
-                                     QTest::keyClick(dialog, Qt::Key_Escape);
-                                 }
-                             }
-                         });
-        poll.start(5);
-        begin();
-        EXPECT_TRUE(WaitFor([&] { return wasUsed; }));
-        QWidget* const remaining = QApplication::activeModalWidget();
-        QApplication::setActiveWindow(remaining == nullptr ? &Window() : remaining);
-    }
-
-    /// Presses the keys of a command of the menus.
-    void Press(Qt::Key key, Qt::KeyboardModifiers modifiers = {}) { QTest::keyClick(&Window(), key, modifiers); }
-
-    /// The colour of the image on the screen.
-    QColor ColourAt(const QPointF& inImage)
-    {
-        const QPoint place = Image().ToWidget(inImage).toPoint();
-        return Image().grab().toImage().pixelColor(place);
-    }
-
-    QAction& Command(const QString& text)
-    {
-        for (QAction* const action : Window().findChildren<QAction*>())
-        {
-            if (action->text().remove(QLatin1Char('&')) == text)
-            {
-                return *action;
-            }
-        }
-        throw std::runtime_error("no command " + text.toStdString());
-    }
-
-    static QApplication* g_application;
-    Support::ScopedTempDir m_folder;
-    const Threading::ToMainThreadInitialization m_toMainThread;
-    std::vector<std::string> m_failures;
-    std::optional<Application> m_viewer;
-};
-
-QApplication* ViewerWindowTest::g_application = nullptr;
-
-/// Every pixel and every field.
-void ExpectSame(const Document& one, const Document& other)
-{
-    ASSERT_TRUE(one.picture && other.picture && one.metadata && other.metadata);
-    const const_raw_image& image = one.picture->image;
-    ASSERT_EQ(image.Size(), other.picture->image.Size());
-    ASSERT_EQ(image.Kind(), other.picture->image.Kind());
-    for (std::uint32_t y = 0; y < image.Size().height; ++y)
-    {
-        ASSERT_EQ(std::memcmp(image.Row(y), other.picture->image.Row(y), image.RowSize()), 0) << y;
-    }
-    EXPECT_TRUE(*one.metadata == *other.metadata);
-}
-
-} // namespace
 
 TEST_F(ViewerWindowTest, APersonZoomsPansAndMeasures)
 {
@@ -207,21 +31,10 @@ TEST_F(ViewerWindowTest, APersonZoomsPansAndMeasures)
     EXPECT_EQ(Window().Message().Text().toStdString(), "");
 
     // The value and the place under the pointer.
-    const auto shows = [&](const char* text)
-    {
-        for (const QLabel* const label : Window().findChildren<QLabel*>())
-        {
-            if (label->text() == QString::fromUtf8(text))
-            {
-                return true;
-            }
-        }
-        return false;
-    };
     const QPointF place(300.5, 200.5);
-    QMouseEvent move(QEvent::MouseMove, Image().ToWidget(place), Qt::NoButton, {}, {});
-    QApplication::sendEvent(&Image(), &move);
-    EXPECT_TRUE(WaitFor([&] { return shows("1.112 ke"); })); // 1000 + 4 * 300, half as many electrons, plus 12
+    Point(place);
+    EXPECT_TRUE(
+        WaitFor([&] { return ValueUnderPointer() == "1.112 ke"; })); // 1000 + 4 * 300, half as many electrons, plus 12
 
     const double before = Image().Zoom();
     const QPointF pointer = Image().ToWidget(place);
@@ -341,77 +154,6 @@ TEST_F(ViewerWindowTest, WhatIsDamagedIsSaidAndTheRestIsShown)
     QDropEvent drop({10, 10}, Qt::CopyAction, &dropped, Qt::LeftButton, {});
     QApplication::sendEvent(&Window(), &drop);
     EXPECT_TRUE(WaitFor([&] { return m_viewer->Document()->path == Path("record.tif"); }));
-}
-
-TEST_F(ViewerWindowTest, AnAcquisitionIsStoppedSavedAndReadAgain)
-{
-    FileNaming::FileNamingSettings naming;
-    naming.folder = m_folder / "images";
-    naming.useDateFolders = false;
-    m_viewer->SetNaming(naming, true);
-    Window().Acquisition().Show({256, 1e-6, true});
-    Press(Qt::Key_F9);
-    const auto course = [&]
-    { return Window().Acquisition().findChildren<QLabel*>().back()->text() + Window().windowTitle(); };
-    ASSERT_TRUE(WaitFor([&] { return course().contains(QStringLiteral("Live")); }));
-    // A frame and a part of the next one.
-    ASSERT_TRUE(WaitFor([&] { return m_viewer->Display().maximum > 8000; }));
-    Press(Qt::Key_F10);
-    ASSERT_TRUE(WaitUntilIdle());
-    const DocumentPtr acquired = m_viewer->Document();
-    ASSERT_TRUE(acquired && acquired->metadata);
-    EXPECT_TRUE(acquired->path.isEmpty());
-    EXPECT_EQ(acquired->metadata->ScanSettings.DwellTime, 1e-6);
-    EXPECT_TRUE(acquired->metadata->Optics.AccelerationVoltage);
-    EXPECT_EQ(acquired->metadata->Detectors.size(), 1u);
-
-    WithDialog([&] { Window().close(); }, [](QWidget&) {}); // Escape
-    EXPECT_TRUE(Window().isVisible());
-    Press(Qt::Key_S, Qt::ControlModifier);
-    ASSERT_TRUE(WaitFor([&] { return m_viewer->IsIdle() && !m_viewer->Document()->path.isEmpty(); }));
-    EXPECT_EQ(m_viewer->Document()->path, Path("images/Experiment_0001.tif"));
-    const auto picture = ImageIO::ReadImageFromFile((m_folder / "images/Experiment_0001.png").wstring());
-    EXPECT_EQ(picture->Size().width, 256u);
-    EXPECT_GT(picture->Size().height, acquired->picture->image.Size().height); // the data bar
-    Open(Path("images/Experiment_0001.tif"));
-    ExpectSame(*acquired, *m_viewer->Document());
-
-    naming.folder = m_folder / "viewer.ini"; // a file where a folder should be
-    m_viewer->SetNaming(naming, false);
-    Press(Qt::Key_S, Qt::ControlModifier);
-    EXPECT_TRUE(WaitFor([&] { return m_failures.size() == 1; }));
-}
-
-/// A cancel may come when the work is done. Then it is tried again.
-TEST_F(ViewerWindowTest, ReadingAndWritingAreCancelled)
-{
-    const MetadataLib::Metadata metadata = Support::FullMetadata();
-    OpenRamp(&metadata, 6000);
-    Support::WriteFile(m_folder / "small.pgm", "P5 2 2 255\nabcd");
-    Open(Path("small.pgm"));
-    bool wasCancelled = false;
-    for (int attempt = 0; attempt < 20 && !wasCancelled; ++attempt)
-    {
-        m_viewer->Open(Path("ramp.tif"));
-        Window().cancelRequested.Emit();
-        m_viewer->Wait();
-        ASSERT_TRUE(WaitUntilIdle());
-        QCoreApplication::processEvents();
-        wasCancelled = m_viewer->Document()->path == Path("small.pgm");
-    }
-    EXPECT_TRUE(wasCancelled);
-    Open(Path("ramp.tif"));
-    wasCancelled = false;
-    for (int attempt = 0; attempt < 20 && !wasCancelled; ++attempt)
-    {
-        std::filesystem::remove(m_folder / "copy.tif");
-        m_viewer->Save(Path("copy.tif"));
-        Window().cancelRequested.Emit();
-        ASSERT_TRUE(WaitUntilIdle());
-        wasCancelled = !std::filesystem::exists(m_folder / "copy.tif");
-    }
-    EXPECT_TRUE(wasCancelled);
-    EXPECT_TRUE(m_failures.empty());
 }
 
 TEST_F(ViewerWindowTest, AHundredFilesTakeTheMemoryOfOne)
