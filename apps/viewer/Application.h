@@ -66,7 +66,7 @@ public:
     void Save(const QString& path);
 
     /// The display as it is now.
-    DisplayState Display() const { return m_display.State(); }
+    const DisplayState& Display() const noexcept { return m_display.State(); }
 
 private:
     struct Live;

@@ -220,7 +220,7 @@ void Application::HintAtReport()
 void Application::Remember()
 try
 {
-    m_settings.display = m_display.Choice();
+    m_settings.display = m_display.State().choice;
     m_settings.scan = m_window.Acquisition().Settings();
     m_settings.savesEachScan = m_window.Acquisition().SavesEach();
     m_settings.geometry = m_window.saveGeometry();

@@ -59,22 +59,28 @@ Imaging::DisplaySettings SettingsOf(const DisplayChoice& choice, ValueRange rang
     return settings;
 }
 
-ValueRange AxisOf(PixelKind kind, const Imaging::Histogram& histogram, ValueRange shown)
+ValueRange NearlyAllOf(PixelKind kind, const Imaging::Histogram& histogram)
 {
-    ValueRange axis = HasBytes(kind) ? ValueRange{0.0, MaxByte} : histogram.AutomaticRange(0.01, 99.99);
-    if (!HasBytes(kind))
+    if (HasBytes(kind))
     {
-        constexpr double Space = 0.1; // of the axis, on each side
-        const double space = Space * (axis.high - axis.low);
-        axis = {axis.low - space, axis.high + space};
+        return {0.0, MaxByte};
     }
-    axis.low = std::min({axis.low, shown.low, shown.high});
-    axis.high = std::max({axis.high, shown.low, shown.high});
+    constexpr double Space = 0.1; // on each side
+    const ValueRange range = histogram.AutomaticRange(0.01, 99.99);
+    const double space = Space * (range.high - range.low);
+    return {range.low - space, range.high + space};
+}
+
+ValueRange AxisOf(ValueRange nearlyAll, ValueRange shown)
+{
+    const ValueRange axis{std::min({nearlyAll.low, shown.low, shown.high}),
+                          std::max({nearlyAll.high, shown.low, shown.high})};
     if (!(axis.high > axis.low) || !std::isfinite(axis.high - axis.low))
     {
-        axis = {axis.low, axis.low + std::max(1.0, std::abs(axis.low))};
+        const double high = axis.low + std::max(1.0, std::abs(axis.low));
+        return std::isfinite(high) ? ValueRange{axis.low, high} : ValueRange{0.0, 1.0};
     }
-    return std::isfinite(axis.high) ? axis : ValueRange{0.0, 1.0};
+    return axis;
 }
 
 } // namespace Ardo::Kiln::Viewer

@@ -39,8 +39,10 @@ Imaging::ValueRange RangeOf(const DisplayChoice& choice, Imaging::PixelKind kind
 /// The settings of the display.
 Imaging::DisplaySettings SettingsOf(const DisplayChoice& choice, Imaging::ValueRange range);
 
-/// The range of values for a diagram of the histogram: what nearly all values and \p shown use, with some space around.
-/// A few hot pixels do not stretch it.
-Imaging::ValueRange AxisOf(Imaging::PixelKind kind, const Imaging::Histogram& histogram, Imaging::ValueRange shown);
+/// What nearly all values use, with some space around. A few hot pixels do not stretch it.
+Imaging::ValueRange NearlyAllOf(Imaging::PixelKind kind, const Imaging::Histogram& histogram);
+
+/// The range of values for a diagram of the histogram: \p nearlyAll and what is \p shown.
+Imaging::ValueRange AxisOf(Imaging::ValueRange nearlyAll, Imaging::ValueRange shown);
 
 } // namespace Ardo::Kiln::Viewer

@@ -31,7 +31,7 @@ public:
     /// Parts of the axis that are counted.
     static constexpr std::size_t PartCount = 256;
 
-    explicit DisplayPresenter(const DisplayChoice& choice) : m_choice(choice) {}
+    explicit DisplayPresenter(const DisplayChoice& choice) { m_state.choice = choice; }
 
     Threading::Sender<DisplayState> states;
 
@@ -45,13 +45,15 @@ public:
     void Choose(const DisplayChoice& choice);
 
     /// The state of the present image.
-    DisplayState State() const;
-
-    const DisplayChoice& Choice() const noexcept { return m_choice; }
+    const DisplayState& State() const noexcept { return m_state; }
 
 private:
-    DisplayChoice m_choice;
+    void ShowHistogram();
+    void Decide();
+
+    DisplayState m_state;
     Imaging::PixelKind m_kind = Imaging::PixelKind::UInt8;
+    Imaging::ValueRange m_nearlyAll;                       ///< What nearly all values use.
     std::shared_ptr<const Imaging::Histogram> m_histogram; ///< Null without an image.
 };
 
