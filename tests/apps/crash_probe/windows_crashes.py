@@ -17,6 +17,7 @@ CXX = "E06D7363 CXX_EXCEPTION"
 ABORT = "40000015 Unknown exception"
 ABORTED = 3  # the status after abort()
 FAILED = "Exception message: [not known: what() has failed itself]"
+FOLDERS = tempfile.TemporaryDirectory(prefix="crashes")  # removed when this program ends
 SYSTEM_THREADS = ("--thread c11 ", "--thread timer ")
 
 
@@ -43,7 +44,7 @@ class Crash:
 
     def __init__(self, arguments, dump=False):
         self.arguments = arguments
-        self.folder = pathlib.Path(tempfile.mkdtemp(prefix="crash"))
+        self.folder = pathlib.Path(tempfile.mkdtemp(dir=FOLDERS.name))
         # The system's own writer of minidumps takes seconds under wine.
         options = arguments if dump or "--with" in arguments else "--with fake-dump " + arguments
         # A variable of the environment chooses the folder; wine would replace the one that is set here.
