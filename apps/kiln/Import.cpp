@@ -243,9 +243,7 @@ try
     WriteFile(ToName(path), item, run);
     if (naming.hasCopy)
     {
-        FileSystem::ReplacementFile copy(reservation.ExportPath(L"tif"));
-        std::filesystem::copy_file(path, copy.Path(), std::filesystem::copy_options::overwrite_existing);
-        copy.Commit();
+        WriteFile(ToName(reservation.ExportPath(L"tif")), item, run);
     }
     return ToName(path);
 }
