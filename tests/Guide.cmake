@@ -1,6 +1,6 @@
 # Runs PROGRAM and fails unless GUIDE quotes the text of SOURCE, and later what the program prints. With FAULTS the program
 # reports an access violation on its standard error stream, which is empty otherwise.
-execute_process(COMMAND ${PROGRAM} RESULT_VARIABLE result OUTPUT_VARIABLE output ERROR_VARIABLE error TIMEOUT 60)
+execute_process(COMMAND ${PROGRAM} RESULT_VARIABLE result OUTPUT_VARIABLE output ERROR_VARIABLE error TIMEOUT 300)
 if(FAULTS AND error MATCHES "ACCESS_VIOLATION.*Report file created")
     set(error "")
 endif()

@@ -159,18 +159,21 @@ TEST(SystemTest, ApartmentsAreThoseOfTheSystem)
 
 TEST(SystemDeathTest, TheMutexOfTheLogFilesIsOneForAllProcesses)
 {
-    const auto lock = []
+    const auto lock = [](std::chrono::milliseconds patience)
     {
         const Support::ScopedTempDir folder;
         SharedAppendFile file;
-        return !file.Open(folder / "a.log") && file.Lock(std::chrono::milliseconds(50));
+        return !file.Open(folder / "a.log") && file.Lock(patience);
     };
-    const HANDLE mutex = ::CreateMutexW(nullptr, TRUE, L"Global\\TextLoggingMutex");
-    EXPECT_EXIT(std::_Exit(lock() ? 1 : 0), testing::ExitedWithCode(0), "") << "another process has it";
-    EXPECT_TRUE(lock()) << "the thread that has it may lock again";
+    constexpr std::chrono::milliseconds Brief(50);
+    constexpr std::chrono::milliseconds Long(30'000); // other programs that log have it for a moment
+    const HANDLE mutex = ::CreateMutexW(nullptr, FALSE, L"Global\\TextLoggingMutex");
+    ASSERT_EQ(::WaitForSingleObject(mutex, 30'000), WAIT_OBJECT_0);
+    EXPECT_EXIT(std::_Exit(lock(Brief) ? 1 : 0), testing::ExitedWithCode(0), "") << "another process has it";
+    EXPECT_TRUE(lock(Brief)) << "the thread that has it may lock again";
     ::ReleaseMutex(mutex);
     ::ReleaseMutex(mutex);
-    EXPECT_EXIT(std::_Exit(lock() ? 0 : 1), testing::ExitedWithCode(0), "");
+    EXPECT_EXIT(std::_Exit(lock(Long) ? 0 : 1), testing::ExitedWithCode(0), "");
     ::CloseHandle(mutex);
 }
 
