@@ -61,7 +61,7 @@ endfunction()
 # kiln_folder(NAME Conversion HEADERS String.h SOURCES String.cpp [LINK KilnPlatform ...])
 #
 # Declares the object library Kiln<NAME>. HEADERS are the public headers of the folder: they are installed,
-# and the header check compiles each of them alone. Private headers end in _p.h and are not listed. LINK are
+# and the header check compiles each of them alone. Private headers are not listed. LINK are
 # the folders and external libraries that this folder may include.
 function(kiln_folder)
     cmake_parse_arguments(arg "" "NAME" "HEADERS;SOURCES;LINK" ${ARGN})

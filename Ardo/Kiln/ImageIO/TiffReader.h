@@ -40,7 +40,7 @@ public:
     ~TiffReader();
     TiffReader(const TiffReader&) = delete;
     TiffReader& operator=(const TiffReader&) = delete;
-    /// \p other is as after its constructor.
+    /// \p other becomes a reader that has opened nothing.
     TiffReader(TiffReader&& other) noexcept;
     TiffReader& operator=(TiffReader&& other) noexcept;
 

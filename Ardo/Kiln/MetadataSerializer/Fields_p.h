@@ -15,8 +15,8 @@ namespace Ardo::Kiln::MetadataSerializer
 // record, in document order. A writer takes const records, a reader changeable ones.
 //
 // A new field is added to its struct in Ardo/MetadataLib, to the list below, and to share/ArdoMetadata.xsd in the same
-// order. The tests want it in tests/Support/FullMetadata.cpp and tests/Data/full.*; `kiln info` (apps/kiln/Info.cpp)
-// shows only what it names.
+// order. The tests cover a field only if tests/Support/FullMetadata.cpp and tests/Data/full.* have it; `kiln info`
+// (apps/kiln/Info.cpp) shows only what it names.
 //
 // A visitor has
 //

@@ -42,7 +42,7 @@ class JobQueue;
 /// A worker also stops, for good, when an exception leaves a function and nobody handles it: the process's exception
 /// handler deals with the exception (see Exception::Handler).
 ///
-/// A stopped worker does not touch pending work: posted functions are never run and are destroyed with the worker;
+/// A stopped worker does not run pending work: posted functions are never run and are destroyed with the worker;
 /// scheduled items stay Scheduled for ever, so that Wait() on one never returns. Cancel such items before, or hold them
 /// in a ScopedScheduledWork, which does.
 ///

@@ -38,8 +38,8 @@ public:
     struct Job
     {
         std::function<void()> function;
-        /// Called with an Exception::Warning that the function throws. Must outlive the run. Null: warnings leave Run()
-        /// like every other exception.
+        /// Called with an Exception::Warning that the function throws; must outlive the job. Null: warnings leave
+        /// Run() like every other exception.
         const std::function<void(const Exception::Warning&)>* warningHandler = nullptr;
     };
 

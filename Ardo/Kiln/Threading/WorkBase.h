@@ -33,7 +33,7 @@ public:
     /// \warning Never returns in the item's own function.
     virtual bool Wait() = 0;
 
-    /// Runs the function unless the item is anything but Scheduled. For the worker.
+    /// Runs the function if the item is Scheduled. For the worker.
     virtual void operator()() = 0;
 
     /// Whether the item has not begun.
