@@ -31,7 +31,7 @@ QString NeighbourInFolder(const QString& path, int step)
     {
         names += info.fileName();
     }
-    QCollator collator(QLocale(QLocale::English)); // that of "C" knows no numeric mode
+    QCollator collator{QLocale(QLocale::English)}; // that of "C" knows no numeric mode
     collator.setNumericMode(true);
     std::sort(names.begin(), names.end(),
               [&](const QString& a, const QString& b)
