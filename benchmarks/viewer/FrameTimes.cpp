@@ -2,8 +2,8 @@
 // FOLDER gets images of 4096 x 4096 pixels. benchmarks/viewer/run.py starts it on a screen in memory.
 //
 // Each line of the output has a subject and four numbers: median and 95 % percentile of the viewer, and those of the
-// peer, in ms. Of the large file they are the time until it is shown, or from the cancel to the end of the work, and the
-// longest time without an event, both in ms; then the greatest memory meanwhile and the memory afterwards, in MiB.
+// peer, in ms. Of the large file they are the time until it is shown, or from the cancel to the end of the work, and
+// the longest time without an event, both in ms; then the greatest memory meanwhile and the memory afterwards, in MiB.
 
 #include "apps/viewer/Application.h"
 #include "apps/viewer/View/AcquisitionPanel.h"
