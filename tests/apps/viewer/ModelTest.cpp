@@ -1,5 +1,6 @@
 #include "apps/viewer/Model/Document.h"
 #include "apps/viewer/Model/FolderImages.h"
+#include "apps/viewer/Model/HalveRow.h"
 #include "apps/viewer/Model/RecordTree.h"
 #include "apps/viewer/Model/Samples.h"
 #include "apps/viewer/Model/SaveRequest.h"
@@ -14,6 +15,7 @@
 
 #include <gmock/gmock.h>
 #include <QFileInfo>
+#include <QMimeDatabase>
 #include <QSettings>
 #include <QTranslator>
 
@@ -78,6 +80,22 @@ std::string Field(const std::vector<RecordNode>& nodes, std::vector<std::string>
 }
 
 } // namespace
+
+TEST(ViewerModelTest, HalfAnImageIsMadeOfMeans)
+{
+    const std::uint16_t words[] = {65535, 65534, 3, 65535, 65535, 4};
+    std::uint16_t half[2];
+    HalveRow(PixelKind::UInt16, words, words + 3, 3, half);
+    EXPECT_THAT(half, ::testing::ElementsAre(65535, 4)); // 65534.75 and, at an odd end, 3.5
+    const float floats[] = {3e38F, 3e38F, 3e38F, 1e38F};
+    float mean = 0;
+    HalveRow(PixelKind::Float32, floats, floats + 2, 2, &mean);
+    EXPECT_FLOAT_EQ(mean, 2.5e38F);
+    const std::uint8_t clear[] = {200, 0, 100, 0, 10, 20, 30, 255};
+    std::uint8_t colour[4];
+    HalveRow(PixelKind::Rgba8, clear, clear, 2, colour);
+    EXPECT_THAT(colour, ::testing::ElementsAre(10, 20, 30, 128)); // what is transparent has no colour
+}
 
 /// Line by line as from a detector, or at once: the same levels.
 TEST(ViewerModelTest, APyramidOfRowsIsThatOfTheImage)
@@ -226,41 +244,26 @@ TEST(ViewerModelTest, TheNextFileIsTheNextNumber)
     EXPECT_EQ(next("b2.tif", -1), "a.PNG");
 }
 
-/// What is damaged does not hide what is whole.
+/// What is damaged in part is shown in the window's tests.
 TEST(ViewerModelTest, ADocumentHasWhatCanBeRead)
 {
     const Support::ScopedTempDir folder;
     const auto path = folder / "image.tif";
-    const const_raw_image image = Ramp({64, 64});
-    MetadataLib::Metadata metadata = Support::FullMetadata();
-    ImageIO::TiffExporter().WriteImage(path.wstring(), image, &metadata);
-    const std::string whole = Support::ReadFile(path);
-    Document document = Read(path);
+    const MetadataLib::Metadata metadata = Support::FullMetadata();
+    ImageIO::TiffExporter().WriteImage(path.wstring(), Ramp({64, 64}), &metadata);
+    const Document document = Read(path);
     ASSERT_TRUE(document.picture && document.metadata);
     EXPECT_TRUE(*document.metadata == metadata);
     EXPECT_TRUE(document.imageProblem.empty() && document.recordProblem.empty());
-
-    Support::WriteFile(path, Support::Replaced(whole, "<AccelerationVoltage>", "<AccelerationVoltag=>"));
-    document = Read(path);
-    EXPECT_TRUE(document.picture != nullptr && !document.metadata);
-    EXPECT_THAT(document.recordProblem, ::testing::HasSubstr("line "));
-    EXPECT_THAT(document.recordText, ::testing::HasSubstr("<Metadata"));
-
-    std::string damaged = whole; // a compression that there is not
-    const char entry[] = {3, 1, 3, 0, 1, 0, 0, 0, 1, 0};
-    const std::size_t at = damaged.find(std::string(entry, sizeof entry));
-    ASSERT_NE(at, std::string::npos);
-    damaged[at + 8] = 99;
-    Support::WriteFile(path, damaged);
-    document = Read(path);
-    EXPECT_TRUE(document.picture == nullptr && document.metadata);
-    EXPECT_FALSE(document.imageProblem.empty());
-
+    // At each of its steps: reading, and the preparation of the display.
+    for (const double last : {0.0, 0.7})
+    {
+        EXPECT_THROW(ReadDocument(Path(path), [&](double part) { return part < last; }), Cancelled) << last;
+    }
+    const std::string whole = Support::ReadFile(path);
     Support::WriteFile(path, whole.substr(0, whole.size() / 2));
     EXPECT_THROW(Read(path), std::exception);
     EXPECT_THROW(Read(folder / "missing.tif"), std::exception);
-    Support::WriteFile(path, whole);
-    EXPECT_THROW(ReadDocument(Path(path), [](double) { return false; }), Cancelled);
 }
 
 TEST(ViewerModelTest, AScanIsACellWithLessNoiseTheLongerItTakes)
@@ -324,6 +327,18 @@ TEST(ViewerModelTest, SettingsComeBackAndDamagedOnesAreLeftOut)
     EXPECT_EQ(LoadViewerSettings(file).display, (DisplayChoice{RangeMode::Whole, 0.1, 97.25, {}, 1.0, "grey", true}));
 }
 
+/// Each format of the file dialog is one for which file managers offer the viewer.
+TEST(ViewerModelTest, TheDesktopEntryHasTheTypesOfAllFormats)
+{
+    const std::string entry = Support::ReadFile(KILN_TEST_DATA "/../../apps/viewer/Resources/orbex-viewer.desktop");
+    for (const QString& pattern : ImageNameFilter().split(QLatin1Char(' ')))
+    {
+        const QMimeType type = QMimeDatabase().mimeTypeForFile(pattern, QMimeDatabase::MatchExtension);
+        EXPECT_THAT(entry, ::testing::ContainsRegex("[=;]" + type.name().toStdString() + ";"))
+            << type.name().toStdString();
+    }
+}
+
 TEST(ViewerModelTest, TheTextsAreThereInGerman)
 {
     QTranslator german;
@@ -335,25 +350,18 @@ TEST(ViewerModelTest, TheTextsAreThereInGerman)
     EXPECT_EQ(german.translate("Viewer", "&Open...").toStdString(), "Ö&ffnen...");
 }
 
-TEST(ViewerModelTest, TheWheelKeepsThePointUnderThePointer)
+TEST(ViewerModelTest, AnImageIsNeitherLostNorTooLarge)
 {
     ViewTransform transform;
     transform.SetSizes({800, 600}, {4096, 4096});
-    EXPECT_TRUE(transform.IsFitted());
     EXPECT_DOUBLE_EQ(transform.Zoom(), 600.0 / 4096);
-    EXPECT_EQ(transform.Visible(), QRectF(0, 0, 4096, 4096));
-    const QPointF pointer(500, 200);
-    const QPointF before = transform.ToImage(pointer);
-    transform.ZoomTo(2.0, pointer);
-    const QPointF after = transform.ToImage(pointer);
-    EXPECT_NEAR(before.x(), after.x(), 1.0);
-    EXPECT_NEAR(before.y(), after.y(), 1.0);
-    transform.PanBy({1e6, -1e6}); // the image stays in the view
+    transform.ZoomTo(2.0, {500, 200});
+    transform.PanBy({1e6, -1e6});
     EXPECT_EQ(transform.Visible().left(), 0.0);
     EXPECT_EQ(transform.Visible().bottom(), 4096.0);
-    transform.ZoomTo(1e9, pointer);
+    transform.ZoomTo(1e9, {});
     EXPECT_DOUBLE_EQ(transform.Zoom(), ViewTransform::MaxZoom);
-    transform.ZoomTo(0.0, pointer);
+    transform.ZoomTo(0.0, {});
     EXPECT_DOUBLE_EQ(transform.Zoom(), 600.0 / 4096);
 }
 
