@@ -5,6 +5,8 @@
 #include "apps/kiln/Streams.h"
 #include "apps/kiln/ToolLog.h"
 
+#include "Ardo/Kiln/Threading/BackgroundWorker.h"
+
 #include <QJsonDocument>
 #include <QJsonObject>
 
@@ -14,6 +16,7 @@
 #include <exception>
 #include <iostream>
 #include <map>
+#include <memory>
 #include <mutex>
 #include <thread>
 
@@ -63,7 +66,9 @@ public:
         const std::size_t processors = std::max(1U, std::thread::hardware_concurrency());
         for (std::size_t i = 0; i < std::min(processors, files.size()); ++i)
         {
-            m_threads.emplace_back([this] { Run(); });
+            const auto& worker =
+                m_workers.emplace_back(std::make_unique<Threading::BackgroundWorker>("Files " + std::to_string(i + 1)));
+            worker->Post([this]() noexcept { Run(); });
         }
     }
 
@@ -127,7 +132,7 @@ private:
     std::size_t m_next = 0;                      ///< The next file to begin.
     std::size_t m_taken = 0;                     ///< The next report to take.
     bool m_isStopped = false;
-    std::vector<std::jthread> m_threads; ///< Last, so that they end before the rest does.
+    std::vector<std::unique_ptr<Threading::BackgroundWorker>> m_workers; ///< Last, so that they end before the rest.
 };
 
 /// A line on standard error that shows how far the work is.

@@ -113,6 +113,13 @@ void DeclareExport(CLI::App& command, PictureOptions& options)
     command.add_flag("--scale-bar", options.hasScaleBar, "Draw a scale bar");
     command.add_option("--data-bar", options.dataBar,
                        "Quantities below the image: \"usual\", or names separated by commas");
+    CLI::Option* const forImageJ =
+        command.add_flag("--for-imagej", options.isForImageJ,
+                         "A TIFF with all samples unchanged, with the pixel size where ImageJ looks for it");
+    for (const char* const other : {"--type", "--size", "--range", "--gamma", "--colours", "--scale-bar", "--data-bar"})
+    {
+        forImageJ->excludes(command.get_option(other));
+    }
     command.add_option("--quality", options.quality, "Of JPEG")->capture_default_str()->check(CLI::Range(1, 100));
     AddPage(command, options.page);
 }
@@ -120,8 +127,9 @@ void DeclareExport(CLI::App& command, PictureOptions& options)
 void DeclareHistogram(CLI::App& command, HistogramOptions& options)
 {
     command.add_option("IN", options.image, "The image to read")->required()->type_name(File);
-    command.add_option("OUT", options.output, "The text file to write, for example with the extension csv")
-        ->required()
+    command
+        .add_option("OUT", options.output,
+                    "The text file to write, for example with the extension csv; not needed with --json")
         ->type_name(File);
     command.add_option("--parts", options.parts, "Maximum number of lines below the header")
         ->capture_default_str()
@@ -130,6 +138,7 @@ void DeclareHistogram(CLI::App& command, HistogramOptions& options)
         ->capture_default_str()
         ->check(CLI::IsMember({",", ";", "tab"}));
     AddPage(command, options.page);
+    AddJson(command, options.isJson);
 }
 
 void DeclareMetadata(CLI::App& command, MetadataOptions& options)

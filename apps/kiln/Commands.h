@@ -100,16 +100,18 @@ struct PictureOptions
     std::string dataBar;          ///< "usual", or names of quantities separated by commas.
     int quality = 92;             ///< Of JPEG, 1 to 100.
     std::uint32_t page = 1;       ///< Which image of the file, from 1.
+    bool isForImageJ = false;     ///< A TIFF with all samples, calibrated as ImageJ reads it. No picture.
 };
 
-/// Writes an image as it is shown, or its scaled data.
+/// Writes an image as it is shown, or its scaled data, or a copy for ImageJ.
 bool ExportPicture(const PictureOptions& options);
 
 /// The arguments of `kiln histogram`. All texts are UTF-8.
 struct HistogramOptions
 {
     std::string image;           ///< The image to read; "-" for standard input.
-    std::string output;          ///< The text file to write; "-" for standard output.
+    std::string output;          ///< The text file to write; "-" for standard output; empty for none, with isJson only.
+    bool isJson = false;         ///< Also print the histogram as JSON.
     int parts = 256;             ///< Maximum number of lines below the header.
     std::string separator = ","; ///< One character, or "tab".
     std::uint32_t page = 1;      ///< Which image of the file, from 1.

@@ -6,6 +6,7 @@
 #include "apps/kiln/ToolOptions.h"
 #include "apps/Program/ProgramArguments.h"
 
+#include "Ardo/Kiln/Exception/Handler.h"
 #include "Ardo/Kiln/Profiling/Stage.h"
 #include "Ardo/Kiln/Profiling/Startup.h"
 
@@ -99,6 +100,7 @@ int main(int argc, char** argv)
     std::signal(SIGXFSZ, SIG_IGN); // a write beyond the limit on file sizes fails instead
 #endif
     Ardo::Kiln::Profiling::MarkStartup("main");
+    Ardo::Kiln::Exception::Handler::SetMonitorAllThread(false); // a fault on a worker ends the tool as any other does
     try
     {
         using namespace Ardo::Kiln::Program;

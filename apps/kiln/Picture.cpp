@@ -1,21 +1,27 @@
 #include "apps/kiln/Commands.h"
 #include "apps/kiln/Failure.h"
 #include "apps/kiln/Image.h"
+#include "apps/kiln/Json.h"
 #include "apps/kiln/ToolLog.h"
 
 #include "Ardo/Imaging/Histogram.h"
 #include "Ardo/Kiln/Conversion/String.h"
 #include "Ardo/Kiln/Exception/Error.h"
+#include "Ardo/Kiln/FileSystem/ReplacementFile.h"
 #include "Ardo/Kiln/FileSystem/TemporaryFile.h"
 #include "Ardo/Kiln/FileSystem/WidePath.h"
 #include "Ardo/Kiln/ImageIO/DataBar.h"
+#include "Ardo/Kiln/ImageIO/ImageJTiff.h"
 #include "Ardo/Kiln/ImageIO/PlotFile.h"
 #include "Ardo/Kiln/ImageIO/Presentation.h"
 #include "Ardo/Kiln/ImageIO/ReadColourTable.h"
 
+#include <QJsonArray>
+
 #include <algorithm>
 #include <charconv>
 #include <cmath>
+#include <functional>
 #include <stdexcept>
 
 namespace Ardo::Kiln::Tool
@@ -146,10 +152,83 @@ ImageIO::ExportType TypeOf(const PictureOptions& options)
     return *type;
 }
 
+/// docs/kiln.md describes the object.
+QJsonObject FactsOf(const std::string& file, const Histogram& histogram, const ImageIO::Plot& plot, double width)
+{
+    QJsonArray counts;
+    for (const double count : plot.series[0].values)
+    {
+        counts.append(count);
+    }
+    return {{"file", QString::fromStdString(file)},
+            {"pixels", static_cast<double>(histogram.Count())},
+            {"minimum", histogram.Minimum()},
+            {"maximum", histogram.Maximum()},
+            {"first", plot.positions.front()},
+            {"width", width},
+            {"counts", counts}};
+}
+
+/// Writes a file that is complete or not there, or to standard output.
+void WriteOutput(const std::string& output, const std::function<void(const std::wstring&)>& write)
+{
+    if (output == StandardStream)
+    {
+        const FileSystem::TemporaryFile file;
+        write(file.WidePath());
+        PrintFile(file.Path());
+        return;
+    }
+    try
+    {
+        FileSystem::ReplacementFile file(ToPath(output));
+        write(file.WidePath());
+        file.Commit();
+    }
+    catch (const std::filesystem::filesystem_error& error)
+    {
+        throw Failure(output + ": " + ReasonOf(error));
+    }
+}
+
+bool ExportForImageJ(const PictureOptions& options)
+{
+    const InputFile input(options.image);
+    const LoadedImage loaded = LoadImage(input, options.image, options.page - 1, true);
+    const auto* const size =
+        loaded.record && loaded.record->BinaryResult.PixelSize ? &*loaded.record->BinaryResult.PixelSize : nullptr;
+    if (size == nullptr)
+    {
+        throw Failure(options.image + ": has no pixel size for ImageJ");
+    }
+    WriteOutput(options.output,
+                [&](const std::wstring& file)
+                {
+                    try
+                    {
+                        ImageIO::WriteImageJTiff(file, *loaded.image, *size);
+                    }
+                    catch (const Exception::Error& error)
+                    {
+                        // The file that is written has another name than the one that was asked for.
+                        const std::string_view text = error.what();
+                        const std::size_t end = text.find(": ");
+                        throw Failure(options.output + ": " +
+                                      std::string(text.substr(end == std::string_view::npos ? 0 : end + 2)));
+                    }
+                });
+    LogInfo("exported " + options.image + ", " + Describe(*loaded.image) + ", for ImageJ to " + options.output);
+    return true;
+}
+
 } // namespace
 
 bool ExportPicture(const PictureOptions& options)
 {
+    if (options.isForImageJ)
+    {
+        return ExportForImageJ(options);
+    }
     // A wrong command line fails before anything is read.
     const ImageIO::ExportType type = TypeOf(options);
     ImageIO::PresentationSettings settings;
@@ -209,6 +288,10 @@ bool ExportPicture(const PictureOptions& options)
 
 bool WriteHistogram(const HistogramOptions& options)
 {
+    if (options.output.empty() && !options.isJson)
+    {
+        throw UsageError("OUT or --json is required");
+    }
     const InputFile input(options.image);
     const LoadedImage loaded = LoadImage(input, options.image, options.page - 1, false);
     const Histogram histogram(*loaded.image);
@@ -230,6 +313,14 @@ bool WriteHistogram(const HistogramOptions& options)
     {
         plot.positions.push_back(low + width * static_cast<double>(plot.positions.size()));
         plot.series[0].values.push_back(static_cast<double>(number));
+    }
+    if (options.isJson)
+    {
+        Print(JsonText(FactsOf(options.image, histogram, plot, width)) + "\n");
+    }
+    if (options.output.empty())
+    {
+        return true;
     }
     ImageIO::PlotTextFormat format;
     format.separator = options.separator == "tab" ? '\t' : options.separator[0];

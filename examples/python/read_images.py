@@ -2,10 +2,7 @@
 
 import sys
 import xml.etree.ElementTree as ElementTree
-
 import tifffile
-
-RECORD = 34683  # the tag that holds the record's XML document
 
 
 def to_value(element):
@@ -22,13 +19,12 @@ def to_value(element):
 def read_image(path):
     """The pixels as a NumPy array, and the record as a dictionary; None without a record."""
     with tifffile.TiffFile(path) as tiff:
-        tag = tiff.pages[0].tags.get(RECORD)
+        tag = tiff.pages[0].tags.get(34683)  # it holds the record's XML document
         return tiff.asarray(), to_value(ElementTree.fromstring(tag.value)) if tag else None
 
 
 for name in sys.argv[1:]:
     pixels, record = read_image(name)
     print(name, pixels.shape, pixels.dtype, "mean", round(float(pixels.mean()), 2))
-    if record and "PixelSize" in record["BinaryResult"]:
-        size, unit = record["BinaryResult"]["PixelSize"]["X"]
-        print(f"  a pixel is {size:.4g} {unit} wide, acquired at {float(record['Optics']['AccelerationVoltage']):g} V")
+    if record and (size := record["BinaryResult"].get("PixelSize")):
+        print("  a pixel is {:.4g} {} wide, acquired at".format(*size["X"]), record["Optics"]["AccelerationVoltage"], "V")

@@ -16,6 +16,14 @@ struct PixelDensity
     double y;
 };
 
+/// The resolution tags of a TIFF file.
+struct TiffResolution
+{
+    double x; ///< Pixels a unit.
+    double y;
+    bool isPerCentimetre; ///< False: the unit is not that of TIFF; the description names it.
+};
+
 // The pictures are of kind UInt8 or Rgb8, without gaps between rows.
 
 /// The contents of a PNG file.
@@ -29,8 +37,10 @@ std::string JpegContents(const Imaging::const_raw_image& picture, const std::opt
                          int quality);
 
 /// Writes a TIFF file.
+/// \param picture     of any kind but Rgba8.
+/// \param description ASCII; empty for none.
 /// \throws std::runtime_error with the reason.
 void WritePictureTiff(const std::filesystem::path& path, const Imaging::const_raw_image& picture,
-                      const std::optional<PixelDensity>& density);
+                      const std::optional<TiffResolution>& resolution, const std::string& description = {});
 
 } // namespace Ardo::Kiln::ImageIO

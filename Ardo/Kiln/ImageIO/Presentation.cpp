@@ -213,7 +213,14 @@ Writer MakeWriter(ExportType type, const const_raw_image& image, const MetadataL
         return [picture, density, quality = settings.jpegQuality](const Path& path)
         { WriteContents(path, JpegContents(picture, density, quality)); };
     default:
-        return [picture, density](const Path& path) { WritePictureTiff(path, picture, density); };
+        return [picture, density](const Path& path)
+        {
+            constexpr double Centimetre = 0.01;
+            WritePictureTiff(path, picture,
+                             density
+                                 ? std::optional(TiffResolution{density->x * Centimetre, density->y * Centimetre, true})
+                                 : std::nullopt);
+        };
     }
 }
 

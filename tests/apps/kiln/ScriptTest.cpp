@@ -143,6 +143,10 @@ TEST_F(ScriptTest, FactsAreJson)
     EXPECT_EQ(Facts("kiln format 1.07e-7 m --json")["text"].toString(), "107 nm");
     EXPECT_EQ(Facts("kiln name data --json")["files"].toArray().size(), 1);
     EXPECT_GE(Facts("kiln system --json")["processors"].toInt(), 1);
+    const QJsonDocument histogram = Facts("kiln histogram cell.tif --parts 4 --json");
+    EXPECT_EQ(histogram["counts"].toArray().size(), 4);
+    EXPECT_EQ(histogram["pixels"].toInt(), 550 * 660);
+    EXPECT_EQ(histogram["width"].toInt(), 64);
 }
 
 TEST_F(ScriptTest, SetWritesAChangedCopy)
@@ -158,6 +162,8 @@ TEST_F(ScriptTest, SetWritesAChangedCopy)
                                        HasSubstr("/BinaryResult/PixelSize/Y/value: "), HasSubstr("| a=b ä\n"),
                                        HasSubstr("Stage.Temp"), HasSubstr("/Optics/BeamCurrent: ")));
     EXPECT_EQ(compared.status, 1);
+    Must("kiln set cell.tif --output nameless.tif Core/ApplicationSoftware= Core/ApplicationComputerName=");
+    EXPECT_THAT(Must("kiln info nameless.tif"), HasSubstr("\nSoftware        -\n"));
     WriteFile(m_folder / "list.txt", std::string("\xFF\xFE#\0\r\0\n\0", 8)); // UTF-16: a comment
     EXPECT_EQ(Run("kiln set record.xml --output changed.xml --changes list.txt").status, 2);
     WriteFile(m_folder / "list.txt", "# wrong in the log\r\nOptics/AccelerationVoltage=300e3\r\n\r\n");

@@ -88,6 +88,10 @@ TEST_F(ToolLinuxTest, TheProfileOfACommandIsATraceAndATable)
     EXPECT_THAT(failed.error, HasSubstr("kiln: missing.tif: No such file or directory"));
     EXPECT_THAT(Support::CheckedTraceEvents(ReadFile(m_folder / "trace.json")), HasSubstr("X info {}\n"));
 
+    Run("kiln info cell.tif cell.tif --profile trace.json");
+    EXPECT_THAT(Support::CheckedTraceEvents(ReadFile(m_folder / "trace.json")),
+                HasSubstr("M thread_name {\"name\":\"Files "));
+
     // Nothing is done when the trace cannot be written.
     const ProcessResult refused = Run("kiln import " + Cell + " other.tif --profile nowhere/trace.json");
     EXPECT_EQ(refused.status, 1);

@@ -22,6 +22,8 @@ def main():
         plain = {name: value for name, value in os.environ.items() if not name.startswith("LD_")}
         result = subprocess.run([sys.executable, program, "cell.tif"], cwd=folder, env=plain, check=True,
                                 stdout=subprocess.PIPE)
+    if len(program.read_text().splitlines()) > 30:
+        sys.exit(f"{program.name} has more than 30 lines")
     quoted = f"```python\n{program.read_text()}```\n\n```text\n{result.stdout.decode()}```\n"
     if quoted not in (source / "docs/python.md").read_text():
         sys.exit(f"docs/python.md does not quote {program.name} and what it prints:\n{result.stdout.decode()}")
