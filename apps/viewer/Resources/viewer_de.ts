@@ -957,5 +957,21 @@ Fehlerberichte: %10</translation>
         <source>%1 exists. Replace it?</source>
         <translation>%1 gibt es schon. Ersetzen?</translation>
     </message>
+    <message>
+        <source>TIFF with all data</source>
+        <translation>TIFF mit allen Daten</translation>
+    </message>
+    <message>
+        <source>TIFF image</source>
+        <translation>TIFF-Bild</translation>
+    </message>
+    <message>
+        <source>PNG image</source>
+        <translation>PNG-Bild</translation>
+    </message>
+    <message>
+        <source>JPEG image</source>
+        <translation>JPEG-Bild</translation>
+    </message>
 </context>
 </TS>

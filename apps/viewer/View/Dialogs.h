@@ -60,6 +60,9 @@ UnsavedAnswer AskAboutUnsaved(QWidget* parent, bool isScanning);
 QString AskForNewFile(QWidget* parent, const QString& title, const QString& folder, const QString& filter,
                       const QStringList& extensions);
 
+/// The name of a type of files, in the language of the window.
+QString TitleOf(ImageIO::ExportType type);
+
 /// The same for a file of \p type.
 QString AskForNewFile(QWidget* parent, const QString& title, const QString& folder, ImageIO::ExportType type);
 

@@ -26,8 +26,7 @@ QComboBox* MakeTypes()
     {
         if (info.type != ExportType::Data)
         {
-            types->addItem(QString::fromUtf8(info.title.data(), static_cast<int>(info.title.size())),
-                           static_cast<int>(info.type));
+            types->addItem(TitleOf(info.type), static_cast<int>(info.type));
         }
     }
     types->setCurrentIndex(types->findData(static_cast<int>(ExportType::Png)));

@@ -39,6 +39,22 @@ QString AskForNewFile(QWidget* parent, const QString& title, const QString& fold
     return isFree || QMessageBox::question(parent, title, text) == QMessageBox::Yes ? path : QString();
 }
 
+QString TitleOf(ImageIO::ExportType type)
+{
+    switch (type)
+    {
+    case ImageIO::ExportType::Data:
+        return Texts::tr("TIFF with all data");
+    case ImageIO::ExportType::Tiff:
+        return Texts::tr("TIFF image");
+    case ImageIO::ExportType::Png:
+        return Texts::tr("PNG image");
+    case ImageIO::ExportType::Jpeg:
+        break;
+    }
+    return Texts::tr("JPEG image");
+}
+
 QString AskForNewFile(QWidget* parent, const QString& title, const QString& folder, ImageIO::ExportType type)
 {
     QStringList extensions;
@@ -46,7 +62,8 @@ QString AskForNewFile(QWidget* parent, const QString& title, const QString& fold
     {
         extensions += QString::fromUtf8(extension.data(), static_cast<int>(extension.size()));
     }
-    return AskForNewFile(parent, title, folder, QString::fromStdString(ImageIO::FilterText(type)), extensions);
+    const QString filter = QStringLiteral("%1 (*.%2)").arg(TitleOf(type), extensions.join(QStringLiteral(" *.")));
+    return AskForNewFile(parent, title, folder, filter, extensions);
 }
 
 } // namespace Ardo::Kiln::Viewer
