@@ -26,14 +26,14 @@ bool IsList(std::string_view name)
 }
 
 /// \param depth 1 for the sections of a record.
-QJsonValue ValueOf(const boost::property_tree::ptree& tree, std::string_view name, int depth)
+QJsonValue JsonValueOf(const boost::property_tree::ptree& tree, std::string_view name, int depth)
 {
     if (IsList(name))
     {
         QJsonArray list;
         for (const auto& [childName, child] : tree)
         {
-            list.append(ValueOf(child, childName, depth + 1));
+            list.append(JsonValueOf(child, childName, depth + 1));
         }
         return list;
     }
@@ -44,7 +44,7 @@ QJsonValue ValueOf(const boost::property_tree::ptree& tree, std::string_view nam
     QJsonObject object;
     for (const auto& [childName, child] : tree)
     {
-        object.insert(QString::fromStdString(childName), ValueOf(child, childName, depth + 1));
+        object.insert(QString::fromStdString(childName), JsonValueOf(child, childName, depth + 1));
     }
     return object;
 }
@@ -59,7 +59,7 @@ std::string JsonText(const QJsonObject& object)
 QJsonObject RecordJson(MetadataLib::Metadata& record)
 {
     using MetadataSerializer::SerializeType;
-    return ValueOf(MetadataSerializer::Record(record).Serialize(SerializeType::Json), "", 0).toObject();
+    return JsonValueOf(MetadataSerializer::Record(record).Serialize(SerializeType::Json), "", 0).toObject();
 }
 
 } // namespace Ardo::Kiln::Tool

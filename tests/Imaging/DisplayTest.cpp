@@ -1,12 +1,12 @@
 #include "Ardo/Imaging/DisplayBuffer.h"
 #include "Ardo/Imaging/DisplayKernels_p.h"
+#include "tests/Support/NotFinite.h"
 
 #include <gmock/gmock.h>
 
 #include <algorithm>
 #include <cmath>
 #include <cstring>
-#include <limits>
 #include <memory>
 #include <random>
 #include <stdexcept>
@@ -19,8 +19,8 @@ namespace
 
 using Colour = ColourTable::Colour;
 
-constexpr float Infinity = std::numeric_limits<float>::infinity();
-constexpr float NotANumber = std::numeric_limits<float>::quiet_NaN();
+using Kiln::Support::Infinity;
+using Kiln::Support::NotANumber;
 
 /// The level before rounding, by the formula of the header.
 double ExactLevel(double value, const DisplaySettings& settings)

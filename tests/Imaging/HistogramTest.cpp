@@ -1,10 +1,11 @@
 #include "Ardo/Imaging/Histogram.h"
 
+#include "tests/Support/NotFinite.h"
+
 #include <gmock/gmock.h>
 
 #include <algorithm>
 #include <cmath>
-#include <limits>
 #include <memory>
 #include <numeric>
 #include <random>
@@ -16,8 +17,8 @@ namespace Ardo::Imaging
 namespace
 {
 
-constexpr float Infinity = std::numeric_limits<float>::infinity();
-constexpr float NotANumber = std::numeric_limits<float>::quiet_NaN();
+using Kiln::Support::Infinity;
+using Kiln::Support::NotANumber;
 
 template <typename Sample>
 const_raw_image Image(const std::vector<Sample>& samples, size_2d size, PixelKind kind, std::size_t stride = 0)

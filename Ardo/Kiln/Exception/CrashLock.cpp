@@ -12,7 +12,7 @@ using Crash::FaultDispatch;
 namespace
 {
 
-constexpr std::chrono::milliseconds PollInterval{20};
+constexpr std::chrono::milliseconds LockPollInterval{20};
 
 } // namespace
 
@@ -34,7 +34,7 @@ Handler::Internal::CrashLock::CrashLock() : m_isNested(IsHeld())
         {
             pause.emplace();
         }
-        std::this_thread::sleep_for(PollInterval);
+        std::this_thread::sleep_for(LockPollInterval);
     }
     g_crashedThread = FaultDispatch::ThreadId();
 }

@@ -30,7 +30,7 @@ using Crash::FaultDispatch;
 constexpr unsigned long long MaxFlagsThatAskNobody = 127;
 
 /// Polling interval of the waits below.
-constexpr std::chrono::milliseconds PollInterval{20};
+constexpr std::chrono::milliseconds AnswerPollInterval{20};
 
 constexpr std::size_t ReserveSize =
     2 << 20; // enough for two reports, and so large that the allocator maps it and returns it to the system
@@ -213,7 +213,7 @@ MinidumpActions Handler::Internal::AskUserForMinidump(const std::exception_ptr& 
                 NotifyException(notification);
                 notification.reset();
                 // The library's own presenter: the thread that shows the question may fault before it is answered.
-                while (answer.wait_for(PollInterval) != std::future_status::ready)
+                while (answer.wait_for(AnswerPollInterval) != std::future_status::ready)
                 {
                     if (FaultDispatch::HasNoUserInterface())
                     {

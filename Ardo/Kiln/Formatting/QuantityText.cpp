@@ -16,7 +16,7 @@ namespace Ardo::Kiln::Formatting
 namespace
 {
 
-constexpr double NotGiven = std::numeric_limits<double>::quiet_NaN();
+constexpr double NotANumber = std::numeric_limits<double>::quiet_NaN();
 
 /// A number rounded to the digits of its quantity.
 struct Rounded
@@ -91,7 +91,7 @@ std::wstring WithExponent(double value, const QuantityFormat& format)
 std::wstring FormatQuantity(std::optional<double> value, Quantity quantity)
 {
     const QuantityFormat& format = FormatOf(quantity);
-    const double inBase = value.value_or(NotGiven);
+    const double inBase = value.value_or(NotANumber);
     if (std::isnan(inBase))
     {
         return L"-";
@@ -105,9 +105,9 @@ std::wstring FormatQuantity(std::optional<double> value, Quantity quantity)
     // Without the sign of a zero.
     const double shown = rounded.value == 0 ? 0 : rounded.value;
     const std::wstring unit(format.unit->text);
-    const double resolution = IsTooLongToRead(shown, format, unit) ? NotGiven : std::pow(10.0, rounded.step);
+    const double resolution = IsTooLongToRead(shown, format, unit) ? NotANumber : std::pow(10.0, rounded.step);
     const std::wstring text =
-        SI(shown, unit, format.digits - 1, resolution, NotGiven, format.minPrefix, format.maxPrefix, false);
+        SI(shown, unit, format.digits - 1, resolution, NotANumber, format.minPrefix, format.maxPrefix, false);
     return format.sign == QuantitySign::SignedWithPlus && shown > 0 ? L"+" + text : text;
 }
 

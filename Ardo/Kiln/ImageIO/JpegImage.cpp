@@ -21,7 +21,7 @@ namespace
 
 using Imaging::PixelKind;
 
-constexpr int ExifMarker = JPEG_APP0 + 1;
+constexpr int App1 = JPEG_APP0 + 1;
 
 /// One JPEG file in libjpeg. libjpeg reports errors by longjmp, which must not skip a destructor: libjpeg is called
 /// only in the functions whose names begin with Try, and they hold no object with a destructor.
@@ -136,7 +136,7 @@ private:
         jpeg_create_decompress(&m_jpeg);
         m_jpeg.src = &m_source;
         m_jpeg.progress = &m_progress;
-        jpeg_save_markers(&m_jpeg, ExifMarker, 0xFFFF);
+        jpeg_save_markers(&m_jpeg, App1, 0xFFFF);
         jpeg_read_header(&m_jpeg, TRUE);
         m_jpeg.out_color_space = m_jpeg.num_components == 1 ? JCS_GRAYSCALE : JCS_RGB;
         return true;
@@ -185,7 +185,7 @@ private:
         for (const auto* marker = m_jpeg.marker_list; marker != nullptr; marker = marker->next)
         {
             std::string_view data(reinterpret_cast<const char*>(marker->data), marker->data_length);
-            if (marker->marker != ExifMarker || !data.starts_with(Identifier))
+            if (marker->marker != App1 || !data.starts_with(Identifier))
             {
                 continue;
             }

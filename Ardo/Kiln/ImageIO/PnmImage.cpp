@@ -14,8 +14,8 @@ namespace
 
 using Imaging::PixelKind;
 
-constexpr unsigned char Black = 0;
-constexpr unsigned char White = 255;
+constexpr unsigned char BlackLevel = 0;
+constexpr unsigned char WhiteLevel = 255;
 
 /// The header before the samples; see the manual pages pbm(5), pgm(5) and ppm(5).
 struct Header
@@ -136,7 +136,7 @@ void ReadTextRow(QIODevice& file, const Header& header, unsigned char* row)
             {
                 throw std::runtime_error("a PBM file with something else than 0 and 1");
             }
-            row[i] = digit == '1' ? Black : White;
+            row[i] = digit == '1' ? BlackLevel : WhiteLevel;
             continue;
         }
         const std::uint64_t value = NextNumber(file, header.maximum);
@@ -164,7 +164,7 @@ void ReadBinaryRow(QIODevice& file, const Header& header, unsigned char* row)
         // The bits lie at the beginning of the row: backwards, none is overwritten before it is read.
         for (std::uint64_t x = header.width; x-- > 0;)
         {
-            row[x] = (row[x / 8] >> (7 - x % 8) & 1) != 0 ? Black : White;
+            row[x] = (row[x / 8] >> (7 - x % 8) & 1) != 0 ? BlackLevel : WhiteLevel;
         }
     }
     else if (header.maximum > 255)

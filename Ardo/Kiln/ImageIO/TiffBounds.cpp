@@ -5,7 +5,6 @@
 #include <algorithm>
 #include <limits>
 #include <stdexcept>
-#include <string>
 
 #include <tiffio.h>
 
@@ -41,12 +40,12 @@ std::uint64_t MaxExpansion(std::uint16_t compression, std::uint64_t rowSize)
     }
 }
 
-std::string Bytes(std::uint64_t count)
+} // namespace
+
+std::string BytesText(std::uint64_t count)
 {
     return std::to_string(count) + " bytes";
 }
-
-} // namespace
 
 std::uint64_t PresentBytes(TiffFile& file, std::uint32_t count)
 {
@@ -58,7 +57,7 @@ std::uint64_t PresentBytes(TiffFile& file, std::uint32_t count)
         present += offset < file.Size() ? std::min(size, file.Size() - offset) : 0;
         if (present > file.Size())
         {
-            throw std::runtime_error("strips of more than the file's " + Bytes(file.Size()));
+            throw std::runtime_error("strips of more than the file's " + BytesText(file.Size()));
         }
     }
     return present;
@@ -69,13 +68,13 @@ void CheckExpansion(TiffFile& file, std::uint64_t presentBytes, std::uint64_t ro
     constexpr auto MaxImage = static_cast<std::uint64_t>(std::numeric_limits<std::ptrdiff_t>::max());
     if (rowSize > MaxImage / 8 / rows)
     {
-        throw std::runtime_error(Bytes(rowSize) + " a row, " + std::to_string(rows) + " rows");
+        throw std::runtime_error(BytesText(rowSize) + " a row, " + std::to_string(rows) + " rows");
     }
     std::uint16_t compression = COMPRESSION_NONE;
     TIFFGetFieldDefaulted(file.Handle(), TIFFTAG_COMPRESSION, &compression);
     if (rowSize * rows / MaxExpansion(compression, rowSize) > presentBytes)
     {
-        throw std::runtime_error("an image of " + Bytes(rowSize * rows) + ", strips of " + Bytes(presentBytes));
+        throw std::runtime_error("an image of " + BytesText(rowSize * rows) + ", strips of " + BytesText(presentBytes));
     }
 }
 

@@ -1,11 +1,15 @@
 #pragma once
 
 #include <cstdint>
+#include <string>
 
 namespace Ardo::Kiln::ImageIO
 {
 
 class TiffFile;
+
+/// "6 bytes", for messages.
+std::string BytesText(std::uint64_t count);
 
 /// The bytes of the strips or tiles of the current directory that lie inside the file; the first \p count of them.
 /// \throws std::runtime_error with the numbers if together they have more bytes than the file, which means that some of

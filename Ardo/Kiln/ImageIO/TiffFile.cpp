@@ -75,8 +75,8 @@ void Log(std::string_view text) noexcept
 
 tmsize_t AllocationLimit(std::uint64_t fileSize)
 {
-    constexpr std::uint64_t MaxFile = std::numeric_limits<tmsize_t>::max() / AllocationFactor - MiB;
-    return static_cast<tmsize_t>(AllocationFactor * std::min(fileSize, MaxFile) + MiB);
+    constexpr std::uint64_t LargestFile = std::numeric_limits<tmsize_t>::max() / AllocationFactor - MiB;
+    return static_cast<tmsize_t>(AllocationFactor * std::min(fileSize, LargestFile) + MiB);
 }
 
 /// True for the entries that are needed to read the image or its record correctly.

@@ -23,11 +23,6 @@ const std::string OpenError = "Unable to open Tiff file";
 const std::string StripsError = "Unable to open Tiff file, tiff not in strips";
 const std::string PixelsError = "Unable to open Tiff file, error while reading image data";
 
-std::string Bytes(std::uint64_t count)
-{
-    return std::to_string(count) + " bytes";
-}
-
 } // namespace
 
 TiffReader::TiffReader()
@@ -157,7 +152,7 @@ std::uint64_t TiffReader::CheckedImageSize() const
     }
     if (bytesPerPixel > std::numeric_limits<std::uint16_t>::max())
     {
-        refuse(Bytes(bytesPerPixel) + " a pixel");
+        refuse(BytesText(bytesPerPixel) + " a pixel");
     }
     std::uint16_t planarConfiguration = PLANARCONFIG_CONTIG;
     TIFFGetFieldDefaulted(tiff, TIFFTAG_PLANARCONFIG, &planarConfiguration);
@@ -197,7 +192,7 @@ void TiffReader::ReadPixels()
     }
     catch (const std::bad_alloc&)
     {
-        throw std::runtime_error(WithReason(PixelsError, "no memory for " + Bytes(imageSize)));
+        throw std::runtime_error(WithReason(PixelsError, "no memory for " + BytesText(imageSize)));
     }
 
     const std::uint64_t stripSize = imageSize / m_height * m_rowsPerStrip;

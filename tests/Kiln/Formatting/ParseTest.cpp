@@ -4,11 +4,11 @@
 #include "Ardo/Kiln/Formatting/SI.h"
 #include "Ardo/Kiln/Formatting/Units.h"
 #include "Ardo/Kiln/Formatting/UnitWithPrefix.h"
+#include "tests/Support/NotFinite.h"
 
 #include <gmock/gmock.h>
 
 #include <cmath>
-#include <limits>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -22,7 +22,7 @@ using ::testing::ThrowsMessage;
 namespace
 {
 
-constexpr double Infinite = std::numeric_limits<double>::infinity();
+using Support::Infinity;
 const auto IsNoNumber = ThrowsMessage<std::invalid_argument>("invalid stod argument");
 
 } // namespace
@@ -42,8 +42,8 @@ TEST(ParseTest, NumbersUnitsAndPrefixes)
         {"hexadecimal", L"-0x1.8p1 m", L"m", -3},
         {"hexadecimal without digits", L"0x-1 m", L"m", 0},
         {"denormal", L"1e-310 m", L"m", 1e-310},
-        {"infinity", L"\u221E nm", L"m", Infinite},
-        {"minus infinity with a true minus", L"\u2212\u221E m", L"m", -Infinite},
+        {"infinity", L"\u221E nm", L"m", Infinity},
+        {"minus infinity with a true minus", L"\u2212\u221E m", L"m", -Infinity},
         {"an exponent that is none", L"5e+ m", L"m", 5},
         {"as many digits as one likes",
          L"0.00000000000000000000000000000000000000000000000000000000000000000000012e70 m", L"m", 1.2},
@@ -85,7 +85,7 @@ TEST(ParseTest, StrictlyNothingIsIgnored)
     EXPECT_EQ(ParseStrictly(L"5", L"kg"), 5);
     EXPECT_EQ(ParseStrictly(L"5 kg", L"kg"), 5);
     EXPECT_EQ(ParseStrictly(L"2 frames", L"frame"), 2);
-    EXPECT_EQ(ParseStrictly(L"-\u221E m", L"m"), -Infinite);
+    EXPECT_EQ(ParseStrictly(L"-\u221E m", L"m"), -Infinity);
     for (const wchar_t* text : {L"107 nV", L"107 metres", L"107 ym", L"107 nm^2", L"107 nnm"})
     {
         EXPECT_THAT([&] { ParseStrictly(text, L"m"); }, ThrowsMessage<std::invalid_argument>("unexpected unit"));
@@ -128,7 +128,7 @@ TEST(ParseTest, WhatIsWrittenIsReadBack)
                 EXPECT_NEAR(Parse(text, unit), value, std::abs(value) * 1e-8) << testing::PrintToString(text);
             }
         }
-        EXPECT_EQ(Parse(SI(-Infinite, unit), unit), -Infinite) << testing::PrintToString(unit);
+        EXPECT_EQ(Parse(SI(-Infinity, unit), unit), -Infinity) << testing::PrintToString(unit);
     }
 }
 
@@ -152,7 +152,7 @@ TEST(ParseTest, HostileTextEndsInLinearTime)
     EXPECT_EQ(Parse(L"5 " + many(L"k\xD800"), L"m"), 5000);
     EXPECT_EQ(Parse(std::wstring(L"5\0 nm", 6), L"m"), 5);
     EXPECT_EQ(Parse(std::wstring(L"5 k\0", 4), L"m"), 5000);
-    EXPECT_EQ(Parse(many(L"7\u221E"), L"m"), Infinite);
+    EXPECT_EQ(Parse(many(L"7\u221E"), L"m"), Infinity);
     for (const wchar_t* piece : {L"^", L"-", L".", L"1.", L"\xDC00", L"\u2212", L"1^2", L"e"})
     {
         double result = 0;

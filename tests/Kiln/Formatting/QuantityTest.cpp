@@ -1,5 +1,7 @@
 #include "Ardo/Kiln/Formatting/MicroscopeQuantities.h"
 
+#include "tests/Support/NotFinite.h"
+
 #include <gmock/gmock.h>
 
 #include <cmath>
@@ -19,8 +21,8 @@ using ::testing::ThrowsMessage;
 namespace
 {
 
-constexpr double Infinite = std::numeric_limits<double>::infinity();
-constexpr double NaN = std::numeric_limits<double>::quiet_NaN();
+using Support::Infinity;
+using Support::NotANumber;
 constexpr double Exact = 4 * std::numeric_limits<double>::epsilon();
 
 } // namespace
@@ -45,13 +47,13 @@ TEST(QuantityTest, RoundsBeforeItChoosesThePrefix)
         {"beyond what can be read", 1e12, Quantity::WorkingDistance, L"1.0000E+15 mm"},
         {"the largest double", std::numeric_limits<double>::max(), Quantity::FrameRate, L"1.798E+308 fps"},
         {"the smallest double", 5e-324, Quantity::PixelSize, L"0 pm"},
-        {"an infinity", -Infinite, Quantity::Defocus, L"-\u221E m"},
+        {"an infinity", -Infinity, Quantity::Defocus, L"-\u221E m"},
         {"a measured value below 0", -3e-12, Quantity::ScreenCurrent, L"-3 pA"},
         {"a difference of large numbers", 293.15, Quantity::TemperatureInCelsius, L"20 \u00B0C"},
         {"absolute zero", 0, Quantity::TemperatureInCelsius, L"-273.15 \u00B0C"},
         {"a whole turn", 2 * 3.14159265358979, Quantity::TiltAngle, L"360\u00B0"},
         {"an exponent", 0, Quantity::PressureInMillibar, L"0.00e+00 mbar"},
-        {"an infinity with an exponent", Infinite, Quantity::PressureInMillibar, L"\u221E mbar"},
+        {"an infinity with an exponent", Infinity, Quantity::PressureInMillibar, L"\u221E mbar"},
     };
     for (const auto& row : rows)
     {
@@ -59,7 +61,7 @@ TEST(QuantityTest, RoundsBeforeItChoosesThePrefix)
     }
     for (const QuantityFormat& format : QuantityFormats())
     {
-        EXPECT_EQ(FormatQuantity(NaN, format.quantity), L"-");
+        EXPECT_EQ(FormatQuantity(NotANumber, format.quantity), L"-");
         EXPECT_EQ(FormatQuantity(std::nullopt, format.quantity), L"-");
         EXPECT_EQ(QuantityFromName(format.name), format.quantity);
     }
@@ -97,8 +99,8 @@ TEST(QuantityTest, TheCallerChoosesTheUnit)
     EXPECT_EQ(FormatDoseRate(1.25e21, DoseArea::SquareNanometre), L"1.25 ke/nm\u00B2/s");
     EXPECT_EQ(FormatPressure(101325, PressureUnit::Millibar), L"1.01e+03 mbar");
     EXPECT_EQ(FormatTemperature(93.15, TemperatureUnit::Celsius), L"-180 \u00B0C");
-    EXPECT_EQ(FormatPixelSize(1.07e-7, NaN), L"107 nm x -");
-    EXPECT_EQ(FormatPixelSize(NaN, std::nullopt), L"-");
+    EXPECT_EQ(FormatPixelSize(1.07e-7, NotANumber), L"107 nm x -");
+    EXPECT_EQ(FormatPixelSize(NotANumber, std::nullopt), L"-");
     EXPECT_EQ(FormatPixelSize(1.25e7, 1.5e7, PixelSpace::Reciprocal), L"0.0125 nm\u02C9\u00B9 x 0.015 nm\u02C9\u00B9");
     EXPECT_EQ(FormatPixelSize(1.25e-5, PixelSpace::Angle), L"12.5 \u00B5rad");
     EXPECT_EQ(FormatFieldOfView(5.885e-5, 7.062e-5), L"58.85 \u00B5m x 70.62 \u00B5m");
@@ -115,7 +117,7 @@ TEST(QuantityTest, ReadsWhatAPersonTypes)
         double value;
     } rows[] = {
         {L"-1,5 um", Quantity::Defocus, -1.5e-6},
-        {L"\u2212 1.5\u00A0\u00B5m", Quantity::Defocus, NaN},
+        {L"\u2212 1.5\u00A0\u00B5m", Quantity::Defocus, NotANumber},
         {L"\u22121.5\u202F\u00B5m\t", Quantity::Defocus, -1.5e-6},
         {L"+1.5\u03BCm", Quantity::Defocus, 1.5e-6},
         {L"15 \u212B", Quantity::PixelSize, 1.5e-9},
@@ -135,7 +137,7 @@ TEST(QuantityTest, ReadsWhatAPersonTypes)
     };
     for (const auto& row : rows)
     {
-        double value = NaN;
+        double value = NotANumber;
         EXPECT_EQ(TryParseQuantity(row.text, row.quantity, value), !std::isnan(row.value)) << row.text;
         EXPECT_TRUE(std::isnan(row.value) ? std::isnan(value)
                                           : std::abs(value - row.value) <= std::abs(row.value) * Exact)

@@ -2,6 +2,7 @@
 
 #include "Ardo/Kiln/Formatting/NiceNumber.h"
 #include "Ardo/Kiln/Formatting/Scientific.h"
+#include "tests/Support/NotFinite.h"
 
 #include <gmock/gmock.h>
 
@@ -19,8 +20,8 @@ using ::testing::ThrowsMessage;
 namespace
 {
 
-constexpr double Infinite = std::numeric_limits<double>::infinity();
-constexpr double NaN = std::numeric_limits<double>::quiet_NaN();
+using Support::Infinity;
+using Support::NotANumber;
 
 } // namespace
 
@@ -75,12 +76,12 @@ TEST(SITest, BoundsResolutionAndReference)
         double reference;
         const wchar_t* text;
     } rows[] = {
-        {"the sign of the uncertainty", 1234.0, L"m", -50.0, NaN, L"1.23 km"},
-        {"a power of ten", 1234.0, L"m", 10.0, NaN, L"1.23 km"},
-        {"an unknown uncertainty", 1.26, L"V", NaN, Infinite, L"1 V"},
+        {"the sign of the uncertainty", 1234.0, L"m", -50.0, NotANumber, L"1.23 km"},
+        {"a power of ten", 1234.0, L"m", 10.0, NotANumber, L"1.23 km"},
+        {"an unknown uncertainty", 1.26, L"V", NotANumber, Infinity, L"1 V"},
         {"the reference picks the prefix", 0.5e-9, L"m", 2e-10, -2e-6, L"0.0005 \u00B5m"},
         {"a reference of zero", 1e-12, L"m", 1e-16, 0.0, L"1000.0 fm"},
-        {"a power beyond every double", 1e-5, L"m^-99999999", 1.0, NaN, L"\u221E km^-99999999"},
+        {"a power beyond every double", 1e-5, L"m^-99999999", 1.0, NotANumber, L"\u221E km^-99999999"},
     };
     for (const auto& row : rows)
     {
@@ -88,7 +89,7 @@ TEST(SITest, BoundsResolutionAndReference)
     }
 
     const auto dropZeros = [](double value, int decimals)
-    { return SI(value, L"", decimals, NaN, NaN, Prefix::Femto, Prefix::Exa, false); };
+    { return SI(value, L"", decimals, NotANumber, NotANumber, Prefix::Femto, Prefix::Exa, false); };
     EXPECT_EQ(dropZeros(2.5, 3), L"2.5");
     EXPECT_EQ(dropZeros(3.0, 3), L"3");
     EXPECT_EQ(dropZeros(100.0, 0), L"100");
@@ -99,8 +100,8 @@ TEST(SITest, OnlyMalformedUnitsAreErrors)
 {
     EXPECT_THAT([] { SI(1.0, L"m^x"); }, ThrowsMessage<std::invalid_argument>("invalid stoi argument"));
     EXPECT_THAT([] { SI(1.0, L"m^2147483648"); }, ThrowsMessage<std::out_of_range>("stoi argument out of range"));
-    EXPECT_THAT([] { SIUsingUncertainty(NaN, L"m^x", 1); }, Throws<std::invalid_argument>());
-    EXPECT_EQ(SI(NaN, L"m^x"), L"- m^x");
+    EXPECT_THAT([] { SIUsingUncertainty(NotANumber, L"m^x", 1); }, Throws<std::invalid_argument>());
+    EXPECT_EQ(SI(NotANumber, L"m^x"), L"- m^x");
 }
 
 TEST(ScientificTest, MantissaAndExponent)
@@ -108,8 +109,8 @@ TEST(ScientificTest, MantissaAndExponent)
     EXPECT_EQ(Scientific(1.2345e-5, L"m^-1", 3), L"1.234e-05 m\u02C9\u00B9");
     EXPECT_EQ(Scientific(-1e100, L"", 1), L"-1.0e+100");
     EXPECT_EQ(Scientific(45, L"\u00B0", 1), L"4.5e+01 \u00B0");
-    EXPECT_EQ(Scientific(-Infinite, L"m", 2), L"- m");
-    EXPECT_EQ(Scientific(NaN, L"^1", 2), L"-");
+    EXPECT_EQ(Scientific(-Infinity, L"m", 2), L"- m");
+    EXPECT_EQ(Scientific(NotANumber, L"^1", 2), L"-");
     EXPECT_THAT([] { Scientific(1, L"m", 0); }, ThrowsMessage<std::runtime_error>("The fraction digits must be > 0"));
 }
 

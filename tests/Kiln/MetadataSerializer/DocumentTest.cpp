@@ -25,8 +25,6 @@ namespace
 
 using MetadataLib::Metadata;
 
-constexpr SerializeType BothTypes[] = {SerializeType::Xml, SerializeType::Json};
-
 std::string DataFile(const std::string& name)
 {
     std::ifstream file(KILN_TEST_DATA "/" + name, std::ios::binary);
@@ -62,7 +60,7 @@ TEST(DocumentTest, DocumentsAreThoseOnFileToTheByteAndReadBackEqual)
     } documents[] = {{"full", Support::FullMetadata()}, {"minimal", Support::MinimalMetadata()}};
     for (const auto& [name, metadata] : documents)
     {
-        for (const SerializeType type : BothTypes)
+        for (const SerializeType type : Support::BothTypes)
         {
             const std::string file = name + std::string(type == SerializeType::Xml ? ".xml" : ".json");
             SCOPED_TRACE(file);
@@ -121,7 +119,7 @@ TEST(DocumentTest, AnyTextComesBackFromEitherSyntaxAndAlsoFromStandardReaders)
         metadata.Core.Comment = text;
         metadata.BinaryResult.PixelSize = MetadataLib::PixelSizeRecord{{1.0, text, 0}, {2.0, std::nullopt, {}}};
         metadata.CustomProperties[text] = text;
-        for (const SerializeType type : BothTypes)
+        for (const SerializeType type : Support::BothTypes)
         {
             EXPECT_EQ(Read(Write(metadata, type), type), metadata) << text;
         }
@@ -153,7 +151,7 @@ TEST(DocumentTest, TextThatADocumentCannotHoldIsRefusedWithItsPlace)
     {
         Metadata metadata = Support::MinimalMetadata();
         metadata.Core.Comment = text;
-        for (const SerializeType type : BothTypes)
+        for (const SerializeType type : Support::BothTypes)
         {
             if (type == SerializeType::Json && json)
             {
@@ -176,7 +174,7 @@ TEST(DocumentTest, TextThatADocumentCannotHoldIsRefusedWithItsPlace)
 TEST(DocumentTest, NumbersThatAreNotFiniteAreWrittenAndReadBack)
 {
     constexpr double Infinity = std::numeric_limits<double>::infinity();
-    for (const SerializeType type : BothTypes)
+    for (const SerializeType type : Support::BothTypes)
     {
         Metadata metadata = Support::MinimalMetadata();
         metadata.Optics.Focus = Infinity;

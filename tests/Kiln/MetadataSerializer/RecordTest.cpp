@@ -26,8 +26,6 @@ using boost::property_tree::ptree;
 using boost::property_tree::ptree_bad_data;
 using boost::property_tree::ptree_bad_path;
 
-constexpr SerializeType BothTypes[] = {SerializeType::Xml, SerializeType::Json};
-
 ptree TreeOf(Metadata metadata, SerializeType type)
 {
     return Record(metadata).Serialize(type);
@@ -118,7 +116,7 @@ TEST(RecordTest, EveryElementIsEitherRequiredOrMayBeMissing)
                                     "BinaryResult.IntensityScale",
                                     "Sample",
                                     "CustomPropertyGroup"};
-    for (const SerializeType type : BothTypes)
+    for (const SerializeType type : Support::BothTypes)
     {
         const ptree complete = TreeOf(Support::FullMetadata(), type);
         for (const char* path : required)
@@ -149,7 +147,7 @@ TEST(RecordTest, EveryElementIsEitherRequiredOrMayBeMissing)
 
 TEST(RecordTest, TheMinimalModelWritesItsSectionsInOrderAndNoMore)
 {
-    for (const SerializeType type : BothTypes)
+    for (const SerializeType type : Support::BothTypes)
     {
         const ptree tree = TreeOf(Support::MinimalMetadata(), type);
         EXPECT_THAT(Names(tree), testing::ElementsAre("Core", "Instrument", "Acquisition", "Optics",
@@ -175,7 +173,7 @@ TEST(RecordTest, AMissingSectionLeavesItsFieldsAndListsAreAppended)
 
 TEST(RecordTest, OrderAndCommentsDoNotMatterToTheReader)
 {
-    for (const SerializeType type : BothTypes)
+    for (const SerializeType type : Support::BothTypes)
     {
         std::function<ptree(const ptree&)> shuffled = [&shuffled](const ptree& tree)
         {
@@ -221,7 +219,7 @@ TEST(RecordTest, ADetectorNeedsATypeThatIsAnElementName)
         metadata.Detectors.push_back(std::move(detector));
         return metadata;
     };
-    for (const SerializeType type : BothTypes)
+    for (const SerializeType type : Support::BothTypes)
     {
         EXPECT_THROW(TreeOf(with(Detector(), std::nullopt), type), std::bad_optional_access);
         for (const char* name : {"", "a b", "1a", "a:b", "<xmlattr>", "a/b", "-a", "a\xFF", "a>", "\u00D7"})

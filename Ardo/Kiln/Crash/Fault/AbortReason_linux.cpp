@@ -1,5 +1,7 @@
 #include "Ardo/Kiln/Crash/Fault/AbortReason_linux.h"
 
+#include "Ardo/Kiln/Platform/ProcessMemory_linux.h"
+
 #include <dlfcn.h>
 
 #include <atomic>
@@ -19,7 +21,6 @@ struct AbortMessage
     char text[1];  ///< Null-terminated.
 };
 
-constexpr unsigned PageSize = 4096;
 constexpr unsigned MaxSize = 64U << 20U; // an assertion holds an expression and a function's name
 
 AbortMessage* const* g_message = nullptr;
@@ -28,7 +29,7 @@ std::atomic<const AbortMessage*> g_taken = nullptr;
 /// Whether the memory looks like such a message. Another layout under the same name yields no text then.
 bool IsPlausible(const AbortMessage& message) noexcept
 {
-    return message.size >= PageSize && message.size % PageSize == 0 && message.size <= MaxSize &&
+    return message.size >= Platform::PageSize && message.size % Platform::PageSize == 0 && message.size <= MaxSize &&
            std::memchr(message.text, '\0', message.size - offsetof(AbortMessage, text)) != nullptr;
 }
 

@@ -26,8 +26,6 @@ namespace Ardo::Kiln::Crash
 namespace
 {
 
-constinit FaultProcess& g_process = g_faultProcess;
-
 void* g_unusedData = nullptr; // for threads without a record, whose pointer is not stored
 
 std::atomic<void (*)()> g_atExit = nullptr;
@@ -37,12 +35,12 @@ std::atomic<bool> g_interposesRuntime = true;
 /// are written and the process does not end as if nothing had happened.
 void OnExit() noexcept
 {
-    if (g_process.filters.IsCaller() || (g_process.id != 0 && g_process.id != getpid()))
+    if (g_faultProcess.filters.IsCaller() || (g_faultProcess.id != 0 && g_faultProcess.id != getpid()))
     {
         return; // a filter ends the process itself, or a child of vfork() does
     }
-    g_process.ending.ExitBegins();
-    g_process.slot.WaitUntilFree();
+    g_faultProcess.ending.ExitBegins();
+    g_faultProcess.slot.WaitUntilFree();
     if (auto* const function = g_atExit.load())
     {
         function();
@@ -81,13 +79,13 @@ void PrepareOnce() noexcept
     AdoptNewThreads();
     try
     {
-        Platform::OnFork([] {}, [] {}, [] { g_process.ResetInChild(); });
+        Platform::OnFork([] {}, [] {}, [] { g_faultProcess.ResetInChild(); });
     }
     catch (const std::bad_alloc&)
     {
         // A forked child that faults ends without reports.
     }
-    g_process.id = getpid();
+    g_faultProcess.id = getpid();
     InstallFaultHandlers();
     InstallTerminateHandler();
     RegisterForExit();
@@ -98,13 +96,13 @@ void PrepareOnce() noexcept
 
 void FaultDispatch::Start() noexcept
 {
-    if (!g_process.isStarted.exchange(true))
+    if (!g_faultProcess.isStarted.exchange(true))
     {
         static const bool g_isPrepared = (PrepareOnce(), true);
         static_cast<void>(g_isPrepared);
-        g_process.filters.Start();
+        g_faultProcess.filters.Start();
     }
-    else if (g_process.id != 0) // 0: another thread is just preparing
+    else if (g_faultProcess.id != 0) // 0: another thread is just preparing
     {
         InstallFaultHandlers();
     }
@@ -135,7 +133,7 @@ void FaultDispatch::RemoveVectoredFilter(FaultFilter filter) noexcept
 
 FaultFilter FaultDispatch::SetUnhandledFilter(FaultFilter filter) noexcept
 {
-    return g_process.filters.SetUnhandledFilter(filter);
+    return g_faultProcess.filters.SetUnhandledFilter(filter);
 }
 
 void FaultDispatch::SetThrowFilter(FaultFilter filter) noexcept
@@ -197,22 +195,22 @@ std::uint32_t FaultDispatch::ThreadId() noexcept
 
 bool FaultDispatch::FirstThreadIsAtFault() noexcept
 {
-    return g_process.filters.IsCaller() && ThreadIdOnBehalf() == getpid();
+    return g_faultProcess.filters.IsCaller() && ThreadIdOnBehalf() == getpid();
 }
 
 FaultDispatch::ScopedTimeLimitPause::ScopedTimeLimitPause() noexcept
 {
-    g_process.filters.PauseTimeLimit();
+    g_faultProcess.filters.PauseTimeLimit();
 }
 
 FaultDispatch::ScopedTimeLimitPause::~ScopedTimeLimitPause()
 {
-    g_process.filters.ContinueTimeLimit();
+    g_faultProcess.filters.ContinueTimeLimit();
 }
 
 bool FaultDispatch::HasNoUserInterface() noexcept
 {
-    return g_process.slot.FirstThreadWaits() || g_process.ending.IsRequested();
+    return g_faultProcess.slot.FirstThreadWaits() || g_faultProcess.ending.IsRequested();
 }
 
 void FaultDispatch::CallAtExit(void (*function)()) noexcept
@@ -228,7 +226,7 @@ bool FaultDispatch::InterposesRuntime() noexcept
 
 void FaultDispatch::SetTimeLimit(int milliseconds) noexcept
 {
-    g_process.filters.SetTimeLimit(milliseconds);
+    g_faultProcess.filters.SetTimeLimit(milliseconds);
 }
 
 } // namespace Ardo::Kiln::Crash

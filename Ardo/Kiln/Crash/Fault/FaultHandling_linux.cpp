@@ -48,14 +48,13 @@ namespace
 /// the five times that the loop detector needs.
 constexpr unsigned MaxTimesInVain = 8;
 
-constinit FaultProcess& g_process = g_faultProcess;
 CrashRequest g_request; // static: a fault may find no memory; belongs to the owner of the slot
 [[gnu::tls_model("initial-exec")]] constinit thread_local RecoveryCheck g_recovery;
 
 /// Reports without the filters.
 void WriteReports(FaultThread& thread) noexcept
 {
-    if (thread.guard == nullptr && !g_process.filters.HasUnhandledFilter())
+    if (thread.guard == nullptr && !g_faultProcess.filters.HasUnhandledFilter())
     {
         return; // nobody monitors this thread
     }
@@ -72,8 +71,8 @@ void Finish(FaultThread& thread) noexcept
     thread.depth = 0;
     thread.terminating = false;
     ReturnFaultThread(thread);
-    g_process.ending.FaultIsOver();
-    g_process.slot.Release();
+    g_faultProcess.ending.FaultIsOver();
+    g_faultProcess.slot.Release();
 }
 
 /// Hands the signal to the handler that was installed before ours; without one it ends the process.
@@ -114,9 +113,9 @@ bool IsForDebuggers(std::uint32_t code) noexcept
 void HandleNewFault(FaultThread& thread, int signal, siginfo_t* info, ucontext_t& context) noexcept
 {
     ClassifySignal(thread, signal, *info, context);
-    const bool filtersRun = g_process.filters.IsRunning();
+    const bool filtersRun = g_faultProcess.filters.IsRunning();
     GuardFrame* guard = nullptr;
-    switch (g_process.filters.Decide(thread, g_process.ending, guard))
+    switch (g_faultProcess.filters.Decide(thread, g_faultProcess.ending, guard))
     {
     case Verdict::Resume:
         Finish(thread);
@@ -151,10 +150,10 @@ void HandleNewFault(FaultThread& thread, int signal, siginfo_t* info, ucontext_t
 
 void HandleFault(int signal, siginfo_t* info, ucontext_t& context) noexcept
 {
-    const bool isNested = g_process.slot.IsHeldByCaller();
+    const bool isNested = g_faultProcess.slot.IsHeldByCaller();
     if (!isNested)
     {
-        g_process.slot.Acquire();
+        g_faultProcess.slot.Acquire();
     }
     FaultThread& thread = BorrowFaultThread();
     ++thread.depth;
@@ -197,7 +196,7 @@ extern "C" void KilnOnFault(int signal, siginfo_t* info, void* context)
     using namespace Ardo::Kiln::Crash;
     const int error = errno;
     auto& registers = *static_cast<ucontext_t*>(context);
-    if (g_process.id != getpid())
+    if (g_faultProcess.id != getpid())
     {
         EndBySignal(signal, info); // a child of vfork(): its parent goes on in this memory
     }
@@ -205,7 +204,7 @@ extern "C" void KilnOnFault(int signal, siginfo_t* info, void* context)
              !IsIgnored(signal, *info, registers) &&
              !(IsSentByAbort(signal, registers) && DescribeBeforeAbort(*info, registers)))
     {
-        g_process.filters.LeaveFaultedFilter();
+        g_faultProcess.filters.LeaveFaultedFilter();
         HandleFault(signal, info, registers);
     }
     errno = error;

@@ -14,8 +14,6 @@ namespace Ardo::Kiln::Crash
 namespace
 {
 
-constexpr std::uintptr_t PageSize = 4096;
-
 /// Reads memory of this process that may not be there.
 /// \returns the number of bytes that were there.
 std::size_t Peek(std::uintptr_t address, void* target, std::size_t size) noexcept
@@ -38,9 +36,9 @@ Instruction InstructionAt(std::uintptr_t address) noexcept
 {
     Instruction instruction;
     instruction.count = Peek(address, instruction.bytes.data(), instruction.bytes.size());
-    if (instruction.count == 0 && address % PageSize > PageSize - instruction.bytes.size())
+    if (instruction.count == 0 && address % Platform::PageSize > Platform::PageSize - instruction.bytes.size())
     {
-        instruction.count = Peek(address, instruction.bytes.data(), PageSize - address % PageSize);
+        instruction.count = Peek(address, instruction.bytes.data(), Platform::PageSize - address % Platform::PageSize);
     }
     return instruction;
 }

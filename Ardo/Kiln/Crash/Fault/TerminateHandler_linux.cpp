@@ -22,7 +22,7 @@ namespace Ardo::Kiln::Crash
 namespace
 {
 
-std::terminate_handler g_previous = nullptr;
+std::terminate_handler g_previousTerminate = nullptr;
 
 /// See TakeAbortContext. Initial-exec, because a signal handler must not cause an allocation.
 [[gnu::tls_model("initial-exec")]] constinit thread_local const CONTEXT* g_abortContext = nullptr;
@@ -50,9 +50,9 @@ bool Describe() noexcept
     pthread_sigmask(SIG_BLOCK, &pipe, nullptr);
     const bool hasText = Describe();
     // The runtime's own handler prints the text of the exception, and would fail at it as we have.
-    if (g_previous != nullptr && (hasText || g_previous != &__gnu_cxx::__verbose_terminate_handler))
+    if (g_previousTerminate != nullptr && (hasText || g_previousTerminate != &__gnu_cxx::__verbose_terminate_handler))
     {
-        g_previous();
+        g_previousTerminate();
     }
     abort();
 }
@@ -70,7 +70,7 @@ bool Describe() noexcept
 
 void InstallTerminateHandler() noexcept
 {
-    g_previous = std::set_terminate(OnTerminate);
+    g_previousTerminate = std::set_terminate(OnTerminate);
 }
 
 bool DescribeBeforeAbort(const siginfo_t& info, ucontext_t& context) noexcept

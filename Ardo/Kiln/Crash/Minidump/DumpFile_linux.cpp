@@ -1,6 +1,7 @@
 #include "Ardo/Kiln/Crash/Minidump/DumpFile_linux.h"
 
 #include "Ardo/Kiln/Crash/Process/ProcessImage_linux.h"
+#include "Ardo/Kiln/Platform/ProcessMemory_linux.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -15,7 +16,6 @@ namespace
 {
 
 constexpr std::size_t BufferSize = std::size_t{1} << 20;
-constexpr std::size_t PageSize = 4096;
 
 bool IsZero(const char* data, std::size_t size) noexcept
 {
@@ -84,12 +84,12 @@ void DumpFile::Flush() noexcept
     for (std::size_t begin = 0; begin < m_used && m_error == 0;)
     {
         std::size_t end = begin;
-        while (end < m_used && !IsZero(buffer + end, std::min(PageSize, m_used - end)))
+        while (end < m_used && !IsZero(buffer + end, std::min(Platform::PageSize, m_used - end)))
         {
-            end += std::min(PageSize, m_used - end);
+            end += std::min(Platform::PageSize, m_used - end);
         }
         WriteAt(m_flushed + begin, buffer + begin, end - begin);
-        begin = end + std::min(PageSize, m_used - end); // behind the page of zeros
+        begin = end + std::min(Platform::PageSize, m_used - end); // behind the page of zeros
     }
     m_flushed += m_used;
     m_used = 0;

@@ -19,7 +19,6 @@ namespace Ardo::Kiln::Crash
 namespace
 {
 
-constexpr std::uint64_t PageSize = 4096;
 constexpr std::string_view SharedProcedures = "[vdso]";
 
 /// Whether memory with this name is left out of dumps. Device mappings are skipped, because reading a device may have
@@ -187,7 +186,7 @@ bool ProcessImage::DescribeModule(std::size_t first, Module& module) const noexc
     {
         return true;
     }
-    const std::uint64_t bias = module.base - firstLoaded->p_vaddr / PageSize * PageSize;
+    const std::uint64_t bias = module.base - firstLoaded->p_vaddr / Platform::PageSize * Platform::PageSize;
     for (const auto* segment = segments; segment != lastSegment; ++segment)
     {
         if (segment->p_type == PT_LOAD)
@@ -195,7 +194,8 @@ bool ProcessImage::DescribeModule(std::size_t first, Module& module) const noexc
             const std::uint64_t segmentEnd = bias + segment->p_vaddr + segment->p_memsz;
             if (segmentEnd > module.base)
             {
-                module.size = std::max(module.size, (segmentEnd - module.base + PageSize - 1) / PageSize * PageSize);
+                module.size = std::max(module.size, (segmentEnd - module.base + Platform::PageSize - 1) /
+                                                        Platform::PageSize * Platform::PageSize);
             }
         }
         else if (segment->p_type == PT_NOTE && module.buildIdLength == 0)
@@ -305,7 +305,7 @@ void ProcessImage::ReadMemoryOrZeros(std::uint64_t address, void* target, std::s
         done += got;
         if (got == 0)
         {
-            const std::uint64_t toNextPage = PageSize - (address + done) % PageSize;
+            const std::uint64_t toNextPage = Platform::PageSize - (address + done) % Platform::PageSize;
             const std::size_t gap = std::min<std::size_t>(toNextPage, size - done);
             std::memset(bytes + done, 0, gap);
             done += gap;

@@ -16,10 +16,10 @@ namespace
 {
 
 /// The contents of the files, made by this process.
-class Contents final : public ReportContents
+class DescribedContents final : public ReportContents
 {
 public:
-    Contents(DescribedFault& fault, FaultReports& reports) noexcept : m_fault(fault), m_reports(reports) {}
+    DescribedContents(DescribedFault& fault, FaultReports& reports) noexcept : m_fault(fault), m_reports(reports) {}
 
     int WriteDump(void* file) noexcept override { return m_fault.WriteMinidump(file, DefaultMinidumpType()); }
 
@@ -82,7 +82,7 @@ const std::string& FaultReports::Text()
 
 void FaultReports::Write() noexcept
 {
-    Contents contents(m_fault, *this);
+    DescribedContents contents(m_fault, *this);
     ReportParts parts;
     parts.dumpIsFaked = DumpsAreFaked();
     parts.text = m_fault.HasFault();

@@ -35,10 +35,12 @@ std::string_view MakeText(CrashRequest& request) noexcept
 }
 
 /// The contents of the files, made by the thread at fault with system calls alone.
-class Contents final : public ReportContents
+class LastResortContents final : public ReportContents
 {
 public:
-    Contents(const CrashRequest& request, std::string_view text) noexcept : m_request(request), m_text(text) {}
+    LastResortContents(const CrashRequest& request, std::string_view text) noexcept : m_request(request), m_text(text)
+    {
+    }
 
     int WriteDump(void* file) noexcept override
     {
@@ -61,7 +63,7 @@ void WriteReportsHere(CrashRequest& request) noexcept
         request.utcOffset = Platform::LocalOffset();
     }
     const std::string_view text = MakeText(request);
-    Contents contents(request, text);
+    LastResortContents contents(request, text);
     ReportParts parts;
     parts.dumpIsFaked = request.fakesDump != 0;
     WriteReports({request.dumpFolder, request.applicationName, request.fullVersion, request.time, request.utcOffset},
