@@ -69,8 +69,9 @@ if(KILN_SANITIZERS)
     target_compile_options(
         KilnCompiler INTERFACE -fsanitize=${KILN_SANITIZERS} -fno-sanitize-recover=all -fno-omit-frame-pointer)
     if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
-        # Instrumented code brings false warnings, as the compiler's manual says; the dev build has the true ones.
-        target_compile_options(KilnCompiler INTERFACE -Wno-error -Wno-maybe-uninitialized)
+        # Instrumented code brings false warnings, as the compiler's manual says, and so do sources that another one
+        # includes (unity build); the dev build has the true ones.
+        target_compile_options(KilnCompiler INTERFACE -Wno-error -Wno-maybe-uninitialized -Wno-subobject-linkage)
     endif()
     target_link_options(KilnCompiler INTERFACE -fsanitize=${KILN_SANITIZERS})
 endif()

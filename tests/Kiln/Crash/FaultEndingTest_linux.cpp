@@ -3,6 +3,7 @@
 
 #include "Ardo/Kiln/Crash/Fault/FaultDispatch.h"
 #include "Ardo/Kiln/Crash/Fault/FaultSlot_linux.h"
+#include "Ardo/Kiln/Platform/ProcessMemory_linux.h"
 
 #include <gtest/gtest.h>
 
@@ -31,7 +32,8 @@ namespace Ardo::Kiln::Crash
 namespace
 {
 
-constexpr std::size_t PageSize = 4096;
+using Platform::PageSize;
+
 volatile char* g_page = nullptr;
 std::jmp_buf g_back;
 sigjmp_buf g_backWithMask;
