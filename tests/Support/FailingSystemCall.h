@@ -1,14 +1,17 @@
 #pragma once
 
+#include <cerrno>
 #include <cstddef>
 #include <cstdint>
 #include <functional>
 #include <thread>
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <linux/filter.h>
 #include <linux/seccomp.h>
 #include <sys/prctl.h>
+#include <sys/syscall.h>
 
 namespace Ardo::Kiln::Support
 {
@@ -22,6 +25,10 @@ struct FailingSystemCall
     std::uint32_t value;    ///< Value of these bits for which the call fails.
     int error;              ///< An errno value.
 };
+
+/// Creating a file without a name; some file systems cannot.
+constexpr std::uint32_t WithoutName = O_TMPFILE & ~O_DIRECTORY;
+inline constexpr FailingSystemCall NoFilesWithoutName{SYS_openat, 2, WithoutName, WithoutName, EOPNOTSUPP};
 
 /// Runs \p function on a new thread, on which the system call fails, and waits for it.
 inline void RunWithFailing(const FailingSystemCall& call, const std::function<void()>& function)

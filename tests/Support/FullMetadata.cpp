@@ -42,31 +42,10 @@ void FillIdentity(Metadata& metadata)
     core.ApplicationSoftwareVersion = "3.2.1";
     core.ApplicationComputerName = "   ";
 
-    InstrumentRecord& instrument = metadata.Instrument;
-    instrument.AcquisitionServer = "Server";
-    instrument.AcquisitionServerVersion = "1.0";
-    instrument.ControlSoftware = "Control";
-    instrument.ControlSoftwareVersion = "2.0";
-    instrument.Manufacturer = "Ardo";
-    instrument.InstrumentID = "4711";
-    instrument.InstrumentClass = "Transmission";
-    instrument.InstrumentModel = "Kiln 300";
-    instrument.ComputerName = "scope-pc";
-
-    AcquisitionRecord& acquisition = metadata.Acquisition;
-    acquisition.AcquisitionStartDatetime = MakeTime(1'699'999'990'000);
-    acquisition.AcquisitionDatetime = MakeTime(1'699'999'999'999);
-    acquisition.AcquisitionID = MakeUuid(3);
-    acquisition.BeamType = "Electron";
-    acquisition.ColumnType = "TEM";
-    acquisition.SourceType = "FEG";
-
-    SampleRecord& sample = metadata.Sample;
-    sample.SampleGuid = MakeUuid(4);
-    sample.SampleID = "S-12";
-    sample.SampleDescription = "Grid \t with tab";
-    sample.SampleSessionID = "2023-11";
-    sample.RegionOfInterestID = "R0";
+    metadata.Instrument = {"Server", "1.0", "Control", "2.0", "Ardo", "4711", "Transmission", "Kiln 300", "scope-pc"};
+    metadata.Acquisition = {
+        MakeTime(1'699'999'990'000), MakeTime(1'699'999'999'999), MakeUuid(3), "Electron", "TEM", "FEG"};
+    metadata.Sample = {MakeUuid(4), "S-12", "Grid \t with tab", "2023-11", "R0"};
 }
 
 void FillOptics(OpticsRecord& optics)

@@ -113,6 +113,16 @@ void WriteFile(const std::filesystem::path& path, const std::string& bytes)
     ASSERT_TRUE(file.flush()) << path;
 }
 
+std::size_t Count(const std::string& text, const std::string& part)
+{
+    std::size_t count = 0;
+    for (std::size_t at = text.find(part); at != std::string::npos; at = text.find(part, at + part.size()))
+    {
+        ++count;
+    }
+    return count;
+}
+
 std::string Replaced(std::string text, const std::string& from, const std::string& to)
 {
     for (std::size_t at = text.find(from); at != std::string::npos; at = text.find(from, at + to.size()))

@@ -50,6 +50,9 @@ std::string ReadFile(const std::filesystem::path& path);
 /// Creates a file with these bytes, or replaces the bytes of the file.
 void WriteFile(const std::filesystem::path& path, const std::string& bytes);
 
+/// How often \p text has \p part.
+std::size_t Count(const std::string& text, const std::string& part);
+
 /// \p text with each \p from replaced by \p to.
 std::string Replaced(std::string text, const std::string& from, const std::string& to);
 

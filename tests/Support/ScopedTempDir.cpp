@@ -1,8 +1,8 @@
 #include "tests/Support/ScopedTempDir.h"
 
+#include <algorithm>
 #include <chrono>
 #include <random>
-#include <string>
 #include <thread>
 
 namespace Ardo::Kiln::Support
@@ -47,6 +47,22 @@ ScopedTempDir::~ScopedTempDir()
 fs::path ScopedTempDir::operator/(std::string_view name) const
 {
     return m_path / fs::path(std::u8string(name.begin(), name.end()));
+}
+
+std::vector<std::string> NamesIn(const fs::path& folder)
+{
+    std::vector<std::string> names;
+    for (const auto& entry : fs::directory_iterator(folder))
+    {
+        names.push_back(entry.path().filename().string());
+    }
+    std::sort(names.begin(), names.end());
+    return names;
+}
+
+unsigned ModeOf(const fs::path& path)
+{
+    return static_cast<unsigned>(fs::status(path).permissions());
 }
 
 } // namespace Ardo::Kiln::Support

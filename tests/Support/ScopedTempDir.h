@@ -1,7 +1,9 @@
 #pragma once
 
 #include <filesystem>
+#include <string>
 #include <string_view>
+#include <vector>
 
 namespace Ardo::Kiln::Support
 {
@@ -23,5 +25,11 @@ public:
 private:
     std::filesystem::path m_path;
 };
+
+/// The names of the entries of a folder, in the order of their bytes.
+std::vector<std::string> NamesIn(const std::filesystem::path& folder);
+
+/// The permissions of a file, as chmod() takes them.
+unsigned ModeOf(const std::filesystem::path& path);
 
 } // namespace Ardo::Kiln::Support

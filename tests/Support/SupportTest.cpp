@@ -1,6 +1,5 @@
 #include "Ardo/Kiln/Logger/ComponentLog.h"
 #include "tests/Support/LogCollector.h"
-#include "tests/Support/ScopedTempDir.h"
 #include "tests/Support/TestTimeLimit.h"
 
 #include <gtest/gtest-spi.h>
@@ -9,7 +8,6 @@
 #include <clocale>
 #include <cstdlib>
 #include <ctime>
-#include <fstream>
 #include <locale>
 #include <string>
 #include <thread>
@@ -31,20 +29,6 @@ TEST(SupportTest, TheHostileRunReallyHasACommaGroupingAndAHalfHourZone)
     const std::tm local = *std::localtime(&epoch);
     EXPECT_EQ(local.tm_hour, 5);
     EXPECT_EQ(local.tm_min, 30);
-}
-
-TEST(SupportTest, ATemporaryFolderIsItsOwnAndGoesWithItsObject)
-{
-    std::filesystem::path path;
-    {
-        const ScopedTempDir first;
-        const ScopedTempDir second;
-        EXPECT_NE(first.Path(), second.Path());
-        path = first.Path();
-        std::ofstream(first / "file") << "text";
-        EXPECT_TRUE(std::filesystem::exists(path));
-    }
-    EXPECT_FALSE(std::filesystem::exists(path));
 }
 
 TEST(SupportTest, ErrorRecordsHaveToBeAnnounced)

@@ -23,6 +23,7 @@
 namespace Ardo::Kiln::Exception
 {
 
+using Support::Count;
 using ::testing::AllOf;
 using ::testing::ElementsAre;
 using ::testing::EndsWith;
@@ -54,16 +55,6 @@ void ReadBadAddress()
 {
     int* volatile pointer = reinterpret_cast<int*>(0x1000); // no system maps the first 64 KiB
     [[maybe_unused]] const volatile int value = *pointer;
-}
-
-std::size_t Count(const std::string& text, const std::string& part)
-{
-    std::size_t count = 0;
-    for (std::size_t at = text.find(part); at != std::string::npos; at = text.find(part, at + part.size()))
-    {
-        ++count;
-    }
-    return count;
 }
 
 TEST_F(HandlerTest, FlagsBelongToTheFirstThread)

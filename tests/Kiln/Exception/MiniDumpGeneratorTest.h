@@ -10,10 +10,8 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <filesystem>
 #include <string>
-#include <vector>
 
 namespace Ardo::Kiln::Exception
 {
@@ -23,17 +21,6 @@ inline std::string Utf8(const std::filesystem::path& path)
 {
     const std::u8string text = path.u8string();
     return {text.begin(), text.end()};
-}
-
-inline std::vector<std::string> NamesIn(const std::filesystem::path& folder)
-{
-    std::vector<std::string> names;
-    for (const auto& entry : std::filesystem::directory_iterator(folder))
-    {
-        names.push_back(entry.path().filename().string());
-    }
-    std::sort(names.begin(), names.end());
-    return names;
 }
 
 /// Each test writes below a folder of its own.

@@ -17,7 +17,7 @@ namespace Folders = std::filesystem;
 TEST_F(MiniDumpGeneratorTest, FilesBelongToTheUserAloneAndFailuresHaveTheirNumbers)
 {
     EXPECT_EQ(Support::SaidOnStandardError([] { MiniDumpGenerator::CreateMiniDump(); }), "");
-    const auto names = NamesIn(m_folder);
+    const auto names = Support::NamesIn(m_folder);
     ASSERT_EQ(names.size(), 1U);
     struct stat status = {};
     EXPECT_EQ(::stat((m_folder / names.front()).c_str(), &status), 0);
@@ -43,7 +43,7 @@ TEST_F(MiniDumpGeneratorTest, FilesBelongToTheUserAloneAndFailuresHaveTheirNumbe
     std::signal(SIGXFSZ, handler);
     EXPECT_EQ(text, "MiniDumpWriteDump failed. Error: " + std::to_string(EFBIG) +
                         " \nWriting report file ...\nError writing the crash log : File too large\r\n");
-    EXPECT_TRUE(NamesIn(m_folder).empty()) << testing::PrintToString(NamesIn(m_folder));
+    EXPECT_TRUE(Support::NamesIn(m_folder).empty()) << testing::PrintToString(Support::NamesIn(m_folder));
 }
 
 TEST_F(MiniDumpGeneratorTest, DumpsGoNowhereThatAnotherUserDecides)
@@ -67,7 +67,7 @@ TEST_F(MiniDumpGeneratorTest, DumpsGoNowhereThatAnotherUserDecides)
         Crash::ReportStem stem;
         EXPECT_EQ(stem.Reserve(folder.c_str(), "a"), error) << folder;
     }
-    EXPECT_TRUE(NamesIn(foreign / "CrashDumps").empty());
+    EXPECT_TRUE(Support::NamesIn(foreign / "CrashDumps").empty());
 
     // A folder that exists among the files for temporary use does not win over the one at home that is still to be
     // made.

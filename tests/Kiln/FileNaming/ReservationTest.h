@@ -10,7 +10,6 @@
 
 #include <filesystem>
 #include <fstream>
-#include <set>
 #include <string>
 
 namespace Ardo::Kiln::FileNaming
@@ -36,17 +35,6 @@ protected:
     }
 
     void Touch(const std::string& name) const { std::ofstream(m_folder / name) << "x"; }
-
-    std::set<std::string> Names(const fs::path& folder) const
-    {
-        std::set<std::string> names;
-        for (const auto& entry : fs::directory_iterator(folder))
-        {
-            names.insert(entry.path().filename().string());
-        }
-        names.erase(".reserved-names");
-        return names;
-    }
 
     Support::ScopedTempDir m_folder;
     FileNamingSettings m_settings;

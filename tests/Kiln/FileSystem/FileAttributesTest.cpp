@@ -1,5 +1,6 @@
 #include "Ardo/Kiln/FileSystem/FileAttributes.h"
 
+#include "tests/Support/MessageOf.h"
 #include "tests/Support/Process.h"
 #include "tests/Support/ScopedTempDir.h"
 #include "tests/Support/SystemFacilities.h"
@@ -35,22 +36,10 @@ TEST(FileAttributesTest, AreSeenAndRemovedWhereThatIsPossible)
         }
         EXPECT_EQ(IsHidden(path), row.hidden) << path;
         EXPECT_EQ(IsReadOnly(path), row.readOnly) << path;
-        const auto result = [&](void (&remove)(const std::filesystem::path&)) -> std::string
-        {
-            try
-            {
-                remove(path);
-                return "";
-            }
-            catch (const std::exception& error)
-            {
-                return error.what();
-            }
-        };
-        const std::string refusal = result(RemoveHiddenAttribute);
+        const std::string refusal = Support::MessageOf([&] { RemoveHiddenAttribute(path); });
         EXPECT_EQ(refusal, IsHidden(path) ? "Can not remove hidden file attribute of " + path.string() : "");
         EXPECT_EQ(IsHidden(path), row.hidden && Support::HiddenName("") == ".") << path;
-        EXPECT_EQ(result(RemoveReadOnlyAttribute),
+        EXPECT_EQ(Support::MessageOf([&] { RemoveReadOnlyAttribute(path); }),
                   row.exists ? "" : "Can not remove read only file attribute of " + path.string());
         EXPECT_FALSE(IsReadOnly(path)) << path;
     }

@@ -8,16 +8,10 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
-#include <iterator>
 #include <string>
 
 namespace Ardo::Kiln::FileSystem
 {
-
-inline std::ptrdiff_t EntriesOf(const std::filesystem::path& folder)
-{
-    return std::distance(std::filesystem::directory_iterator(folder), {});
-}
 
 inline void Replace(const std::filesystem::path& target, const std::string& text)
 {
@@ -54,7 +48,7 @@ inline void CheckReplacement()
         WriteFile(file.Path(), "half");
     }
     EXPECT_EQ(ReadFile(target), "again");
-    EXPECT_EQ(EntriesOf(folder.Path()), 1);
+    EXPECT_EQ(Support::NamesIn(folder.Path()).size(), 1U);
 
     ReplacementFile late(folder / "late");
     fs::create_directory(folder / "late"); // comes into the way after the check
@@ -66,7 +60,7 @@ inline void CheckReplacement()
     }
     fs::remove_all(folder / "late");
     late.Commit(); // nothing was lost by that
-    EXPECT_EQ(EntriesOf(folder.Path()), 2);
+    EXPECT_EQ(Support::NamesIn(folder.Path()).size(), 2U);
 }
 
 } // namespace Ardo::Kiln::FileSystem

@@ -65,7 +65,7 @@ TEST(ReplacementFileTest, ATargetThatCannotBeReplacedIsRefusedAtOnce)
                 << target << error.what();
         }
     }
-    EXPECT_EQ(EntriesOf(folder.Path()), 2);
+    EXPECT_EQ(Support::NamesIn(folder.Path()).size(), 2U);
 
     EXPECT_THAT([&] { ReplacementFile(folder.Path() / Support::NameThatIsNoText("missing", "") / "file"); },
                 testing::ThrowsMessage<fs::filesystem_error>(testing::HasSubstr("missing\uFFFD")));
@@ -81,7 +81,7 @@ TEST(TemporaryFileTest, IsGoneWithTheObject)
         WriteFile(ToPath(file.WidePath()), "text");
         EXPECT_EQ(ReadFile(file.Path()), "text");
     }
-    EXPECT_EQ(EntriesOf(folder.Path()), 0);
+    EXPECT_EQ(Support::NamesIn(folder.Path()).size(), 0U);
 }
 
 } // namespace Ardo::Kiln::FileSystem

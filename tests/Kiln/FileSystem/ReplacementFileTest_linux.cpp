@@ -25,17 +25,11 @@ namespace fs = std::filesystem;
 namespace
 {
 
+using Support::ModeOf;
 using Support::Nobody;
+using Support::NoFilesWithoutName;
 using Support::ReadFile;
 using Support::WriteFile;
-
-constexpr std::uint32_t WithoutName = O_TMPFILE & ~O_DIRECTORY;
-constexpr Support::FailingSystemCall NoFilesWithoutName{SYS_openat, 2, WithoutName, WithoutName, EOPNOTSUPP};
-
-unsigned ModeOf(const fs::path& path)
-{
-    return static_cast<unsigned>(fs::status(path).permissions());
-}
 
 unsigned GroupOf(const fs::path& path)
 {
@@ -62,7 +56,7 @@ void CheckPermissions()
         EXPECT_EQ(ModeOf(file.Path()), 0600U) << mode;
         file.Commit();
         EXPECT_EQ(ModeOf(target), kept);
-        EXPECT_EQ(EntriesOf(folder.Path()), 1);
+        EXPECT_EQ(Support::NamesIn(folder.Path()).size(), 1U);
     }
     ::umask(before);
 }
@@ -173,7 +167,7 @@ TEST(TemporaryFileLinuxTest, IsItsOwnersAloneAndGoneWithTheObject)
             EXPECT_EQ(ReadFile(file.Path()), "text");
             EXPECT_EQ(ModeOf(file.Path()), 0600U);
         }
-        EXPECT_EQ(EntriesOf(folder.Path()), 0);
+        EXPECT_EQ(Support::NamesIn(folder.Path()).size(), 0U);
         const Support::ScopedVariable missing("TMPDIR", folder / "missing");
         EXPECT_THROW(TemporaryFile(), fs::filesystem_error);
     };

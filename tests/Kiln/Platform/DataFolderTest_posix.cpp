@@ -23,14 +23,11 @@ namespace fs = std::filesystem;
 namespace
 {
 
+using Support::ModeOf;
+
 int Make(const fs::path& folder)
 {
     return MakePrivateFolder(folder.c_str());
-}
-
-unsigned ModeOf(const fs::path& path)
-{
-    return static_cast<unsigned>(fs::status(path).permissions());
 }
 
 } // namespace

@@ -7,7 +7,6 @@
 #include <gmock/gmock.h>
 
 #include <cerrno>
-#include <set>
 #include <string>
 
 #include <fcntl.h>
@@ -23,28 +22,13 @@ namespace
 {
 
 using Rights = PartialFile::Rights;
+using Support::ModeOf;
+using Support::NamesIn;
 using Support::ReadFile;
 using Support::WriteFile;
 
-constexpr std::uint32_t WithoutName = O_TMPFILE & ~O_DIRECTORY;
-constexpr Support::FailingSystemCall NoFilesWithoutName{SYS_openat, 2, WithoutName, WithoutName, EOPNOTSUPP};
 constexpr Support::FailingSystemCall NoLinks{SYS_linkat, 0, 0, 0, EPERM};
 constexpr Support::FailingSystemCall NoFlush{SYS_fsync, 0, 0, 0, EIO};
-
-std::set<std::string> NamesIn(const fs::path& folder)
-{
-    std::set<std::string> names;
-    for (const auto& entry : fs::directory_iterator(folder))
-    {
-        names.insert(entry.path().filename());
-    }
-    return names;
-}
-
-unsigned ModeOf(const fs::path& path)
-{
-    return static_cast<unsigned>(fs::status(path).permissions());
-}
 
 void CheckLife(bool hasName)
 {
@@ -67,7 +51,7 @@ void CheckLife(bool hasName)
         EXPECT_EQ(file.Path(), fs::path());
         EXPECT_EQ(ReadFile(folder / "file"), "new");
         EXPECT_EQ(ModeOf(folder / "file"), mode);
-        EXPECT_EQ(NamesIn(folder.Path()), std::set<std::string>{"file"});
+        EXPECT_EQ(NamesIn(folder.Path()), std::vector<std::string>{"file"});
         fs::remove(folder / "file");
     }
     ::umask(before);
@@ -75,7 +59,7 @@ void CheckLife(bool hasName)
         PartialFile file;
         ASSERT_FALSE(file.Create(folder.Path(), Rights::Owner));
     }
-    EXPECT_EQ(NamesIn(folder.Path()), std::set<std::string>{});
+    EXPECT_EQ(NamesIn(folder.Path()), std::vector<std::string>{});
 }
 
 } // namespace
@@ -83,7 +67,7 @@ void CheckLife(bool hasName)
 TEST(PlatformTemporaryFileTest, LivesWithOrWithoutAName)
 {
     CheckLife(false);
-    Support::RunWithFailing(NoFilesWithoutName, [] { CheckLife(true); });
+    Support::RunWithFailing(Support::NoFilesWithoutName, [] { CheckLife(true); });
 }
 
 TEST(PlatformTemporaryFileTest, WhereLinksAreForbiddenItIsCopied)
@@ -104,7 +88,7 @@ TEST(PlatformTemporaryFileTest, WhereLinksAreForbiddenItIsCopied)
                                     EXPECT_EQ(ReadFile(folder / name), large);
                                 }
                             });
-    EXPECT_EQ(NamesIn(folder.Path()), (std::set<std::string>{"new", "old"}));
+    EXPECT_EQ(NamesIn(folder.Path()), (std::vector<std::string>{"new", "old"}));
     EXPECT_EQ(ModeOf(folder / "old"), 0640U);
 }
 
@@ -120,7 +104,7 @@ TEST(PlatformTemporaryFileTest, WhatCannotBeFlushedReplacesNothing)
         EXPECT_EQ(ReadFile(folder / "file"), "old");
         EXPECT_EQ(ReadFile(file.Path()), "new");
     }
-    EXPECT_EQ(NamesIn(folder.Path()), std::set<std::string>{"file"});
+    EXPECT_EQ(NamesIn(folder.Path()), std::vector<std::string>{"file"});
 }
 
 TEST(PlatformTemporaryFileTest, AFolderThatTakesNoFileIsReported)

@@ -7,7 +7,6 @@
 
 #include <atomic>
 #include <cerrno>
-#include <filesystem>
 #include <string>
 #include <thread>
 #include <vector>
@@ -102,11 +101,7 @@ TEST(ProcFileTest, AllThreadsAreListed)
     }
     MappedArray<std::int32_t> ids;
     EXPECT_EQ(ReadThreadIds(::getpid(), ids), 0);
-    std::vector<std::string> expected;
-    for (const auto& entry : std::filesystem::directory_iterator("/proc/self/task"))
-    {
-        expected.push_back(entry.path().filename());
-    }
+    const auto expected = Support::NamesIn("/proc/self/task");
     isDone = true;
     isDone.notify_all();
     for (std::thread& thread : threads)
