@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Ardo/Kiln/Threading/BackgroundWorker.h"
+#include "tests/Support/MessageOf.h"
 #include "tests/Support/TestTimeLimit.h"
 
 #include <chrono>
@@ -45,19 +46,10 @@ struct Gate
     void Open() { open.set_value(); }
 };
 
-/// What a BackgroundWorkerException of \p action says; "none" without one.
-template <typename Action>
-std::string Refusal(const Action& action)
+/// What a BackgroundWorkerException of \p action says; empty without one.
+std::string Refusal(const auto& action)
 {
-    try
-    {
-        action();
-        return "none";
-    }
-    catch (const BackgroundWorkerException& exception)
-    {
-        return exception.what();
-    }
+    return Support::MessageOf<BackgroundWorkerException>(action);
 }
 
 constexpr const char* NotRunning = "Background Worker is not running";

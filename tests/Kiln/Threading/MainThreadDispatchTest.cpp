@@ -1,13 +1,11 @@
-#include "Ardo/Kiln/Threading/ToMainThread.h"
+#include "tests/Kiln/Threading/MainThreadTest.h"
 
 #include "Ardo/Kiln/Threading/BackgroundWorker.h"
 #include "Ardo/Kiln/Threading/ThreadChecks.h"
-#include "Ardo/Kiln/Threading/ToMainThreadInitialization.h"
 #include "tests/Support/LogCollector.h"
 
 #include <gmock/gmock.h>
 
-#include <QCoreApplication>
 #include <QThread>
 #include <QVariant>
 
@@ -32,29 +30,9 @@ Capture Counted(std::atomic<int>& ended)
             { *count += QThread::currentThread() == QCoreApplication::instance()->thread() ? 1 : 0; }};
 }
 
-class MainThreadDispatchTest : public ::testing::Test
+class MainThreadDispatchTest : public MainThreadTest
 {
 protected:
-    /// Runs the main thread's event loop until \p count threads have called \p work.
-    void RunWith(int count, const std::function<void()>& work)
-    {
-        std::atomic<int> running = count;
-        const auto body = [&]
-        {
-            work();
-            if (--running == 0)
-            {
-                ToMainThread(&m_application, QCoreApplication::quit);
-            }
-        };
-        std::vector<std::jthread> threads;
-        for (int index = 0; index < count; ++index)
-        {
-            threads.emplace_back(body);
-        }
-        QCoreApplication::exec();
-    }
-
     static std::string Blocking(const GuardedQObjectPointer& guard)
     {
         try
@@ -70,12 +48,6 @@ protected:
             return error.what();
         }
     }
-
-    int m_argc = 1;
-    std::string m_name = "test";
-    char* m_argv[2] = {m_name.data(), nullptr};
-    QCoreApplication m_application{m_argc, m_argv};
-    std::optional<ToMainThreadInitialization> m_toMainThread{std::in_place};
 };
 
 } // namespace
@@ -118,7 +90,7 @@ TEST_F(MainThreadDispatchTest, JobsRunInOrderAndEndOnTheMainThread)
     std::atomic<int> ended = 0;
     std::vector<int> order; // touched by the main thread only
     RunWith(1,
-            [&]
+            [&](int)
             {
                 ToMainThread(&m_application, [&order, capture = Counted(ended)] { order.push_back(1); });
                 ToMainThread(&m_application, [] { throw Exception::Error("no detector"); });
@@ -175,7 +147,7 @@ TEST_F(MainThreadDispatchTest, GuardsAreDeletedWhileThreadsDispatch)
     std::atomic<int> ran = 0;
     std::atomic<int> gone = 0;
     RunWith(Threads,
-            [&]
+            [&](int)
             {
                 for (int round = 0; round < Rounds; ++round)
                 {

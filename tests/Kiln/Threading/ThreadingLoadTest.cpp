@@ -114,8 +114,8 @@ TEST(ThreadingLoadTest, AnEscapingExceptionStopsTheWorkerAndNobodyHangs)
                           failing = worker.Schedule([] { throw std::runtime_error("failed"); });
                           return;
                       }
-                      std::string refusal = "none";
-                      for (int runs = 0; refusal == "none"; ++runs)
+                      std::string refusal;
+                      while (refusal.empty())
                       {
                           bool ran = false;
                           refusal = Refusal([&] { worker.Call([&] { ran = true; }); });
@@ -135,18 +135,6 @@ TEST(ThreadingLoadTest, AnEscapingExceptionStopsTheWorkerAndNobodyHangs)
 }
 
 #if !defined(__SANITIZE_THREAD__) && !defined(__SANITIZE_ADDRESS__) // whose own handlers take the fault
-TEST(ThreadingLoadTest, AFaultStopsTheWorkerAndEndsItsItem)
-{
-    Exception::Handler::SetHandler([](EXCEPTION_POINTERS*, const Exception::Handler::Notify&) {});
-    BackgroundWorker worker;
-    int* volatile nowhere = nullptr;
-    const auto faulting = worker.Schedule([&] { *nowhere = 1; });
-    EXPECT_FALSE(faulting->Wait());
-    EXPECT_FALSE(faulting->Cancel());
-    EXPECT_EQ(Refusal([&] { worker.Call([] {}); }), NotRunning);
-    Exception::Handler::ResetHandler();
-}
-
 TEST(ThreadingLoadTest, AFaultEndsEveryItemThatItInterrupts)
 {
     Exception::Handler::SetHandler([](EXCEPTION_POINTERS*, const Exception::Handler::Notify&) {});
