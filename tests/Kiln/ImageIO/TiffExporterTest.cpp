@@ -303,7 +303,8 @@ TEST_F(TiffExporterTest, ThreadsKeepTheirErrorsApart)
             TiffExporter exporter;
             TiffReader reader;
             const std::string pixels = WritePattern(exporter, path, 64, 64, &TiffExporter::WriteUInt16Image, nullptr);
-            EXPECT_EQ(MessageOf([&] { reader.Open(m_name); }), "Unable to open Tiff file (Cannot read TIFF header)");
+            EXPECT_EQ(MessageOf<std::runtime_error>([&] { reader.Open(m_name); }),
+                      "Unable to open Tiff file (Cannot read TIFF header)");
             reader.Open(ToWide(path));
             EXPECT_EQ(PixelsOf(reader), pixels.substr(0, 8192));
         }
@@ -315,7 +316,7 @@ TEST_F(TiffExporterTest, TheTagExtenderRefusesNoFileAndCallsTheOneBefore)
 {
     const TIFFExtendProc extender = TIFFSetTagExtender(nullptr);
     TIFFSetTagExtender(extender);
-    EXPECT_EQ(MessageOf([extender] { extender(nullptr); }), "Tiff instance does not exist.");
+    EXPECT_EQ(MessageOf<std::runtime_error>([extender] { extender(nullptr); }), "Tiff instance does not exist.");
     const int calls = g_earlierExtenderCalls;
     WritePattern(m_exporter, m_path, 1, 1, &TiffExporter::WriteUInt8Image, nullptr);
     EXPECT_GT(g_earlierExtenderCalls, calls);

@@ -181,7 +181,7 @@ TEST_F(TiffReaderTest, FieldsRecordAndPixelsAreReadOneByOneAndMoveAlong)
         WritePattern(*std::make_unique<TiffExporter>(), m_path, 4, 4, &TiffExporter::WriteUInt8Image, &metadata)
             .substr(0, 16);
     TiffReader fields;
-    EXPECT_EQ(MessageOf([&] { fields.ReadPixels(); }), PixelsError + " (no open file)");
+    EXPECT_EQ(MessageOf<std::runtime_error>([&] { fields.ReadPixels(); }), PixelsError + " (no open file)");
     fields.ReadMetadata();
     fields.OpenFields(m_name);
     TiffReader reader(std::move(fields));

@@ -4,6 +4,7 @@
 #include "Ardo/Kiln/ImageIO/TiffExporter.h"
 #include "Ardo/Kiln/ImageIO/TiffReader.h"
 #include "Ardo/Kiln/Platform/RandomAccessFile.h"
+#include "tests/Support/MessageOf.h"
 #include "tests/Support/Process.h"
 #include "tests/Support/ScopedTempDir.h"
 
@@ -19,6 +20,7 @@
 namespace Ardo::Kiln::ImageIO
 {
 
+using Support::MessageOf;
 using Support::ReadFile;
 using Support::WriteFile;
 
@@ -59,21 +61,6 @@ WritePattern(TiffExporter& exporter, const std::filesystem::path& path, std::uin
     return BytesOf(pixels);
 }
 
-/// The text of what \p function throws as \p Exception; empty if it throws nothing. Anything else fails the test.
-template <typename Exception = std::runtime_error, typename Function>
-std::string MessageOf(Function function)
-{
-    try
-    {
-        function();
-    }
-    catch (const Exception& exception)
-    {
-        return exception.what();
-    }
-    return {};
-}
-
 class TiffTest : public ::testing::Test
 {
 protected:
@@ -104,7 +91,7 @@ protected:
 
     std::string Open(const std::filesystem::path& path)
     {
-        return MessageOf(
+        return MessageOf<std::runtime_error>(
             [&]
             {
                 m_reader.Open(ToWide(path));

@@ -2,6 +2,8 @@
 #include "Ardo/Kiln/MetadataSerializer/XmlTree_p.h"
 #include "Ardo/MetadataLib/Metadata.h"
 #include "tests/Support/FullMetadata.h"
+#include "tests/Support/NotFinite.h"
+#include "tests/Support/Process.h"
 
 #include <boost/property_tree/detail/xml_parser_error.hpp>
 #include <boost/property_tree/exceptions.hpp>
@@ -11,8 +13,6 @@
 #include <gmock/gmock.h>
 
 #include <cmath>
-#include <fstream>
-#include <iterator>
 #include <limits>
 #include <sstream>
 #include <string>
@@ -24,12 +24,6 @@ namespace
 {
 
 using MetadataLib::Metadata;
-
-std::string DataFile(const std::string& name)
-{
-    std::ifstream file(KILN_TEST_DATA "/" + name, std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), {}};
-}
 
 std::string Write(const Metadata& metadata, SerializeType type)
 {
@@ -65,7 +59,7 @@ TEST(DocumentTest, DocumentsAreThoseOnFileToTheByteAndReadBackEqual)
             const std::string file = name + std::string(type == SerializeType::Xml ? ".xml" : ".json");
             SCOPED_TRACE(file);
             const std::string text = Write(metadata, type);
-            EXPECT_EQ(text, DataFile(file));
+            EXPECT_EQ(text, Support::ReadFile(KILN_TEST_DATA "/" + std::string(file)));
             EXPECT_EQ(Read(text, type), metadata);
         }
     }
@@ -88,7 +82,9 @@ TEST(DocumentTest, XmlBecomesTheSameTreeOrErrorAsInThePropertyTreeLibrary)
         return result;
     };
     for (const std::string& text :
-         {DataFile("full.xml"), DataFile("minimal.xml"), std::string(), std::string("<a/><b/><!--c--><a>2</a>"),
+         {Support::ReadFile(KILN_TEST_DATA "/" + std::string("full.xml")),
+          Support::ReadFile(KILN_TEST_DATA "/" + std::string("minimal.xml")), std::string(),
+          std::string("<a/><b/><!--c--><a>2</a>"),
           std::string("\xEF\xBB\xBF<?xml version='1.0'?><!DOCTYPE a [<!ENTITY e 'x'>]>\n<!-- before --><a> \n </a>\n"),
           std::string("<a> 1 <b>\t2\r\n</b> 3 <![CDATA[ <4> &amp; ]]><!-- 5 --> 6\n<c/><?pi 7?> 8 </a>"),
           std::string("<a x='' y=' &lt;&#10;&quot;\t' x='2' n:z=\"'\"><!----><xmlattr/><xmlcomment>c</xmlcomment></a>"),
@@ -173,13 +169,13 @@ TEST(DocumentTest, TextThatADocumentCannotHoldIsRefusedWithItsPlace)
 
 TEST(DocumentTest, NumbersThatAreNotFiniteAreWrittenAndReadBack)
 {
-    constexpr double Infinity = std::numeric_limits<double>::infinity();
+    using Support::Infinity;
     for (const SerializeType type : Support::BothTypes)
     {
         Metadata metadata = Support::MinimalMetadata();
         metadata.Optics.Focus = Infinity;
         metadata.Optics.Defocus = -Infinity;
-        metadata.Optics.BeamCurrent = std::numeric_limits<double>::quiet_NaN();
+        metadata.Optics.BeamCurrent = Support::NotANumber;
         metadata.CustomProperties["f"] = std::numeric_limits<float>::denorm_min();
         const Metadata copy = Read(Write(metadata, type), type);
         EXPECT_EQ(copy.Optics.Focus, Infinity);

@@ -10,8 +10,9 @@
 #include <gmock/gmock.h>
 
 #include <functional>
-#include <limits>
+#include <iterator>
 #include <optional>
+#include <sstream>
 #include <stdexcept>
 #include <string>
 
@@ -25,6 +26,16 @@ using namespace MetadataLib;
 using boost::property_tree::ptree;
 using boost::property_tree::ptree_bad_data;
 using boost::property_tree::ptree_bad_path;
+
+/// A custom property "n".
+ptree Property(const std::string& type, const std::string& value)
+{
+    ptree property;
+    property.put("name", "n");
+    property.put("value", value);
+    property.put("type", type);
+    return property;
+}
 
 ptree TreeOf(Metadata metadata, SerializeType type)
 {
@@ -46,6 +57,12 @@ void Erase(ptree& tree, const std::string& path)
     ASSERT_GT(parent.erase(path.substr(dot + 1)), 0U) << path;
 }
 
+std::vector<std::string> Words(const std::string& text)
+{
+    std::istringstream words(text);
+    return {std::istream_iterator<std::string>(words), {}};
+}
+
 std::vector<std::string> Names(const ptree& tree)
 {
     std::vector<std::string> names;
@@ -63,69 +80,35 @@ TEST(RecordTest, EveryElementIsEitherRequiredOrMayBeMissing)
     Support::LogCollector log;
     log.AllowErrors("Metadata: ");
     // Each is removed in turn from a complete document.
-    const char* const required[] = {"Core",
-                                    "Core.Guid",
-                                    "Instrument.Manufacturer",
-                                    "Instrument.InstrumentID",
-                                    "Instrument.ComputerName",
-                                    "Acquisition",
-                                    "Acquisition.AcquisitionDatetime",
-                                    "Optics.TEMOperatingSubMode",
-                                    "Optics.ObjectiveLensMode",
-                                    "Optics.IlluminationMode",
-                                    "Optics.HighMagnificationMode",
-                                    "Optics.Apertures.Aperture.Number",
-                                    "Optics.Apertures.Aperture.MechanismType",
-                                    "Optics.Apertures.Aperture.Type",
-                                    "EnergyFilterSettings.EntranceApertureType",
-                                    "StageSettings",
-                                    "StageSettings.StagePosition",
-                                    "StageSettings.StagePosition.X",
-                                    "ScanSettings",
-                                    "ScanSettings.ScanSize",
-                                    "ScanSettings.ScanSize.Height",
-                                    "ScanSettings.ScanArea.Width",
-                                    "VacuumProperties.VacuumMode",
-                                    "GasInjectionSystems.Gis.Gases.Gas.GasType",
-                                    "Detectors.AnalyticalDetector.DetectorName",
-                                    "Detectors.ImagingDetector.Binning",
-                                    "Detectors.ImagingDetector.Binning.Y",
-                                    "Detectors.ImagingDetector.ReadoutArea",
-                                    "Detectors.ImagingDetector.ExposureTime",
-                                    "BinaryResult.ImageSize.X",
-                                    "BinaryResult.PixelSize.Y",
-                                    "BinaryResult.ReferenceTransformation.a23"};
-    const char* const optional[] = {"Core.Comment",
-                                    "Instrument",
-                                    "Optics",
-                                    "Optics.OperatingMode",
-                                    "Optics.Apertures",
-                                    "Optics.BeamTilt",
-                                    "EnergyFilterSettings",
-                                    "StageSettings.StagePosition.Tilt",
-                                    "StageSettings.StagePosition.Tilt.Alpha",
-                                    "VacuumProperties",
-                                    "GasInjectionSystems",
-                                    "GasInjectionSystems.Gis.Gases",
-                                    "Detectors",
-                                    "Detectors.ImagingDetector.Shutters",
-                                    "Detectors.ScanningDetector.CollectionAngleRange",
-                                    "BinaryResult",
-                                    "BinaryResult.ImageSize",
-                                    "BinaryResult.PixelSize",
-                                    "BinaryResult.IntensityScale",
-                                    "Sample",
-                                    "CustomPropertyGroup"};
+    const auto required =
+        Words("Core Core.Guid Instrument.Manufacturer Instrument.InstrumentID Instrument.ComputerName "
+              "Acquisition Acquisition.AcquisitionDatetime Optics.TEMOperatingSubMode Optics.ObjectiveLensMode "
+              "Optics.IlluminationMode Optics.HighMagnificationMode Optics.Apertures.Aperture.Number "
+              "Optics.Apertures.Aperture.MechanismType Optics.Apertures.Aperture.Type "
+              "EnergyFilterSettings.EntranceApertureType StageSettings StageSettings.StagePosition "
+              "StageSettings.StagePosition.X ScanSettings ScanSettings.ScanSize ScanSettings.ScanSize.Height "
+              "ScanSettings.ScanArea.Width VacuumProperties.VacuumMode "
+              "GasInjectionSystems.Gis.Gases.Gas.GasType Detectors.AnalyticalDetector.DetectorName "
+              "Detectors.ImagingDetector.Binning Detectors.ImagingDetector.Binning.Y "
+              "Detectors.ImagingDetector.ReadoutArea Detectors.ImagingDetector.ExposureTime "
+              "BinaryResult.ImageSize.X BinaryResult.PixelSize.Y BinaryResult.ReferenceTransformation.a23");
+    const auto optional =
+        Words("Core.Comment Instrument Optics Optics.OperatingMode Optics.Apertures Optics.BeamTilt "
+              "EnergyFilterSettings StageSettings.StagePosition.Tilt StageSettings.StagePosition.Tilt.Alpha "
+              "VacuumProperties GasInjectionSystems GasInjectionSystems.Gis.Gases Detectors "
+              "Detectors.ImagingDetector.Shutters Detectors.ScanningDetector.CollectionAngleRange BinaryResult "
+              "BinaryResult.ImageSize BinaryResult.PixelSize BinaryResult.IntensityScale Sample "
+              "CustomPropertyGroup");
     for (const SerializeType type : Support::BothTypes)
     {
         const ptree complete = TreeOf(Support::FullMetadata(), type);
-        for (const char* path : required)
+        for (const std::string& path : required)
         {
             ptree tree = complete;
             Erase(tree, path);
             EXPECT_THROW(FromTree(tree, type), ptree_bad_path) << path;
         }
-        for (const char* path : optional)
+        for (const std::string& path : optional)
         {
             ptree tree = complete;
             Erase(tree, path);
@@ -330,20 +313,13 @@ TEST(RecordTest, CustomPropertiesConvertByTheirType)
     const auto read = [](const std::string& type, const std::string& value) -> std::string
     {
         ptree tree = TreeOf(Support::MinimalMetadata(), SerializeType::Json);
-        ptree& property = tree.put("CustomPropertyGroup.CustomProperties.CustomProperty", "");
-        property.put("name", "n");
-        property.put("value", value);
-        property.put("type", type);
+        tree.put_child("CustomPropertyGroup.CustomProperties.CustomProperty", Property(type, value));
         try
         {
             const CustomPropertyMap properties = FromTree(tree, SerializeType::Json).CustomProperties;
             return properties.empty() ? "left out" : "kind " + std::to_string(properties.at("n").index());
         }
-        catch (const std::invalid_argument& error)
-        {
-            return error.what();
-        }
-        catch (const std::out_of_range& error)
+        catch (const std::logic_error& error)
         {
             return error.what();
         }
@@ -400,11 +376,7 @@ TEST(RecordTest, OfCustomPropertiesOfOneNameTheLastCounts)
     ptree tree = TreeOf(Support::MinimalMetadata(), SerializeType::Json);
     for (const char* value : {"1", "2"})
     {
-        ptree property;
-        property.put("name", "n");
-        property.put("value", value);
-        property.put("type", "int32");
-        tree.add_child("CustomPropertyGroup.CustomProperties.CustomProperty", property);
+        tree.add_child("CustomPropertyGroup.CustomProperties.CustomProperty", Property("int32", value));
     }
     const CustomPropertyMap properties = FromTree(tree, SerializeType::Json).CustomProperties;
     ASSERT_EQ(properties.size(), 1U);

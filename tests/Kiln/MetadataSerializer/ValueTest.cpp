@@ -1,5 +1,6 @@
 #include "Ardo/Kiln/MetadataSerializer/AddValue.h"
 #include "Ardo/Kiln/MetadataSerializer/GetValue.h"
+#include "tests/Support/NotFinite.h"
 
 #include <boost/property_tree/ptree.hpp>
 #include <gmock/gmock.h>
@@ -37,7 +38,7 @@ ptree Text(const std::string& text)
     return ptree(text);
 }
 
-constexpr double Infinity = std::numeric_limits<double>::infinity();
+using Support::Infinity;
 
 } // namespace
 
