@@ -116,13 +116,11 @@ TEST(CrashReportTextTest, ConsoleBlockTellsWhatTheInformationWordsSay)
     {
         std::uint32_t code;
         std::vector<std::uint64_t> information;
-        const char* lines;
+        std::string lines;
     };
     const std::string read = "Invalid operation: The thread attempted to READ inaccessible data at address ";
     for (const Row& row : {
-             Row{AccessViolation,
-                 {0, 0xDEAD},
-                 "Invalid operation: The thread attempted to READ inaccessible data at address 0x000000000000DEAD\n"},
+             Row{AccessViolation, {0, 0xDEAD}, read + "0x000000000000DEAD\n"},
              Row{AccessViolation,
                  {1, 0},
                  "Invalid operation: The thread attempted to WRITE to inaccessible data at address "
@@ -130,17 +128,13 @@ TEST(CrashReportTextTest, ConsoleBlockTellsWhatTheInformationWordsSay)
              Row{AccessViolation,
                  {8, 1},
                  "Invalid operation: The thread causes a user-mode data execution prevention (DEP) violation at "
-                 "address "
-                 "0x0000000000000001\n"},
+                 "address 0x0000000000000001\n"},
              Row{AccessViolation, {5, 1}, "Invalid operation: Unknown at address 0x0000000000000001\n"},
-             Row{AccessViolation,
-                 {0, Untold},
-                 "Invalid operation: The thread attempted to READ inaccessible data at address unknown\n"},
+             Row{AccessViolation, {0, Untold}, read + "unknown\n"},
              Row{AccessViolation, {}, "Invalid operation: Unknown at address unknown\n"},
              Row{InPageError,
                  {0, 4096, 0xC000009C},
-                 "Invalid operation: The thread attempted to READ inaccessible data at address 0x0000000000001000\n"
-                 "Underlying NTSTATUS code that resulted in the exception C000009C\n"},
+                 read + "0x0000000000001000\nUnderlying NTSTATUS code that resulted in the exception C000009C\n"},
              Row{FaultCode::IntDivideByZero, {1, 2, 3}, ""},
          })
     {

@@ -3,12 +3,12 @@
 #include "Ardo/Kiln/Crash/Fault/CaughtException.h"
 #include "Ardo/Kiln/Crash/Fault/UncaughtException.h"
 #include "Ardo/Kiln/Crash/FaultCode.h"
+#include "Ardo/Kiln/Platform/ProcessMemory_linux.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <atomic>
-#include <csignal>
 #include <cstdlib>
 #include <deque>
 #include <exception>
@@ -32,19 +32,20 @@ namespace
 
 // Each test in a process of its own: the handlers that were there before can only be set before the dispatch starts.
 
-constexpr std::size_t PageSize = 4096;
-char* g_page = nullptr; ///< Cannot be touched until Repair.
+using Platform::PageSize;
+
+char* g_closedPage = nullptr; ///< Cannot be touched until Repair.
 std::string* g_asked = nullptr;
 
 void Prepare()
 {
     g_asked = new std::string;
-    g_page = static_cast<char*>(::mmap(nullptr, PageSize, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0));
+    g_closedPage = static_cast<char*>(::mmap(nullptr, PageSize, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0));
 }
 
 void Repair()
 {
-    ::mprotect(g_page, PageSize, PROT_READ | PROT_WRITE);
+    ::mprotect(g_closedPage, PageSize, PROT_READ | PROT_WRITE);
 }
 
 template <char Name, long Answer>
@@ -62,9 +63,9 @@ long RepairingFilter(EXCEPTION_POINTERS* pointers)
 }
 
 /// Faults.
-void Touch()
+void TouchClosedPage()
 {
-    *static_cast<volatile char*>(g_page) = 1;
+    *static_cast<volatile char*>(g_closedPage) = 1;
     std::_Exit(2);
 }
 
@@ -72,13 +73,6 @@ void Touch()
 {
     const std::string text = *g_asked + "\n";
     std::_Exit(::write(STDERR_FILENO, text.data(), text.size()) > 0 ? 0 : 1);
-}
-
-void SetBefore(int signal, void (*handler)(int))
-{
-    struct sigaction action = {};
-    action.sa_handler = handler;
-    ::sigaction(signal, &action, nullptr);
 }
 
 class FaultDispatchDeathTest : public testing::Test
@@ -100,10 +94,10 @@ TEST_F(FaultDispatchDeathTest, AsksInTheOrderOfTheSystem)
             FaultDispatch::AddVectoredFilter(&Filter<'2', 0>);
             FaultDispatch::RemoveVectoredFilter(&Filter<'x', 0>);
             const auto inner = [](void*)
-            { FaultDispatch::CallGuarded([](void*) { Touch(); }, nullptr, &Filter<'i', 0>); };
+            { FaultDispatch::CallGuarded([](void*) { TouchClosedPage(); }, nullptr, &Filter<'i', 0>); };
             const bool outerEnded = FaultDispatch::CallGuarded(inner, nullptr, &Filter<'o', 1>);
             *g_asked += outerEnded ? "?" : ".";
-            const bool again = FaultDispatch::CallGuarded([](void*) { Touch(); }, nullptr, &Filter<'g', 1>);
+            const bool again = FaultDispatch::CallGuarded([](void*) { TouchClosedPage(); }, nullptr, &Filter<'g', 1>);
             *g_asked += again ? "?" : ".";
             Tell();
         },
@@ -118,24 +112,10 @@ TEST_F(FaultDispatchDeathTest, GoesOnWhereAFilterHasRemovedTheCause)
             FaultDispatch::MonitorThread();
             FaultDispatch::AddVectoredFilter(&Filter<'1', 0>);
             FaultDispatch::AddVectoredFilter(&RepairingFilter);
-            *static_cast<volatile char*>(g_page) = 1;
+            *static_cast<volatile char*>(g_closedPage) = 1;
             Tell();
         },
         testing::ExitedWithCode(0), "^r\n$");
-}
-
-TEST_F(FaultDispatchDeathTest, HandsOnToTheHandlerBefore)
-{
-    EXPECT_EXIT(
-        {
-            Prepare();
-            SetBefore(SIGSEGV, [](int) { Repair(); });
-            FaultDispatch::SetUnhandledFilter(&Filter<'u', 1>);
-            FaultDispatch::MonitorThread();
-            *static_cast<volatile char*>(g_page) = 1;
-            Tell();
-        },
-        testing::ExitedWithCode(0), "^u\n$");
 }
 
 // Exceptions of several kinds wander between threads: each keeps the place of its throw, and none has another's.

@@ -70,16 +70,6 @@ std::string Line(const std::string& name)
     return "no line " + name;
 }
 
-std::size_t Count(const std::string& text, const std::string& part)
-{
-    std::size_t count = 0;
-    for (std::size_t at = text.find(part); at != std::string::npos; at = text.find(part, at + part.size()))
-    {
-        ++count;
-    }
-    return count;
-}
-
 /// Where a file has a text. Holes are skipped.
 std::vector<std::uint64_t> PlacesIn(const std::filesystem::path& path, const std::string& text)
 {
@@ -264,22 +254,16 @@ TEST(CrashWriter, CreatesReportAndDump)
     EXPECT_EQ(result.status, 0);
     EXPECT_EQ(result.error, "Writing report file ...\nReport file created.\n");
 
-    std::vector<std::filesystem::path> files;
-    for (const auto& entry : std::filesystem::directory_iterator(folder / "new/dumps"))
-    {
-        files.push_back(entry.path());
-    }
-    std::ranges::sort(files);
+    const auto files = NamesIn(folder / "new/dumps");
     ASSERT_EQ(files.size(), 2);
-    EXPECT_THAT(files[0].filename().string(),
-                ::testing::MatchesRegex("App_V_\\[[0-9]+-[0-9]+_[0-9]+-[0-9]+-[0-9]+\\]\\.dmp"));
-    EXPECT_EQ(files[1].string(), std::filesystem::path(files[0]).replace_extension(".txt").string());
-    const std::string report = ReadFile(files[1]);
+    EXPECT_THAT(files[0], ::testing::MatchesRegex("App_V_\\[[0-9]+-[0-9]+_[0-9]+-[0-9]+-[0-9]+\\]\\.dmp"));
+    EXPECT_EQ(files[1], std::filesystem::path(files[0]).replace_extension(".txt"));
+    const std::string report = ReadFile(folder / "new/dumps" / files[1]);
     const std::string samePart = report.substr(0, report.find("Physical Memory")); // which changes all the time
     EXPECT_THAT(result.output, ::testing::StartsWith(NothingSeen + samePart));
     EXPECT_THAT(report, AllOf(HasSubstr("Exception code: C0000005 ACCESS_VIOLATION\r\n"),
                               HasSubstr("Faulting module: minidump_victim"), HasSubstr("WriteToNowhere")));
-    std::filesystem::copy_file(files[0], folder / "x.dmp");
+    std::filesystem::copy_file(folder / "new/dumps" / files[0], folder / "x.dmp");
     EXPECT_THAT(Debug(folder, ""), AllOf(HasSubstr("stop reason = signal SIGSEGV"), HasSubstr(Line("faulting"))));
 }
 

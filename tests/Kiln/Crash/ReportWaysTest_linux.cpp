@@ -17,7 +17,6 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <cerrno>
 #include <cstdlib>
 #include <filesystem>
@@ -90,17 +89,6 @@ protected:
     }
     ~ReportWaysTest() override { Exception::MiniDumpGenerator::SetFakeWriteDump(false); }
 
-    std::vector<std::string> Names() const
-    {
-        std::vector<std::string> names;
-        for (const auto& entry : std::filesystem::directory_iterator(m_folder))
-        {
-            names.push_back(entry.path().filename().string());
-        }
-        std::sort(names.begin(), names.end());
-        return names;
-    }
-
     const Support::ScopedTempDir m_data;
     const Support::ScopedVariable m_variable{"XDG_DATA_HOME", m_data.Path()};
     const std::filesystem::path m_folder = m_data / "Orbex/CrashDumps";
@@ -114,7 +102,7 @@ TEST_F(ReportWaysTest, FilesAndMessagesAreTheSame)
     {
         SCOPED_TRACE(way.name);
         EXPECT_THAT(Write(way), HasSubstr("Report file created.\n"));
-        const auto names = Names();
+        const auto names = Support::NamesIn(m_folder);
         ASSERT_EQ(names.size(), 2U) << testing::PrintToString(names);
         const std::regex dump(R"(CrashReportTests_0\.0\.0\.0_\[\d+-\d+_\d+-\d+-\d+\]\.dmp)");
         EXPECT_TRUE(std::regex_match(names[0], dump)) << names[0];
@@ -140,7 +128,7 @@ TEST_F(ReportWaysTest, FailuresAndFakedDumpsAreSaidInTheSameWords)
     {
         EXPECT_THAT(Write(way), ::testing::StartsWith("Minidump faked.\nWriting report file ...\n")) << way.name;
     }
-    EXPECT_EQ(Names().size(), std::size(Ways));
+    EXPECT_EQ(Support::NamesIn(m_folder).size(), std::size(Ways));
     Exception::MiniDumpGenerator::SetFakeWriteDump(false);
     std::filesystem::remove_all(m_folder);
     Support::WriteFile(m_folder, ""); // not even root can create a file in a file
