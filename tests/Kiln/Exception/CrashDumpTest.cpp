@@ -25,7 +25,7 @@ protected:
     {
         MiniDumpGenerator::SetDefaultMinidumpType(MiniDumpGenerator::GetSmallSizeMinidumpType());
         MiniDumpGenerator::CreateMiniDump();
-        const auto names = NamesIn(m_folder);
+        const auto names = Support::NamesIn(m_folder);
         EXPECT_EQ(names.size(), 1U);
         std::string bytes = Support::ReadFile(m_folder / names.front());
         std::filesystem::remove(m_folder / names.front());
