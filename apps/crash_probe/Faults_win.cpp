@@ -61,6 +61,12 @@ void FaultInLoader()
     ::LoadLibraryA(CRASH_PROBE_PLUGIN);
 }
 
+void OverflowInLoader()
+{
+    ::_putenv("CRASH_PROBE_OVERFLOW=1");
+    ::LoadLibraryA(CRASH_PROBE_PLUGIN);
+}
+
 void FaultWithStdioLocked()
 {
     ::_lock_file(stdout);
@@ -101,6 +107,7 @@ constexpr Scenario List[] = {
     {"raise-name", "name a thread for a debugger", &RaiseThreadName},
     {"in-malloc", "fault with the heap locked", &FaultWithHeapLocked},
     {"in-loader", "fault in a static constructor of a plug-in, the loader's lock held", &FaultInLoader},
+    {"overflow-in-loader", "recurse there without end", &OverflowInLoader},
     {"stdio-lock", "fault with standard output and standard error locked", &FaultWithStdioLocked},
     {"end-thread", "end the thread", &EndThread},
 };

@@ -17,9 +17,10 @@ void EndProcess(int exitCode) noexcept
 bool AreOtherThreadsGone() noexcept
 {
     using Question = BOOLEAN(WINAPI*)();
-    const HMODULE system = ::GetModuleHandleW(L"ntdll.dll");
-    const FARPROC address = system != nullptr ? ::GetProcAddress(system, "RtlDllShutdownInProgress") : nullptr;
-    return address != nullptr && reinterpret_cast<Question>(reinterpret_cast<void*>(address))() != FALSE;
+    // Asked once: a thread at fault may call this while another one has locked the loader.
+    static const auto g_question = reinterpret_cast<Question>(
+        reinterpret_cast<void*>(::GetProcAddress(::GetModuleHandleW(L"ntdll.dll"), "RtlDllShutdownInProgress")));
+    return g_question != nullptr && g_question() != FALSE;
 }
 
 } // namespace Ardo::Kiln::Platform

@@ -177,6 +177,7 @@ class WindowsCrashes(unittest.TestCase):
             ("--with own-terminate terminate", ABORTED, 1, ABORT, "own terminate handler\n"),
             ("--execute throw-warning", 0, 0, "", "returned\n"),
             ("--execute in-loader", 0, 0, "", "returned\n"),  # the loader's handler is further in
+            ("overflow-in-loader", 0xFD, 0, "", ""),  # no thread can begin then
             ("raise-name", 0, 0, "", "returned\n"),
             ("--thread worker --execute raise-name", 0, 0, "", "returned\n"),
             ("--thread worker --execute end-thread", 0, 0, "", "process"),

@@ -1,5 +1,7 @@
 #include "Ardo/Kiln/Crash/Fault/FaultThread_win.h"
 
+#include "Ardo/Kiln/Platform/ProcessEnd.h"
+
 #include <atomic>
 #include <new>
 
@@ -31,7 +33,7 @@ DWORD RecordSlot() noexcept
 void CALLBACK OnThreadEnd(void* record)
 {
     auto* const thread = static_cast<FaultThread*>(record);
-    if (thread == nullptr || ProcessEnds())
+    if (thread == nullptr || Platform::AreOtherThreadsGone())
     {
         return; // other threads are gone without having unlocked anything; the memory goes with the process
     }
@@ -56,14 +58,6 @@ DWORD EndSlot() noexcept
 }
 
 } // namespace
-
-bool ProcessEnds() noexcept
-{
-    using Function = BOOLEAN(NTAPI*)();
-    static const auto g_function = reinterpret_cast<Function>(
-        reinterpret_cast<void*>(::GetProcAddress(::GetModuleHandleW(L"ntdll.dll"), "RtlDllShutdownInProgress")));
-    return g_function != nullptr && g_function() != FALSE;
-}
 
 FaultThread* OwnFaultThread() noexcept
 {

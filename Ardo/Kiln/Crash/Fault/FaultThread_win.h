@@ -59,9 +59,6 @@ DWORD FirstThreadId() noexcept;
 /// Whether that thread deals with a fault of its own.
 bool FirstThreadHandlesFault() noexcept;
 
-/// Whether the system has ended the other threads already, because the process ends.
-bool ProcessEnds() noexcept;
-
 /// Whether the calling thread runs on behalf of another one.
 bool ActsOnBehalf() noexcept;
 

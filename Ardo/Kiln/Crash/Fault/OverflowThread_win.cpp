@@ -1,5 +1,10 @@
 #include "Ardo/Kiln/Crash/Fault/OverflowThread_win.h"
 
+#include "Ardo/Kiln/Platform/ProcessEnd.h"
+
+#include <atomic>
+#include <cstdint>
+
 namespace Ardo::Kiln::Crash
 {
 
@@ -20,13 +25,25 @@ struct OtherStack
 {
     SRWLOCK lock = SRWLOCK_INIT; ///< Of the thread that asks.
     Request request;
-    FaultThread reserved; ///< For a thread that has no record: there is no stack to make one.
+    std::uintptr_t last = 0;                ///< The number of the last request.
+    std::atomic<std::uintptr_t> isOpen = 0; ///< The number of the request that nobody has taken; 0 for none.
+    FaultThread reserved;                   ///< For a thread that has no record: there is no stack to make one.
 };
 
 constinit OtherStack g_other;
 
-DWORD WINAPI Run(void*)
+/// \returns whether the caller is the one that deals with the request from now on.
+bool Take(std::uintptr_t number)
 {
+    return g_other.isOpen.compare_exchange_strong(number, 0);
+}
+
+DWORD WINAPI Run(void* number)
+{
+    if (!Take(reinterpret_cast<std::uintptr_t>(number)))
+    {
+        return 0;
+    }
     Request& request = g_other.request;
     ActOnBehalf(request.thread, request.threadId);
     request.answer = request.ask(request.pointers);
@@ -39,20 +56,28 @@ DWORD WINAPI Run(void*)
 long AskOnOtherStack(long (*ask)(EXCEPTION_POINTERS*), EXCEPTION_POINTERS* pointers) noexcept
 {
     constexpr SIZE_T StackSize = 1U << 20U; // for reading symbols
-    if (ActsOnBehalf() || ProcessEnds())
+    constexpr DWORD BeginLimit = 10'000;    // milliseconds
+    if (ActsOnBehalf() || Platform::AreOtherThreadsGone())
     {
         return ask(pointers);
     }
     FaultThread* const own = OwnFaultThread();
     ::AcquireSRWLockExclusive(&g_other.lock);
     g_other.request = {ask, pointers, own != nullptr ? own : &g_other.reserved, ::GetCurrentThreadId()};
-    const HANDLE thread = ::CreateThread(nullptr, StackSize, &Run, nullptr, STACK_SIZE_PARAM_IS_A_RESERVATION, nullptr);
+    const std::uintptr_t number = ++g_other.last;
+    g_other.isOpen = number;
+    const HANDLE thread = ::CreateThread(nullptr, StackSize, &Run, reinterpret_cast<void*>(number),
+                                         STACK_SIZE_PARAM_IS_A_RESERVATION, nullptr);
     if (thread == nullptr)
     {
         ::ReleaseSRWLockExclusive(&g_other.lock);
         return ask(pointers);
     }
-    ::WaitForSingleObject(thread, INFINITE);
+    // A thread does not begin while the loader is locked, and the calling thread may have locked it.
+    if (::WaitForSingleObject(thread, BeginLimit) != WAIT_TIMEOUT || !Take(number))
+    {
+        ::WaitForSingleObject(thread, INFINITE);
+    }
     ::CloseHandle(thread);
     const long answer = g_other.request.answer;
     ::ReleaseSRWLockExclusive(&g_other.lock);
