@@ -9,8 +9,8 @@ namespace Ardo::Kiln::Crash
 /// left of a stack that has overflowed is enough for a few system calls only. The thread is started then and not
 /// before, because a process does not end as long as it has a thread. Calls \p ask directly when no thread can be
 /// started.
-/// \returns what it answers; FilterResult::ContinueSearch if the thread has not begun within ten seconds, as in a static
-/// constructor of a library that is being loaded.
+/// \returns what it answers; FilterResult::ContinueSearch if the thread has not begun within ten seconds, as in a
+/// static constructor of a library that is being loaded.
 long AskOnOtherStack(long (*ask)(EXCEPTION_POINTERS*), EXCEPTION_POINTERS* pointers) noexcept;
 
 } // namespace Ardo::Kiln::Crash
