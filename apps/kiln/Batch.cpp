@@ -19,6 +19,7 @@
 #include <memory>
 #include <mutex>
 #include <thread>
+#include <utility>
 
 namespace Ardo::Kiln::Tool
 {
@@ -79,29 +80,37 @@ public:
             const std::lock_guard lock(m_mutex);
             m_isStopped = true;
         }
-        m_changed.notify_all();
+        m_hasRoom.notify_all();
     }
 
     Reports(const Reports&) = delete;
     Reports& operator=(const Reports&) = delete;
 
-    /// Takes the report of the next file if it is made within a short time.
-    bool Take(FileReport& report)
+    /// Takes the reports of the next files, as many as are made within a short time. The caller wakes up for a group of
+    /// them, because waking a thread takes longer than reading a small file.
+    std::vector<FileReport> Take()
     {
         std::unique_lock lock(m_mutex);
         constexpr std::chrono::milliseconds Limit(50); // until the caller looks at Ctrl-C again
-        if (!m_changed.wait_for(lock, Limit, [this] { return m_reports.contains(m_taken); }))
+        m_isReported.wait_for(lock, Limit, [this] { return HasGroup(); });
+        std::vector<FileReport> reports;
+        for (auto next = m_reports.find(m_taken); next != m_reports.end() && next->first == m_taken; ++m_taken)
         {
-            return false;
+            reports.push_back(std::move(next->second));
+            next = m_reports.erase(next);
         }
-        report = std::move(m_reports.extract(m_taken).mapped());
-        ++m_taken;
         lock.unlock();
-        m_changed.notify_all();
-        return true;
+        m_hasRoom.notify_all();
+        return reports;
     }
 
 private:
+    bool HasGroup() const
+    {
+        constexpr std::size_t Group = 32;
+        return m_reports.contains(m_taken) && m_reports.size() >= std::min(Group, m_files.size() - m_taken);
+    }
+
     void Run()
     {
         // Reports that wait for an earlier one are limited.
@@ -109,7 +118,7 @@ private:
         std::unique_lock lock(m_mutex);
         while (true)
         {
-            m_changed.wait(lock, [this] { return m_isStopped || m_next < m_taken + Ahead; });
+            m_hasRoom.wait(lock, [this] { return m_isStopped || m_next < m_taken + Ahead; });
             if (m_isStopped || m_next == m_files.size())
             {
                 return;
@@ -119,7 +128,10 @@ private:
             FileReport report = ReportOf(m_files[index], m_work, m_isJson);
             lock.lock();
             m_reports.emplace(index, std::move(report));
-            m_changed.notify_all();
+            if (HasGroup())
+            {
+                m_isReported.notify_one();
+            }
         }
     }
 
@@ -127,7 +139,8 @@ private:
     const Work& m_work;
     const bool m_isJson;
     std::mutex m_mutex;
-    std::condition_variable m_changed;
+    std::condition_variable m_isReported;        ///< There is a group of reports.
+    std::condition_variable m_hasRoom;           ///< Reports have been taken, or it is stopped.
     std::map<std::size_t, FileReport> m_reports; ///< By the index of their file; not taken yet.
     std::size_t m_next = 0;                      ///< The next file to begin.
     std::size_t m_taken = 0;                     ///< The next report to take.
@@ -209,26 +222,33 @@ bool ForEachFile(const BatchOptions& options, const std::vector<FoundFile>& file
                 progress.Clear();
                 throw Interrupted();
             }
-            FileReport report;
-            if (!reports.Take(report))
+            std::string output;
+            for (FileReport& report : reports.Take())
             {
-                continue;
+                if (options.isJson)
+                {
+                    output += done == 0 ? "[\n" : ",\n";
+                }
+                if (!report.messages.empty())
+                {
+                    progress.Clear(); // both may be the same console
+                    Print(std::exchange(output, ""));
+                    std::cerr << report.messages;
+                }
+                output += report.output;
+                if (report.hasFailed)
+                {
+                    failed.push_back(files[done].name);
+                }
+                ++done;
             }
-            if (options.isJson)
+            output += options.isJson && done == files.size() ? "\n]\n" : "";
+            if (!output.empty())
             {
-                report.output = (done == 0 ? "[\n" : ",\n") + report.output + (done + 1 == files.size() ? "\n]\n" : "");
+                progress.Clear();
+                Print(output);
             }
-            if (!report.messages.empty() || ConsoleInterrupt::IsStandardErrorShown())
-            {
-                progress.Clear(); // both may be the same console
-            }
-            std::cerr << report.messages;
-            Print(report.output);
-            if (report.hasFailed)
-            {
-                failed.push_back(files[done].name);
-            }
-            progress.Show(++done, failed.size());
+            progress.Show(done, failed.size());
         }
     }
     if (isShown)
