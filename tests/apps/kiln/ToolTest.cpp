@@ -93,7 +93,7 @@ std::string TiffWithRecord(const std::string& text)
 TEST_F(ToolTest, HelpAndVersionAreResultsAndWrongUsageIsStatusTwo)
 {
     for (const std::string command : {"", "import", "export", "histogram", "info", "metadata", "validate", "compare",
-                                      "name", "system", "format", "parse", "set", "describe"})
+                                      "name", "system", "format", "parse", "set", "describe", "report"})
     {
         EXPECT_THAT(Must("kiln " + command + " --help"), HasSubstr("--version"));
         EXPECT_THAT(Must("kiln " + command + " --version"), StartsWith("kiln 1."));
