@@ -26,8 +26,8 @@ struct DumpedFault
 /// A thread in a minidump.
 struct DumpedThread
 {
-    std::uint32_t id = 0; ///< The system's number.
-    std::string name;
+    std::uint32_t id = 0;           ///< The system's number.
+    std::string name;               ///< As debuggers show it.
     std::vector<std::string> stack; ///< The innermost calls, in the form of SymbolHandler::GetStackDetails.
 };
 
@@ -44,12 +44,12 @@ struct DumpedModule
 /// The contents of a minidump.
 struct CrashDump
 {
-    std::int64_t time = 0;            ///< When it was written, seconds since 1970-01-01 UTC.
-    std::uint32_t processId = 0;      ///< The system's number; 0: not known.
-    std::string system;               ///< Name and version of the operating system.
-    std::optional<DumpedFault> fault; ///< Nothing in a dump on request.
-    std::vector<DumpedThread> threads;
-    std::vector<DumpedModule> modules;
+    std::int64_t time = 0;             ///< When it was written, seconds since 1970-01-01 UTC.
+    std::uint32_t processId = 0;       ///< The system's number; 0: not known.
+    std::string system;                ///< Name and version of the operating system.
+    std::optional<DumpedFault> fault;  ///< Nothing in a dump on request.
+    std::vector<DumpedThread> threads; ///< In the order of the dump.
+    std::vector<DumpedModule> modules; ///< The program first.
 };
 
 /// Reads a minidump of Windows or Linux, and walks the stacks in it.

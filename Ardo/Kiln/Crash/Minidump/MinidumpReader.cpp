@@ -21,7 +21,7 @@ constexpr std::uint64_t MaxStreams = 1000;
 constexpr std::uint64_t MaxThreads = 10'000;
 constexpr std::uint64_t MaxModules = 10'000;
 constexpr std::uint64_t MaxRanges = 1'000'000;
-constexpr std::uint64_t MaxText = 65'536;
+constexpr std::uint64_t MaxText = 32'768; // UTF-16 units of one name
 constexpr std::uint64_t MaxMaps = 8U << 20U;
 
 constexpr std::uint64_t ContextSize = 1232;
@@ -141,8 +141,10 @@ std::string MinidumpReader::Text(std::uint32_t position)
         return {};
     }
     const auto size = Value<std::uint32_t>(position);
-    const auto units =
-        Values<char16_t>(position + std::uint64_t{4}, std::min<std::uint64_t>(size, MaxText) / 2, MaxText);
+    // Many names may refer to one long text.
+    const std::uint64_t count = std::min({size / std::uint64_t{2}, MaxText, m_textLeft});
+    m_textLeft -= count;
+    const auto units = Values<char16_t>(position + std::uint64_t{4}, count, MaxText);
     return QString::fromUtf16(units.data(), static_cast<int>(units.size())).toStdString();
 }
 

@@ -92,6 +92,7 @@ private:
     std::optional<MinidumpFormat::Exception> m_exception;
     std::optional<MinidumpFormat::SystemInfo> m_system;
     std::string m_systemText;
+    std::uint64_t m_textLeft = 8U << 20U; ///< UTF-16 units that may still be read.
     std::uint32_t m_processId = 0;
     std::string m_maps;
 };
