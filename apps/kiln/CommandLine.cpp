@@ -98,7 +98,7 @@ void DeclareImport(CLI::App& command, ImportOptions& options)
 void DeclareExport(CLI::App& command, PictureOptions& options)
 {
     command.add_option("IN", options.image, "The image to read")->required()->type_name(File);
-    command.add_option("OUT", options.output, "A PNG, JPEG or 8-bit TIFF file; it is replaced when it is complete")
+    command.add_option("OUT", options.output, "A PNG, JPEG or TIFF file; it is replaced when it is complete")
         ->required()
         ->type_name(File);
     command.add_option("--type", options.type, "png, jpeg, tiff, or data: a TIFF with all data; else by the extension");

@@ -119,6 +119,7 @@ CrashReport ParseCrashReport(std::string_view text)
     {
         throw Failure("neither a minidump nor a crash report");
     }
+    const bool endsWithLine = text.ends_with('\n');
     std::string title;
     while (!text.empty())
     {
@@ -144,6 +145,7 @@ CrashReport ParseCrashReport(std::string_view text)
     {
         throw Failure("the crash report is cut: it does not name the exception");
     }
+    report.isWhole = endsWithLine && report.sections.contains("Operation System");
     return report;
 }
 

@@ -23,6 +23,7 @@ struct CrashReport
     std::uint32_t threadId = 0;
     std::vector<std::string> details;                         ///< Lines about the fault.
     std::map<std::string, std::vector<std::string>> sections; ///< The others, by title: "Log files".
+    bool isWhole = false; ///< It has its last section: neither cut nor the short report of the last resort.
 };
 
 /// Reads a report.

@@ -284,6 +284,10 @@ bool Import(const ImportOptions& given)
     {
         throw UsageError("IMAGE: several images need a folder to be written to");
     }
+    if (toFolder && files.size() > 1 && !IsFolder(output) && ToPath(output).extension() == ".tif")
+    {
+        throw UsageError(Printable(output) + ": has the name of a file; several images need a folder to be written to");
+    }
     if (toFolder)
     {
         PlanOutputs(files, output, ".tif");

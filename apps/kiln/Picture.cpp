@@ -193,13 +193,18 @@ void WriteOutput(const std::string& output, const std::function<void(const std::
 
 bool ExportForImageJ(const PictureOptions& options)
 {
+    const std::string extension = ToName(ToPath(options.output).extension());
+    if (options.output != StandardStream && extension != ".tif" && extension != ".tiff")
+    {
+        throw UsageError("OUT: a copy for ImageJ is a TIFF file: its name ends in .tif");
+    }
     const InputFile input(options.image);
     const LoadedImage loaded = LoadImage(input, options.image, options.page - 1, true);
     const auto* const size =
         loaded.record && loaded.record->BinaryResult.PixelSize ? &*loaded.record->BinaryResult.PixelSize : nullptr;
     if (size == nullptr)
     {
-        throw Failure(options.image + ": has no pixel size for ImageJ");
+        throw Failure(options.image + ": has no pixel size in its record");
     }
     WriteOutput(options.output,
                 [&](const std::wstring& file)
@@ -225,6 +230,11 @@ bool ExportForImageJ(const PictureOptions& options)
 
 bool ExportPicture(const PictureOptions& options)
 {
+    std::error_code differ; // also if one of them does not exist
+    if (std::filesystem::equivalent(ToPath(options.image), ToPath(options.output), differ))
+    {
+        throw UsageError("OUT: is IN, which would lose its record");
+    }
     if (options.isForImageJ)
     {
         return ExportForImageJ(options);

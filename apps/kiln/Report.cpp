@@ -272,7 +272,8 @@ std::string TextOf(const Crash& crash)
     const FaultTexts fault = FaultOf(crash);
     FactText text;
     text.Section("Read");
-    text.Line({crash.reportFile.empty() ? "" : "report " + crash.reportFile,
+    const bool isCut = crash.report && !crash.report->isWhole;
+    text.Line({crash.reportFile.empty() ? "" : "report " + crash.reportFile + (isCut ? ", which ends early" : ""),
                crash.dumpFile.empty() ? "" : "minidump " + crash.dumpFile});
     text.Section("Application");
     text.Line({application, version.empty() ? "" : "version " + version});
@@ -319,8 +320,8 @@ std::string TextOf(const Crash& crash)
     };
     for (const ThreadFacts& thread : threads)
     {
-        addLines("Thread " + std::to_string(thread.id) + (thread.name.empty() ? "" : " \"" + thread.name + "\"") +
-                     (thread.isAtFault ? ", at fault" : "") +
+        addLines("Thread " + (thread.id == 0 ? "of unknown number" : std::to_string(thread.id)) +
+                     (thread.name.empty() ? "" : " \"" + thread.name + "\"") + (thread.isAtFault ? ", at fault" : "") +
                      (thread.isOfReport ? ", stack from the report" : ", stack from the minidump"),
                  thread.stack);
         if (!thread.isOfReport && thread.stack.size() < 2)
@@ -377,7 +378,8 @@ std::string JsonOf(const std::string& name, const Crash& crash)
     QJsonArray threadList;
     for (const ThreadFacts& thread : threads)
     {
-        threadList.append(QJsonObject{{"id", static_cast<qint64>(thread.id)},
+        const auto id = static_cast<qint64>(thread.id);
+        threadList.append(QJsonObject{{"id", id == 0 ? QJsonValue() : QJsonValue(id)},
                                       {"name", ToJson(thread.name)},
                                       {"atFault", thread.isAtFault},
                                       {"source", thread.isOfReport ? "report" : "minidump"},
@@ -403,6 +405,7 @@ std::string JsonOf(const std::string& name, const Crash& crash)
                                 {"message", ToJson(crash.report ? crash.report->message : "")}};
     return JsonText({{"file", ToJson(name)},
                      {"report", ToJson(crash.reportFile)},
+                     {"reportIsWhole", crash.report ? QJsonValue(crash.report->isWhole) : QJsonValue()},
                      {"minidump", ToJson(crash.dumpFile)},
                      {"application", ToJson(application)},
                      {"version", ToJson(version)},

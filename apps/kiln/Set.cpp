@@ -282,7 +282,8 @@ Metadata Changed(Metadata record, const std::vector<Change>& changes)
     {
         if (!change.value.empty() && !IsCustomProperty(change) && Find(tree, change.steps) == nullptr)
         {
-            throw Failure(change.field + ": a record has no such field, or it cannot be '" + change.value + "'");
+            throw Failure(change.field + ": a record has no such field, or '" + change.value +
+                          "' is no value of it; most numbers are without a unit, in SI base units: 200e3");
         }
     }
     return changed;

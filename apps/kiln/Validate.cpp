@@ -155,7 +155,7 @@ FileReport Validate(const std::string& file, bool isJson)
     const auto document = DocumentOf(InputFile(file), file);
     if (!document)
     {
-        throw Failure(file + ": holds no record");
+        throw Failure(file + ": holds no record: it is neither a TIFF file with one nor a record's document");
     }
     const Faults faults = FaultsOf(*document);
     LogInfo("validated " + file + ": " + std::to_string(faults.size()) + " faults");

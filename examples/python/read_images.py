@@ -27,4 +27,4 @@ for name in sys.argv[1:]:
     pixels, record = read_image(name)
     print(name, pixels.shape, pixels.dtype, "mean", round(float(pixels.mean()), 2))
     if record and (size := record["BinaryResult"].get("PixelSize")):
-        print("  a pixel is {:.4g} {} wide, acquired at".format(*size["X"]), record["Optics"]["AccelerationVoltage"], "V")
+        print("  a pixel is {:.4g} {} wide, acquired at".format(*size["X"]), record["Optics"].get("AccelerationVoltage"), "V")

@@ -100,6 +100,9 @@ TEST_F(ReportTest, DamagedFilesAreRefusedAndAWholeOneBesideThemIsStillTold)
     EXPECT_THAT(half.output, HasSubstr("ended itself by abort()"));
     EXPECT_THAT(half.error, HasSubstr("kiln: crash.dmp: no minidump\n"));
 
+    WriteFile(m_folder / "early.txt", report.substr(0, report.size() - 5));
+    EXPECT_THAT(Must("kiln report early.txt"), HasSubstr("early.txt, which ends early\n"));
+
     WriteFile(m_folder / "out.tif", "the old file");
     WriteFile(m_folder / "cut.txt", report.substr(0, 60));
     WriteFile(m_folder / "long.txt", report + std::string(1 << 20, '\n'));

@@ -174,7 +174,7 @@ TEST_F(ScriptTest, SetWritesAChangedCopy)
     WriteFile(m_folder / "out.tif", "the old file");
     CheckFailures({{"kiln set cell.tif --output out.tif Optics/NoSuchField=1", "Optics/NoSuchField: "},
                    {"kiln set cell.tif --output out.tif ScanSettings/DwellTime=long", "ScanSettings/DwellTime: "},
-                   {"kiln set cell.tif --output out.tif Optics/OperatingMode=XEM", "cannot be 'XEM'"},
+                   {"kiln set cell.tif --output out.tif Optics/OperatingMode=XEM", "'XEM' is no value of it"},
                    {"kiln set cell.tif --output out.tif BinaryResult/PixelSize='5 kV'", "BinaryResult/PixelSize: "},
                    {"kiln set cell.tif --output out.tif Optics=1", "has fields of its own"},
                    {"kiln set cell.tif --output out.tif Core/NotThere=", "has no such field"},

@@ -51,10 +51,12 @@ def main():
     run("import", "rgba.tif", "rgba-record.tif", "--pixel-size", "1e-9")
     run("import", "uint8.tif", "plain.tif")
     for source, reason in (("rgba-record.tif", "old.tif: ImageJ cannot hold an image with opacity"),
-                           ("plain.tif", "plain.tif: has no pixel size for ImageJ")):
+                           ("plain.tif", "plain.tif: has no pixel size in its record")):
         assert reason in run("export", source, "old.tif", "--for-imagej", status=1)
     assert Path("old.tif").read_text() == "the old file"
     run("export", "record.tif", "copy.tif", "--for-imagej", "--size", "50%", status=2)
+    run("export", "record.tif", "copy.png", "--for-imagej", status=2)
+    assert "would lose its record" in run("export", "record.tif", "./record.tif", "--for-imagej", status=2)
 
 
 if __name__ == "__main__":
