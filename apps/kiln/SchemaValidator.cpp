@@ -63,6 +63,16 @@ void Collect(void* faults, xmlErrorPtr error)
 
 void Drop(void*, const char*, ...) {}
 
+/// To be called before libxml2 is used by the calling thread.
+void PrepareThread()
+{
+    // The library's own first use is not thread-safe.
+    static const bool g_isInitialised = (xmlInitParser(), true);
+    static_cast<void>(g_isInitialised);
+    // Otherwise it prints errors without a structured form to standard error. Each thread has a function of its own.
+    xmlSetGenericErrorFunc(nullptr, Drop);
+}
+
 /// Replaces the XML declaration by blanks: documents are always UTF-8, but libxml2 would decode them as the declaration
 /// says, or refuse an encoding that it does not know.
 std::string WithoutDeclaration(std::string xml)
@@ -109,8 +119,7 @@ struct SchemaValidator::Implementation
 
 SchemaValidator::SchemaValidator() : m_implementation(std::make_unique<Implementation>())
 {
-    // libxml2 would print errors without a structured form to standard error.
-    xmlSetGenericErrorFunc(nullptr, Drop);
+    PrepareThread();
     Faults faults;
     const SchemaParser parser(
         xmlSchemaNewMemParserCtxt(Generated::MetadataSchema, static_cast<int>(sizeof(Generated::MetadataSchema))));
@@ -130,6 +139,7 @@ SchemaValidator::~SchemaValidator() = default;
 
 Faults SchemaValidator::Validate(const std::string& xml)
 {
+    PrepareThread();
     Faults faults;
     const ParserContext parser(xmlNewParserCtxt());
     const SchemaContext context(xmlSchemaNewValidCtxt(m_implementation->schema.get()));
