@@ -162,13 +162,15 @@ endfunction()
 #
 # The program takes its locale from the environment, which has a decimal comma in the second run.
 #
+# ONE_LOCALE: no second run, because other tests cover what the locale changes.
+#
 # ONE_LOCALE_ON_WINDOWS: no second run there. For programs that neither read nor write numbers by the C and C++ libraries,
 # which differ between the systems, or whose work is done by other programs: the test programs alone have the locale there.
 #
 # On Windows the sources and tests of tests/NotOnWindows.txt are left out, and a program that has no other sources. All
 # sources that end in Test_posix or Test_linux must be in that list. Sources that end in _win are for Windows only.
 function(kiln_test)
-    cmake_parse_arguments(arg "THREADED;WITHOUT_ERROR_RECORD_CHECK;ONE_LOCALE_ON_WINDOWS" "NAME" "SOURCES;LINK" ${ARGN})
+    cmake_parse_arguments(arg "THREADED;WITHOUT_ERROR_RECORD_CHECK;ONE_LOCALE;ONE_LOCALE_ON_WINDOWS" "NAME" "SOURCES;LINK" ${ARGN})
     set(sources)
     foreach(source ${arg_SOURCES})
         file(RELATIVE_PATH listed ${PROJECT_SOURCE_DIR}/tests ${CMAKE_CURRENT_SOURCE_DIR}/${source})
@@ -204,7 +206,7 @@ function(kiln_test)
     target_precompile_headers(${arg_NAME} REUSE_FROM KilnTestSupport)
     add_test(NAME ${arg_NAME} COMMAND ${arg_NAME} ${filter})
     set_tests_properties(${arg_NAME} PROPERTIES TIMEOUT 600)
-    if(NOT (WIN32 AND arg_ONE_LOCALE_ON_WINDOWS))
+    if(NOT arg_ONE_LOCALE AND NOT (WIN32 AND arg_ONE_LOCALE_ON_WINDOWS))
         add_test(NAME ${arg_NAME}.HostileLocale COMMAND ${arg_NAME} ${filter})
         set_tests_properties(${arg_NAME}.HostileLocale PROPERTIES ENVIRONMENT "${KILN_HOSTILE_ENVIRONMENT}" TIMEOUT 600)
     endif()

@@ -7,6 +7,8 @@
 #include "tests/Kiln/Exception/MiniDumpGeneratorTest.h"
 #include "tests/Support/Process.h"
 
+#include <gmock/gmock.h>
+
 #include <chrono>
 #include <cstring>
 #include <random>
