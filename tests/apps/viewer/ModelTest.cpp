@@ -334,8 +334,8 @@ TEST(ViewerModelTest, TheDesktopEntryHasTheTypesOfAllFormats)
     for (const QString& pattern : ImageNameFilter().split(QLatin1Char(' ')))
     {
         const QMimeType type = QMimeDatabase().mimeTypeForFile(pattern, QMimeDatabase::MatchExtension);
-        EXPECT_THAT(entry, ::testing::ContainsRegex("[=;]" + type.name().toStdString() + ";"))
-            << type.name().toStdString();
+        const std::string name = type.name().toStdString() + ";";
+        EXPECT_THAT(entry, ::testing::AnyOf(::testing::HasSubstr("=" + name), ::testing::HasSubstr(";" + name)));
     }
 }
 
