@@ -344,7 +344,7 @@ TEST_F(ToolTest, DifferencesAreNamedAndEndWithStatusOne)
     EXPECT_EQ(result.status, 1);
     EXPECT_THAT(result.output, HasSubstr("550 x 660"));
 
-    WriteFile(m_folder / "other.xml", Replaced(Must("kiln metadata cell.tif"), "550", "551"));
+    WriteFile(m_folder / "other.xml", Replaced(Must("kiln metadata cell.tif"), ">550<", ">551<"));
     result = Run("kiln compare cell.tif other.xml");
     EXPECT_EQ(result.status, 1);
     EXPECT_THAT(result.output, HasSubstr("/BinaryResult/ImageSize/X: 550 | 551"));
