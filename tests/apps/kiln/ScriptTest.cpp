@@ -143,7 +143,7 @@ TEST_F(ScriptTest, FactsAreJson)
     EXPECT_EQ(Facts("kiln format 1.07e-7 m --json")["text"].toString(), "107 nm");
     EXPECT_EQ(Facts("kiln name data --json")["files"].toArray().size(), 1);
     EXPECT_GE(Facts("kiln system --json")["processors"].toInt(), 1);
-    const QJsonDocument histogram = Facts("kiln histogram cell.tif --parts 4 --json");
+    const QJsonDocument histogram = Facts("kiln histogram cell.tif --parts=4 --json");
     EXPECT_EQ(histogram["counts"].toArray().size(), 4);
     EXPECT_EQ(histogram["pixels"].toInt(), 550 * 660);
     EXPECT_EQ(histogram["width"].toInt(), 64);
