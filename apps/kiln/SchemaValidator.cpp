@@ -7,6 +7,7 @@
 
 #include <libxml/parser.h>
 #include <libxml/xmlschemas.h>
+#include <libxml/xmlschemastypes.h>
 
 #include <stdexcept>
 #include <string_view>
@@ -66,8 +67,8 @@ void Drop(void*, const char*, ...) {}
 /// To be called before libxml2 is used by the calling thread.
 void PrepareThread()
 {
-    // The library's own first use is not thread-safe.
-    static const bool g_isInitialised = (xmlInitParser(), true);
+    // The first uses of the parser and of the schema's types are not thread-safe.
+    static const bool g_isInitialised = (xmlInitParser(), xmlSchemaInitTypes(), true);
     static_cast<void>(g_isInitialised);
     // Otherwise it prints errors without a structured form to standard error. Each thread has a function of its own.
     xmlSetGenericErrorFunc(nullptr, Drop);

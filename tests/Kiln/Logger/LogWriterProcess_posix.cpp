@@ -15,7 +15,7 @@ bool g_isForkedChild = false;
 /// Asked by LeakSanitizer at the end of a process. In a forked child it would wait for ever for the lock of its
 /// allocator if another thread of the parent held it at the fork.
 // NOLINTNEXTLINE(bugprone-reserved-identifier,readability-identifier-naming)
-extern "C" int __lsan_is_turned_off()
+extern "C" __attribute__((visibility("default"))) int __lsan_is_turned_off()
 {
     return g_isForkedChild ? 1 : 0;
 }
