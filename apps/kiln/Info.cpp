@@ -261,13 +261,14 @@ struct PixelReport
     std::string fault; ///< Empty if the first image can be read.
 };
 
+/// \param reader has the file open, and hands it over.
 /// \param isRead reads the first image, as import does.
-PixelReport ExaminePixels(const InputFile& file, bool isRead)
+PixelReport ExaminePixels(ImageIO::TiffReader& reader, bool isRead)
 {
     PixelReport report;
     try
     {
-        ImageIO::ImageFile opened(file.WidePath());
+        ImageIO::ImageFile opened(reader);
         report.pageCount = opened.PageCount();
         if (isRead)
         {
@@ -340,13 +341,13 @@ FileReport Info(const std::string& file, const InfoOptions& options)
         areFieldsWhole = reader.GetStripCount() == 0; // tiles, which this reader does not support
     }
 
-    const PixelReport pixels = ExaminePixels(input, !options.isQuick);
+    const std::string text = reader.GetMetadataText();
+    const PixelReport pixels = ExaminePixels(reader, !options.isQuick);
     if (!pixels.fault.empty())
     {
         damages.push_back(file + ": " + pixels.fault);
     }
     std::optional<Metadata> record;
-    const std::string text = reader.GetMetadataText();
     try
     {
         if (!text.empty())

@@ -39,7 +39,7 @@ FileKind KindOf(const InputFile& file)
     constexpr std::array TiffSignatures = {"II*\0"sv, "MM\0*"sv, "II+\0"sv, "MM\0+"sv};
     constexpr auto ByteOrderMark = "\xEF\xBB\xBF"sv;
 
-    const std::string head = file.Head(4096);
+    const std::string_view head = file.Head();
     for (const std::string_view signature : TiffSignatures)
     {
         if (head.starts_with(signature))

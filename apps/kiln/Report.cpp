@@ -109,7 +109,7 @@ void Read(const std::string& name, Crash& crash)
     const InputFile file(name);
     try
     {
-        if (file.Head(4) == "MDMP")
+        if (file.Head().starts_with("MDMP"))
         {
             crash.dump = Exception::ReadCrashDump(file.WidePath());
             crash.dumpFile = name;
@@ -336,6 +336,11 @@ std::string TextOf(const Crash& crash)
             addLines(title, lines);
         }
     }
+    if (crash.logs.empty())
+    {
+        result += std::string("\nNo log files: ") +
+                  (crash.report ? "the report names none\n" : "only a report names them, and there is none\n");
+    }
     for (const auto& [file, lines] : crash.logs)
     {
         addLines("Log " + file + (lines.empty() ? ": cannot be read here" : ", last lines"), lines);
@@ -345,9 +350,12 @@ std::string TextOf(const Crash& crash)
         Lines modules;
         for (const auto& module : crash.dump->modules)
         {
+            const bool isOfKernel = module.file == "linux-gate.so"; // the name in minidumps of Linux
             modules.push_back("0x" + Hexadecimal(module.base, 16) + " " + module.file +
                               (module.version.empty() ? "" : " " + module.version) +
-                              (module.isFound ? "" : " (not found here)"));
+                              (isOfKernel       ? " (a page of the kernel, no file)"
+                               : module.isFound ? ""
+                                                : " (not found here)"));
         }
         addLines("Modules", modules);
     }

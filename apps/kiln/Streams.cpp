@@ -24,13 +24,15 @@ std::string Reason()
     return errno != 0 ? std::generic_category().message(errno) : "input or output error";
 }
 
-/// Opens a file for reading.
+/// Opens a file for reading in large pieces.
 /// \param name names it in messages.
 /// \throws Failure with the system's reason.
 std::ifstream Open(const fs::path& path, const std::string& name)
 {
     errno = 0;
-    std::ifstream file(path, std::ios::binary);
+    std::ifstream file;
+    file.rdbuf()->pubsetbuf(nullptr, 0); // a buffer would be allocated and copied for nothing
+    file.open(path, std::ios::binary);
     if (!file)
     {
         throw Failure(name + ": " + Reason());
@@ -83,6 +85,7 @@ InputFile::InputFile(const std::string& name) : m_name(name == StandardStream ? 
         m_path = m_copy.emplace().Path();
         std::ofstream file(m_path, std::ios::binary);
         Copy(source, file, m_name, "temporary file");
+        ReadHead();
     };
     if (name == StandardStream)
     {
@@ -104,29 +107,31 @@ InputFile::InputFile(const std::string& name) : m_name(name == StandardStream ? 
     {
         throw Failure(name + ": is neither a file nor a pipe");
     }
-    std::ifstream file = Open(m_path, name); // throws if the file may not be read
     if (fs::is_fifo(status))
     {
-        copy(file);
+        std::ifstream pipe = Open(m_path, name);
+        copy(pipe);
+        return;
     }
+    ReadHead(); // throws if the file may not be read
+}
+
+void InputFile::ReadHead()
+{
+    constexpr std::size_t Size = 4096;
+    std::ifstream file = Open(m_path, m_name);
+    m_head.resize(Size);
+    file.read(m_head.data(), static_cast<std::streamsize>(Size));
+    if (file.bad())
+    {
+        throw Failure(m_name + ": " + Reason());
+    }
+    m_head.resize(static_cast<std::size_t>(file.gcount()));
 }
 
 std::wstring InputFile::WidePath() const
 {
     return FileSystem::ToWide(m_path);
-}
-
-std::string InputFile::Head(std::size_t count) const
-{
-    std::ifstream file = Open(m_path, m_name);
-    std::string head(count, '\0');
-    file.read(head.data(), static_cast<std::streamsize>(count));
-    if (file.bad())
-    {
-        throw Failure(m_name + ": " + Reason());
-    }
-    head.resize(static_cast<std::size_t>(file.gcount()));
-    return head;
 }
 
 std::string InputFile::Text(std::size_t limit) const

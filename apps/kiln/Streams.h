@@ -28,18 +28,20 @@ public:
     /// The path as the library's image functions take it.
     std::wstring WidePath() const;
 
-    /// The first bytes of the file, at most \p count.
-    /// \throws Failure when it cannot be read.
-    std::string Head(std::size_t count) const;
+    /// The first 4096 bytes of the file, or all of a shorter one.
+    std::string_view Head() const { return m_head; }
 
     /// The whole file.
     /// \throws Failure when it is longer than \p limit bytes or cannot be read.
     std::string Text(std::size_t limit) const;
 
 private:
+    void ReadHead();
+
     std::string m_name; ///< For messages.
     std::optional<FileSystem::TemporaryFile> m_copy;
     std::filesystem::path m_path;
+    std::string m_head;
 };
 
 /// \p name as a path.

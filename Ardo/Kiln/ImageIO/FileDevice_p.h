@@ -25,7 +25,7 @@ protected:
     qint64 writeData(const char*, qint64) override { return -1; }
 
 private:
-    Platform::RandomAccessFile& m_file;
+    BlockReader m_file;
     ReadProgress& m_reading;
     qint64 m_position = 0;
 };

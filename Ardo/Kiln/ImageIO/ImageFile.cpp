@@ -6,6 +6,7 @@
 #include "Ardo/Kiln/ImageIO/ReadImageException.h"
 #include "Ardo/Kiln/ImageIO/ReadProgress_p.h"
 #include "Ardo/Kiln/ImageIO/TiffFile_p.h"
+#include "Ardo/Kiln/ImageIO/TiffReader.h"
 #include "Ardo/Kiln/MetadataSerializer/Record.h"
 #include "Ardo/Kiln/Platform/RandomAccessFile.h"
 
@@ -89,6 +90,13 @@ struct ImageFile::Content
     ImageFile::Progress progress;
     std::vector<std::uint64_t> pages; ///< Where the directories of a TIFF file begin.
 
+    void Set(std::unique_ptr<TiffFile> opened)
+    {
+        tiff = std::move(opened);
+        pages = tiff->Pages();
+        Select(0);
+    }
+
     /// Makes \p page the current one of a TIFF file.
     void Select(std::uint32_t page)
     {
@@ -128,10 +136,17 @@ ImageFile::ImageFile(const std::wstring& path) : m_content(std::make_unique<Cont
                 m_content->file = std::move(file);
                 return;
             }
-            m_content->tiff = std::make_unique<TiffFile>(std::move(file), path);
-            m_content->pages = m_content->tiff->Pages();
-            m_content->Select(0);
+            m_content->Set(std::make_unique<TiffFile>(std::move(file), path));
         });
+}
+
+ImageFile::ImageFile(TiffReader& reader) : m_content(std::make_unique<Content>())
+{
+    if (reader.m_file == nullptr)
+    {
+        throw std::logic_error("ImageFile: a reader without an open file");
+    }
+    Reading([&] { m_content->Set(std::move(reader.m_file)); });
 }
 
 ImageFile::~ImageFile() = default;

@@ -13,6 +13,8 @@
 namespace Ardo::Kiln::ImageIO
 {
 
+class TiffReader;
+
 /// An image file of any format, open for reading: its images, and the record of each.
 ///
 /// The format is recognised by the content, never by the name. TIFF files may have several images, called pages. A file
@@ -50,6 +52,11 @@ public:
     /// \throws ReadImageException
     /// \throws std::range_error of FileSystem::ToPath if the name can be no path.
     explicit ImageFile(const std::wstring& path);
+    /// Takes over the file that \p reader has open, so that it is not opened and read a second time. The reader keeps
+    /// the data that it has read, as after TiffReader::Close().
+    /// \throws ReadImageException
+    /// \throws std::logic_error if the reader has no open file.
+    explicit ImageFile(TiffReader& reader);
     ~ImageFile();
     ImageFile(const ImageFile&) = delete;
     ImageFile& operator=(const ImageFile&) = delete;

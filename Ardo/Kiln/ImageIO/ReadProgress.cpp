@@ -23,8 +23,7 @@ void ReadProgress::Start(Function function)
     m_reported = 0;
 }
 
-std::int64_t ReadProgress::ReadAt(Platform::RandomAccessFile& file, std::uint64_t offset, void* bytes,
-                                  std::int64_t size) noexcept
+std::int64_t ReadProgress::ReadAt(BlockReader& file, std::uint64_t offset, void* bytes, std::int64_t size) noexcept
 {
     if (!m_function)
     {

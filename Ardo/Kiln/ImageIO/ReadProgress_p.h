@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Ardo/Kiln/Platform/RandomAccessFile.h"
+#include "Ardo/Kiln/ImageIO/BlockReader_p.h"
 
 #include <cstdint>
 #include <exception>
@@ -20,9 +20,8 @@ public:
     /// Sets the function of the reading that begins now; empty for none.
     void Start(Function function);
 
-    /// Reads like RandomAccessFile::ReadAt. After the function has ended the reading, reads nothing and returns -1.
-    std::int64_t ReadAt(Platform::RandomAccessFile& file, std::uint64_t offset, void* bytes,
-                        std::int64_t size) noexcept;
+    /// Reads like BlockReader::ReadAt. After the function has ended the reading, reads nothing and returns -1.
+    std::int64_t ReadAt(BlockReader& file, std::uint64_t offset, void* bytes, std::int64_t size) noexcept;
 
     /// Ends the reading.
     /// \throws ReadImageException of cause Cancelled, or the exception of the function, if it has ended the reading.

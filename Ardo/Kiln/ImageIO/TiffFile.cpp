@@ -136,7 +136,7 @@ struct TiffFile::Callbacks
         {
             return 0;
         }
-        const std::int64_t count = file.m_reading.ReadAt(*file.m_file, file.m_position, bytes, size);
+        const std::int64_t count = file.m_reading.ReadAt(file.m_blocks, file.m_position, bytes, size);
         if (count > 0)
         {
             file.m_position += static_cast<std::uint64_t>(count);
@@ -196,6 +196,7 @@ TiffFile::TiffFile(std::unique_ptr<Platform::RandomAccessFile> file, const std::
 
 TiffFile::TiffFile(std::unique_ptr<Platform::RandomAccessFile> file, const std::wstring& path, Access access)
     : m_file(std::move(file)),
+      m_blocks(*m_file),
       m_name(FileSystem::ToDisplayText(FileSystem::ToPath(path))),
       m_size(m_file->SizeWhenOpened()),
       m_readBudget(access == Access::Read ? ReadBudgetFactor * std::min(m_size, std::uint64_t{1} << 60) + MiB
@@ -245,7 +246,7 @@ TiffDirectoryReader TiffFile::Directories() const
     return {[this](std::uint64_t offset, void* bytes, std::size_t size)
             {
                 const auto count = static_cast<std::int64_t>(size);
-                return m_file->ReadAt(offset, bytes, count) == count;
+                return m_blocks.ReadAt(offset, bytes, count) == count;
             },
             m_size};
 }
@@ -255,15 +256,14 @@ try
 {
     for (const auto& entry : Directories().At(TIFFCurrentDirOffset(m_tiff)).entries)
     {
-        const std::string tag = "tag " + std::to_string(entry.tag);
         if (!entry.isInside)
         {
-            return tag + " lies beyond the end of the file";
+            return "tag " + std::to_string(entry.tag) + " lies beyond the end of the file";
         }
         if (IsNeeded(entry.tag, m_tiff) && !HasTag(m_tiff, entry.tag))
         {
-            return tag + " cannot be read: " + std::to_string(entry.count) + " values of type " +
-                   std::to_string(entry.type);
+            return "tag " + std::to_string(entry.tag) + " cannot be read: " + std::to_string(entry.count) +
+                   " values of type " + std::to_string(entry.type);
         }
     }
     return {};
@@ -352,6 +352,10 @@ try
     if (m_error.empty()) // the first one is the cause of the others
     {
         m_error = Format(format, arguments);
+        if (const std::string name = m_name + ": "; m_error.starts_with(name))
+        {
+            m_error.erase(0, name.size()); // whoever shows the error names the file
+        }
         if (const std::error_code reason = m_file->LastError())
         {
             m_error += ": " + reason.message();

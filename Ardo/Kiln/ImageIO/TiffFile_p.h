@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Ardo/Kiln/ImageIO/BlockReader_p.h"
 #include "Ardo/Kiln/ImageIO/ReadProgress_p.h"
 #include "Ardo/Kiln/ImageIO/TiffDirectory_p.h"
 #include "Ardo/Kiln/Platform/RandomAccessFile.h"
@@ -107,6 +108,7 @@ private:
     void NoteWarning(const char* format, std::va_list arguments) noexcept;
 
     std::unique_ptr<Platform::RandomAccessFile> m_file; ///< Never null.
+    mutable BlockReader m_blocks;                       ///< Of the file; what is read goes through it.
     std::string m_name;                                 ///< The path for messages: FileSystem::ToDisplayText.
     std::uint64_t m_size;
     std::uint64_t m_position = 0;

@@ -12,6 +12,7 @@
 namespace Ardo::Kiln::ImageIO
 {
 
+class ImageFile;
 class PixelBuffer;
 class TiffFile;
 
@@ -115,6 +116,8 @@ public:
     [[nodiscard]] std::string GetMetadataText() const;
 
 private:
+    friend class ImageFile; // takes the open file over
+
     void ReadFields();
     std::uint64_t CheckedImageSize() const;
 
