@@ -237,7 +237,7 @@ struct NlohmannNode
 template <FixedString Name>
 const char* Text(FieldName<Name>)
 {
-    return FieldName<Name>::Node().first.c_str();
+    return FieldName<Name>::View().data();
 }
 
 template <typename Dom>

@@ -48,9 +48,12 @@ void Add(ptree& tree, const std::string& key, const T& value)
     }
     else
     {
-        ptree node;
-        TreeWriter writer(node, SerializeType::Xml); // composite values look the same in both syntaxes
+        DocumentNodes nodes;
+        DocumentNode root;
+        TreeWriter writer(nodes, root, SerializeType::Xml); // composite values look the same in both syntaxes
         VisitFields(value, writer);
+        ptree node;
+        AppendTo(node, root);
         Replace(tree, key, node);
     }
 }

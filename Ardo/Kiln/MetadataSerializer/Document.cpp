@@ -5,12 +5,10 @@
 #include "Ardo/Kiln/MetadataSerializer/JsonTree_p.h"
 #include "Ardo/Kiln/MetadataSerializer/XmlTree_p.h"
 
-#include <iterator>
-
 namespace Ardo::Kiln::MetadataSerializer
 {
 
-Document::Document(std::string_view text, SerializeType type) : m_text(text)
+Document::Document(std::string_view text, SerializeType type) : m_text(text), m_type(type)
 {
     if (type == SerializeType::Xml)
     {
@@ -20,15 +18,17 @@ Document::Document(std::string_view text, SerializeType type) : m_text(text)
             m_text.remove_suffix(1);
         }
         ScanXml(m_text);
-        ParseXml(m_text, m_tree);
+        m_xml = m_text;
+        ParseXml(m_xml, m_nodes, m_root);
     }
     else
     {
         ScanJson(m_text);
-        ParseJson(m_text, m_tree);
+        ParseJson(m_text, m_json);
+        m_nodes.AppendTree(m_root, m_json);
     }
-    m_metadata = std::as_const(m_tree).find(RootKey());
-    if (m_metadata == std::as_const(m_tree).not_found())
+    m_metadata = m_root.Find(RootKey());
+    if (m_metadata == nullptr)
     {
         ThrowNoSuchNode(RootKey());
     }
@@ -36,7 +36,12 @@ Document::Document(std::string_view text, SerializeType type) : m_text(text)
 
 std::size_t Document::RootIndex() const
 {
-    return static_cast<std::size_t>(std::distance(m_tree.begin(), m_tree.to_iterator(m_metadata)));
+    std::size_t index = 0;
+    for (const DocumentNode* node = m_root.firstChild; node != m_metadata; node = node->next)
+    {
+        ++index;
+    }
+    return index;
 }
 
 } // namespace Ardo::Kiln::MetadataSerializer

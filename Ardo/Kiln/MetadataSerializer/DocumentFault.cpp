@@ -35,7 +35,7 @@ std::vector<DocumentFault> ReadAndReport(const std::string& text, SerializeType 
     {
         reason = FaultOf(error);
     }
-    SetLines(report.All(), document, type);
+    SetLines(report.All(), document);
     std::vector<DocumentFault> faults = report.LeftOut();
     if (reason)
     {

@@ -90,20 +90,20 @@ const TextBeingRead*& Current()
 
 } // namespace
 
-void SetLines(const std::vector<ReadReport::Finding*>& findings, const Document& document, SerializeType type)
+void SetLines(const std::vector<ReadReport::Finding*>& findings, const Document& document)
 {
     if (findings.empty())
     {
         return;
     }
-    LineFinder finder(document.Text(), type);
+    LineFinder finder(document.Text(), document.Type());
     for (ReadReport::Finding* finding : findings)
     {
         NodePath path = finding->path;
         path.insert(path.begin(), document.RootIndex());
         finder.Want(std::move(path), finding->fault);
     }
-    if (type == SerializeType::Xml)
+    if (document.Type() == SerializeType::Xml)
     {
         XmlScanner(document.Text(), finder).Scan();
     }
@@ -113,8 +113,8 @@ void SetLines(const std::vector<ReadReport::Finding*>& findings, const Document&
     }
 }
 
-TextBeingRead::TextBeingRead(const Document& document, SerializeType type)
-    : m_document(document), m_type(type), m_outer(Current())
+TextBeingRead::TextBeingRead(const Document& document, const boost::property_tree::ptree& tree)
+    : m_document(document), m_tree(tree), m_outer(Current())
 {
     Current() = this;
 }
@@ -127,9 +127,9 @@ TextBeingRead::~TextBeingRead()
 void TextBeingRead::SetLines(const std::vector<ReadReport::Finding*>& findings, const boost::property_tree::ptree& tree)
 {
     const TextBeingRead* const current = Current();
-    if (current != nullptr && &current->m_document.Metadata() == &tree)
+    if (current != nullptr && &current->m_tree == &tree)
     {
-        MetadataSerializer::SetLines(findings, current->m_document, current->m_type);
+        MetadataSerializer::SetLines(findings, current->m_document);
     }
 }
 

@@ -1,7 +1,10 @@
 #pragma once
 
+#include "Ardo/Kiln/MetadataSerializer/DocumentNode_p.h"
+
 #include <boost/property_tree/ptree.hpp>
 #include <string>
+#include <string_view>
 
 namespace Ardo::Kiln::MetadataSerializer
 {
@@ -28,24 +31,24 @@ inline const std::string& CommentKey()
 }
 
 /// True for a node that is not an element: attributes or a comment.
-inline bool IsMarkup(const boost::property_tree::ptree::value_type& node)
+inline bool IsMarkup(const DocumentNode& node)
 {
-    return node.first == AttributesKey() || node.first == CommentKey();
+    return node.name == AttributesKey() || node.name == CommentKey();
 }
 
 /// \throws boost::property_tree::ptree_bad_path, as the tree's own look-up does.
-[[noreturn]] inline void ThrowNoSuchNode(const std::string& key)
+[[noreturn]] inline void ThrowNoSuchNode(std::string_view key)
 {
     BOOST_PROPERTY_TREE_THROW(
-        boost::property_tree::ptree_bad_path("No such node", boost::property_tree::path(key, '\0')));
+        boost::property_tree::ptree_bad_path("No such node", boost::property_tree::path(std::string(key), '\0')));
 }
 
 /// \throws boost::property_tree::ptree_bad_data, as the tree's own conversion to a T does.
 template <typename T>
-[[noreturn]] void ThrowConversionFailed(const std::string& text)
+[[noreturn]] void ThrowConversionFailed(std::string_view text)
 {
     BOOST_PROPERTY_TREE_THROW(boost::property_tree::ptree_bad_data(
-        std::string("conversion of data to type \"") + typeid(T).name() + "\" failed", text));
+        std::string("conversion of data to type \"") + typeid(T).name() + "\" failed", std::string(text)));
 }
 
 } // namespace Ardo::Kiln::MetadataSerializer

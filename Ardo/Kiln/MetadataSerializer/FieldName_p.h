@@ -1,8 +1,8 @@
 #pragma once
 
 #include <algorithm>
-#include <boost/property_tree/ptree.hpp>
 #include <cstddef>
+#include <string_view>
 
 namespace Ardo::Kiln::MetadataSerializer
 {
@@ -19,18 +19,11 @@ struct FixedString
     }
 };
 
-/// One type for each element name, so that each name has a prebuilt empty node: copying it into a tree is twice as fast
-/// as building a node from a text. Its key serves the look-up of children, too.
+/// One type for each element name.
 template <FixedString Text>
 struct FieldName
 {
-    static const boost::property_tree::ptree::value_type& Node()
-    {
-        // Never destroyed: documents may be written while the process ends.
-        static const auto* const node =
-            new boost::property_tree::ptree::value_type(Text.text, boost::property_tree::ptree());
-        return *node;
-    }
+    static constexpr std::string_view View() { return {Text.text, sizeof(Text.text) - 1}; }
 };
 
 template <FixedString Text>

@@ -19,7 +19,10 @@ struct Converter
     {
         T value{};
         ReadReport report(ReadReport::Extensions::Reported);
-        TreeReader(node, SerializeType::Xml, report).Read(&node, key, value);
+        DocumentNodes nodes;
+        DocumentNode root;
+        nodes.AppendTree(root, node);
+        TreeReader(root, SerializeType::Xml, report).Read(&root, key, value);
         return value;
     }
 };

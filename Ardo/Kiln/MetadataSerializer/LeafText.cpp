@@ -236,7 +236,7 @@ void ToText(MetadataLib::TimePoint value, std::string& text)
     }
 }
 
-bool FromText(const std::string& text, bool& value)
+bool FromText(std::string_view text, bool& value)
 {
     const std::string_view word = Trimmed(text);
     std::int32_t number = 0;
@@ -253,23 +253,23 @@ bool FromText(const std::string& text, bool& value)
     return true;
 }
 
-bool FromText(const std::string& text, std::int32_t& value)
+bool FromText(std::string_view text, std::int32_t& value)
 {
     return ParseNumber(text, value) == NumberResult::Done;
 }
 
-bool FromText(const std::string& text, double& value)
+bool FromText(std::string_view text, double& value)
 {
     return ParseNumber(text, value) == NumberResult::Done;
 }
 
-bool FromText(const std::string& text, std::string& value)
+bool FromText(std::string_view text, std::string& value)
 {
     value = text;
     return true;
 }
 
-bool FromText(const std::string& text, MetadataLib::Uuid& value)
+bool FromText(std::string_view text, MetadataLib::Uuid& value)
 {
     const std::string_view digits = Trimmed(text);
     if (digits.size() != 36)
@@ -295,7 +295,7 @@ bool FromText(const std::string& text, MetadataLib::Uuid& value)
     return true;
 }
 
-bool FromText(const std::string& text, MetadataLib::TimePoint& value)
+bool FromText(std::string_view text, MetadataLib::TimePoint& value)
 {
     const auto time = Time::ReadISOString(std::string(Trimmed(text)));
     // An offset can move a time out of the years that can be written.

@@ -24,12 +24,12 @@ void ToText(MetadataLib::TimePoint value, std::string& text);
 
 /// Reads the text of a value, skipping white space around it. Returns false, and leaves \p value unchanged, if it does
 /// not convert.
-bool FromText(const std::string& text, bool& value);
-bool FromText(const std::string& text, std::int32_t& value);
-bool FromText(const std::string& text, double& value);
-bool FromText(const std::string& text, std::string& value);
-bool FromText(const std::string& text, MetadataLib::Uuid& value);
-bool FromText(const std::string& text, MetadataLib::TimePoint& value);
+bool FromText(std::string_view text, bool& value);
+bool FromText(std::string_view text, std::int32_t& value);
+bool FromText(std::string_view text, double& value);
+bool FromText(std::string_view text, std::string& value);
+bool FromText(std::string_view text, MetadataLib::Uuid& value);
+bool FromText(std::string_view text, MetadataLib::TimePoint& value);
 
 /// The result of reading a number.
 enum class NumberResult

@@ -17,10 +17,8 @@ namespace Ardo::Kiln::MetadataSerializer
 namespace
 {
 
-/// Sets the lines of the findings, where they are known, and logs the findings.
-void Log(ReadReport& report, const boost::property_tree::ptree& tree)
+void Log(const ReadReport& report)
 {
-    TextBeingRead::SetLines(report.All(), tree);
     static Logger::ComponentLog log("MetadataSerializer");
     for (const DocumentFault& fault : report.LeftOut())
     {
@@ -30,6 +28,35 @@ void Log(ReadReport& report, const boost::property_tree::ptree& tree)
     {
         log.Write(Logger::SeverityLevel::error, "Metadata: " + ToText(*report.Reason()));
     }
+}
+
+/// Fills \p metadata from \p node and logs the findings.
+/// \param setLines sets the lines of findings, where they are known.
+template <typename SetLines>
+void Read(const DocumentNode& node, SerializeType type, MetadataLib::Metadata* metadata, const SetLines& setLines)
+{
+    if (metadata == nullptr)
+    {
+        throw std::logic_error("Record: constant metadata cannot be read into");
+    }
+    ReadReport report(ReadReport::Extensions::Reported);
+    try
+    {
+        TreeReader(node, type, report).ReadRecord(*metadata);
+    }
+    catch (const boost::exception& error)
+    {
+        setLines(report.All());
+        Log(report);
+        if (report.Reason() != nullptr)
+        {
+            Exception::GiveErrorInfoContainer(error);
+            error << DocumentFaultInfo(*report.Reason());
+        }
+        throw;
+    }
+    setLines(report.All());
+    Log(report);
 }
 
 } // namespace
@@ -42,34 +69,32 @@ Record::~Record() = default;
 
 boost::property_tree::ptree Record::Serialize(SerializeType type) const
 {
+    DocumentNodes nodes;
+    DocumentNode root;
+    Serialize(nodes, root, type);
     boost::property_tree::ptree tree;
-    TreeWriter writer(tree, type);
-    VisitFields(*m_metadata, writer);
+    AppendTo(tree, root);
     return tree;
+}
+
+void Record::Serialize(DocumentNodes& nodes, DocumentNode& node, SerializeType type) const
+{
+    TreeWriter writer(nodes, node, type);
+    VisitFields(*m_metadata, writer);
 }
 
 void Record::Deserialize(const boost::property_tree::ptree& tree, SerializeType type)
 {
-    if (m_changeable == nullptr)
-    {
-        throw std::logic_error("Record: constant metadata cannot be read into");
-    }
-    ReadReport report(ReadReport::Extensions::Reported);
-    try
-    {
-        TreeReader(tree, type, report).ReadRecord(*m_changeable);
-    }
-    catch (const boost::exception& error)
-    {
-        Log(report, tree);
-        if (report.Reason() != nullptr)
-        {
-            Exception::GiveErrorInfoContainer(error);
-            error << DocumentFaultInfo(*report.Reason());
-        }
-        throw;
-    }
-    Log(report, tree);
+    DocumentNodes nodes;
+    DocumentNode root;
+    nodes.AppendTree(root, tree);
+    Read(root, type, m_changeable, [&tree](const auto& findings) { TextBeingRead::SetLines(findings, tree); });
+}
+
+void Record::Deserialize(const Document& document)
+{
+    Read(document.Metadata(), document.Type(), m_changeable,
+         [&document](const auto& findings) { SetLines(findings, document); });
 }
 
 } // namespace Ardo::Kiln::MetadataSerializer

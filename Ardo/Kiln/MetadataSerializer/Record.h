@@ -11,6 +11,10 @@ struct Metadata;
 namespace Ardo::Kiln::MetadataSerializer
 {
 
+class Document;
+class DocumentNodes;
+struct DocumentNode;
+
 /// Writes and reads one metadata record tree. Holds a reference only: the tree must outlive the record.
 ///
 ///     std::string document = Record(metadata).SerializeToString(SerializeType::Xml);
@@ -59,6 +63,10 @@ public:
     void Deserialize(const boost::property_tree::ptree& tree, SerializeType type) override;
 
 private:
+    friend class Serializable;
+    void Serialize(DocumentNodes& nodes, DocumentNode& node, SerializeType type) const;
+    void Deserialize(const Document& document);
+
     const MetadataLib::Metadata* m_metadata;
     MetadataLib::Metadata* m_changeable; ///< The same; null for a record that can be written only.
 };

@@ -2,16 +2,16 @@
 
 #include "Ardo/Kiln/MetadataSerializer/Document_p.h"
 #include "Ardo/Kiln/MetadataSerializer/DocumentLines_p.h"
+#include "Ardo/Kiln/MetadataSerializer/DocumentNode_p.h"
+#include "Ardo/Kiln/MetadataSerializer/DocumentText_p.h"
 #include "Ardo/Kiln/MetadataSerializer/DocumentTree_p.h"
-#include "Ardo/Kiln/MetadataSerializer/JsonTree_p.h"
 #include "Ardo/Kiln/MetadataSerializer/Namespaces.h"
-#include "Ardo/Kiln/MetadataSerializer/TextSink_p.h"
+#include "Ardo/Kiln/MetadataSerializer/Record.h"
 #include "Ardo/Kiln/MetadataSerializer/WriteCheck_p.h"
 #include "Ardo/Kiln/MetadataSerializer/XmlCharacters_p.h"
 
 #include <boost/property_tree/ptree.hpp>
-#include <boost/property_tree/xml_parser.hpp>
-#include <ostream>
+#include <typeinfo>
 
 namespace Ardo::Kiln::MetadataSerializer
 {
@@ -21,47 +21,43 @@ namespace
 
 using boost::property_tree::ptree;
 
-/// Sets the text of a child, which is made if it is not there.
-void SetChild(ptree& tree, const char* key, const char* text)
+/// True for a record and not for a class derived from it, which may have overridden the conversion from and to a tree.
+/// Without the tree a record is read and written several times as fast.
+bool IsRecord(const Serializable& object)
 {
-    const auto child = tree.find(key);
-    ptree& node = child != tree.not_found() ? child->second : tree.push_back({key, ptree()})->second;
-    node.data() = text;
+    return typeid(object) == typeid(Record);
 }
 
-/// Puts the attributes of the root element first, where readers of JSON expect them as well.
-void AddNamespaces(ptree& metadata)
+/// Sets an attribute, which is made if it is not there.
+void SetAttribute(DocumentNodes& nodes, DocumentNode& attributes, std::string_view name, std::string_view value)
 {
-    ptree& attributes = metadata.push_front({AttributesKey(), ptree()})->second;
-    if (metadata.count(AttributesKey()) > 1)
+    DocumentNode* attribute = attributes.firstChild;
+    while (attribute != nullptr && attribute->name != name)
     {
-        for (auto node = std::next(metadata.begin()); node != metadata.end(); ++node)
-        {
-            if (node->first == AttributesKey())
-            {
-                attributes.swap(node->second);
-                metadata.erase(node);
-                break;
-            }
-        }
+        attribute = attribute->next;
     }
-    SetChild(attributes, "xmlns:nil", MetadataNamespaceUri);
-    SetChild(attributes, "xmlns:xsi", SchemaInstanceNamespaceUri);
+    (attribute != nullptr ? *attribute : nodes.Append(attributes, name)).text = value;
 }
 
-std::string WriteXml(ptree& document)
+/// Appends the content of \p tree to \p metadata, and the attributes among it to \p attributes.
+void AppendContent(DocumentNodes& nodes, DocumentNode& metadata, DocumentNode& attributes, const ptree& tree)
 {
-    const bool replaced = PrepareForXml(document);
-    std::string text;
-    TextSink sink(text);
-    std::ostream stream(&sink);
-    boost::property_tree::write_xml(stream, document,
-                                    boost::property_tree::xml_writer_make_settings<std::string>(' ', 4, "utf-8"));
-    stream.flush();
-    return replaced ? RestoreWhiteSpace(text) : text;
+    metadata.text = tree.data();
+    const auto own = tree.find(AttributesKey());
+    for (auto node = tree.begin(); node != tree.end(); ++node)
+    {
+        const bool isOwn = own != tree.not_found() && node == tree.to_iterator(own);
+        nodes.AppendTree(isOwn ? attributes : nodes.Append(metadata, node->first), node->second);
+    }
 }
 
-std::string WriteJson(const ptree& document)
+std::string XmlOf(const DocumentNode& document)
+{
+    CheckForXml(document);
+    return XmlText(document);
+}
+
+std::string JsonOf(const DocumentNode& document)
 {
     std::string text = JsonText(document);
     // The writer copies bytes beyond ASCII unchanged, so the whole document can be validated at once.
@@ -78,13 +74,24 @@ Serializable::~Serializable() = default;
 
 std::string Serializable::SerializeToString(SerializeType type) const
 {
-    ptree content = Serialize(type);
-    ptree document;
-    ptree& metadata = document.push_back({RootKey(), ptree()})->second;
-    metadata.swap(content);
-    AddNamespaces(metadata);
+    DocumentNodes nodes;
+    DocumentNode document;
+    DocumentNode& metadata = nodes.Append(document, RootKey());
+    DocumentNode& attributes = nodes.Append(metadata, AttributesKey()); // first, where readers of JSON expect them, too
+    ptree tree;
+    if (IsRecord(*this))
+    {
+        static_cast<const Record*>(this)->Serialize(nodes, metadata, type);
+    }
+    else
+    {
+        tree = Serialize(type);
+        AppendContent(nodes, metadata, attributes, tree);
+    }
+    SetAttribute(nodes, attributes, "xmlns:nil", MetadataNamespaceUri);
+    SetAttribute(nodes, attributes, "xmlns:xsi", SchemaInstanceNamespaceUri);
     CheckLimits(document, type);
-    std::string text = type == SerializeType::Xml ? WriteXml(document) : WriteJson(document);
+    std::string text = type == SerializeType::Xml ? XmlOf(document) : JsonOf(document);
     if (text.size() > MaxTextSize)
     {
         // Readers would ignore it without an error.
@@ -102,8 +109,15 @@ void Serializable::DeserializeFromString(const std::string& text, SerializeType 
         return;
     }
     const Document document(text, type);
-    const TextBeingRead beingRead(document, type);
-    Deserialize(document.Metadata(), type);
+    if (IsRecord(*this))
+    {
+        static_cast<Record*>(this)->Deserialize(document);
+        return;
+    }
+    ptree tree;
+    AppendTo(tree, document.Metadata());
+    const TextBeingRead beingRead(document, tree);
+    Deserialize(tree, type);
 }
 
 } // namespace Ardo::Kiln::MetadataSerializer

@@ -11,11 +11,11 @@ namespace
 {
 
 /// True for attributes that any element may have: those of namespaces and of schema instances.
-bool IsForEveryElement(const std::string& attribute)
+bool IsForEveryElement(std::string_view attribute)
 {
     constexpr std::string_view Prefix = "xmlns:";
     return attribute == "xmlns" || attribute == "xsi:schemaLocation" || attribute == "xsi:noNamespaceSchemaLocation" ||
-           (attribute.starts_with(Prefix) && IsXmlNcName(std::string_view(attribute).substr(Prefix.size())));
+           (attribute.starts_with(Prefix) && IsXmlNcName(attribute.substr(Prefix.size())));
 }
 
 } // namespace
@@ -24,14 +24,14 @@ void TreeReader::ReadDetectors(MetadataLib::DetectorList& detectors)
 {
     using namespace MetadataLib;
 
-    for (const Node& node : m_tree)
+    for (const DocumentNode& node : ChildrenOf(m_node))
     {
         if (IsMarkup(node))
         {
             ReportUnread(node);
             continue;
         }
-        const auto reader = [&] { return TreeReader(node.second, m_type, m_report, this, node.first); };
+        const auto reader = [&] { return TreeReader(node, m_type, m_report, this, node.name); };
         const auto append = [&](auto detector)
         {
             TreeReader detectorReader = reader();
@@ -40,8 +40,8 @@ void TreeReader::ReadDetectors(MetadataLib::DetectorList& detectors)
             detectors.push_back(detector);
         };
 
-        const auto typeNode = node.second.find("DetectorType");
-        if (typeNode == node.second.not_found())
+        const DocumentNode* const typeNode = node.Find("DetectorType");
+        if (typeNode == nullptr)
         {
             // The other fields of the base are read first, so that a missing name is reported as the first fault of the
             // element.
@@ -51,10 +51,10 @@ void TreeReader::ReadDetectors(MetadataLib::DetectorList& detectors)
             baseReader.Stop(nullptr, std::string(), "a detector without \"DetectorType\"");
             BOOST_THROW_EXCEPTION(std::bad_optional_access());
         }
-        const std::string& type = typeNode->second.data();
+        const std::string_view type = typeNode->text;
         if (!IsXmlNcName(type))
         {
-            reader().Report(&typeNode->second, "DetectorType",
+            reader().Report(typeNode, "DetectorType",
                             "the type " + Quoted(type) + " is no XML name without colon: the record cannot be written");
         }
         if (type == "AnalyticalDetector")
@@ -117,7 +117,7 @@ void TreeReader::ReadCustomProperty(MetadataLib::CustomPropertyMap& properties, 
     properties.insert_or_assign(std::move(property.name), std::move(*value));
 }
 
-void TreeReader::Report(const Tree* node, const std::string& key, const std::string& text)
+void TreeReader::Report(const DocumentNode* node, std::string_view key, const std::string& text)
 {
     if (m_report.HasRoom())
     {
@@ -125,88 +125,81 @@ void TreeReader::Report(const Tree* node, const std::string& key, const std::str
     }
 }
 
-void TreeReader::Stop(const Tree* node, const std::string& key, const std::string& reason)
+void TreeReader::Stop(const DocumentNode* node, std::string_view key, const std::string& reason)
 {
     m_report.Stopped(FindingAt(node, key, reason));
 }
 
-ReadReport::Finding TreeReader::FindingAt(const Tree* node, const std::string& key, const std::string& text) const
+ReadReport::Finding TreeReader::FindingAt(const DocumentNode* node, std::string_view key, const std::string& text) const
 {
     return {Path(node), {0, Place() + (key.empty() ? "" : "/" + Shown(key)), text}};
 }
 
 void TreeReader::ReportUnknown(const NameCollector& known)
 {
-    std::set<std::string> unread;
-    for (const std::string* name : known.m_names)
-    {
-        unread.insert(*name);
-    }
+    std::set<std::string_view> unread(known.m_names.begin(), known.m_names.end());
     if (m_type != SerializeType::Xml)
     {
-        for (const std::string* name : known.m_attributes)
-        {
-            unread.insert(*name);
-        }
+        unread.insert(known.m_attributes.begin(), known.m_attributes.end());
     }
-    for (const Node& node : m_tree)
+    for (const DocumentNode& node : ChildrenOf(m_node))
     {
-        if (node.first == AttributesKey())
+        if (node.name == AttributesKey())
         {
-            ReportAttributes(node.second, known.m_attributes);
+            ReportAttributes(node, known.m_attributes);
         }
-        else if (!IsMarkup(node) && unread.erase(node.first) == 0)
+        else if (!IsMarkup(node) && unread.erase(node.name) == 0)
         {
             ReportUnread(node);
         }
     }
 }
 
-void TreeReader::ReportChildren(const Tree& node, const std::string& key)
+void TreeReader::ReportChildren(const DocumentNode& node, std::string_view key)
 {
     // A value with attributes is read by a reader of its own, which reports the children of the node.
-    if (&node == &m_tree || node.empty())
+    if (&node == &m_node || node.firstChild == nullptr)
     {
         return;
     }
     TreeReader reader(node, m_type, m_report, this, key);
-    for (const Node& child : node)
+    for (const DocumentNode& child : ChildrenOf(node))
     {
         reader.ReportUnread(child);
     }
 }
 
-void TreeReader::ReportUnread(const Node& child)
+void TreeReader::ReportUnread(const DocumentNode& child)
 {
-    if (child.first == AttributesKey())
+    if (child.name == AttributesKey())
     {
-        ReportAttributes(child.second, {});
+        ReportAttributes(child, {});
     }
     else if (!IsMarkup(child) && !m_isOpen)
     {
-        Report(&child.second, std::string(), "the element " + Quoted(child.first) + " is left out");
+        Report(&child, std::string(), "the element " + Quoted(child.name) + " is left out");
     }
 }
 
-void TreeReader::ReportAttributes(const Tree& attributes, const std::vector<const std::string*>& known)
+void TreeReader::ReportAttributes(const DocumentNode& attributes, const std::vector<std::string_view>& known)
 {
     if (m_type != SerializeType::Xml || m_isOpen)
     {
         return; // in JSON, a member of that name, which only the root should have
     }
-    for (const Node& attribute : attributes)
+    for (const DocumentNode& attribute : ChildrenOf(attributes))
     {
-        const auto isName = [&attribute](const std::string* name) { return *name == attribute.first; };
-        if (!IsForEveryElement(attribute.first) && std::none_of(known.begin(), known.end(), isName))
+        const auto isName = [&attribute](std::string_view name) { return name == attribute.name; };
+        if (!IsForEveryElement(attribute.name) && std::none_of(known.begin(), known.end(), isName))
         {
-            Report(&attribute.second, std::string(), "the attribute " + Quoted(attribute.first) + " is left out");
+            Report(&attribute, std::string(), "the attribute " + Quoted(attribute.name) + " is left out");
         }
     }
 }
 
 void TreeReader::ReportText()
 {
-    const std::string& text = m_tree.data();
+    const std::string_view text = m_node.text;
     const auto isBlank = [](char c) { return c == ' ' || c == '\n' || c == '\t' || c == '\r'; };
     if (!m_hasOwnText && !m_isOpen && !std::all_of(text.begin(), text.end(), isBlank))
     {
@@ -219,27 +212,27 @@ std::string TreeReader::Place() const
     return (m_parent != nullptr ? m_parent->Place() : std::string()) + "/" + Shown(m_name);
 }
 
-NodePath TreeReader::Path(const Tree* child) const
+NodePath TreeReader::Path(const DocumentNode* child) const
 {
-    NodePath path = m_parent != nullptr ? m_parent->Path(&m_tree) : NodePath();
-    if (child == nullptr || child == &m_tree)
+    NodePath path = m_parent != nullptr ? m_parent->Path(&m_node) : NodePath();
+    if (child == nullptr || child == &m_node)
     {
         return path;
     }
     std::size_t index = 0;
-    for (const Node& node : m_tree)
+    for (const DocumentNode& node : ChildrenOf(m_node))
     {
-        if (&node.second == child)
+        if (&node == child)
         {
             path.push_back(index);
             return path;
         }
-        if (node.first == AttributesKey())
+        if (node.name == AttributesKey())
         {
             std::size_t attributeIndex = 0;
-            for (const Node& attribute : node.second)
+            for (const DocumentNode& attribute : ChildrenOf(node))
             {
-                if (&attribute.second == child)
+                if (&attribute == child)
                 {
                     path.push_back(index);
                     path.push_back(attributeIndex);

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Ardo/Kiln/MetadataSerializer/CustomPropertyText_p.h"
+#include "Ardo/Kiln/MetadataSerializer/DocumentNode_p.h"
 #include "Ardo/Kiln/MetadataSerializer/DocumentTree_p.h"
 #include "Ardo/Kiln/MetadataSerializer/EnumerationNames_p.h"
 #include "Ardo/Kiln/MetadataSerializer/Fields_p.h"
@@ -9,10 +10,11 @@
 #include "Ardo/Kiln/MetadataSerializer/SerializeType.h"
 
 #include <algorithm>
-#include <boost/property_tree/ptree.hpp>
+#include <boost/property_tree/exceptions.hpp>
 #include <optional>
 #include <set>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -26,12 +28,9 @@ namespace Ardo::Kiln::MetadataSerializer
 class TreeReader
 {
 public:
-    using Tree = boost::property_tree::ptree;
-    using Node = Tree::value_type;
-
     /// The reader of the content of the document's root.
-    TreeReader(const Tree& tree, SerializeType type, ReadReport& report)
-        : TreeReader(tree, type, report, nullptr, RootKey())
+    TreeReader(const DocumentNode& node, SerializeType type, ReadReport& report)
+        : TreeReader(node, type, report, nullptr, RootKey())
     {
     }
 
@@ -40,7 +39,7 @@ public:
     void ReadRecord(T& record)
     {
         VisitFields(record, *this);
-        if (m_found != m_tree.size() || (m_attributes != nullptr && m_foundAttributes != m_attributes->size()))
+        if (m_found != m_node.childCount || (m_attributes != nullptr && m_foundAttributes != m_attributes->childCount))
         {
             NameCollector known;
             VisitFields(record, known);
@@ -52,36 +51,36 @@ public:
     template <FixedString Name, typename T>
     void operator()(FieldName<Name> name, T& value)
     {
-        Read(Find(name.Node().first), name.Node().first, value);
+        Read(Find(name.View()), name.View(), value);
     }
 
     template <FixedString Name, typename T>
     void Attribute(FieldName<Name> name, T& value)
     {
-        const std::string& key = name.Node().first;
+        std::string_view key = name.View();
         Read(FindAttribute(key), key, value);
     }
 
     template <FixedString Name, typename T>
     void AttributeForOthers(FieldName<Name> name, T&)
     {
-        FindAttribute(name.Node().first); // known, so that it is not reported
+        FindAttribute(name.View()); // known, so that it is not reported
     }
 
     template <FixedString Name, typename T>
     void OwnText(FieldName<Name> name, T& value)
     {
-        const std::string& key = name.Node().first;
+        std::string_view key = name.View();
         m_hasOwnText = m_type == SerializeType::Xml;
-        Read(m_hasOwnText ? &m_tree : Find(key), key, value);
+        Read(m_hasOwnText ? &m_node : Find(key), key, value);
     }
 
     template <FixedString Name, typename T>
     void MayBeMissing(FieldName<Name> name, T& record)
     {
-        if (const Tree* node = Find(name.Node().first))
+        if (const DocumentNode* node = Find(name.View()))
         {
-            ReadChild(*node, name.Node().first, record);
+            ReadChild(*node, name.View(), record);
         }
     }
 
@@ -89,8 +88,8 @@ public:
     void Converted(Adapter, FieldName<Name> name, T& value)
     {
         typename Adapter::Document document{};
-        const std::string& key = name.Node().first;
-        const Tree* const node = Find(key);
+        std::string_view key = name.View();
+        const DocumentNode* const node = Find(key);
         Read(node, key, document);
         value = FromDocument<Adapter>(document, node, key);
     }
@@ -99,8 +98,8 @@ public:
     void Converted(Adapter, FieldName<Name> name, std::optional<T>& value)
     {
         std::optional<typename Adapter::Document> document;
-        const std::string& key = name.Node().first;
-        const Tree* const node = Find(key);
+        std::string_view key = name.View();
+        const DocumentNode* const node = Find(key);
         Read(node, key, document);
         value = document ? std::optional<T>(FromDocument<Adapter>(*document, node, key)) : std::nullopt;
     }
@@ -108,10 +107,10 @@ public:
     template <FixedString Name, FixedString ItemName, typename T>
     void List(FieldName<Name> name, FieldName<ItemName> itemName, std::vector<T>& items, WhenEmpty)
     {
-        if (const Tree* node = Find(name.Node().first))
+        if (const DocumentNode* node = Find(name.View()))
         {
-            TreeReader(*node, m_type, m_report, this, name.Node().first)
-                .ForEachItem(itemName.Node().first,
+            TreeReader(*node, m_type, m_report, this, name.View())
+                .ForEachItem(itemName.View(),
                              [&items](TreeReader& item)
                              {
                                  T value;
@@ -124,24 +123,24 @@ public:
     template <FixedString Name>
     void Detectors(FieldName<Name> name, MetadataLib::DetectorList& detectors)
     {
-        if (const Tree* node = Find(name.Node().first))
+        if (const DocumentNode* node = Find(name.View()))
         {
-            TreeReader(*node, m_type, m_report, this, name.Node().first).ReadDetectors(detectors);
+            TreeReader(*node, m_type, m_report, this, name.View()).ReadDetectors(detectors);
         }
     }
 
     template <FixedString Name>
     void CustomProperties(FieldName<Name> name, MetadataLib::CustomPropertyMap& properties)
     {
-        if (const Tree* node = Find(name.Node().first))
+        if (const DocumentNode* node = Find(name.View()))
         {
-            TreeReader(*node, m_type, m_report, this, name.Node().first).ReadCustomPropertyGroup(properties);
+            TreeReader(*node, m_type, m_report, this, name.View()).ReadCustomPropertyGroup(properties);
         }
     }
 
     /// Reads a value from the node found for it: null if there is none.
     template <typename T>
-    void Read(const Tree* node, const std::string& key, T& value)
+    void Read(const DocumentNode* node, std::string_view key, T& value)
     {
         if constexpr (NamedEnumeration<T>)
         {
@@ -160,10 +159,10 @@ public:
             }
             if constexpr (SingleValue<T>)
             {
-                if (!FromText(node->data(), value))
+                if (!FromText(node->text, value))
                 {
-                    Stop(node, key, "the value " + Quoted(node->data()) + " is " + NoSuchValue(value));
-                    ThrowConversionFailed<T>(node->data());
+                    Stop(node, key, "the value " + Quoted(node->text) + " is " + NoSuchValue(value));
+                    ThrowConversionFailed<T>(node->text);
                 }
                 ReportChildren(*node, key);
             }
@@ -175,7 +174,7 @@ public:
     }
 
     template <typename T>
-    void Read(const Tree* node, const std::string& key, std::optional<T>& value)
+    void Read(const DocumentNode* node, std::string_view key, std::optional<T>& value)
     {
         value.reset();
         if (node == nullptr)
@@ -185,10 +184,10 @@ public:
         value.emplace();
         if constexpr (SingleValue<T>)
         {
-            if (!FromText(node->data(), *value))
+            if (!FromText(node->text, *value))
             {
                 Report(node, key,
-                       "the value " + Quoted(node->data()) + " is " + NoSuchValue(*value) + " and is left out");
+                       "the value " + Quoted(node->text) + " is " + NoSuchValue(*value) + " and is left out");
                 value.reset();
             }
             ReportChildren(*node, key);
@@ -201,7 +200,7 @@ public:
 
 private:
     template <typename T>
-    static constexpr bool SingleValue = requires(T& value, const std::string& text)
+    static constexpr bool SingleValue = requires(T& value, std::string_view text)
     {
         FromText(text, value);
     };
@@ -209,8 +208,8 @@ private:
     /// Visitor that collects the names of a record's elements and attributes.
     struct NameCollector
     {
-        void operator()(auto name, auto&) { m_names.push_back(&name.Node().first); }
-        void Attribute(auto name, auto&) { m_attributes.push_back(&name.Node().first); }
+        void operator()(auto name, auto&) { m_names.push_back(name.View()); }
+        void Attribute(auto name, auto&) { m_attributes.push_back(name.View()); }
         void AttributeForOthers(auto name, auto& value) { Attribute(name, value); }
         void OwnText(auto name, auto& value) { operator()(name, value); }
         void MayBeMissing(auto name, auto& value) { operator()(name, value); }
@@ -219,35 +218,28 @@ private:
         void Detectors(auto name, auto& value) { operator()(name, value); }
         void CustomProperties(auto name, auto& value) { operator()(name, value); }
 
-        std::vector<const std::string*> m_names;
-        std::vector<const std::string*> m_attributes; ///< Elements in JSON.
+        std::vector<std::string_view> m_names;
+        std::vector<std::string_view> m_attributes; ///< Elements in JSON.
     };
 
-    TreeReader(const Tree& tree, SerializeType type, ReadReport& report, const TreeReader* parent,
-               const std::string& name)
-        : m_tree(tree), m_next(tree.begin()), m_type(type), m_report(report), m_parent(parent), m_name(name)
+    TreeReader(const DocumentNode& node, SerializeType type, ReadReport& report, const TreeReader* parent,
+               std::string_view name)
+        : m_node(node), m_next(node.firstChild), m_type(type), m_report(report), m_parent(parent), m_name(name)
     {
     }
 
     /// The first child of that name, or null.
-    const Tree* Find(const std::string& key)
+    const DocumentNode* Find(std::string_view key)
     {
-        if (m_next != m_tree.end() && m_next->first == key)
-        {
-            ++m_found;
-            return &(m_next++)->second;
-        }
-        const auto child = m_tree.find(key);
-        if (child == m_tree.not_found())
-        {
-            return nullptr;
-        }
-        ++m_found;
-        return &child->second;
+        const bool isNext = m_next != nullptr && m_next->name == key;
+        const DocumentNode* const child = isNext ? m_next : m_node.Find(key);
+        m_next = isNext ? child->next : m_next;
+        m_found += child != nullptr ? 1U : 0U;
+        return child;
     }
 
     /// The first attribute of that name in XML, the first child in JSON, or null.
-    const Tree* FindAttribute(const std::string& key)
+    const DocumentNode* FindAttribute(std::string_view key)
     {
         if (m_type != SerializeType::Xml)
         {
@@ -257,21 +249,13 @@ private:
         {
             m_attributes = Find(AttributesKey());
         }
-        if (m_attributes == nullptr)
-        {
-            return nullptr;
-        }
-        const auto child = m_attributes->find(key);
-        if (child == m_attributes->not_found())
-        {
-            return nullptr;
-        }
-        ++m_foundAttributes;
-        return &child->second;
+        const DocumentNode* const attribute = m_attributes != nullptr ? m_attributes->Find(key) : nullptr;
+        m_foundAttributes += attribute != nullptr ? 1U : 0U;
+        return attribute;
     }
 
     template <typename Adapter, typename Document>
-    auto FromDocument(const Document& document, const Tree* node, const std::string& key)
+    auto FromDocument(const Document& document, const DocumentNode* node, std::string_view key)
     {
         try
         {
@@ -285,36 +269,36 @@ private:
     }
 
     template <typename T>
-    void ReadChild(const Tree& node, const std::string& key, T& record)
+    void ReadChild(const DocumentNode& node, std::string_view key, T& record)
     {
         TreeReader(node, m_type, m_report, this, key).ReadRecord(record);
     }
 
     template <typename T>
-    void ReadName(const Tree& node, const std::string& key, T& value)
+    void ReadName(const DocumentNode& node, std::string_view key, T& value)
     {
         const auto& names = EnumerationNames<T>::Names;
-        const auto name = std::find(names.begin(), names.end(), node.data());
+        const auto name = std::find(names.begin(), names.end(), node.text);
         if (name != names.end())
         {
             value = static_cast<T>(name - names.begin() + 1);
         }
         else
         {
-            Report(&node, key, "the value " + Quoted(node.data()) + " is left out");
+            Report(&node, key, "the value " + Quoted(node.text) + " is left out");
         }
         ReportChildren(node, key);
     }
 
     /// Calls \p read with a reader for each child named \p itemName; reports the others.
     template <typename Function>
-    void ForEachItem(const std::string& itemName, const Function& read)
+    void ForEachItem(std::string_view itemName, const Function& read)
     {
-        for (const Node& node : m_tree)
+        for (const DocumentNode& node : ChildrenOf(m_node))
         {
-            if (node.first == itemName)
+            if (node.name == itemName)
             {
-                TreeReader item(node.second, m_type, m_report, this, node.first);
+                TreeReader item(node, m_type, m_report, this, node.name);
                 read(item);
             }
             else
@@ -333,21 +317,21 @@ private:
     // for documents with faults.
 
     /// Reports something about \p node, the child or attribute \p key of this reader's node; null: this node itself.
-    void Report(const Tree* node, const std::string& key, const std::string& text);
+    void Report(const DocumentNode* node, std::string_view key, const std::string& text);
     /// Reports why reading stops here; the caller throws.
-    void Stop(const Tree* node, const std::string& key, const std::string& reason);
-    ReadReport::Finding FindingAt(const Tree* node, const std::string& key, const std::string& text) const;
+    void Stop(const DocumentNode* node, std::string_view key, const std::string& reason);
+    ReadReport::Finding FindingAt(const DocumentNode* node, std::string_view key, const std::string& text) const;
 
     void ReportUnknown(const NameCollector& known);
-    void ReportChildren(const Tree& node, const std::string& key);
+    void ReportChildren(const DocumentNode& node, std::string_view key);
     /// Reports a child that belongs to no field; of attributes, each one.
-    void ReportUnread(const Node& child);
+    void ReportUnread(const DocumentNode& child);
     /// Reports text that stands among elements.
     void ReportText();
-    void ReportAttributes(const Tree& attributes, const std::vector<const std::string*>& known);
+    void ReportAttributes(const DocumentNode& attributes, const std::vector<std::string_view>& known);
 
     /// The text in quotes and in bounds.
-    static std::string Quoted(const std::string& text) { return '"' + Shown(text) + '"'; }
+    static std::string Quoted(std::string_view text) { return '"' + Shown(text) + '"'; }
 
     // The type of a value for a message about a text that does not convert.
     static std::string NoSuchValue(bool) { return "no boolean"; }
@@ -360,19 +344,19 @@ private:
     /// The names of the nodes from the root to this one, for messages: "/Metadata/Optics".
     std::string Place() const;
     /// The path to this reader's node, or on to a child or attribute of it. Searches each level.
-    NodePath Path(const Tree* child) const;
+    NodePath Path(const DocumentNode* child) const;
 
-    const Tree& m_tree;
-    Tree::const_iterator m_next;        ///< The child that the next field should find.
-    std::size_t m_found = 0;            ///< Children that belong to fields.
-    const Tree* m_attributes = nullptr; ///< Null until an attribute was looked for and there are any.
-    std::size_t m_foundAttributes = 0;  ///< Attributes that belong to fields.
-    bool m_hasOwnText = false;          ///< The text of the node is the value of a field.
-    bool m_isOpen = false;              ///< Unknown content is not reported.
+    const DocumentNode& m_node;
+    const DocumentNode* m_next;                 ///< The child that the next field should find.
+    std::size_t m_found = 0;                    ///< Children that belong to fields.
+    const DocumentNode* m_attributes = nullptr; ///< Null until an attribute was looked for and there are any.
+    std::size_t m_foundAttributes = 0;          ///< Attributes that belong to fields.
+    bool m_hasOwnText = false;                  ///< The text of the node is the value of a field.
+    bool m_isOpen = false;                      ///< Unknown content is not reported.
     SerializeType m_type;
     ReadReport& m_report;
     const TreeReader* m_parent;
-    const std::string& m_name;
+    std::string_view m_name;
 };
 
 } // namespace Ardo::Kiln::MetadataSerializer

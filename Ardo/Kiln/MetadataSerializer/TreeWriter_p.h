@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Ardo/Kiln/MetadataSerializer/CustomPropertyText_p.h"
+#include "Ardo/Kiln/MetadataSerializer/DocumentNode_p.h"
 #include "Ardo/Kiln/MetadataSerializer/DocumentTree_p.h"
 #include "Ardo/Kiln/MetadataSerializer/EnumerationNames_p.h"
 #include "Ardo/Kiln/MetadataSerializer/Fields_p.h"
@@ -8,28 +9,29 @@
 #include "Ardo/Kiln/MetadataSerializer/SerializeType.h"
 #include "Ardo/Kiln/MetadataSerializer/XmlCharacters_p.h"
 
-#include <boost/property_tree/ptree.hpp>
+#include <boost/property_tree/exceptions.hpp>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace Ardo::Kiln::MetadataSerializer
 {
 
-/// Visitor that writes the fields of one record into one node of the tree. Nodes are appended and then filled in place,
-/// because the tree has no move operations, and copying finished sub-trees would double the cost of a document.
+/// Visitor that writes the fields of one record into one node of a document.
 class TreeWriter
 {
 public:
-    using Tree = boost::property_tree::ptree;
-    using Node = Tree::value_type;
-
-    TreeWriter(Tree& tree, SerializeType type) : m_tree(tree), m_type(type) {}
+    /// \param nodes has the memory of what is appended to \p node. The names of detectors refer to the record.
+    TreeWriter(DocumentNodes& nodes, DocumentNode& node, SerializeType type)
+        : m_nodes(nodes), m_node(node), m_type(type)
+    {
+    }
 
     template <FixedString Name, typename T>
     void operator()(FieldName<Name> name, const T& value)
     {
-        Write(m_tree, name.Node(), value);
+        Write(m_node, name.View(), value);
     }
 
     template <FixedString Name, typename T>
@@ -46,9 +48,9 @@ public:
     {
         if (m_attributes == nullptr)
         {
-            m_attributes = m_type == SerializeType::Xml ? &Add(m_tree, FieldName<"<xmlattr>">::Node()) : &m_tree;
+            m_attributes = m_type == SerializeType::Xml ? &m_nodes.Append(m_node, AttributesKey()) : &m_node;
         }
-        Write(*m_attributes, name.Node(), value);
+        Write(*m_attributes, name.View(), value);
     }
 
     template <FixedString Name, typename T>
@@ -62,24 +64,24 @@ public:
     {
         if (m_type == SerializeType::Xml)
         {
-            ToText(value, m_tree.data());
+            SetText(m_node, value);
         }
         else
         {
-            Write(m_tree, name.Node(), value);
+            Write(m_node, name.View(), value);
         }
     }
 
     template <FixedString Name, typename T>
     void MayBeMissing(FieldName<Name> name, const T& record)
     {
-        Write(m_tree, name.Node(), record);
+        Write(m_node, name.View(), record);
     }
 
     template <typename Adapter, FixedString Name, typename T>
     void Converted(Adapter, FieldName<Name> name, const T& value)
     {
-        Write(m_tree, name.Node(), Adapter::ToDocument(value));
+        Write(m_node, name.View(), Adapter::ToDocument(value));
     }
 
     template <typename Adapter, FixedString Name, typename T>
@@ -98,10 +100,10 @@ public:
         {
             return;
         }
-        Tree& list = Add(m_tree, name.Node());
+        DocumentNode& list = m_nodes.Append(m_node, name.View());
         for (const T& item : items)
         {
-            Write(list, itemName.Node(), item);
+            Write(list, itemName.View(), item);
         }
     }
 
@@ -110,7 +112,7 @@ public:
     {
         if (!detectors.empty())
         {
-            WriteDetectors(Add(m_tree, name.Node()), detectors);
+            WriteDetectors(m_nodes.Append(m_node, name.View()), detectors);
         }
     }
 
@@ -121,16 +123,16 @@ public:
         {
             return;
         }
-        Tree& list = Add(Add(m_tree, name.Node()), FieldName<"CustomProperties">::Node());
+        DocumentNode& list = m_nodes.Append(m_nodes.Append(m_node, name.View()), "CustomProperties");
         for (const auto& [key, value] : properties)
         {
-            Write(list, FieldName<"CustomProperty">::Node(), ToCustomPropertyText(key, value));
+            Write(list, "CustomProperty", ToCustomPropertyText(key, value));
         }
     }
 
     /// Appends a node for \p value to \p parent, or nothing for an empty optional or an unset enumeration.
     template <typename T>
-    void Write(Tree& parent, const Node& node, const T& value)
+    void Write(DocumentNode& parent, std::string_view name, const T& value)
     {
         if constexpr (NamedEnumeration<T>)
         {
@@ -138,33 +140,39 @@ public:
             const auto index = static_cast<std::size_t>(value) - 1;
             if (index < EnumerationNames<T>::Names.size())
             {
-                Add(parent, node).data() = EnumerationNames<T>::Names[index];
+                m_nodes.Append(parent, name).text = EnumerationNames<T>::Names[index];
             }
         }
         else if constexpr (requires(std::string & text) { ToText(value, text); })
         {
-            ToText(value, Add(parent, node).data());
+            SetText(m_nodes.Append(parent, name), value);
         }
         else
         {
-            TreeWriter writer(Add(parent, node), m_type);
+            TreeWriter writer(m_nodes, m_nodes.Append(parent, name), m_type);
             VisitFields(value, writer);
         }
     }
 
     template <typename T>
-    void Write(Tree& parent, const Node& node, const std::optional<T>& value)
+    void Write(DocumentNode& parent, std::string_view name, const std::optional<T>& value)
     {
         if (value)
         {
-            Write(parent, node, *value);
+            Write(parent, name, *value);
         }
     }
 
 private:
-    static Tree& Add(Tree& parent, const Node& node) { return parent.push_back(node)->second; }
+    template <typename T>
+    void SetText(DocumentNode& node, const T& value)
+    {
+        std::string text;
+        ToText(value, text);
+        node.text = m_nodes.Copy(text);
+    }
 
-    void WriteDetectors(Tree& list, const MetadataLib::DetectorList& detectors)
+    void WriteDetectors(DocumentNode& list, const MetadataLib::DetectorList& detectors)
     {
         for (const MetadataLib::DetectorPtr& detector : detectors)
         {
@@ -181,7 +189,7 @@ private:
                 BOOST_PROPERTY_TREE_THROW(boost::property_tree::ptree_bad_data(
                     "a detector of type \"ImagingDetector\" has to be an imaging detector", type));
             }
-            TreeWriter writer(Add(list, Node(type, Tree())), m_type);
+            TreeWriter writer(m_nodes, m_nodes.Append(list, type), m_type);
             if (imaging != nullptr)
             {
                 VisitFields(*imaging, writer);
@@ -201,8 +209,9 @@ private:
         }
     }
 
-    Tree& m_tree;
-    Tree* m_attributes = nullptr; ///< Where attributes go; null until there is one.
+    DocumentNodes& m_nodes;
+    DocumentNode& m_node;
+    DocumentNode* m_attributes = nullptr; ///< Where attributes go; null until there is one.
     SerializeType m_type;
 };
 

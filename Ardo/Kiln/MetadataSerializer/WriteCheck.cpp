@@ -5,9 +5,8 @@
 #include "Ardo/Kiln/MetadataSerializer/Serializable.h"
 #include "Ardo/Kiln/MetadataSerializer/XmlCharacters_p.h"
 
-#include <algorithm>
-#include <array>
-#include <boost/property_tree/ptree.hpp>
+#include <boost/property_tree/exceptions.hpp>
+#include <string>
 #include <string_view>
 
 namespace Ardo::Kiln::MetadataSerializer
@@ -16,17 +15,11 @@ namespace Ardo::Kiln::MetadataSerializer
 namespace
 {
 
-using Tree = boost::property_tree::ptree;
-
-constexpr char TabStandIn = '\x01';
-constexpr char LineFeedStandIn = '\x02';
-constexpr char CarriageReturnStandIn = '\x03';
-
 /// A node's name and its parent, for messages.
 struct Place
 {
     const Place* parent;
-    const std::string& name;
+    std::string_view name;
 
     std::string Text() const { return (parent != nullptr ? parent->Text() : std::string()) + "/" + Shown(name); }
 };
@@ -48,59 +41,40 @@ std::string CodePointText(std::string_view text)
     return result + ", which XML cannot hold";
 }
 
-void CheckText(const std::string& text, const Place* place, TextRule rule)
+void CheckText(std::string_view text, const Place* place, TextRule rule)
 {
     const std::size_t at = FindInvalid(text, rule);
     if (at < text.size())
     {
-        BOOST_PROPERTY_TREE_THROW(
-            boost::property_tree::ptree_bad_data("\"" + (place != nullptr ? place->Text() : std::string()) +
-                                                     "\" holds " + CodePointText(std::string_view(text).substr(at, 4)),
-                                                 text));
+        BOOST_PROPERTY_TREE_THROW(boost::property_tree::ptree_bad_data(
+            "\"" + (place != nullptr ? place->Text() : std::string()) + "\" holds " + CodePointText(text.substr(at, 4)),
+            std::string(text)));
     }
 }
 
-/// Replaces the white space that readers would change: a carriage return becomes a line feed anywhere, tabs and line
-/// feeds become blanks in attributes.
-bool ReplaceWhiteSpace(std::string& text, bool attribute)
+void CheckXmlNode(const DocumentNode& node, const Place* parent, bool isAttributes)
 {
-    bool replaced = false;
-    for (char& c : text)
+    CheckText(node.text, parent, TextRule::Xml);
+    for (const DocumentNode& child : ChildrenOf(node))
     {
-        if (c == '\r' || (attribute && (c == '\t' || c == '\n')))
+        const Place place{parent, child.name};
+        if (child.name == AttributesKey())
         {
-            c = c == '\t' ? TabStandIn : c == '\n' ? LineFeedStandIn : CarriageReturnStandIn;
-            replaced = true;
-        }
-    }
-    return replaced;
-}
-
-bool PrepareNode(Tree& tree, const Place* parent, bool attributes)
-{
-    CheckText(tree.data(), parent, TextRule::Xml);
-    bool replaced = ReplaceWhiteSpace(tree.data(), attributes);
-    for (auto& [name, child] : tree)
-    {
-        const Place place{parent, name};
-        if (name == AttributesKey())
-        {
-            replaced = PrepareNode(child, &place, true) || replaced;
+            CheckXmlNode(child, &place, true);
             continue;
         }
-        if (!IsXmlName(name))
+        if (!IsXmlName(child.name))
         {
-            BOOST_PROPERTY_TREE_THROW(
-                boost::property_tree::ptree_bad_data("\"" + place.Text() + "\" is no XML name", name));
+            BOOST_PROPERTY_TREE_THROW(boost::property_tree::ptree_bad_data("\"" + place.Text() + "\" is no XML name",
+                                                                           std::string(child.name)));
         }
-        if (attributes && tree.count(name) > 1)
+        if (isAttributes && node.Find(child.name) != &child)
         {
-            BOOST_PROPERTY_TREE_THROW(
-                boost::property_tree::ptree_bad_data("\"" + place.Text() + "\" is an attribute given twice", name));
+            BOOST_PROPERTY_TREE_THROW(boost::property_tree::ptree_bad_data(
+                "\"" + place.Text() + "\" is an attribute given twice", std::string(child.name)));
         }
-        replaced = PrepareNode(child, &place, attributes) || replaced;
+        CheckXmlNode(child, &place, isAttributes);
     }
-    return replaced;
 }
 
 /// Counts the nodes of a tree as readers count those of its document.
@@ -110,18 +84,18 @@ public:
     explicit LimitCheck(SerializeType type) : m_isXml(type == SerializeType::Xml) {}
 
     /// \param depth of the elements, or of the object, in \p tree.
-    void Check(const Tree& tree, std::size_t depth)
+    void Check(const DocumentNode& node, std::size_t depth)
     {
-        if (!tree.empty())
+        if (node.firstChild != nullptr)
         {
             Compare(depth, Serializable::MaxDepth, "levels");
         }
-        for (const auto& [name, child] : tree)
+        for (const DocumentNode& child : ChildrenOf(node))
         {
-            if (m_isXml && name == AttributesKey())
+            if (m_isXml && child.name == AttributesKey())
             {
-                Compare(child.size(), Serializable::MaxAttributeCount, "attributes of an element");
-                m_nodes += child.size();
+                Compare(child.childCount, Serializable::MaxAttributeCount, "attributes of an element");
+                m_nodes += child.childCount;
                 continue;
             }
             Compare(++m_nodes, Serializable::MaxNodeCount, "nodes");
@@ -145,52 +119,32 @@ private:
     std::size_t m_nodes = 0;
 };
 
-void CheckNode(const Tree& tree, const Place* parent)
+void CheckNode(const DocumentNode& node, const Place* parent)
 {
-    CheckText(tree.data(), parent, TextRule::Utf8);
-    for (const auto& [name, child] : tree)
+    CheckText(node.text, parent, TextRule::Utf8);
+    for (const DocumentNode& child : ChildrenOf(node))
     {
-        const Place place{parent, name};
-        CheckText(name, &place, TextRule::Utf8);
+        const Place place{parent, child.name};
+        CheckText(child.name, &place, TextRule::Utf8);
         CheckNode(child, &place);
     }
 }
 
 } // namespace
 
-void CheckLimits(const Tree& document, SerializeType type)
+void CheckLimits(const DocumentNode& document, SerializeType type)
 {
     LimitCheck(type).Check(document, 1);
 }
 
-bool PrepareForXml(Tree& tree)
+void CheckForXml(const DocumentNode& document)
 {
-    return PrepareNode(tree, nullptr, false);
+    CheckXmlNode(document, nullptr, false);
 }
 
-std::string RestoreWhiteSpace(const std::string& document)
+void CheckUtf8(const DocumentNode& document)
 {
-    constexpr std::string_view StandIns{"\x01\x02\x03"};
-    constexpr std::array<std::string_view, 3> References{"&#9;", "&#10;", "&#13;"};
-    std::string result;
-    result.reserve(document.size() + document.size() / 16);
-    const char* begin = document.data();
-    const char* const end = begin + document.size();
-    const auto isStandIn = [&](char c) { return c > 0 && c <= CarriageReturnStandIn; };
-    for (const char* found = std::find_if(begin, end, isStandIn); found != end;
-         found = std::find_if(begin, end, isStandIn))
-    {
-        result.append(begin, found);
-        result += References[StandIns.find(*found)];
-        begin = found + 1;
-    }
-    result.append(begin, end);
-    return result;
-}
-
-void CheckUtf8(const Tree& tree)
-{
-    CheckNode(tree, nullptr);
+    CheckNode(document, nullptr);
 }
 
 } // namespace Ardo::Kiln::MetadataSerializer

@@ -1,3 +1,4 @@
+#include "Ardo/Kiln/MetadataSerializer/DocumentText_p.h"
 #include "Ardo/Kiln/MetadataSerializer/Record.h"
 #include "Ardo/Kiln/MetadataSerializer/XmlTree_p.h"
 #include "Ardo/MetadataLib/Metadata.h"
@@ -7,7 +8,7 @@
 
 #include <boost/property_tree/detail/xml_parser_error.hpp>
 #include <boost/property_tree/exceptions.hpp>
-#include <boost/property_tree/json_parser/error.hpp>
+#include <boost/property_tree/json_parser.hpp>
 #include <boost/property_tree/ptree.hpp>
 #include <boost/property_tree/xml_parser.hpp>
 #include <gmock/gmock.h>
@@ -99,9 +100,47 @@ TEST(DocumentTest, XmlBecomesTheSameTreeOrErrorAsInThePropertyTreeLibrary)
                 std::istringstream stream(text);
                 boost::property_tree::read_xml(stream, tree);
             });
-        const auto actual = outcome([&](ptree& tree) { ParseXml(text, tree); });
+        const auto actual = outcome(
+            [&](ptree& tree)
+            {
+                std::string decoded = text;
+                DocumentNodes nodes;
+                DocumentNode root;
+                ParseXml(decoded, nodes, root);
+                AppendTo(tree, root);
+            });
         EXPECT_TRUE(actual.first == expected.first) << text;
         EXPECT_EQ(actual.second, expected.second) << text;
+    }
+}
+
+TEST(DocumentTest, TextIsThatOfThePropertyTreesWriters)
+{
+    for (const std::string& json :
+         {std::string(R"({"Metadata":{"<xmlattr>":{"a":"<>&'\"","b":"  "},"c":" ","d":{},"e":{"<xmlattr>":{"f":"1"}},
+                          "g":{"h":"  i ","j":{"k":{"l":"","m":"\u00e9\u20ac"}}}}})"),
+          std::string(
+              R"({"":"","a":["1",{"b":["",""]}],"c":[],"d":"\u0001\u001f/\\\"\b\f\n\r\t\u007f","e":{"f":{}}})")})
+    {
+        boost::property_tree::ptree tree;
+        std::istringstream stream(json);
+        boost::property_tree::read_json(stream, tree);
+        DocumentNodes nodes;
+        DocumentNode document;
+        nodes.AppendTree(document, tree);
+        std::ostringstream expected;
+        boost::property_tree::write_json(expected, tree);
+        EXPECT_EQ(JsonText(document), expected.str());
+        if (tree.count("Metadata") > 0)
+        {
+            tree.put("Metadata.g", "text beside elements"); // which JSON cannot hold
+            DocumentNode changed;
+            nodes.AppendTree(changed, tree);
+            expected.str({});
+            boost::property_tree::write_xml(
+                expected, tree, boost::property_tree::xml_writer_make_settings<std::string>(' ', 4, "utf-8"));
+            EXPECT_EQ(XmlText(changed), expected.str());
+        }
     }
 }
 
