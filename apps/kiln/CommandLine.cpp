@@ -7,8 +7,12 @@
 
 #include "Ardo/KilnVersion.h"
 
+#include <algorithm>
 #include <memory>
+#include <numeric>
+#include <string_view>
 #include <utility>
+#include <vector>
 
 namespace Ardo::Kiln::Tool
 {
@@ -237,7 +241,47 @@ void RefuseEmptyTexts(CLI::App& app)
     }
 }
 
+/// The number of letters to insert, remove or replace to make one word of the other (Levenshtein distance).
+std::size_t Distance(std::string_view from, std::string_view to)
+{
+    std::vector<std::size_t> row(to.size() + 1);
+    std::iota(row.begin(), row.end(), std::size_t{0});
+    for (std::size_t i = 0; i < from.size(); ++i)
+    {
+        std::size_t diagonal = std::exchange(row[0], i + 1);
+        for (std::size_t j = 0; j < to.size(); ++j)
+        {
+            const std::size_t replaced = diagonal + (from[i] == to[j] ? 0 : 1);
+            diagonal = row[j + 1];
+            row[j + 1] = std::min({replaced, diagonal + 1, row[j] + 1});
+        }
+    }
+    return row.back();
+}
+
 } // namespace
+
+std::string UnknownCommand(const CLI::App& app)
+{
+    constexpr std::size_t MaxDistance = 2;
+    constexpr std::size_t MaxLength = 80;
+    const auto words = app.remaining();
+    const auto word = std::ranges::find_if(words, [](const std::string& text) { return !text.starts_with('-'); });
+    if (word == words.end())
+    {
+        return {};
+    }
+    const std::string shown = word->substr(0, MaxLength);
+    std::string nearest;
+    for (const CLI::App* command : app.get_subcommands([](const CLI::App*) { return true; }))
+    {
+        if (Distance(shown, command->get_name()) <= MaxDistance || command->get_name().starts_with(shown))
+        {
+            nearest += (nearest.empty() ? "; similar: " : ", ") + command->get_name();
+        }
+    }
+    return "there is no command " + shown + nearest;
+}
 
 void AddCommands(CLI::App& app, CommonOptions& common,
                  const std::function<void(const CLI::App& command, const Action& action)>& run)

@@ -26,4 +26,8 @@ struct CommonOptions
 void AddCommands(CLI::App& app, CommonOptions& common,
                  const std::function<void(const CLI::App& command, const Action& action)>& run);
 
+/// What is wrong with a command line without a command: the word that is none, with the commands of similar names.
+/// Empty if there is no such word.
+std::string UnknownCommand(const CLI::App& app);
+
 } // namespace Ardo::Kiln::Tool

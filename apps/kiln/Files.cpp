@@ -80,6 +80,21 @@ void Search(const fs::path& folder, const fs::path& first, bool isRecursive, Fil
     }
 }
 
+/// Why a folder stands for no file.
+std::string NothingIn(const fs::path& folder, bool isRecursive, FilesOfFolder kind)
+{
+    const auto isFolder = [](const fs::directory_entry& entry)
+    {
+        std::error_code error;
+        return entry.is_directory(error);
+    };
+    std::error_code error;
+    const fs::directory_iterator entries(folder, error);
+    const bool hasFolders = !isRecursive && !error && std::any_of(begin(entries), end(entries), isFolder);
+    return std::string("has no ") + Named(kind) +
+           (hasFolders ? " itself; with --recursive the folders below are searched, too" : "");
+}
+
 } // namespace
 
 std::vector<FoundFile> FindFiles(const std::vector<std::string>& arguments, bool isRecursive, FilesOfFolder kind)
@@ -97,7 +112,7 @@ std::vector<FoundFile> FindFiles(const std::vector<std::string>& arguments, bool
         Search(path, path, isRecursive, kind, found);
         if (found.size() == before)
         {
-            found.push_back({argument, {}, {}, std::string("has no ") + Named(kind)});
+            found.push_back({argument, {}, {}, NothingIn(path, isRecursive, kind)});
         }
     }
     return found;

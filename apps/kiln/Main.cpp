@@ -77,6 +77,12 @@ int Run(std::vector<std::string> arguments)
     }
     catch (const CLI::ParseError& error)
     {
+        const std::string unknown = error.get_name() == "RequiredError" ? UnknownCommand(app) : std::string();
+        if (!unknown.empty())
+        {
+            std::cerr << "kiln: " << Printable(unknown) << "\nRun with --help for more information.\n";
+            return WrongUsage;
+        }
         return app.exit(error) == Done ? Done : WrongUsage;
     }
     catch (const UsageError& error)

@@ -6,11 +6,13 @@
 #include <climits>
 
 #include <libxml/parser.h>
+#include <libxml/parserInternals.h>
 #include <libxml/xmlschemas.h>
 #include <libxml/xmlschemastypes.h>
 
 #include <stdexcept>
 #include <string_view>
+#include <utility>
 
 namespace Ardo::Kiln::Tool
 {
@@ -61,6 +63,9 @@ void Collect(void* faults, xmlErrorPtr error)
     }
     collected.push_back(std::move(fault));
 }
+
+constexpr int ParserOptions =
+    XML_PARSE_NONET | XML_PARSE_NOERROR | XML_PARSE_NOWARNING | XML_PARSE_BIG_LINES | XML_PARSE_HUGE;
 
 void Drop(void*, const char*, ...) {}
 
@@ -138,6 +143,37 @@ SchemaValidator::SchemaValidator() : m_implementation(std::make_unique<Implement
 
 SchemaValidator::~SchemaValidator() = default;
 
+bool SchemaValidator::IsValid(const std::string& xml)
+{
+    PrepareThread();
+    const std::string text = WithoutDeclaration(xml);
+    if (text.size() > static_cast<std::size_t>(INT_MAX))
+    {
+        return false;
+    }
+    const ParserContext parser(xmlCreateMemoryParserCtxt(text.data(), static_cast<int>(text.size())));
+    const SchemaContext context(xmlSchemaNewValidCtxt(m_implementation->schema.get()));
+    if (!parser || !context)
+    {
+        throw std::bad_alloc();
+    }
+    xmlCtxtUseOptions(parser.get(), ParserOptions);
+    Faults faults;
+    xmlSchemaSetValidStructuredErrors(context.get(), Collect, &faults);
+    // The validator takes the place of the functions that would make the tree.
+    xmlSAXHandler* const treeMaker = std::exchange(parser->sax, nullptr);
+    xmlSchemaSAXPlugStruct* const plug = xmlSchemaSAXPlug(context.get(), &parser->sax, &parser->userData);
+    bool isValid = false;
+    if (plug != nullptr)
+    {
+        isValid = xmlParseDocument(parser.get()) == 0 && parser->wellFormed == 1 && faults.empty() &&
+                  xmlSchemaIsValid(context.get()) == 1;
+        xmlSchemaSAXUnplug(plug);
+    }
+    parser->sax = treeMaker;
+    return isValid;
+}
+
 Faults SchemaValidator::Validate(const std::string& xml)
 {
     PrepareThread();
@@ -156,9 +192,7 @@ Faults SchemaValidator::Validate(const std::string& xml)
     const std::string text = WithoutDeclaration(xml);
     const Document document(
         // The size has been checked by the reader.
-        xmlCtxtReadMemory(parser.get(), text.data(), static_cast<int>(text.size()), nullptr, "UTF-8",
-                          XML_PARSE_NONET | XML_PARSE_NOERROR | XML_PARSE_NOWARNING | XML_PARSE_BIG_LINES |
-                              XML_PARSE_HUGE));
+        xmlCtxtReadMemory(parser.get(), text.data(), static_cast<int>(text.size()), nullptr, "UTF-8", ParserOptions));
     if (!document)
     {
         if (xmlErrorPtr error = xmlCtxtGetLastError(parser.get()))

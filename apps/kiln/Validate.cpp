@@ -41,10 +41,11 @@ bool IsForSchema(const Faults& readerFaults)
 class SchemaValidators
 {
 public:
-    Faults Validate(const std::string& text)
+    /// \param readerFaults of CheckDocument.
+    Faults Validate(const std::string& text, const Faults& readerFaults)
     {
         std::unique_ptr<SchemaValidator> validator = Take();
-        Faults faults = validator->Validate(text);
+        Faults faults = readerFaults.empty() && validator->IsValid(text) ? Faults() : validator->Validate(text);
         const std::lock_guard lock(m_mutex);
         m_free.push_back(std::move(validator));
         return faults;
@@ -104,7 +105,7 @@ Faults FaultsOf(const RecordDocument& document)
         return readerFaults;
     }
     static SchemaValidators g_validators;
-    Faults faults = g_validators.Validate(document.text);
+    Faults faults = g_validators.Validate(document.text, readerFaults);
     if (faults.size() == SchemaValidator::MaxFaults)
     {
         return faults;

@@ -61,7 +61,9 @@ TEST_F(ReportTest, ACrashIsToldFromReportAndMinidumpTogetherAndFromEachAlone)
 
     std::filesystem::rename(m_folder / "crash.txt", m_folder / "text.txt");
     const std::string dump = Must("kiln report - < crash.dmp");
-    EXPECT_THAT(dump, AllOf(StartsWith("Read            minidump -\n"), what, Not(HasSubstr("\nLog "))));
+    EXPECT_THAT(dump, AllOf(StartsWith("Read            minidump -\n"), what, Not(HasSubstr("\nLog ")),
+                            HasSubstr("\nNo log files: only a report "),
+                            HasSubstr(" linux-gate.so (a page of the kernel, no file)\n")));
     EXPECT_THAT(dump,
                 ContainsRegex("at fault, stack from the minidump\n    [^\n]*ReadNull\\(\\)[^\n]*\n    .*Crash\\("));
     const std::string text = Must("kiln report text.txt");
@@ -87,7 +89,7 @@ TEST_F(ReportTest, AnExceptionIsToldWithItsMessageAndWhereItWasThrown)
     EXPECT_THAT(Must("kiln report ."),
                 AllOf(HasSubstr("CXX_EXCEPTION (E06D7363)"), HasSubstr("exception was thrown that no code caught"),
                       ContainsRegex("\n +Message: .+\n"), ContainsRegex("\nWhere +[^\n]*at .*Exceptions.cpp line"),
-                      HasSubstr("\nThrown at\n")));
+                      HasSubstr("\nThrown at\n"), HasSubstr("\nNo log files: the report names none\n")));
 }
 
 TEST_F(ReportTest, DamagedFilesAreRefusedAndAWholeOneBesideThemIsStillTold)
@@ -106,11 +108,12 @@ TEST_F(ReportTest, DamagedFilesAreRefusedAndAWholeOneBesideThemIsStillTold)
     WriteFile(m_folder / "out.tif", "the old file");
     WriteFile(m_folder / "cut.txt", report.substr(0, 60));
     WriteFile(m_folder / "long.txt", report + std::string(1 << 20, '\n'));
-    std::filesystem::create_directory(m_folder / "empty");
+    std::filesystem::create_directories(m_folder / "empty" / "below");
     CheckFailures({{"kiln report cut.txt", "cut.txt: the crash report is cut"},
                    {"kiln report out.tif", "neither a minidump nor a crash report"},
                    {"kiln report long.txt", "longer than"},
-                   {"kiln report empty", "has no crash reports"},
+                   {"kiln report empty", "has no crash reports itself; with --recursive"},
+                   {"kiln report --recursive empty", "empty: has no crash reports\n"},
                    {"kiln report missing.dmp", "No such file"}});
 }
 

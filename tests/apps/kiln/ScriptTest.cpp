@@ -78,7 +78,7 @@ TEST_F(ScriptTest, ManyFilesAreWorkedOnAndABadOneDoesNotStopTheOthers)
     EXPECT_EQ(info.status, 1);
     EXPECT_THAT(info.output, Support::ContainsPattern("^tifs/sub/b.tif\n.*\ntifs/a.tif\n"));
     EXPECT_THAT(info.error, EndsWith("kiln: 5 files, 3 failed\n    bad.tif\n    missing.tif\n    images\n"));
-    EXPECT_THAT(info.error, HasSubstr("images: has no TIFF files\n"));
+    EXPECT_THAT(info.error, HasSubstr("images: has no TIFF files itself; with --recursive"));
 
     // A warning of the reader names the file that it is about.
     WriteFile(m_folder / "later.xml", Support::Replaced(Must("kiln metadata tifs/a.tif"), "<Sample", "<New/><Sample"));

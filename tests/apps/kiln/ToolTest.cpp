@@ -132,6 +132,9 @@ TEST_F(ToolTest, HelpAndVersionAreResultsAndWrongUsageIsStatusTwo)
         EXPECT_EQ(result.output, "") << arguments;
         EXPECT_NE(result.error, "") << arguments;
     }
+    EXPECT_THAT(Run("kiln inof a.tif").error, HasSubstr("there is no command inof; similar: info\n"));
+    EXPECT_THAT(Run("kiln --log . exp").error, HasSubstr("there is no command exp; similar: export\n"));
+    EXPECT_EQ(Run("kiln").error, "A subcommand is required\nRun with --help for more information.\n");
     EXPECT_EQ(Entries(), 0U);
 }
 
