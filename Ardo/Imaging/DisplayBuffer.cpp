@@ -49,9 +49,15 @@ void DisplayBuffer::Check(const const_raw_image& image, const DisplayMapping& ma
 void DisplayBuffer::Update(const const_raw_image& image, const DisplayMapping& mapping)
 {
     Check(image, mapping);
-    for (std::uint32_t y = 0; y < m_size.height; ++y)
+    // Rows without a gap are one long row, which is faster.
+    const std::size_t width = m_size.width;
+    const bool isOneRow =
+        image.Stride() == BytesPerPixel(image.Kind()) * width && m_stride == BytesPerPixel(m_format) * width;
+    const std::uint32_t rows = isOneRow ? 1 : m_size.height;
+    const std::size_t count = isOneRow ? width * m_size.height : width;
+    for (std::uint32_t y = 0; y < rows; ++y)
     {
-        mapping.Map(image.Row(y), m_size.width, At(0, y));
+        mapping.Map(image.Row(y), count, At(0, y));
     }
 }
 

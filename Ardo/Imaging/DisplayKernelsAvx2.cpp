@@ -1,6 +1,7 @@
 #include "Ardo/Imaging/DisplayKernels_p.h"
 
 #include <array>
+#include <cstdint>
 
 #include <immintrin.h>
 
@@ -153,20 +154,57 @@ KILN_AVX2 inline __m256 ToFloats(const float* in)
     return _mm256_loadu_ps(in);
 }
 
+/// A LevelLine in registers.
+struct LineRegisters
+{
+    __m256 black;
+    __m256 scale;
+};
+
+/// The levels of 32 samples.
+template <typename Sample>
+KILN_AVX2 inline __m256i LineLevels(const Sample* in, const LineRegisters& line)
+{
+    return Narrow(Levels(ToFloats(in), line.black, line.scale), Levels(ToFloats(in + 8), line.black, line.scale),
+                  Levels(ToFloats(in + 16), line.black, line.scale), Levels(ToFloats(in + 24), line.black, line.scale));
+}
+
 /// \tparam Portable the kernel for the samples at the end, which fill no register.
 template <auto Portable, typename Sample>
 KILN_AVX2 void Line(const Sample* in, std::size_t count, LevelLine line, std::uint8_t* out)
 {
-    const __m256 black = _mm256_set1_ps(line.black);
-    const __m256 scale = _mm256_set1_ps(line.scale);
+    const LineRegisters registers = {_mm256_set1_ps(line.black), _mm256_set1_ps(line.scale)};
     std::size_t i = 0;
     for (; count - i >= Bytes; i += Bytes)
     {
-        Store(out + i,
-              Narrow(Levels(ToFloats(in + i), black, scale), Levels(ToFloats(in + i + 8), black, scale),
-                     Levels(ToFloats(in + i + 16), black, scale), Levels(ToFloats(in + i + 24), black, scale)));
+        Store(out + i, LineLevels(in + i, registers));
     }
     (PortableDisplayKernels().*Portable)(in + i, count - i, line, out + i);
+}
+
+/// As Line. A large image waits for the memory, so the loop moves as little as it can: levels are written past the
+/// cache, which would read their lines first, and samples are fetched two pages early, because the processor by itself
+/// fetches ahead only within a page.
+KILN_AVX2 void LineFloat(const float* in, std::size_t count, LevelLine line, std::uint8_t* out)
+{
+    constexpr std::size_t Large = std::size_t{4} << 20; // with fewer levels the cache may hold them for their reader
+    constexpr std::size_t Ahead = 2048;
+    constexpr std::size_t CacheLine = 16; // samples
+    std::size_t i = 0;
+    if (count >= Large)
+    {
+        i = (Bytes - reinterpret_cast<std::uintptr_t>(out) % Bytes) % Bytes;
+        PortableDisplayKernels().lineFloat(in, i, line, out);
+        const LineRegisters registers = {_mm256_set1_ps(line.black), _mm256_set1_ps(line.scale)};
+        for (; count - i >= Ahead + Bytes; i += Bytes)
+        {
+            _mm_prefetch(reinterpret_cast<const char*>(in + i + Ahead), _MM_HINT_T0);
+            _mm_prefetch(reinterpret_cast<const char*>(in + i + Ahead + CacheLine), _MM_HINT_T0);
+            _mm256_stream_si256(reinterpret_cast<__m256i*>(out + i), LineLevels(in + i, registers));
+        }
+        _mm_sfence(); // such stores have no order with those that tell another thread of the levels
+    }
+    Line<&DisplayKernels::lineFloat>(in + i, count - i, line, out + i);
 }
 
 KILN_AVX2 void CurveFloat(const float* in, std::size_t count, const LevelCurve& curve, std::uint8_t* out)
@@ -227,9 +265,8 @@ KILN_AVX2 void PackRgba(const std::uint8_t* in, std::size_t count, std::uint32_t
 
 const DisplayKernels& Avx2DisplayKernels() noexcept
 {
-    static constexpr DisplayKernels Kernels = {
-        LookUp8,    WholeLine8, WholeLine16, Line<&DisplayKernels::line16>, Line<&DisplayKernels::lineFloat>,
-        CurveFloat, PackRgb,    PackRgba};
+    static constexpr DisplayKernels Kernels = {LookUp8,   WholeLine8, WholeLine16, Line<&DisplayKernels::line16>,
+                                               LineFloat, CurveFloat, PackRgb,     PackRgba};
     return Kernels;
 }
 

@@ -97,6 +97,7 @@ TEST(DisplayTest, LoopsOfEachProcessorGiveTheSame)
     std::ranges::generate(table, [&] { return static_cast<std::uint8_t>(random()); });
     floats[3] = NotANumber;
     floats[40] = Infinity;
+    floats[41] = -Infinity;
     const LevelLine line{12'345.0f, 0.0071f};
     const LevelCurve curve{{1e3f, 1.3e-5f}, table.data()};
     const auto results = [&](const DisplayKernels& kernels, std::size_t count)
@@ -123,6 +124,25 @@ TEST(DisplayTest, LoopsOfEachProcessorGiveTheSame)
         }
         EXPECT_TRUE(std::ranges::all_of(portable.first, [](const auto& out) { return out.back() == 0xaa; }));
         EXPECT_TRUE(std::ranges::all_of(portable.second, [](const auto& out) { return out.back() == 0xaaaaaaaa; }));
+    }
+}
+
+TEST(DisplayTest, ALargeFloatImageHasTheLevelsOfItsParts)
+{
+    constexpr std::size_t Count = (std::size_t{4} << 20) + 2077;
+    const LevelLine line{100.0f, 0.011f};
+    std::vector<float> samples(Count);
+    for (std::size_t i = 0; i < Count; ++i)
+    {
+        samples[i] = i % 1009 == 0 ? NotANumber : i % 1013 == 0 ? Infinity : static_cast<float>(i % 30'011) - 3000.0f;
+    }
+    std::vector<std::uint8_t> expected(Count + 2, 0xaa);
+    UsableDisplayKernels().front()->lineFloat(samples.data(), Count, line, expected.data() + 1);
+    for (const DisplayKernels* const kernels : UsableDisplayKernels().subspan(1))
+    {
+        std::vector<std::uint8_t> levels(Count + 2, 0xaa);
+        kernels->lineFloat(samples.data(), Count, line, levels.data() + 1); // not aligned
+        EXPECT_TRUE(levels == expected);
     }
 }
 
@@ -208,47 +228,55 @@ TEST(DisplayTest, ColouredPixelsAreMappedSampleBySample)
     EXPECT_EQ(out[0], 0xff7dfaff);
 }
 
-TEST(DisplayTest, ABufferShowsImagesPartsAndLines)
+/// \param gap bytes behind each row of the image.
+void ShowImagePartsAndLines(std::uint32_t width, std::size_t gap, DisplayFormat format)
 {
-    constexpr size_2d Size{5003, 3}; // a row is more than one block of the loops
-    constexpr std::size_t Stride = 5003 * sizeof(std::uint16_t) + 6;
-    const auto samples = std::make_shared<std::vector<std::uint16_t>>(Stride / 2 * 3);
+    const size_2d size{width, 3};
+    const std::size_t stride = width * sizeof(std::uint16_t) + gap;
+    const auto samples = std::make_shared<std::vector<std::uint16_t>>(stride / 2 * size.height);
     for (std::size_t i = 0; i < samples->size(); ++i)
     {
         (*samples)[i] = static_cast<std::uint16_t>(1 + i % 255);
     }
-    const const_raw_image image(std::shared_ptr<const void>(samples, samples->data()), Size, PixelKind::UInt16, Stride);
-    const auto sample = [&](std::size_t x, std::size_t y) { return std::uint32_t{(*samples)[y * Stride / 2 + x]}; };
+    const const_raw_image image(std::shared_ptr<const void>(samples, samples->data()), size, PixelKind::UInt16, stride);
+    const DisplayMapping mapping(PixelKind::UInt16, {}, format);
+    const auto expectShown = [&](const DisplayBuffer& buffer, auto isShown)
+    {
+        for (std::uint32_t y = 0; y < size.height; ++y)
+        {
+            for (std::uint32_t x = 0; x < width; ++x)
+            {
+                std::uint32_t pixel = 0;
+                std::memcpy(&pixel, buffer.Row(y) + x * BytesPerPixel(format), BytesPerPixel(format));
+                const std::uint32_t level = isShown(x, y) ? (*samples)[y * stride / 2 + x] : 0;
+                ASSERT_EQ(pixel, format == DisplayFormat::Grey8 ? level : 0xff000000u + level * 0x010101u)
+                    << x << ", " << y;
+            }
+        }
+    };
+    DisplayBuffer whole(size, format);
+    EXPECT_EQ(whole.Stride(), format == DisplayFormat::Grey8 ? 5004u : 4 * width);
+    expectShown(whole, [](auto, auto) { return false; });
+    whole.Update(image, mapping);
+    expectShown(whole, [](auto, auto) { return true; });
+
+    DisplayBuffer part(size, format);
+    part.Update(image, {4, 1, 5001, 2}, mapping);
+    part.UpdateLine(2, image.Row(2), 3, mapping);
+    part.UpdateLine(2, static_cast<const std::uint16_t*>(image.Row(2)) + 5000, width - 5000, mapping, 5000);
+    part.UpdateLine(1, nullptr, 0, mapping, width);
+    part.Update(image, {7, 0, 7, 3}, mapping);
+    expectShown(part,
+                [](auto x, auto y) { return (y == 1 && x >= 4 && x < 5001) || (y == 2 && (x < 3 || x >= 5000)); });
+}
+
+TEST(DisplayTest, ABufferShowsImagesPartsAndLines)
+{
+    // A row is more than one block of the loops.
     for (const DisplayFormat format : {DisplayFormat::Grey8, DisplayFormat::Rgb32})
     {
-        const DisplayMapping mapping(PixelKind::UInt16, {}, format);
-        const auto expectShown = [&](const DisplayBuffer& buffer, auto isShown)
-        {
-            for (std::uint32_t y = 0; y < buffer.Size().height; ++y)
-            {
-                for (std::uint32_t x = 0; x < buffer.Size().width; ++x)
-                {
-                    std::uint32_t pixel = 0;
-                    std::memcpy(&pixel, buffer.Row(y) + x * BytesPerPixel(format), BytesPerPixel(format));
-                    const std::uint32_t level = isShown(x, y) ? sample(x, y) : 0;
-                    ASSERT_EQ(pixel, format == DisplayFormat::Grey8 ? level : 0xff000000u + level * 0x010101u)
-                        << x << ", " << y;
-                }
-            }
-        };
-        DisplayBuffer whole(Size, format);
-        EXPECT_EQ(whole.Stride(), format == DisplayFormat::Grey8 ? 5004u : 20'012u);
-        expectShown(whole, [](auto, auto) { return false; });
-        whole.Update(image, mapping);
-        expectShown(whole, [](auto, auto) { return true; });
-
-        DisplayBuffer part(Size, format);
-        part.Update(image, {4, 1, 5003, 2}, mapping);
-        part.UpdateLine(2, image.Row(2), 3, mapping);
-        part.UpdateLine(2, static_cast<const std::uint16_t*>(image.Row(2)) + 5000, 3, mapping, 5000);
-        part.UpdateLine(1, nullptr, 0, mapping, 5003);
-        part.Update(image, {7, 0, 7, 3}, mapping);
-        expectShown(part, [](auto x, auto y) { return (y == 1 && x >= 4) || (y == 2 && (x < 3 || x >= 5000)); });
+        ShowImagePartsAndLines(5003, 6, format);
+        ShowImagePartsAndLines(5004, 0, format); // one long row
     }
 }
 
