@@ -69,7 +69,9 @@ TEST(DisplayTest, LevelsFollowTheFormula)
         double black, white, gamma;
     } cases[] = {{0, 255, 1},         {0, 65'535, 1},     {10, 200, 2.2},     {200, 10, 1},       {1000, 1003, 1},
                  {7, 7, 1},           {-100, 50'000, 1},  {3000, 500, 0.45},  {0, 65'535, 0.1},   {0, 24'000, 5},
-                 {-0.125, 0.0625, 1}, {20.5, 20.75, 1.5}, {-1e30, 1e30, 1.0}, {40'000, 100, 2.2}, {1e-38, 2e-38, 1}};
+                 {-0.125, 0.0625, 1}, {20.5, 20.75, 1.5}, {-1e30, 1e30, 1.0}, {40'000, 100, 2.2}, {1e-38, 2e-38, 1},
+                 {1203, 1204, 1},     {1, 4, 1},          {0, 254, 1},        {1, 257, 1},        {0, 32767, 1},
+                 {1203, 33971, 1},    {65000, 65535, 1}};
     for (const auto& [black, white, gamma] : cases)
     {
         SCOPED_TRACE(testing::Message() << black << " to " << white << ", gamma " << gamma);
@@ -143,24 +145,6 @@ TEST(DisplayTest, ALargeFloatImageHasTheLevelsOfItsParts)
         std::vector<std::uint8_t> levels(Count + 2, 0xaa);
         kernels->lineFloat(samples.data(), Count, line, levels.data() + 1); // not aligned
         EXPECT_TRUE(levels == expected);
-    }
-}
-
-TEST(DisplayTest, LinesInWholeNumbersAreNearTheExactOnes)
-{
-    for (const std::uint32_t low : {0u, 1u, 1203u, 65'000u})
-    {
-        for (const std::uint32_t range : {1u, 2u, 3u, 254u, 255u, 256u, 4097u, 32'767u, 32'768u, 65'535u})
-        {
-            const std::uint32_t high = std::min(low + range, 65'535u);
-            const auto line = WholeLine::Between(static_cast<std::uint16_t>(low), static_cast<std::uint16_t>(high));
-            EXPECT_EQ(line.LevelOf(low), 0);
-            EXPECT_EQ(line.LevelOf(high), 255);
-            for (std::uint32_t value = low; value <= high; value += 1 + range / 5000)
-            {
-                ASSERT_NEAR(line.LevelOf(value), 255.0 * (value - low) / (high - low), 0.52) << low << ' ' << high;
-            }
-        }
     }
 }
 
