@@ -17,9 +17,7 @@ Document::Document(std::string_view text, SerializeType type) : m_text(text), m_
         {
             m_text.remove_suffix(1);
         }
-        ScanXml(m_text);
-        m_xml = m_text;
-        ParseXml(m_xml, m_nodes, m_root);
+        ParseXml(m_text, m_nodes, m_root);
     }
     else
     {

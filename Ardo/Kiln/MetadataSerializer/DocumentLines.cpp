@@ -14,7 +14,7 @@ namespace
 {
 
 /// Observer that follows the paths of the nodes and notes the lines of the findings.
-class LineFinder
+class LineFinder : public XmlObserver
 {
 public:
     LineFinder(std::string_view text, SerializeType type) : m_text(text)

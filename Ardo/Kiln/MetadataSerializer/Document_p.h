@@ -5,7 +5,6 @@
 
 #include <boost/property_tree/ptree.hpp>
 #include <cstddef>
-#include <string>
 #include <string_view>
 
 namespace Ardo::Kiln::MetadataSerializer
@@ -35,9 +34,8 @@ public:
 private:
     std::string_view m_text;
     SerializeType m_type;
-    std::string m_xml;                  ///< An XML document, decoded in place.
     boost::property_tree::ptree m_json; ///< A JSON document.
-    DocumentNodes m_nodes;              ///< They refer to one of the two.
+    DocumentNodes m_nodes;              ///< They refer to the XML text or to the tree.
     DocumentNode m_root;
     const DocumentNode* m_metadata = nullptr;
 };

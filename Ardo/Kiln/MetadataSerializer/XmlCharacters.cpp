@@ -111,7 +111,7 @@ std::size_t FindInvalid(std::string_view text, TextRule rule)
     for (std::size_t at = 0; at < text.size();)
     {
         const auto byte = static_cast<unsigned char>(text[at]);
-        if (byte >= lowest && byte < 0x80)
+        if (byte < 0x80 && (byte >= lowest || IsXmlCharacter(byte)))
         {
             at += std::max<std::size_t>(PlainLength(text.substr(at), lowest), 1);
             continue;

@@ -11,16 +11,30 @@
 namespace Ardo::Kiln::MetadataSerializer
 {
 
+/// The observer of an XmlScanner that ignores what it need not handle. An observer derives from it and hides functions.
+struct XmlObserver
+{
+    void ElementName(std::string_view) {}
+    void AttributeText(std::string_view, std::string_view) {}
+    void Text(std::string_view) {}
+    void CdataText(std::string_view) {}
+    void CommentText(std::string_view) {}
+};
+
 /// Walks through an XML document without recursion and calls an observer, in document order:
 ///
-/// Element(at), Attribute(at), Comment(at)    a node of the tree begins at the offset \p at Enter(at), Leave()
-///   the content of the last element begins, ends Fail(message, at)                          the document is not
-///   well-formed (XML 1.0); must throw
+///   Element(at), Attribute(at), Comment(at)   a node of the tree begins at the offset \p at
+///   ElementName(name)                         of the last element
+///   AttributeText(name, text)                 of the last attribute; the text may have references
+///   CommentText(text)                         of the last comment
+///   Enter(at), Leave()                        the content of the last element begins, ends
+///   Text(text)                                text among the content of an element, which may have references
+///   CdataText(text)                           the text of a CDATA section
+///   Fail(message, at)                         the document is not well-formed (XML 1.0); must throw
 ///
-/// The walk follows the parser of the property tree step by step, so that text inside a comment, a CDATA section or an
-/// attribute is never taken for a tag. Where that parser reports an error of its own the walk stops without an error. A
-/// document type declaration may hold a name only: a document can neither declare entities nor refer to other
-/// resources.
+/// The walk follows the parser of the property tree step by step, so that the nodes and texts are the same. Where that
+/// parser reports an error of its own the walk stops without an error. A document type declaration may hold a name
+/// only: a document can neither declare entities nor refer to other resources.
 template <typename Observer>
 class XmlScanner
 {
@@ -33,23 +47,31 @@ public:
     {
     }
 
-    void Scan()
+    /// \returns false where the parser would report an error.
+    bool Scan()
     {
         m_at = m_start = m_text.starts_with("\xEF\xBB\xBF") ? 3 : 0;
-        bool more = true;
-        while (more)
+        while (true)
         {
             const std::size_t begin = m_at;
             m_at = std::min(m_text.find('<', m_at), m_text.size());
-            if (m_open.empty())
+            if (m_open.empty() && !IsBlank(begin, m_at)) // the parser accepts no text here
             {
-                more = IsBlank(begin, m_at); // the parser accepts no text here
+                return false;
             }
-            else
+            if (!m_open.empty() && begin < m_at)
             {
                 CheckText(begin, m_at);
+                m_observer.Text(m_text.substr(begin, m_at - begin));
             }
-            more = more && m_at < m_text.size() && Markup();
+            if (m_at == m_text.size())
+            {
+                return m_open.empty();
+            }
+            if (!Markup())
+            {
+                return false;
+            }
         }
     }
 
@@ -71,7 +93,7 @@ private:
         }
     }
 
-    static bool EndsElementName(char c) { return IsSpace(c) || c == '/' || c == '>' || c == '?'; }
+    static bool EndsElementName(char c) { return c == '>' || IsSpace(c) || c == '/' || c == '?'; }
 
     static bool EndsAttributeName(char c) { return EndsElementName(c) || c == '!' || c == '<' || c == '='; }
 
@@ -117,7 +139,7 @@ private:
             {
                 m_observer.Fail("text outside the root element", m_at);
             }
-            return SkipPast("]]>", 9);
+            return Cdata();
         }
         if (rest.starts_with("<!DOCTYPE") && rest.size() > 9 && IsSpace(rest[9]))
         {
@@ -154,6 +176,17 @@ private:
         return true;
     }
 
+    bool Cdata()
+    {
+        const std::size_t begin = m_at + 9;
+        if (!SkipPast("]]>", 9))
+        {
+            return false;
+        }
+        m_observer.CdataText(m_text.substr(begin, m_at - 3 - begin));
+        return true;
+    }
+
     bool Comment()
     {
         const std::size_t begin = m_at;
@@ -167,6 +200,7 @@ private:
             m_observer.Fail("\"--\" within a comment", begin);
         }
         ++m_at;
+        m_observer.CommentText(m_text.substr(begin + 4, m_at - 3 - (begin + 4)));
         return true;
     }
 
@@ -226,6 +260,7 @@ private:
             return false;
         }
         CheckName(name, begin);
+        m_observer.ElementName(name);
         SkipSpace();
         m_attributes.clear();
         while (m_at < m_text.size() && !EndsAttributeName(m_text[m_at]))
@@ -283,6 +318,7 @@ private:
             m_observer.Fail("\"<\" within an attribute", at);
         }
         CheckReferences(value, m_at - 1);
+        m_observer.AttributeText(name, m_text.substr(value, m_at - 1 - value));
         if (!IsSpace(Peek()) && m_at < m_text.size() && !EndsAttributeName(m_text[m_at]))
         {
             m_observer.Fail("no white space between attributes", m_at);

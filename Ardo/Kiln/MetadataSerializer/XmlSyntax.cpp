@@ -3,9 +3,11 @@
 #include "Ardo/Kiln/MetadataSerializer/XmlCharacters_p.h"
 
 #include <algorithm>
+#include <array>
 #include <charconv>
 #include <cstdint>
 #include <optional>
+#include <utility>
 
 namespace Ardo::Kiln::MetadataSerializer
 {
@@ -64,14 +66,34 @@ bool IsEncodingName(std::string_view text)
                        { return IsLetter(c) || (c >= '0' && c <= '9') || c == '.' || c == '_' || c == '-'; });
 }
 
-bool IsCharacterReference(std::string_view text)
+/// The named references without '&'.
+constexpr std::array<std::pair<std::string_view, char>, 5> Entities{
+    {{"lt;", '<'}, {"gt;", '>'}, {"amp;", '&'}, {"quot;", '"'}, {"apos;", '\''}}};
+
+/// Writes a character as UTF-8 to \p target and returns the end.
+char* CopyUtf8(std::uint32_t value, char* target)
+{
+    const unsigned following = value < 0x80 ? 0 : value < 0x800 ? 1 : value < 0x10000 ? 2 : 3;
+    constexpr std::array<unsigned char, 4> Lead{0, 0xC0, 0xE0, 0xF0};
+    *target++ = static_cast<char>(Lead[following] | (value >> (6 * following)));
+    for (unsigned rest = following; rest > 0; --rest)
+    {
+        *target++ = static_cast<char>(0x80U | ((value >> (6 * (rest - 1))) & 0x3FU));
+    }
+    return target;
+}
+
+/// The character that a reference behind "&#" stands for and the length of the reference; nothing if it is none.
+std::optional<std::pair<std::uint32_t, std::size_t>> CharacterReference(std::string_view text)
 {
     const bool hexadecimal = text.starts_with('x');
     const char* const first = text.data() + (hexadecimal ? 1 : 0);
     const char* const last = text.data() + text.size();
     std::uint32_t value = 0;
     const auto [stop, error] = std::from_chars(first, last, value, hexadecimal ? 16 : 10);
-    return error == std::errc() && stop != last && *stop == ';' && IsXmlCharacter(value);
+    const bool isReference = error == std::errc() && stop != last && *stop == ';' && IsXmlCharacter(value);
+    return isReference ? std::optional(std::pair(value, static_cast<std::size_t>(stop + 1 - text.data())))
+                       : std::nullopt;
 }
 
 } // namespace
@@ -93,9 +115,37 @@ bool IsXmlDeclaration(std::string_view content)
 
 bool IsXmlReference(std::string_view text)
 {
-    return text.starts_with('#') ? IsCharacterReference(text.substr(1))
-                                 : text.starts_with("lt;") || text.starts_with("gt;") || text.starts_with("amp;") ||
-                                       text.starts_with("quot;") || text.starts_with("apos;");
+    return text.starts_with('#') ? CharacterReference(text.substr(1)).has_value()
+                                 : std::any_of(Entities.begin(), Entities.end(),
+                                               [text](const auto& entity) { return text.starts_with(entity.first); });
+}
+
+std::size_t CopyDecoded(std::string_view text, char* target)
+{
+    char* end = target;
+    while (!text.empty())
+    {
+        const std::size_t plain = std::min(text.find('&'), text.size());
+        end += text.copy(end, plain);
+        text.remove_prefix(std::min(plain + 1, text.size()));
+        if (text.starts_with('#'))
+        {
+            const auto reference = CharacterReference(text.substr(1));
+            end = reference ? CopyUtf8(reference->first, end) : end;
+            text.remove_prefix(1 + (reference ? reference->second : 0));
+            continue;
+        }
+        for (const auto& [name, character] : Entities)
+        {
+            if (text.starts_with(name))
+            {
+                *end++ = character;
+                text.remove_prefix(name.size());
+                break;
+            }
+        }
+    }
+    return static_cast<std::size_t>(end - target);
 }
 
 } // namespace Ardo::Kiln::MetadataSerializer

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <string_view>
 
 namespace Ardo::Kiln::MetadataSerializer
@@ -15,5 +16,11 @@ bool IsXmlDeclaration(std::string_view content);
 /// True if \p text, which follows a "&", begins as a reference to a character that a document may hold, or to one of
 /// the five predefined entities.
 bool IsXmlReference(std::string_view text);
+
+/// Copies \p text with the characters that its references stand for.
+/// \param text   all of whose references IsXmlReference accepts.
+/// \param target room for as many characters as the text has.
+/// \returns the number of characters copied.
+std::size_t CopyDecoded(std::string_view text, char* target);
 
 } // namespace Ardo::Kiln::MetadataSerializer

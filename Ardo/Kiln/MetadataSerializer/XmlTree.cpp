@@ -1,13 +1,15 @@
 #include "Ardo/Kiln/MetadataSerializer/XmlTree_p.h"
 
+#include "Ardo/Kiln/MetadataSerializer/DocumentLimits_p.h"
 #include "Ardo/Kiln/MetadataSerializer/DocumentTree_p.h"
 #include "Ardo/Kiln/MetadataSerializer/PropertyTreeVersion_p.h"
+#include "Ardo/Kiln/MetadataSerializer/XmlSyntax_p.h"
 
 #include <algorithm>
 #include <boost/property_tree/detail/rapidxml.hpp>
 #include <boost/property_tree/detail/xml_parser_error.hpp>
 #include <string>
-#include <string_view>
+#include <vector>
 
 namespace Ardo::Kiln::MetadataSerializer
 {
@@ -16,86 +18,119 @@ namespace
 {
 
 using boost::property_tree::xml_parser::xml_parser_error;
-// A private part of the property tree library, used in this file only.
-namespace rapidxml = boost::property_tree::detail::rapidxml;
-using XmlNode = rapidxml::xml_node<char>;
 
-/// The texts among the children of an element, in one.
-std::string_view TextOf(const XmlNode& element, DocumentNodes& nodes)
+/// Observer that makes the nodes of a document within the limits.
+class NodeMaker : public DocumentLimits<xml_parser_error>
 {
-    const auto isText = [](const XmlNode& node)
-    { return node.type() == rapidxml::node_data || node.type() == rapidxml::node_cdata; };
+public:
+    using Limits = DocumentLimits<xml_parser_error>;
 
-    std::string_view only;
-    std::size_t count = 0;
-    std::size_t size = 0;
-    for (const XmlNode* child = element.first_node(); child != nullptr; child = child->next_sibling())
+    NodeMaker(std::string_view text, DocumentNodes& nodes, DocumentNode& parent)
+        : Limits(text), m_nodes(nodes), m_open(1, OpenElement{&parent})
     {
-        if (isText(*child))
+    }
+
+    void ElementName(std::string_view name)
+    {
+        m_element = &m_nodes.Append(*m_open.back().node, name);
+        m_attributes = nullptr;
+    }
+    void AttributeText(std::string_view name, std::string_view text)
+    {
+        if (m_attributes == nullptr)
         {
-            only = {child->value(), child->value_size()};
-            ++count;
-            size += only.size();
+            m_attributes = &m_nodes.Append(*m_element, AttributesKey());
         }
+        m_nodes.Append(*m_attributes, name).text = Decoded(text);
     }
-    if (count < 2)
+    void CommentText(std::string_view text) { m_nodes.Append(*m_open.back().node, CommentKey()).text = text; }
+    void Enter(std::size_t at)
     {
-        return only;
+        Limits::Enter(at);
+        m_open.push_back(OpenElement{m_element});
     }
-    char* const text = nodes.Text(size);
-    char* end = text;
-    for (const XmlNode* child = element.first_node(); child != nullptr; child = child->next_sibling())
+    void Leave()
     {
-        end = isText(*child) ? std::copy_n(child->value(), child->value_size(), end) : end;
+        Limits::Leave();
+        if (!m_open.back().texts.empty())
+        {
+            m_open.back().node->text = m_nodes.Copy(m_open.back().texts);
+        }
+        m_open.pop_back();
     }
-    return {text, size};
-}
+    void Text(std::string_view text) { CdataText(Decoded(text)); }
+    void CdataText(std::string_view text)
+    {
+        OpenElement& open = m_open.back();
+        if (open.texts.empty() && open.node->text.empty())
+        {
+            open.node->text = text;
+            return;
+        }
+        if (open.texts.empty())
+        {
+            open.texts = open.node->text;
+        }
+        open.texts += text;
+    }
 
-void AppendNode(DocumentNodes& nodes, DocumentNode& parent, const XmlNode& node)
+private:
+    struct OpenElement
+    {
+        DocumentNode* node;
+        std::string texts = {}; ///< All together, if there is more than one.
+    };
+
+    std::string_view Decoded(std::string_view text)
+    {
+        if (text.find('&') == std::string_view::npos)
+        {
+            return text;
+        }
+        char* const decoded = m_nodes.Text(text.size());
+        return {decoded, CopyDecoded(text, decoded)};
+    }
+
+    DocumentNodes& m_nodes;
+    std::vector<OpenElement> m_open;      ///< Begins with the document itself.
+    DocumentNode* m_element = nullptr;    ///< The last one that began.
+    DocumentNode* m_attributes = nullptr; ///< Of that element; null if it has none.
+};
+
+/// Throws the error that the parser of the property tree reports. Recursive: the depth must have been bounded before.
+[[noreturn]] void ThrowParserError(std::string_view text)
 {
-    if (node.type() == rapidxml::node_comment)
+    // A private part of the property tree library, used in this file only.
+    namespace rapidxml = boost::property_tree::detail::rapidxml;
+    std::string buffer(text); // the parser writes into it
+    std::string message = "not well-formed";
+    const char* where = buffer.data();
+    try
     {
-        nodes.Append(parent, CommentKey()).text = {node.value(), node.value_size()};
+        rapidxml::xml_document<char> document;
+        document.parse<rapidxml::parse_comment_nodes>(buffer.data());
     }
-    if (node.type() != rapidxml::node_element)
+    catch (rapidxml::parse_error& error)
     {
-        return;
+        message = error.what();
+        where = error.where<char>();
     }
-    DocumentNode& element = nodes.Append(parent, {node.name(), node.name_size()});
-    element.text = TextOf(node, nodes);
-    if (node.first_attribute() != nullptr)
-    {
-        DocumentNode& attributes = nodes.Append(element, AttributesKey());
-        for (const auto* attribute = node.first_attribute(); attribute != nullptr;
-             attribute = attribute->next_attribute())
-        {
-            nodes.Append(attributes, {attribute->name(), attribute->name_size()}).text = {attribute->value(),
-                                                                                          attribute->value_size()};
-        }
-    }
-    for (const XmlNode* child = node.first_node(); child != nullptr; child = child->next_sibling())
-    {
-        AppendNode(nodes, element, *child);
-    }
+    const auto line = std::count(static_cast<const char*>(buffer.data()), where, '\n') + 1;
+    BOOST_PROPERTY_TREE_THROW(xml_parser_error(message, std::string(), static_cast<unsigned long>(line)));
 }
 
 } // namespace
 
-void ParseXml(std::string& text, DocumentNodes& nodes, DocumentNode& parent)
+void ParseXml(std::string_view text, DocumentNodes& nodes, DocumentNode& parent)
 {
-    try
+    NodeMaker maker(text, nodes, parent);
+    if (const std::size_t at = FindInvalid(text, TextRule::Xml); at < text.size())
     {
-        rapidxml::xml_document<char> document;
-        document.parse<rapidxml::parse_comment_nodes>(text.data());
-        for (const XmlNode* node = document.first_node(); node != nullptr; node = node->next_sibling())
-        {
-            AppendNode(nodes, parent, *node);
-        }
+        maker.Fail("not UTF-8, or a character that XML excludes", at);
     }
-    catch (rapidxml::parse_error& error)
+    if (!XmlScanner(text, maker).Scan())
     {
-        const auto line = std::count(text.data(), error.where<char>(), '\n') + 1;
-        BOOST_PROPERTY_TREE_THROW(xml_parser_error(error.what(), std::string(), static_cast<unsigned long>(line)));
+        ThrowParserError(text);
     }
 }
 
