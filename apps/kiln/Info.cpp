@@ -299,8 +299,8 @@ QString SampleFormatName(ImageIO::TiffSampleFormat format)
 }
 
 /// docs/kiln.md describes the object.
-QJsonObject FactsOf(const std::string& file, const ImageIO::TiffReader& reader, std::uint32_t pageCount,
-                    std::optional<Metadata>& record, const std::vector<std::string>& damages)
+std::string FactsOf(const std::string& file, const ImageIO::TiffReader& reader, std::uint32_t pageCount,
+                    const std::optional<Metadata>& record, const std::vector<std::string>& damages)
 {
     QJsonArray faults;
     for (const std::string& damage : damages)
@@ -316,10 +316,13 @@ QJsonObject FactsOf(const std::string& file, const ImageIO::TiffReader& reader, 
                             {"strips", number(reader.GetStripCount())},
                             {"rowsPerStrip", number(reader.GetRowsPerStrip())},
                             {"pages", number(pageCount)}};
-    return {{"file", QString::fromStdString(file)},
-            {"image", image},
-            {"record", record ? QJsonValue(RecordJson(*record)) : QJsonValue()},
-            {"faults", faults}};
+    QJsonObject facts{{"file", QString::fromStdString(file)}, {"image", image}, {"faults", faults}};
+    if (record)
+    {
+        return JsonText(facts, *record);
+    }
+    facts.insert("record", QJsonValue());
+    return JsonText(facts);
 }
 
 FileReport Info(const std::string& file, const InfoOptions& options)
@@ -362,7 +365,7 @@ FileReport Info(const std::string& file, const InfoOptions& options)
     FileReport result;
     if (options.batch.isJson)
     {
-        result.output = JsonText(FactsOf(file, reader, pixels.pageCount, record, damages));
+        result.output = FactsOf(file, reader, pixels.pageCount, record, damages);
         return result;
     }
     FactText report;

@@ -12,7 +12,9 @@ namespace Ardo::Kiln::Tool
 /// An object as text in one line, UTF-8.
 std::string JsonText(const QJsonObject& object);
 
-/// A record with the names of its document. All values are texts as in the document; lists are arrays.
-QJsonObject RecordJson(MetadataLib::Metadata& record);
+/// An object with the further member "record", which comes last: a record with the names of its document. All values
+/// are texts as in the document; lists are arrays.
+/// \param object whose names are all before "record".
+std::string JsonText(const QJsonObject& object, const MetadataLib::Metadata& record);
 
 } // namespace Ardo::Kiln::Tool

@@ -43,7 +43,7 @@ std::string DocumentOf(const std::string& name, const MetadataOptions& options)
     const Profiling::Stage stage("write record");
     if (options.batch.isJson)
     {
-        return JsonText({{"file", QString::fromStdString(name)}, {"record", RecordJson(record)}});
+        return JsonText({{"file", QString::fromStdString(name)}}, record);
     }
     return Written(record, options.format == "json" ? SerializeType::Json : SerializeType::Xml, name);
 }
