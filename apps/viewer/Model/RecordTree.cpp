@@ -130,8 +130,8 @@ std::optional<double> Number(const std::string& text)
 QString WithUnit(double value, const std::string& unit)
 {
     using Formatting::Prefix;
-    constexpr double NotGiven = std::numeric_limits<double>::quiet_NaN();
-    return QString::fromStdWString(Formatting::SI(value, Conversion::String::FromUtf8(unit), 4, NotGiven, NotGiven,
+    constexpr double Unknown = std::numeric_limits<double>::quiet_NaN();
+    return QString::fromStdWString(Formatting::SI(value, Conversion::String::FromUtf8(unit), 4, Unknown, Unknown,
                                                   Prefix::Femto, Prefix::Exa, false));
 }
 
