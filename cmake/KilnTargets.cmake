@@ -162,7 +162,8 @@ endfunction()
 #
 # The program takes its locale from the environment, which has a decimal comma in the second run.
 #
-# ONE_LOCALE: no second run, because other tests cover what the locale changes.
+# ONE_LOCALE: no second run, because other tests cover what the locale changes. ONE_LOCALE_TESTS SUITE.NAME ...: the same for
+# some of its tests, which may have wildcards.
 #
 # ONE_LOCALE_ON_WINDOWS: no second run there. For programs that neither read nor write numbers by the C and C++ libraries,
 # which differ between the systems, or whose work is done by other programs: the test programs alone have the locale there.
@@ -170,7 +171,8 @@ endfunction()
 # On Windows the sources and tests of tests/NotOnWindows.txt are left out, and a program that has no other sources. All
 # sources that end in Test_posix or Test_linux must be in that list. Sources that end in _win are for Windows only.
 function(kiln_test)
-    cmake_parse_arguments(arg "THREADED;WITHOUT_ERROR_RECORD_CHECK;ONE_LOCALE;ONE_LOCALE_ON_WINDOWS" "NAME" "SOURCES;LINK" ${ARGN})
+    cmake_parse_arguments(arg "THREADED;WITHOUT_ERROR_RECORD_CHECK;ONE_LOCALE;ONE_LOCALE_ON_WINDOWS" "NAME"
+                          "SOURCES;LINK;ONE_LOCALE_TESTS" ${ARGN})
     set(sources)
     foreach(source ${arg_SOURCES})
         file(RELATIVE_PATH listed ${PROJECT_SOURCE_DIR}/tests ${CMAKE_CURRENT_SOURCE_DIR}/${source})
@@ -192,11 +194,13 @@ function(kiln_test)
     if(NOT sources)
         return()
     endif()
-    set(filter)
+    set(leftOut)
     if(WIN32)
-        list(JOIN kilnNotOnWindowsTests ":" filter)
-        set(filter --gtest_filter=-${filter})
+        set(leftOut ${kilnNotOnWindowsTests})
     endif()
+    list(JOIN leftOut ":" filter)
+    list(APPEND leftOut ${arg_ONE_LOCALE_TESTS})
+    list(JOIN leftOut ":" hostileFilter)
     add_executable(${arg_NAME} ${sources})
     kiln_version_resource(${arg_NAME} "Tests of Common")
     target_link_libraries(${arg_NAME} PRIVATE Common KilnTestSupport KilnCompiler ${arg_LINK})
@@ -204,10 +208,10 @@ function(kiln_test)
         target_link_libraries(${arg_NAME} PRIVATE KilnErrorRecordCheck)
     endif()
     target_precompile_headers(${arg_NAME} REUSE_FROM KilnTestSupport)
-    add_test(NAME ${arg_NAME} COMMAND ${arg_NAME} ${filter})
+    add_test(NAME ${arg_NAME} COMMAND ${arg_NAME} --gtest_filter=-${filter})
     set_tests_properties(${arg_NAME} PROPERTIES TIMEOUT 600)
     if(NOT arg_ONE_LOCALE AND NOT (WIN32 AND arg_ONE_LOCALE_ON_WINDOWS))
-        add_test(NAME ${arg_NAME}.HostileLocale COMMAND ${arg_NAME} ${filter})
+        add_test(NAME ${arg_NAME}.HostileLocale COMMAND ${arg_NAME} --gtest_filter=-${hostileFilter})
         set_tests_properties(${arg_NAME}.HostileLocale PROPERTIES ENVIRONMENT "${KILN_HOSTILE_ENVIRONMENT}" TIMEOUT 600)
     endif()
     if(arg_THREADED)
