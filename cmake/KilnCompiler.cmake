@@ -40,6 +40,8 @@ else()
                   -Woverloaded-virtual
                   -Wcast-qual
                   -Wformat=2
+                  # It takes a source that a unity build includes for a header.
+                  $<$<AND:$<CXX_COMPILER_ID:GNU>,$<BOOL:$<TARGET_PROPERTY:UNITY_BUILD>>>:-Wno-subobject-linkage>
                   $<$<BOOL:${KILN_WARNINGS_AS_ERRORS}>:-Werror>)
 endif()
 
@@ -69,9 +71,8 @@ if(KILN_SANITIZERS)
     target_compile_options(
         KilnCompiler INTERFACE -fsanitize=${KILN_SANITIZERS} -fno-sanitize-recover=all -fno-omit-frame-pointer)
     if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
-        # Instrumented code brings false warnings, as the compiler's manual says, and so do sources that another one
-        # includes (unity build); the dev build has the true ones.
-        target_compile_options(KilnCompiler INTERFACE -Wno-error -Wno-maybe-uninitialized -Wno-subobject-linkage)
+        # Instrumented code brings false warnings, as the compiler's manual says; preset check has the true ones.
+        target_compile_options(KilnCompiler INTERFACE -Wno-error -Wno-maybe-uninitialized)
     endif()
     target_link_options(KilnCompiler INTERFACE -fsanitize=${KILN_SANITIZERS})
 endif()
