@@ -4,10 +4,12 @@
     many_files.py KILN RECORD [COUNT]
 
 RECORD is the program that prints an acquisition record (examples/AcquisitionRecord.cpp). Each command runs on all files in
-one call, in three interleaved rounds; printed are medians of elapsed time a file and their ratios to the peers.
+one call, in three interleaved rounds. Printed are medians, a file: elapsed time, processor time, and the ratios of elapsed
+times within a round to those of the peers.
 """
 
 import os
+import resource
 import shutil
 import statistics
 import subprocess
@@ -30,6 +32,12 @@ def make_files(kiln, record, count, folder):
     return files
 
 
+def processor_time():
+    """Of all programs that have ended, in seconds."""
+    usage = resource.getrusage(resource.RUSAGE_CHILDREN)
+    return usage.ru_utime + usage.ru_stime
+
+
 def main():
     kiln, record = (os.path.abspath(path) for path in sys.argv[1:3])
     count = int(sys.argv[3]) if len(sys.argv) > 3 else 10_000
@@ -48,19 +56,23 @@ def main():
             "kiln validate": [kiln, "validate"],
         }
         times = {name: [] for name in commands}
+        processor_times = {name: [] for name in commands}
         for _ in range(3):
             for name, command in commands.items():
+                processor_begin = processor_time()
                 begin = time.monotonic()
                 subprocess.run(command + files, cwd=folder, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL, check=True)
                 times[name].append((time.monotonic() - begin) / count * 1e6)
-        medians = {name: statistics.median(values) for name, values in times.items()}
+                processor_times[name].append((processor_time() - processor_begin) / count * 1e6)
         print(f"{count} files of {os.path.getsize(Path(folder, files[0]))} bytes, {os.cpu_count()} processors, "
               f"load {os.getloadavg()[0]:.1f}")
-        print(f"{'command':24} {'a file':>10}   ratio (ours / other)")
-        for name, median in medians.items():
-            peers = [] if not name.startswith("kiln") else [f"{median / medians[peer]:.2f} x {peer}"
-                                                            for peer in ("tiffinfo", "exiftool")]
-            print(f"{name:24} {median:7.1f} us   {', '.join(peers)}")
+        print(f"{'command':24} {'a file':>10} {'processor':>10}   ratio (ours / other)")
+        for name, elapsed in times.items():
+            ratios = {peer: statistics.median(map(lambda ours, other: ours / other, elapsed, times[peer]))
+                      for peer in ("tiffinfo", "exiftool")}
+            peers = [f"{ratio:.2f} x {peer}" for peer, ratio in ratios.items() if name.startswith("kiln")]
+            print(f"{name:24} {statistics.median(elapsed):7.1f} us {statistics.median(processor_times[name]):7.1f} us"
+                  f"   {', '.join(peers)}")
 
 
 if __name__ == "__main__":
