@@ -203,7 +203,7 @@ std::vector<ThreadFacts> ThreadsOf(const Crash& crash)
     {
         threads.push_back({crash.report->threadId, "", true, true, crash.report->stack});
     }
-    std::ranges::stable_partition(threads, &ThreadFacts::isAtFault);
+    std::stable_partition(threads.begin(), threads.end(), [](const ThreadFacts& thread) { return thread.isAtFault; });
     return threads;
 }
 
