@@ -10,6 +10,7 @@
 #include <Ardo/Kiln/Threading/BackgroundWorker.h>
 #include <Ardo/MetadataLib/Metadata.h>
 #include <boost/log/sources/record_ostream.hpp>
+#include <chrono>
 #include <cstdint>
 #include <filesystem>
 #include <iostream>
@@ -43,6 +44,8 @@ MetadataLib::Metadata Describe()
 {
     MetadataLib::Metadata metadata;
     metadata.Core.ApplicationSoftware = "Tutorial";
+    const auto now = std::chrono::system_clock::now();
+    metadata.Acquisition.AcquisitionDatetime = std::chrono::floor<std::chrono::milliseconds>(now);
     metadata.BinaryResult.PixelSize = MetadataLib::PixelSizeRecord{{PixelSize, "m"}, {PixelSize, "m"}};
     metadata.Optics.WorkingDistance = WorkingDistance;
     return metadata;

@@ -23,6 +23,8 @@ KILN_EXPORT std::span<const Formatting::Quantity> UsualDataBar() noexcept;
 /// time, times the number of line integrations; its dose rate is the mean over the frame time. Otherwise the dose rate
 /// is that of a beam of the given diameter that is equally bright everywhere, and the dose is what it adds up to during
 /// the exposure.
+///
+/// The field of view needs both BinaryResult.PixelSize and BinaryResult.ImageSize.
 /// \throws std::invalid_argument for a value outside the enumeration.
 KILN_EXPORT std::wstring QuantityOfRecord(const MetadataLib::Metadata& metadata, Formatting::Quantity quantity);
 
