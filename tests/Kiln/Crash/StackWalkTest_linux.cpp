@@ -43,6 +43,9 @@ TEST(StackWalkTest, AnotherProcessIsWalkedFromOutside)
     ExpectSample(frames, point);
     EXPECT_TRUE(frames.at(0).inlined);
     EXPECT_NE(frames.at(1).function.find("::Middle("), std::string::npos) << Describe(frames); // with its parameters
+    EXPECT_EQ(frames.back().function, "_start") << Describe(frames);
+    EXPECT_FALSE(frames.back().sourceFile.ends_with("StackSample.cpp"))
+        << Describe(frames); // where the nearest line is
     const auto module = ModuleOf(static_cast<std::uint32_t>(child), point.context.Rip);
     EXPECT_TRUE(module && module->file == Platform::ExecutablePath());
 

@@ -330,15 +330,16 @@ private:
 
         Dwarf_Addr bias = 0;
         auto* const unit = ::dwfl_module_addrdie(module, pc, &bias);
-        if (auto* const line = ::dwfl_module_getsrc(module, pc); line != nullptr)
+        // The library answers with the nearest unit and its nearest line, also for code without debug information.
+        if (unit != nullptr && ::dwarf_haspc(unit, pc - bias) > 0)
         {
-            int number = 0;
-            const char* const file = ::dwfl_lineinfo(line, nullptr, &number, nullptr, nullptr, nullptr);
-            frame.sourceFile = file != nullptr && number > 0 ? file : "";
-            frame.line = file != nullptr && number > 0 ? static_cast<std::uint32_t>(number) : 0;
-        }
-        if (unit != nullptr)
-        {
+            if (auto* const line = ::dwfl_module_getsrc(module, pc); line != nullptr)
+            {
+                int number = 0;
+                const char* const file = ::dwfl_lineinfo(line, nullptr, &number, nullptr, nullptr, nullptr);
+                frame.sourceFile = file != nullptr && number > 0 ? file : "";
+                frame.line = file != nullptr && number > 0 ? static_cast<std::uint32_t>(number) : 0;
+            }
             AddInlined(unit, pc - bias, frame, frames);
         }
 
