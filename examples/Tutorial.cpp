@@ -56,7 +56,8 @@ MetadataLib::Metadata Describe()
 int main()
 {
     // Faults leave a report and a minidump. First of all, so that the rest of main is covered.
-    Exception::Handler::SetFlags(Exception::Handler::CatchUncaught | Exception::Handler::RememberThrows);
+    Exception::Handler::SetFlags(Exception::Handler::CreateDumpFolder | Exception::Handler::CatchUncaught |
+                                 Exception::Handler::RememberThrows);
     Exception::Handler::Initialize();
 
     const std::filesystem::path folder = std::filesystem::temp_directory_path() / "tutorial";
