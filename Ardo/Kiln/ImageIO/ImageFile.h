@@ -47,8 +47,9 @@ class TiffReader;
 class KILN_EXPORT ImageFile
 {
 public:
-    /// Opens \p path, recognises its format and reads the headers. On Linux a byte of the name that is not valid UTF-8
-    /// is represented as U+DC80 to U+DCFF (FileSystem::ToWide).
+    /// Opens \p path. Of a TIFF file the headers are read here; a file of another kind, also one that is no image, is
+    /// recognised and checked by ReadImage(). On Linux a byte of the name that is not valid UTF-8 is represented as
+    /// U+DC80 to U+DCFF (FileSystem::ToWide).
     /// \throws ReadImageException
     /// \throws std::range_error of FileSystem::ToPath if the name can be no path.
     explicit ImageFile(const std::wstring& path);

@@ -28,7 +28,8 @@ class KILN_EXPORT Poller : public IPoller
 public:
     /// Does not poll yet.
     /// \param worker must outlive this.
-    /// \param interval below some 35.8 minutes; a longer one wraps around, see PeriodicScheduledWork.
+    /// \param interval above 0 and below some 35.8 minutes. It is not checked: with another one the function is called
+    ///        again and again without a pause, or at a wrong interval. See Threading::PeriodicScheduledWork.
     Poller(Threading::BackgroundWorker& worker, const std::chrono::milliseconds& interval);
     ~Poller() override;
     Poller(const Poller&) = delete;

@@ -106,7 +106,8 @@ public:
 
     /// Runs \p function on the worker's thread one period from now, and again one period after each run has begun.
     ///
-    /// \param period in seconds, below about 35.8 minutes: see PeriodicScheduledWork.
+    /// \param period from 1 to 2147 seconds (35.8 minutes). It is not checked: with another one \p function runs again
+    ///        and again without a pause, or with a wrong period. See PeriodicScheduledWork.
     /// \returns the owner of the series: its destructor ends the series.
     /// \throws BackgroundWorkerException "Cannot schedule periodic tasks without a thread".
     virtual ScopedScheduledWork Every(const std::chrono::seconds& period, std::function<void()>&& function);

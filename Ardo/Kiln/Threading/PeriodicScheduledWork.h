@@ -31,7 +31,7 @@ public:
 
     /// Starts the timer. \p context runs the series; \p work must not be null.
     /// \param period in microseconds. Only its low 32 bits count, as a signed number: 2,147,483,648 microseconds (some
-    /// 35.8 minutes) or more wrap around, and a negative period is over at once.
+    /// 35.8 minutes) or more become another number. With 0 or a negative number each run follows at once.
     /// \throws boost::system::system_error with "expires_from_now" when the timer cannot be set.
     PeriodicScheduledWork(boost::asio::io_context& context, std::shared_ptr<PeriodicWork> work,
                           std::chrono::microseconds period);
