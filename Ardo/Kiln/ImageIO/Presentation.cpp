@@ -230,7 +230,8 @@ std::optional<ScaleBar> MakeScaleBar(const MetadataLib::Quantity& pixelSize, dou
 {
     const double size = InBaseUnit(pixelSize);
     const double most = size * maxPixels;
-    if (!(size > 0.0) || !(maxPixels > 0.0) || !std::isnormal(most) || !std::isfinite(1.0 / size))
+    const std::string unit = pixelSize.Unit.value_or("");
+    if (unit.empty() || !(size > 0.0) || !(maxPixels > 0.0) || !std::isnormal(most) || !std::isfinite(1.0 / size))
     {
         return std::nullopt;
     }
@@ -241,12 +242,11 @@ std::optional<ScaleBar> MakeScaleBar(const MetadataLib::Quantity& pixelSize, dou
     {
         length = factor * power <= most * Rounding ? factor * power : length;
     }
-    const std::wstring unit = Conversion::String::FromUtf8(pixelSize.Unit.value_or(""));
     constexpr double NotGiven = std::numeric_limits<double>::quiet_NaN();
     // The prefix keeps the number whole, except below the smallest one.
-    return ScaleBar{
-        length, length / size,
-        Formatting::SI(length, unit, 3, NotGiven, NotGiven, Formatting::Prefix::Femto, Formatting::Prefix::Exa, false)};
+    return ScaleBar{length, length / size,
+                    Formatting::SI(length, Conversion::String::FromUtf8(unit), 3, NotGiven, NotGiven,
+                                   Formatting::Prefix::Femto, Formatting::Prefix::Exa, false)};
 }
 
 const_raw_image MakePresentation(const const_raw_image& image, const MetadataLib::PixelSizeRecord* pixelSize,
@@ -263,7 +263,7 @@ const_raw_image MakePresentation(const const_raw_image& image, const MetadataLib
                   : MakeScaleBar(ScaledPixelSize(*pixelSize, image.Size(), scaled.Size()).X, maxPixels);
         if (!bar)
         {
-            throw std::invalid_argument("a scale bar needs the pixel size of the image");
+            throw std::invalid_argument("a scale bar needs the pixel size of the image and its unit");
         }
     }
     const DataBar dataBar(settings.dataBar, scaled.Size().width, textHeight);

@@ -47,12 +47,13 @@ struct ScaleBar
 
 /// The longest nice bar of at most \p maxPixels pixels.
 /// \param pixelSize one pixel; its unit is that of the label.
-/// \returns empty if the pixel size or \p maxPixels is not a positive finite number.
+/// \returns empty if the pixel size has no unit, or it or \p maxPixels is not a positive finite number.
 KILN_EXPORT std::optional<ScaleBar> MakeScaleBar(const MetadataLib::Quantity& pixelSize, double maxPixels);
 
 /// The picture: pixels of kind UInt8 if the image and all colours are grey, otherwise Rgb8. Any thread may call it.
 /// \param pixelSize of \p image; null if it is not known.
-/// \throws std::invalid_argument for settings that are out of range, and for a scale bar without a pixel size.
+/// \throws std::invalid_argument for settings that are out of range, and for a scale bar where MakeScaleBar() of the
+///         pixel size is empty.
 KILN_EXPORT Imaging::const_raw_image MakePresentation(const Imaging::const_raw_image& image,
                                                       const MetadataLib::PixelSizeRecord* pixelSize,
                                                       const PresentationSettings& settings);

@@ -30,6 +30,10 @@ std::string ReasonOf(const std::error_code& code)
 
 void WriteWholeFile(const std::wstring& fileName, const std::function<void(const std::filesystem::path&)>& write)
 {
+    if (fileName.empty())
+    {
+        throw Exception::Error("no file name");
+    }
     std::string name;
     try
     {

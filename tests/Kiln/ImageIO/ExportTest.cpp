@@ -138,6 +138,7 @@ TEST(PresentationTest, ScaleBarsAreNice)
         EXPECT_FALSE(MakeScaleBar({wrong, "m"}, 100));
         EXPECT_FALSE(MakeScaleBar({1e-9, "m"}, wrong));
     }
+    EXPECT_FALSE(MakeScaleBar({5e-9}, 80) || MakeScaleBar({5e-9, ""}, 80)) << "a length without a unit";
 }
 
 TEST(PresentationTest, DrawsBarsOnTheMappedImage)
@@ -354,6 +355,7 @@ TEST(PlotFileTest, TextsThatSpreadsheetsOpen)
     EXPECT_EQ(Support::ReadFile(folder / "µ.csv"), "x\r\n");
     EXPECT_THAT([&] { WritePlot(FileSystem::ToWide(folder.Path()), plot); },
                 ThrowsMessage<Exception::Error>(HasSubstr(": is a folder")));
+    EXPECT_THAT([&] { WritePlot(L"", plot); }, ThrowsMessage<Exception::Error>("no file name"));
 }
 
 TEST(ReadColourTableTest, FilesAndWhatIsNone)
