@@ -63,7 +63,7 @@ make_package() {
         cmake -DPACKAGE="$PWD/$name" -DSOURCE_DIR="$root" -DWORK_DIR="$PWD/consumer" -DGENERATOR=Ninja -DEXE_SUFFIX=.exe \
             -DEMULATOR=wine -DTOOLCHAIN="$prefix/mingw.cmake" -P "$root/tests/Consumer/Run.cmake"
     )
-    scripts/windows-picture "$out/a new machine/$name/bin/viewer.exe" "$out/viewer.png"
+    scripts/windows-picture "$out/a new machine/$name/bin/viewer.exe" build/windows/cell.tif "$out/viewer.png"
     rm -rf "$out/a new machine"
     printf '%s\n' "$out/$name.zip"
 }
