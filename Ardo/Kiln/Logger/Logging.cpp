@@ -6,6 +6,7 @@
 #include "Ardo/Kiln/Logger/LogFileAttribute.h"
 #include "Ardo/Kiln/Logger/LogFileRegistry.h"
 #include "Ardo/Kiln/Logger/Sinks_p.h"
+#include "Ardo/Kiln/Platform/FileFlags.h"
 
 #include <stdexcept>
 
@@ -13,6 +14,35 @@ namespace Ardo::Kiln::Logger
 {
 
 namespace fs = std::filesystem;
+
+namespace
+{
+
+/// Makes sure that the log file \p path can be found in \p folder and written.
+/// \param name of the file without its extension.
+void PrepareFile(const fs::path& path, const fs::path& folder, const std::wstring& name)
+{
+    const auto refuse = [&path](const char* reason)
+    {
+        throw std::runtime_error("Log file " + FileSystem::ToDisplayText(path) + " cannot be used: its name " + reason +
+                                 ".");
+    };
+    if (name.empty())
+    {
+        refuse("is empty");
+    }
+    if (path != folder / path.filename())
+    {
+        refuse("has a folder");
+    }
+    CheckLogFileAttribute(path.string().c_str());
+    if (Platform::IsHiddenByName(path))
+    {
+        refuse("would hide it");
+    }
+}
+
+} // namespace
 
 bool Logging::m_initialized = false;
 const wchar_t* Logging::m_currentBaseName = L"";
@@ -72,16 +102,18 @@ void Logging::Flush()
 
 void Logging::AddDebugSink()
 {
-    const fs::path path = GetLogFilePath(m_baseName + L"_Dbg");
-    CheckLogFileAttribute(path.string().c_str());
+    const std::wstring name = m_baseName + L"_Dbg";
+    const fs::path path = GetLogFilePath(name);
+    PrepareFile(path, GetLogFolderPath(), name);
     m_changedSinks = true;
     AddDebugFile(path);
 }
 
 void Logging::AddArdoSink(const LogDefinition& definition)
 {
+    EnsureFolderExists();
     const fs::path path = GetLogFilePath(definition.fileName);
-    CheckLogFileAttribute(path.string().c_str());
+    PrepareFile(path, GetLogFolderPath(), definition.fileName);
     m_changedSinks = true;
     AddDefinitionFile(path, definition);
 }

@@ -57,11 +57,16 @@ public:
     /// \throws std::runtime_error "The logging environment is already initialized"; the first one stays as it is.
     /// \throws std::filesystem::filesystem_error "create_directories" with the folder and the system's reason.
     /// \throws std::runtime_error of CheckLogFileAttribute when the debug file cannot be made visible and writable.
-    /// \throws std::runtime_error when the debug file and a definition's file would overwrite each other, see AddSinks.
+    /// \throws std::runtime_error when the base name has a folder or, on Linux, begins with a dot, and when the debug
+    ///         file and a definition's file would overwrite each other, see AddSinks.
     void Initialize();
 
     /// Adds one log file for each definition, in this order; may be called again for more.
     ///
+    /// Call Initialize first: records that may wait in memory are written each second only from then on.
+    /// \throws std::filesystem::filesystem_error as Initialize when the log folder is missing and cannot be created.
+    /// \throws std::runtime_error "Log file " + path + " cannot be used: ..." when the name is empty, has a folder or,
+    ///         on Linux, begins with a dot, which hides the file; the files before it have been added.
     /// \throws std::runtime_error of CheckLogFileAttribute when a file cannot be made visible and writable; the files
     ///         before it have been added.
     /// \throws std::runtime_error "Log file " + path + " cannot be used: ..." when rotating it or another file of this

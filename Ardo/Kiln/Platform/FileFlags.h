@@ -13,6 +13,11 @@ namespace Ardo::Kiln::Platform
 /// \throws std::bad_alloc only.
 KILN_EXPORT_FOR_TESTS bool IsHidden(const std::filesystem::path& file);
 
+/// True if a file with this name would be hidden: on Linux if the name begins with a dot, on Windows never.
+///
+/// Any thread may call it.
+bool IsHiddenByName(const std::filesystem::path& file);
+
 /// Makes a hidden file visible. Does nothing for any other file.
 ///
 /// On Windows the attribute is cleared. On Linux only another name would make the file visible, so the function fails

@@ -8,10 +8,15 @@
 namespace Ardo::Kiln::Platform
 {
 
+bool IsHiddenByName(const std::filesystem::path& file)
+{
+    return file.filename().native().starts_with('.');
+}
+
 bool IsHidden(const std::filesystem::path& file)
 {
     std::error_code error;
-    return file.filename().native().starts_with('.') && std::filesystem::exists(file, error);
+    return IsHiddenByName(file) && std::filesystem::exists(file, error);
 }
 
 std::error_code ClearHidden(const std::filesystem::path& file)

@@ -6,6 +6,11 @@
 namespace Ardo::Kiln::Platform
 {
 
+bool IsHiddenByName(const std::filesystem::path&)
+{
+    return false;
+}
+
 bool IsHidden(const std::filesystem::path& file)
 {
     const DWORD attributes = ::GetFileAttributesW(file.c_str());

@@ -246,8 +246,15 @@ TEST_F(LoggingTest, TheOffsetFollowsTheClockThroughAChangeOfDaylightSaving)
     LogFileRegistry::Shutdown();
 }
 
-TEST_F(LoggingTest, FilesThatWouldRotateOverEachOtherAreRefused)
+TEST_F(LoggingTest, FilesThatHideLieElsewhereOrRotateOverEachOtherAreRefused)
 {
+    {
+        Logging early(m_folder / "not/yet", L"sub/B");
+        early.AddSinks({{L"Early", 0, {}, InfoAndAbove}});
+        Log("C", error, "first");
+        EXPECT_THAT(Support::ReadFile(m_folder / "not/yet/Log/Early.log"), testing::EndsWith("first\n"));
+        EXPECT_THROW(early.Initialize(), std::runtime_error);
+    }
     Logging logging(m_folder.Path(), L"B");
     logging.Initialize();
     logging.AddSinks({{L"Guide", 0, {}, InfoAndAbove}, {L"Deep.2", 0, {}, InfoAndAbove}});
@@ -258,6 +265,22 @@ TEST_F(LoggingTest, FilesThatWouldRotateOverEachOtherAreRefused)
                 logging.AddSinks({{name, 0, {}, InfoAndAbove}});
             },
             ThrowsMessage<std::runtime_error>(testing::EndsWith("overwrite each other when they are rotated.")));
+    }
+    const bool dotHides = Support::HiddenName("x").starts_with('.');
+    const std::pair<std::wstring, const char*> names[] = {
+        {L"", "its name is empty."},
+        {L"sub/x", "its name has a folder."},
+        {L"../x", "its name has a folder."},
+        {(m_folder / "x").wstring(), "its name has a folder."},
+        {dotHides ? L".x" : L"", dotHides ? "its name would hide it." : "is empty."},
+    };
+    for (const auto& [name, reason] : names)
+    {
+        EXPECT_THAT(
+            [&] {
+                logging.AddSinks({{name, 0, {}, InfoAndAbove}});
+            },
+            ThrowsMessage<std::runtime_error>(testing::EndsWith(reason)));
     }
     EXPECT_NO_THROW(logging.AddSinks({{L"Guide", 0, {}, {fatal}}, {L"Guide.3", 0, {}, {}}, {L"Guide.10", 0, {}, {}}}));
     EXPECT_EQ(std::distance(fs::directory_iterator(m_folder / "Log"), {}), 5);
