@@ -33,7 +33,7 @@ struct Crash
     std::optional<CrashDump> dump;
     std::string reportFile; ///< UTF-8, as the other name.
     std::string dumpFile;
-    std::map<std::string, Lines> logs; ///< The last lines of each file; none if it cannot be read.
+    std::map<std::string, std::optional<Lines>> logs; ///< The last lines of each file; not given if it cannot be read.
 };
 
 std::string Hexadecimal(std::uint64_t number, std::size_t digits)
@@ -47,18 +47,23 @@ std::string Hexadecimal(std::uint64_t number, std::size_t digits)
     return padded;
 }
 
-/// The last lines of a log file. Where the lines tell their process, those of another one are left out.
-Lines LastLines(const fs::path& path, std::uint32_t processId)
+/// The last lines of a log file; not given if it cannot be read. Where the lines tell their process, those of another
+/// one are left out.
+std::optional<Lines> LastLines(const fs::path& path, std::uint32_t processId)
 {
     constexpr std::streamoff MaxSize = 1 << 16;
     constexpr std::size_t MaxLines = 10;
     std::error_code error;
-    if (!fs::is_regular_file(path, error))
+    std::ifstream file;
+    if (fs::is_regular_file(path, error))
     {
-        return {};
+        file.open(path, std::ios::binary | std::ios::ate);
     }
-    std::ifstream file(path, std::ios::binary | std::ios::ate);
-    const std::streamoff size = file ? std::streamoff(file.tellg()) : 0;
+    if (!file.is_open())
+    {
+        return std::nullopt;
+    }
+    const auto size = std::streamoff(file.tellg());
     file.seekg(std::max<std::streamoff>(0, size - MaxSize));
     Lines lines;
     std::string line;
@@ -68,6 +73,10 @@ Lines LastLines(const fs::path& path, std::uint32_t processId)
         {
             lines.push_back(line.substr(0, line.find_last_not_of('\r') + 1));
         }
+    }
+    if (lines.empty() && size > 0)
+    {
+        return std::nullopt; // no line end in all that was read
     }
     // Date and time, level, thread, process and text are separated by tabs.
     const std::string process = "\t" + std::to_string(processId) + "\t";
@@ -96,10 +105,13 @@ void ReadLogs(Crash& crash)
             return;
         }
         const std::string file = name.substr(name.find_last_of("/\\") + 1);
-        Lines lines = LastLines(ToPath(name), crash.report->processId);
-        crash.logs[name] =
-            lines.empty() ? LastLines(ToPath(crash.reportFile).parent_path() / ToPath(file), crash.report->processId)
-                          : std::move(lines);
+        auto lines = LastLines(ToPath(name), crash.report->processId);
+        if (!lines || lines->empty())
+        {
+            auto beside = LastLines(ToPath(crash.reportFile).parent_path() / ToPath(file), crash.report->processId);
+            lines = beside ? std::move(beside) : std::move(lines);
+        }
+        crash.logs[name] = std::move(lines);
     }
 }
 
@@ -343,7 +355,16 @@ std::string TextOf(const Crash& crash)
     }
     for (const auto& [file, lines] : crash.logs)
     {
-        addLines("Log " + file + (lines.empty() ? ": cannot be read here" : ", last lines"), lines);
+        Lines shown = lines.value_or(Lines());
+        for (std::string& line : shown)
+        {
+            std::ranges::replace(line, '\t', ' '); // separates the fields of a line
+        }
+        addLines("Log " + file +
+                     (!lines          ? ": cannot be read here"
+                      : shown.empty() ? ": is empty"
+                                      : ", last lines"),
+                 shown);
     }
     if (crash.dump)
     {
@@ -404,7 +425,7 @@ std::string JsonOf(const std::string& name, const Crash& crash)
     QJsonArray logs;
     for (const auto& [file, lines] : crash.logs)
     {
-        logs.append(QJsonObject{{"file", ToJson(file)}, {"lines", ToJson(lines)}});
+        logs.append(QJsonObject{{"file", ToJson(file)}, {"lines", ToJson(lines.value_or(Lines()))}});
     }
     const QJsonObject exception{{"code", ToJson(fault.code == 0 ? "" : Hexadecimal(fault.code, 8))},
                                 {"name", ToJson(fault.name)},
