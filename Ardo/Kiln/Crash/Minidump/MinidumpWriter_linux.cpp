@@ -625,7 +625,7 @@ int WriteMinidumpFile(int descriptor, const CrashRequest& request) noexcept
     if (error != 0)
     {
         // A part of a minidump is of no use.
-        static_cast<void>(::ftruncate(descriptor, 0));
+        static_cast<void>(::ftruncate(descriptor, 0) == 0);
     }
     errno = savedErrno;
     return error;
