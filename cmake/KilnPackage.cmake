@@ -81,4 +81,12 @@ foreach(component ${CPACK_COMPONENTS_ALL})
         DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/${package}
         COMPONENT ${component})
 endforeach()
+
+# Manual pages of packages are compressed.
+install(
+    CODE "foreach(page kiln viewer)
+    execute_process(COMMAND ${GZIP} -9nf \"\$ENV{DESTDIR}\${CMAKE_INSTALL_PREFIX}/${CMAKE_INSTALL_MANDIR}/man1/\${page}.1\"
+                    COMMAND_ERROR_IS_FATAL ANY)
+endforeach()"
+    COMPONENT tools)
 include(CPack)

@@ -172,7 +172,7 @@ TEST(DocumentationTest, TheScaleBarIsTheOneOfTheReadme)
     EXPECT_EQ(label, L"10 \u00B5m");
     EXPECT_EQ(pixels, 93);
     const std::string page = Read("README.md");
-    const std::size_t begin = page.find("```cpp\nconst ") + 6;
+    const std::size_t begin = page.find("const double pixelSize");
     const std::string block = page.substr(begin, page.find("\n```", begin) - begin);
     EXPECT_THAT(Read("tests/Kiln/Formatting/DocumentationTest.cpp"),
                 testing::HasSubstr(std::regex_replace(block, std::regex("\n"), "\n    ")));
