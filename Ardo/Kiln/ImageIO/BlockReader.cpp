@@ -21,28 +21,31 @@ std::int64_t BlockReader::ReadAt(std::uint64_t offset, void* bytes, std::int64_t
     {
         return m_file.ReadAt(offset, bytes, size);
     }
-    if (m_block.empty() || m_blockOffset != begin)
+    if ((m_block.empty() || m_blockOffset != begin) && !ReadBlock(begin))
     {
-        try
-        {
-            m_block.resize(std::min(BlockSize, SizeWhenOpened() - begin));
-        }
-        catch (const std::bad_alloc&)
-        {
-            return m_file.ReadAt(offset, bytes, size);
-        }
-        const std::int64_t count = m_file.ReadAt(begin, m_block.data(), static_cast<std::int64_t>(m_block.size()));
-        m_block.resize(static_cast<std::size_t>(std::max<std::int64_t>(count, 0)));
-        m_blockOffset = begin;
-        if (count < 0)
-        {
-            return count;
-        }
+        return m_file.ReadAt(offset, bytes, size); // what is wanted may be readable
     }
     const std::uint64_t skipped = std::min<std::uint64_t>(offset - begin, m_block.size());
     const std::uint64_t count = std::min(static_cast<std::uint64_t>(size), m_block.size() - skipped);
     std::memcpy(bytes, m_block.data() + skipped, count);
     return static_cast<std::int64_t>(count);
+}
+
+bool BlockReader::ReadBlock(std::uint64_t begin) noexcept
+{
+    try
+    {
+        m_block.resize(std::min(BlockSize, SizeWhenOpened() - begin));
+    }
+    catch (const std::bad_alloc&)
+    {
+        m_block.clear();
+        return false;
+    }
+    const std::int64_t count = m_file.ReadAt(begin, m_block.data(), static_cast<std::int64_t>(m_block.size()));
+    m_block.resize(static_cast<std::size_t>(std::max<std::int64_t>(count, 0)));
+    m_blockOffset = begin;
+    return count >= 0;
 }
 
 } // namespace Ardo::Kiln::ImageIO

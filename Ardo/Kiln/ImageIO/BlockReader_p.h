@@ -26,6 +26,9 @@ public:
     std::error_code LastError() const noexcept { return m_file.LastError(); }
 
 private:
+    /// False if the block at \p begin cannot be read, or there is no memory for it.
+    bool ReadBlock(std::uint64_t begin) noexcept;
+
     Platform::RandomAccessFile& m_file;
     std::vector<char> m_block;       ///< Shorter than a block at the end of the file; empty before the first read.
     std::uint64_t m_blockOffset = 0; ///< Where the block begins in the file.

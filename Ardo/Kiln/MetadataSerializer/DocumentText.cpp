@@ -15,14 +15,14 @@ namespace
 
 constexpr std::size_t IndentSize = 4;
 
-/// Appends \p text and replaces the characters that \p replacement has a text for.
-template <typename Replacement>
-void AppendReplacing(std::string& target, std::string_view text, const Replacement& replacement)
+/// Appends \p text. Characters that \p escape returns a text for are replaced by it.
+template <typename Escape>
+void AppendEscaped(std::string& target, std::string_view text, const Escape& escape)
 {
     std::size_t begin = 0;
     for (std::size_t at = 0; at < text.size(); ++at)
     {
-        if (const auto other = replacement(text[at]); !other.empty())
+        if (const auto other = escape(text[at]); !other.empty())
         {
             target.append(text, begin, at - begin).append(other);
             begin = at + 1;
@@ -91,31 +91,31 @@ private:
             m_text += "&#32;"; // or readers might take the text for indentation
             text.remove_prefix(1);
         }
-        AppendReplacing(m_text, text,
-                        [isAttribute](char c) -> std::string_view
-                        {
-                            switch (c)
-                            {
-                            case '<':
-                                return "&lt;";
-                            case '>':
-                                return "&gt;";
-                            case '&':
-                                return "&amp;";
-                            case '"':
-                                return "&quot;";
-                            case '\'':
-                                return "&apos;";
-                            case '\r':
-                                return "&#13;";
-                            case '\t':
-                                return isAttribute ? "&#9;" : "";
-                            case '\n':
-                                return isAttribute ? "&#10;" : "";
-                            default:
-                                return "";
-                            }
-                        });
+        AppendEscaped(m_text, text,
+                      [isAttribute](char c) -> std::string_view
+                      {
+                          switch (c)
+                          {
+                          case '<':
+                              return "&lt;";
+                          case '>':
+                              return "&gt;";
+                          case '&':
+                              return "&amp;";
+                          case '"':
+                              return "&quot;";
+                          case '\'':
+                              return "&apos;";
+                          case '\r':
+                              return "&#13;";
+                          case '\t':
+                              return isAttribute ? "&#9;" : "";
+                          case '\n':
+                              return isAttribute ? "&#10;" : "";
+                          default:
+                              return "";
+                          }
+                      });
     }
 
     std::string& m_text;
@@ -156,7 +156,7 @@ private:
     void Characters(std::string_view text)
     {
         m_text += '"';
-        AppendReplacing(m_text, text, [this](char c) { return Escape(c); });
+        AppendEscaped(m_text, text, [this](char c) { return Escape(c); });
         m_text += '"';
     }
 

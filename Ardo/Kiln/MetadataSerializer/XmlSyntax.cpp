@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <array>
+#include <boost/locale/utf.hpp>
 #include <charconv>
 #include <cstdint>
 #include <optional>
@@ -70,19 +71,6 @@ bool IsEncodingName(std::string_view text)
 constexpr std::array<std::pair<std::string_view, char>, 5> Entities{
     {{"lt;", '<'}, {"gt;", '>'}, {"amp;", '&'}, {"quot;", '"'}, {"apos;", '\''}}};
 
-/// Writes a character as UTF-8 to \p target and returns the end.
-char* CopyUtf8(std::uint32_t value, char* target)
-{
-    const unsigned following = value < 0x80 ? 0 : value < 0x800 ? 1 : value < 0x10000 ? 2 : 3;
-    constexpr std::array<unsigned char, 4> Lead{0, 0xC0, 0xE0, 0xF0};
-    *target++ = static_cast<char>(Lead[following] | (value >> (6 * following)));
-    for (unsigned rest = following; rest > 0; --rest)
-    {
-        *target++ = static_cast<char>(0x80U | ((value >> (6 * (rest - 1))) & 0x3FU));
-    }
-    return target;
-}
-
 /// The character that a reference behind "&#" stands for and the length of the reference; nothing if it is none.
 std::optional<std::pair<std::uint32_t, std::size_t>> CharacterReference(std::string_view text)
 {
@@ -131,7 +119,7 @@ std::size_t CopyDecoded(std::string_view text, char* target)
         if (text.starts_with('#'))
         {
             const auto reference = CharacterReference(text.substr(1));
-            end = reference ? CopyUtf8(reference->first, end) : end;
+            end = reference ? boost::locale::utf::utf_traits<char>::encode(reference->first, end) : end;
             text.remove_prefix(1 + (reference ? reference->second : 0));
             continue;
         }
