@@ -6,8 +6,10 @@
 #include "apps/kiln/ToolLog.h"
 
 #include "Ardo/Kiln/MetadataSerializer/DocumentFault.h"
+#include "Ardo/Kiln/MetadataSerializer/Record.h"
 #include "Ardo/Kiln/Profiling/Stage.h"
 
+#include <boost/property_tree/exceptions.hpp>
 #include <QJsonArray>
 
 #include <algorithm>
@@ -26,6 +28,20 @@ namespace
 using MetadataSerializer::DocumentFault;
 using MetadataSerializer::SerializeType;
 using Faults = std::vector<DocumentFault>;
+
+/// True if the library writes \p record as \p document, byte for byte.
+/// \param record as read from the document without fault.
+bool IsAsWritten(const MetadataLib::Metadata& record, const RecordDocument& document)
+{
+    try
+    {
+        return MetadataSerializer::Record(record).SerializeToString(document.type) == document.text;
+    }
+    catch (const boost::property_tree::ptree_bad_data&)
+    {
+        return false; // written with all digits of its numbers, it is longer than readers take
+    }
+}
 
 /// True when the text is a document with a "Metadata" and few faults for the reader: then validation costs about as
 /// much as reading.
@@ -95,12 +111,17 @@ bool IsSame(const DocumentFault& schema, const DocumentFault& reader)
 
 /// The reader is first: it bounds the cost of a document, and checks what the schema cannot express, such as the values
 /// of custom properties. A JSON document is checked by the reader only.
+///
+/// The schema describes the form in which records are written, so a document that is just as the library writes the
+/// record in it has no fault. Writing it takes a fraction of the time of the schema's validator.
 Faults FaultsOf(const RecordDocument& document)
 {
     Profiling::Stage stage("validate record");
     stage.AddBytes(document.text.size());
-    Faults readerFaults = CheckDocument(document.text, document.type);
-    if (document.type != SerializeType::Xml || !IsForSchema(readerFaults))
+    MetadataLib::Metadata record;
+    Faults readerFaults = CheckDocument(document.text, document.type, record);
+    if (document.type != SerializeType::Xml || !IsForSchema(readerFaults) ||
+        (readerFaults.empty() && IsAsWritten(record, document)))
     {
         return readerFaults;
     }

@@ -17,15 +17,14 @@ namespace Ardo::Kiln::MetadataSerializer
 namespace
 {
 
-std::vector<DocumentFault> ReadAndReport(const std::string& text, SerializeType type)
+std::vector<DocumentFault> ReadAndReport(const std::string& text, SerializeType type, MetadataLib::Metadata& record)
 {
     const Document document(text, type);
     ReadReport report(ReadReport::Extensions::Allowed);
     std::optional<DocumentFault> reason;
     try
     {
-        MetadataLib::Metadata metadata;
-        TreeReader(document.Metadata(), type, report).ReadRecord(metadata);
+        TreeReader(document.Metadata(), type, report).ReadRecord(record);
     }
     catch (const std::bad_alloc&)
     {
@@ -72,6 +71,12 @@ DocumentFault FaultOf(const std::exception& error)
 
 std::vector<DocumentFault> CheckDocument(const std::string& text, SerializeType type)
 {
+    MetadataLib::Metadata record;
+    return CheckDocument(text, type, record);
+}
+
+std::vector<DocumentFault> CheckDocument(const std::string& text, SerializeType type, MetadataLib::Metadata& record)
+{
     if (text.size() > Serializable::MaxTextSize)
     {
         return {{0, std::string(),
@@ -80,7 +85,7 @@ std::vector<DocumentFault> CheckDocument(const std::string& text, SerializeType 
     }
     try
     {
-        return ReadAndReport(text, type);
+        return ReadAndReport(text, type, record);
     }
     catch (const std::bad_alloc&)
     {

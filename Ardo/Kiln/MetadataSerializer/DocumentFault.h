@@ -11,6 +11,11 @@
 #include <string>
 #include <vector>
 
+namespace Ardo::MetadataLib
+{
+struct Metadata;
+}
+
 namespace Ardo::Kiln::MetadataSerializer
 {
 
@@ -51,6 +56,13 @@ KILN_EXPORT DocumentFault FaultOf(const std::exception& error);
 /// Serializable::MaxTextSize, which Record ignores, is a fault. Any thread may call it.
 /// \throws std::bad_alloc only.
 KILN_EXPORT std::vector<DocumentFault> CheckDocument(const std::string& text, SerializeType type);
+
+/// The same for programs that need the record, too.
+/// \param record an empty one, which receives what is read: the whole record if no fault is returned, a part of it if
+///        reading stopped.
+/// \throws std::bad_alloc only.
+KILN_EXPORT std::vector<DocumentFault> CheckDocument(const std::string& text, SerializeType type,
+                                                     MetadataLib::Metadata& record);
 
 /// How many faults of one document are listed or logged.
 inline constexpr std::size_t MaxDocumentFaults = 20;

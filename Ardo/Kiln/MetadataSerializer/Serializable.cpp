@@ -51,16 +51,24 @@ void AppendContent(DocumentNodes& nodes, DocumentNode& metadata, DocumentNode& a
     }
 }
 
-std::string XmlOf(const DocumentNode& document)
+// The writers copy the bytes that XML excludes and those beyond ASCII unchanged, so the whole document can be validated
+// at once.
+
+/// \param areNamesChecked no name needs to be checked, as in a record: it has the names of fields, and the writer has
+///        checked the types of detectors.
+std::string XmlOf(const DocumentNode& document, bool areNamesChecked)
 {
-    CheckForXml(document);
-    return XmlText(document);
+    std::string text = XmlText(document);
+    if (!areNamesChecked || FindInvalid(text, TextRule::Xml) < text.size())
+    {
+        CheckForXml(document); // throws, and names the text
+    }
+    return text;
 }
 
 std::string JsonOf(const DocumentNode& document)
 {
     std::string text = JsonText(document);
-    // The writer copies bytes beyond ASCII unchanged, so the whole document can be validated at once.
     if (FindInvalid(text, TextRule::Utf8) < text.size())
     {
         CheckUtf8(document); // throws, and names the text
@@ -91,7 +99,7 @@ std::string Serializable::SerializeToString(SerializeType type) const
     SetAttribute(nodes, attributes, "xmlns:nil", MetadataNamespaceUri);
     SetAttribute(nodes, attributes, "xmlns:xsi", SchemaInstanceNamespaceUri);
     CheckLimits(document, type);
-    std::string text = type == SerializeType::Xml ? XmlOf(document) : JsonOf(document);
+    std::string text = type == SerializeType::Xml ? XmlOf(document, IsRecord(*this)) : JsonOf(document);
     if (text.size() > MaxTextSize)
     {
         // Readers would ignore it without an error.
