@@ -62,6 +62,18 @@ public:
     /// \throws std::logic_error if the record was made of constant metadata.
     void Deserialize(const boost::property_tree::ptree& tree, SerializeType type) override;
 
+    /// The record as a JSON object in one line, for programs that take facts from it. It cannot be read back.
+    ///
+    /// Its members are the sections and elements of a JSON document, in the order of their names; all values are texts.
+    /// "Apertures", "Detectors", "GasInjectionSystems", "Gases", "Shutters" and "CustomProperties" are arrays, where a
+    /// document has several members of one name, of which most readers of JSON keep only one.
+    ///
+    ///     {"Acquisition":{"AcquisitionDatetime":"2023-11-14T22:13:19.999Z"},...,"VacuumProperties":{"VacuumMode":""}}
+    ///
+    /// \throws what Serialize throws.
+    /// \throws boost::property_tree::ptree_bad_data, with the place in its text, if a text is not UTF-8.
+    std::string ToJsonObject() const;
+
 private:
     friend class Serializable;
     void Serialize(DocumentNodes& nodes, DocumentNode& node, SerializeType type) const;

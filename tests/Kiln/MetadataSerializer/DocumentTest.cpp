@@ -223,6 +223,33 @@ TEST(DocumentTest, TextThatADocumentCannotHoldIsRefusedWithItsPlace)
     }
 }
 
+TEST(DocumentTest, TheJsonObjectHasSortedMembersAndArraysForLists)
+{
+    Metadata metadata = Support::MinimalMetadata();
+    metadata.Core.Comment = "\"\\/\b\f\n\r\t\x01\x1F\x7F\u00E9";
+    metadata.Detectors.resize(2);
+    metadata.Detectors[0]->DetectorType = "Z";
+    metadata.Detectors[1]->DetectorType = "Gases"; // the name of a list
+    metadata.CustomProperties["n"] = 7;
+    EXPECT_EQ(Record(metadata).ToJsonObject(),
+              R"({"Acquisition":{"AcquisitionDatetime":"2023-11-14T22:13:20.000Z"},"BinaryResult":{},)"
+              R"("Core":{"Comment":"\"\\/\b\f\n\r\t\u0001\u001f)"
+              "\x7F\u00E9"
+              R"(","Guid":"091a2b3c-4d5e-6f80-91a2-b3c4d5e6f708"},"CustomPropertyGroup":{"CustomProperties":)"
+              R"([{"name":"n","rawdatatype":"Int","type":"int32","value":"7"}]},)"
+              R"("Detectors":[{"DetectorName":"","DetectorType":"Z"},{"DetectorName":"","DetectorType":"Gases"}],)"
+              R"("EnergyFilterSettings":{"EntranceApertureType":""},)"
+              R"("Instrument":{"ComputerName":"scope-pc","InstrumentID":"4711","Manufacturer":"Ardo"},)"
+              R"("Optics":{"Apertures":[],"HighMagnificationMode":"","IlluminationMode":"","ObjectiveLensMode":"",)"
+              R"("TEMOperatingSubMode":""},"Sample":{},"ScanSettings":{"ScanSize":{"Height":"256","Width":"512"}},)"
+              R"("StageSettings":{"StagePosition":{"Tilt":{},"X":"0","Y":"0","Z":"0"}},)"
+              R"("VacuumProperties":{"VacuumMode":""}})");
+    metadata.Core.Comment = "\xFF";
+    EXPECT_THAT(
+        [&] { static_cast<void>(Record(metadata).ToJsonObject()); },
+        testing::ThrowsMessage<boost::property_tree::ptree_bad_data>(testing::HasSubstr("/Metadata/Core/Comment")));
+}
+
 TEST(DocumentTest, NumbersThatAreNotFiniteAreWrittenAndReadBack)
 {
     using Support::Infinity;
