@@ -30,30 +30,14 @@ using namespace Formatting; // the functions of quantities
 
 constexpr double NotGiven = std::numeric_limits<double>::quiet_NaN();
 
-std::string Text(const std::optional<std::string>& text)
-{
-    return text.value_or("");
-}
-
 std::string Text(const std::wstring& text)
 {
     return Conversion::String::ToUtf8(text);
 }
 
-/// "name value unit", or "name -" when the value is not given.
-std::string Named(const std::string& name, const std::wstring& text)
+const wchar_t* Switch(const std::optional<bool>& state, const wchar_t* on, const wchar_t* off)
 {
-    return name + " " + Text(text);
-}
-
-std::string Named(const std::string& name, const std::string& text)
-{
-    return text.empty() ? "" : name + " " + text;
-}
-
-std::string Switch(const std::optional<bool>& state, const char* on, const char* off)
-{
-    return !state ? "" : *state ? on : off;
+    return !state ? L"" : *state ? on : off;
 }
 
 /// The space that pixels of this unit show; empty if the unit of the record is another one.
@@ -96,7 +80,7 @@ std::string KindText(const ImageIO::TiffReader& reader)
 void DescribeImage(FactText& report, const ImageIO::TiffReader& reader, std::uint32_t pageCount)
 {
     report.Section("Image");
-    report.Line(Text(FormatImageSize(reader.GetImageWidth(), reader.GetImageHeight())) + ", " + KindText(reader));
+    report.Line({FormatImageSize(reader.GetImageWidth(), reader.GetImageHeight()), KindText(reader)});
     report.Line(reader.GetStripCount() == 0 ? "tiles"
                                             : std::to_string(reader.GetStripCount()) +
                                                   (reader.GetStripCount() == 1 ? " strip of " : " strips of ") +
@@ -119,8 +103,8 @@ void DescribePixels(FactText& report, const ImageIO::TiffReader& reader, const M
     {
         const double x = InBaseUnit(result.PixelSize->X);
         const double y = InBaseUnit(result.PixelSize->Y);
-        const std::string unitX = Text(result.PixelSize->X.Unit);
-        const std::string unitY = Text(result.PixelSize->Y.Unit);
+        const std::string unitX = result.PixelSize->X.Unit.value_or("");
+        const std::string unitY = result.PixelSize->Y.Unit.value_or("");
         report.Line(Area(x, y, unitX, unitY, false));
         report.Section("Field of view");
         report.Line(Area(x * reader.GetImageWidth(), y * reader.GetImageHeight(), unitX, unitY, true));
@@ -128,10 +112,10 @@ void DescribePixels(FactText& report, const ImageIO::TiffReader& reader, const M
     if (result.PixelValueMinimum || result.PixelValueMaximum)
     {
         report.Section("Grey values");
-        report.Line({QuantityText(result.PixelValueMinimum.value_or(NotGiven), "") + " to " +
-                         QuantityText(result.PixelValueMaximum.value_or(NotGiven), ""),
-                     "mean " + QuantityText(result.PixelValueMean.value_or(NotGiven), ""),
-                     "standard deviation " + QuantityText(result.PixelValueStandardDeviation.value_or(NotGiven), "")});
+        const auto grey = [](const std::optional<double>& value) { return QuantityText(value.value_or(NotGiven), ""); };
+        report.Line({grey(result.PixelValueMinimum) + " to " + grey(result.PixelValueMaximum),
+                     {"mean", grey(result.PixelValueMean)},
+                     {"standard deviation", grey(result.PixelValueStandardDeviation)}});
     }
 }
 
@@ -139,19 +123,22 @@ void DescribeOrigin(FactText& report, const Metadata& metadata)
 {
     report.Section("Acquired");
     report.Line({Time::ToUtcTimeISOString(metadata.Acquisition.AcquisitionDatetime),
-                 Named("by", Text(metadata.Core.UserID)), Text(metadata.Acquisition.BeamType)});
+                 {"by", metadata.Core.UserID},
+                 metadata.Acquisition.BeamType});
     report.Section("Comment");
-    report.Line({Text(metadata.Core.Comment)});
+    report.Line({metadata.Core.Comment});
     report.Section("Software");
-    const std::string software = Text(metadata.Core.ApplicationSoftware);
-    report.Line({software.empty() ? "-" : software + Named("", Text(metadata.Core.ApplicationSoftwareVersion)),
-                 Named("on", Text(metadata.Core.ApplicationComputerName))});
+    const std::string version = metadata.Core.ApplicationSoftwareVersion.value_or("");
+    std::string software = metadata.Core.ApplicationSoftware.value_or("");
+    software += software.empty() ? "-" : version.empty() ? "" : " " + version;
+    report.Line({software, {"on", metadata.Core.ApplicationComputerName}});
     report.Section("Instrument");
-    report.Line({metadata.Instrument.Manufacturer, Text(metadata.Instrument.InstrumentModel),
-                 Named("id", metadata.Instrument.InstrumentID)});
+    report.Line({metadata.Instrument.Manufacturer,
+                 metadata.Instrument.InstrumentModel,
+                 {"id", metadata.Instrument.InstrumentID}});
     report.Section("Sample");
-    report.Line({Text(metadata.Sample.SampleID), Text(metadata.Sample.SampleDescription),
-                 Named("region", Text(metadata.Sample.RegionOfInterestID))});
+    report.Line(
+        {metadata.Sample.SampleID, metadata.Sample.SampleDescription, {"region", metadata.Sample.RegionOfInterestID}});
 }
 
 void DescribeColumn(FactText& report, const Metadata& metadata)
@@ -161,30 +148,34 @@ void DescribeColumn(FactText& report, const Metadata& metadata)
                        : optics.OperatingMode == MetadataLib::OpticsOperatingMode::STEM ? "STEM"
                                                                                         : "";
     report.Section("Optics");
-    report.Line({mode, Named("acceleration", FormatAccelerationVoltage(optics.AccelerationVoltage)),
-                 Named("magnification", FormatMagnification(optics.NominalMagnification)),
-                 Named("camera length", FormatCameraLength(optics.CameraLength))});
-    report.Line({Named("defocus", FormatDefocus(optics.Defocus)),
-                 Named("working distance", FormatWorkingDistance(optics.WorkingDistance)),
-                 Named("convergence", FormatConvergenceAngle(optics.BeamConvergence)),
-                 Named("spot", FormatSpotSize(optics.SpotSize))});
-    report.Line({Named("beam current", FormatBeamCurrent(optics.BeamCurrent)),
-                 Named("screen current", FormatScreenCurrent(optics.ScreenCurrent)),
-                 Named("emission", FormatEmissionCurrent(optics.EmissionCurrent))});
+    report.Line({mode,
+                 {"acceleration", FormatAccelerationVoltage(optics.AccelerationVoltage)},
+                 {"magnification", FormatMagnification(optics.NominalMagnification)},
+                 {"camera length", FormatCameraLength(optics.CameraLength)}});
+    report.Line({{"defocus", FormatDefocus(optics.Defocus)},
+                 {"working distance", FormatWorkingDistance(optics.WorkingDistance)},
+                 {"convergence", FormatConvergenceAngle(optics.BeamConvergence)},
+                 {"spot", FormatSpotSize(optics.SpotSize)}});
+    report.Line({{"beam current", FormatBeamCurrent(optics.BeamCurrent)},
+                 {"screen current", FormatScreenCurrent(optics.ScreenCurrent)},
+                 {"emission", FormatEmissionCurrent(optics.EmissionCurrent)}});
     for (const auto& aperture : optics.Apertures)
     {
-        report.Line({Named("aperture", Text(aperture.Name)), aperture.Type,
-                     "diameter " + QuantityText(aperture.Diameter.value_or(NotGiven), "m")});
+        report.Line({{"aperture", aperture.Name},
+                     aperture.Type,
+                     {"diameter", QuantityText(aperture.Diameter.value_or(NotGiven), "m")}});
     }
     report.Section("Energy filter");
-    report.Line({Named("slit", FormatSlitWidth(metadata.EnergyFilterSettings.EnergySelectionSlitWidth)) +
-                     Switch(metadata.EnergyFilterSettings.EnergySelectionSlitInserted, " inserted", " retracted"),
-                 Named("shift", FormatEnergyLoss(metadata.EnergyFilterSettings.EnergyShift))});
+    const auto& filter = metadata.EnergyFilterSettings;
+    report.Line({{"slit", FormatSlitWidth(filter.EnergySelectionSlitWidth) +
+                              Switch(filter.EnergySelectionSlitInserted, L" inserted", L" retracted")},
+                 {"shift", FormatEnergyLoss(filter.EnergyShift)}});
     const auto& vacuum = metadata.VacuumProperties;
     report.Section("Vacuum");
-    report.Line({vacuum.VacuumMode, Named("sample", FormatPressure(vacuum.SamplePressure)),
-                 Named("column", FormatPressure(vacuum.ElectronColumnPressure)),
-                 Named("projection chamber", FormatPressure(vacuum.ProjectionChamberPressure))});
+    report.Line({vacuum.VacuumMode,
+                 {"sample", FormatPressure(vacuum.SamplePressure)},
+                 {"column", FormatPressure(vacuum.ElectronColumnPressure)},
+                 {"projection chamber", FormatPressure(vacuum.ProjectionChamberPressure)}});
     report.Section("Gas injection");
     for (const auto& system : metadata.GasInjectionSystems)
     {
@@ -193,8 +184,8 @@ void DescribeColumn(FactText& report, const Metadata& metadata)
         {
             gases += (gases.empty() ? "" : " ") + gas.GasType;
         }
-        report.Line({Text(system.PortName), gases, Switch(system.GasFlowOn, "flowing", "closed"),
-                     Switch(system.HeaterOn, "heater on", "heater off")});
+        report.Line({system.PortName, gases, Switch(system.GasFlowOn, L"flowing", L"closed"),
+                     Switch(system.HeaterOn, L"heater on", L"heater off")});
     }
 }
 
@@ -203,19 +194,21 @@ void DescribeStageAndScan(FactText& report, const Metadata& metadata)
     const auto& stage = metadata.StageSettings;
     const auto& position = stage.StagePosition;
     report.Section("Stage");
-    report.Line({Named("x", FormatStagePosition(position.X)), Named("y", FormatStagePosition(position.Y)),
-                 Named("z", FormatStagePosition(position.Z)), Named("rotation", FormatTiltAngle(position.Rotation)),
-                 Named("alpha", FormatTiltAngle(position.Tilt.Alpha)),
-                 Named("beta", FormatTiltAngle(position.Tilt.Beta))});
-    report.Line({Text(stage.HolderType), Named("temperature", FormatTemperature(stage.HolderTemperature))});
+    report.Line({{"x", FormatStagePosition(position.X)},
+                 {"y", FormatStagePosition(position.Y)},
+                 {"z", FormatStagePosition(position.Z)},
+                 {"rotation", FormatTiltAngle(position.Rotation)},
+                 {"alpha", FormatTiltAngle(position.Tilt.Alpha)},
+                 {"beta", FormatTiltAngle(position.Tilt.Beta)}});
+    report.Line({stage.HolderType, {"temperature", FormatTemperature(stage.HolderTemperature)}});
     const auto& scan = metadata.ScanSettings;
     if (scan.ScanSize.width > 0)
     {
         report.Section("Scan");
         report.Line({Text(FormatImageSize(scan.ScanSize.width, scan.ScanSize.height)),
-                     Named("dwell time", FormatDwellTime(scan.DwellTime)),
-                     Named("frame time", FormatFrameTime(scan.FrameTime)),
-                     Named("rotation", FormatTiltAngle(scan.ScanRotation))});
+                     {"dwell time", FormatDwellTime(scan.DwellTime)},
+                     {"frame time", FormatFrameTime(scan.FrameTime)},
+                     {"rotation", FormatTiltAngle(scan.ScanRotation)}});
     }
 }
 
@@ -224,19 +217,23 @@ void DescribeDetectors(FactText& report, const Metadata& metadata)
     report.Section("Detectors");
     for (const auto& detector : metadata.Detectors)
     {
-        std::string detail;
+        std::string_view name;
+        std::wstring value;
         if (const auto* imaging = dynamic_cast<const MetadataLib::ImagingDetector*>(detector.get()))
         {
-            detail = Named("exposure", FormatExposureTime(imaging->ExposureTime));
+            name = "exposure";
+            value = FormatExposureTime(imaging->ExposureTime);
         }
         else if (const auto* scanning = dynamic_cast<const MetadataLib::ScanningDetector*>(detector.get());
                  scanning != nullptr && scanning->CollectionAngleRange)
         {
-            detail = Text(FormatConvergenceAngle(scanning->CollectionAngleRange->begin) + L" to " +
-                          FormatConvergenceAngle(scanning->CollectionAngleRange->end));
+            value = FormatConvergenceAngle(scanning->CollectionAngleRange->begin) + L" to " +
+                    FormatConvergenceAngle(scanning->CollectionAngleRange->end);
         }
-        report.Line({detector->DetectorName, Text(detector->DetectorType), detail,
-                     Switch(detector->Inserted, "inserted", "retracted")});
+        report.Line({detector->DetectorName,
+                     detector->DetectorType,
+                     {name, value},
+                     Switch(detector->Inserted, L"inserted", L"retracted")});
     }
     if (!metadata.CustomProperties.empty())
     {

@@ -295,7 +295,7 @@ std::string TextOf(const Crash& crash)
     text.Section("What");
     if (fault.name.empty())
     {
-        text.Line(std::string("No fault: the minidump was written on request."));
+        text.Line("No fault: the minidump was written on request.");
     }
     else
     {

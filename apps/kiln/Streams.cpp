@@ -5,6 +5,7 @@
 #include "Ardo/Kiln/FileSystem/ReplacementFile.h"
 #include "Ardo/Kiln/FileSystem/WidePath.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <fstream>
 #include <functional>
@@ -210,24 +211,28 @@ void PrintFile(const fs::path& path)
 std::string Printable(std::string_view text)
 {
     std::string printable;
-    Conversion::AppendReplacing(printable, text);
-    for (std::size_t i = 0; i < printable.size(); ++i)
-    {
-        const auto unit = static_cast<unsigned char>(printable[i]);
-        // U+0080 to U+009F are control characters too; in UTF-8 they are 0xC2 and the code itself.
-        const bool isUpperControl = unit == 0xC2 && i + 1 < printable.size() &&
-                                    static_cast<unsigned char>(printable[i + 1]) >= 0x80 &&
-                                    static_cast<unsigned char>(printable[i + 1]) < 0xA0;
-        if (unit < 0x20 || unit == 0x7F)
-        {
-            printable[i] = '?';
-        }
-        else if (isUpperControl)
-        {
-            printable.replace(i, 2, "?");
-        }
-    }
+    AppendPrintable(printable, text);
     return printable;
+}
+
+void AppendPrintable(std::string& target, std::string_view text)
+{
+    const auto isPlain = [](char unit) { return unit >= 0x20 && unit < 0x7F; };
+    if (std::all_of(text.begin(), text.end(), isPlain))
+    {
+        target += text;
+        return;
+    }
+    std::string valid;
+    Conversion::AppendReplacing(valid, text);
+    for (std::size_t i = 0; i < valid.size(); ++i)
+    {
+        const auto unit = static_cast<unsigned char>(valid[i]);
+        // U+0080 to U+009F are control characters too; in UTF-8 they are 0xC2 and the code itself.
+        const bool isUpperControl = unit == 0xC2 && static_cast<unsigned char>(valid[i + 1]) < 0xA0;
+        i += isUpperControl ? 1 : 0;
+        target += isUpperControl || unit < 0x20 || unit == 0x7F ? '?' : valid[i];
+    }
 }
 
 } // namespace Ardo::Kiln::Tool

@@ -70,4 +70,7 @@ void PrintFile(const std::filesystem::path& path);
 /// that are not UTF-8 become U+FFFD.
 std::string Printable(std::string_view text);
 
+/// Appends \p text to \p target as Printable gives it.
+void AppendPrintable(std::string& target, std::string_view text);
+
 } // namespace Ardo::Kiln::Tool

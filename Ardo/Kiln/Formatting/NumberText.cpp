@@ -5,53 +5,41 @@
 #include <algorithm>
 #include <charconv>
 #include <cmath>
-#include <cstdint>
 #include <iterator>
 
 namespace Ardo::Kiln::Formatting
 {
 
-namespace
+std::uint64_t RoundToWhole(double magnitude, int decimals) noexcept
 {
-
-// Rounds to a multiple of the step, a tie to the even multiple. Exact, unlike dividing, rounding and multiplying.
-double RoundToMultiple(double value, double step) noexcept
-{
-    const double magnitude = std::abs(value);
-    const double rest = std::fmod(magnitude, step);
-    double rounded = magnitude - rest;
-    if (rest > step / 2 || (rest == step / 2 && std::fmod(rounded, 2 * step) != 0))
+    const bool isProduct = decimals >= 0;
+    const double power = PowerOfTen(std::abs(decimals));
+    const double scaled = isProduct ? magnitude * power : magnitude / power;
+    const auto whole = static_cast<std::uint64_t>(scaled);
+    // The fraction is exact. The rounding error of the product or quotient is less than its last bit, so it decides
+    // only where the fraction is exactly one half.
+    const double fraction = scaled - static_cast<double>(whole);
+    if (fraction != 0.5)
     {
-        rounded += step;
+        return whole + (fraction > 0.5 ? 1 : 0);
     }
-    return std::copysign(rounded, value);
+    const double lost = isProduct ? std::fma(magnitude, power, -scaled) : std::fma(-scaled, power, magnitude);
+    return whole + (lost > 0 || (lost == 0 && whole % 2 != 0) ? 1 : 0);
 }
 
-} // namespace
-
-void NumberText::WriteFewDecimals(double value, int decimals) noexcept
+void NumberText::WriteDigits(std::uint64_t digits, int decimals) noexcept
 {
-    const double magnitude = std::abs(value);
-    const double power = PowerOfTen(decimals);
-    const double product = magnitude * power;
-    auto digits = static_cast<std::uint64_t>(product);
-    // The fraction is exact. The rounding error of the product is less than its last bit, so it decides only where the
-    // fraction is exactly one half.
-    const double fraction = product - static_cast<double>(digits);
-    const double lost = fraction == 0.5 ? std::fma(magnitude, power, -product) : 0;
-    if (fraction > 0.5 || (fraction == 0.5 && (lost > 0 || (lost == 0 && digits % 2 != 0))))
-    {
-        ++digits;
-    }
-
-    constexpr int maxCharacters = 20;
-    m_end = m_text + maxCharacters;
+    m_end = std::end(m_text);
     m_begin = m_end;
     const auto writeDigit = [&]
     {
         *--m_begin = static_cast<char>('0' + digits % 10);
         digits /= 10;
     };
+    for (int i = digits != 0 ? decimals : 0; i < 0; ++i)
+    {
+        *--m_begin = '0';
+    }
     for (int i = 0; i < decimals; ++i)
     {
         writeDigit();
@@ -64,32 +52,33 @@ void NumberText::WriteFewDecimals(double value, int decimals) noexcept
     {
         writeDigit();
     } while (digits != 0);
-    if (std::signbit(value))
-    {
-        *--m_begin = '-';
-    }
 }
 
 void NumberText::WriteFixed(double value, int decimals) noexcept
 {
-    if (decimals < 0)
+    // With more decimals, a number with nine digits before the point does not fit the 53 bits of a double.
+    constexpr int maxFewDecimals = 6;
+    if (decimals > maxFewDecimals)
     {
-        value = RoundToMultiple(value, PowerOfTen(-static_cast<double>(decimals)));
-    }
-    const int shown = std::clamp(decimals, 0, MaxDecimals);
-    if (shown <= MaxFewDecimals)
-    {
-        WriteFewDecimals(value, shown);
+        const int shown = std::min(decimals, MaxDecimals);
+        m_end = std::to_chars(m_text, std::end(m_text), value, std::chars_format::fixed, shown).ptr;
         return;
     }
-    m_end = std::to_chars(m_text, std::end(m_text), value, std::chars_format::fixed, shown).ptr;
+    constexpr int minDecimals = -10; // every value is less than half of 10^10
+    const int shown = std::max(decimals, minDecimals);
+    WriteDigits(RoundToWhole(std::abs(value), shown), shown); // takes a third of the time of std::to_chars
+    if (std::signbit(value))
+    {
+        PrependSign('-');
+    }
 }
 
 void NumberText::WriteScientific(double value, int decimals, char exponentSign) noexcept
 {
-    if (const double step = decimals < 0 ? PowerOfTen(-static_cast<double>(decimals)) : 0; step > std::abs(value))
+    const double magnitude = std::abs(value);
+    if (const double step = decimals < 0 ? PowerOfTen(-static_cast<double>(decimals)) : 0; step > magnitude)
     {
-        value = RoundToMultiple(value, step);
+        value = std::copysign(magnitude > step / 2 ? step : 0.0, value);
     }
     const int shown = std::clamp(decimals, 0, MaxDecimals);
     m_end = std::to_chars(m_text, std::end(m_text), value, std::chars_format::scientific, shown).ptr;

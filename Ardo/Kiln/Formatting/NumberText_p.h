@@ -1,10 +1,16 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <string_view>
 
 namespace Ardo::Kiln::Formatting
 {
+
+/// The number of units of 10^-decimals in \p magnitude, rounded like printf does: exactly, a tie to the even number.
+/// \param magnitude not negative; the result must be less than 2^53.
+/// \param decimals from -ExactPowers to ExactPowers.
+std::uint64_t RoundToWhole(double magnitude, int decimals) noexcept;
 
 /// The text of one finite number, rounded like printf does: ASCII, independent of the locale, without allocation.
 ///
@@ -24,6 +30,12 @@ public:
     /// of decimals rounds to that power of ten where this is coarser than a mantissa without decimals.
     void WriteScientific(double value, int decimals, char exponentSign) noexcept;
 
+    /// Writes \p digits * 10^-decimals. A negative number of decimals writes that many zeros behind the digits.
+    void WriteDigits(std::uint64_t digits, int decimals) noexcept;
+
+    /// Writes \p sign before a number without sign, which WriteDigits wrote.
+    void PrependSign(char sign) noexcept { *--m_begin = sign; }
+
     /// If the text contains a ".", removes zeros from its end, and then the "." if it is the last character.
     void RemoveTrailingZeros() noexcept;
 
@@ -31,11 +43,6 @@ public:
     std::string_view Get() const noexcept { return {m_begin, static_cast<std::size_t>(m_end - m_begin)}; }
 
 private:
-    /// WriteFixed for 0 to MaxFewDecimals decimals. Takes a third of the time of std::to_chars.
-    void WriteFewDecimals(double value, int decimals) noexcept;
-
-    /// With more decimals, a number with nine digits before the point does not fit the 53 bits of a double.
-    static constexpr int MaxFewDecimals = 6;
     static constexpr int AroundDecimals = 20; ///< Room for sign, digits before the point, point and exponent.
 
     char m_text[MaxDecimals + AroundDecimals];

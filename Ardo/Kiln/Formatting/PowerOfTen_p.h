@@ -35,4 +35,12 @@ inline double PowerOfTen(double exponent) noexcept
     return power;
 }
 
+/// The exponent of the largest of PowersOfTen that is not above \p magnitude: that of the first digit of a number in
+/// their range. -ExactPowers - 1 for smaller numbers, ExactPowers for larger ones.
+inline int DecimalExponent(double magnitude) noexcept
+{
+    const double* const above = std::upper_bound(std::begin(PowersOfTen), std::end(PowersOfTen), magnitude);
+    return static_cast<int>(above - std::begin(PowersOfTen)) - 1 - ExactPowers;
+}
+
 } // namespace Ardo::Kiln::Formatting

@@ -1,14 +1,17 @@
+#include "Ardo/Kiln/Formatting/NumberText_p.h"
+#include "Ardo/Kiln/Formatting/PowerOfTen_p.h"
+#include "Ardo/Kiln/Formatting/Prefix_p.h"
 #include "Ardo/Kiln/Formatting/QuantityFormat.h"
 #include "Ardo/Kiln/Formatting/Scientific.h"
 #include "Ardo/Kiln/Formatting/SI.h"
-#include "Ardo/Kiln/Formatting/UnitAlgebra.h"
+#include "Ardo/Kiln/Formatting/Superscript_p.h"
+#include "Ardo/Kiln/Formatting/UnitAlgebra_p.h"
 
 #include <algorithm>
 #include <array>
 #include <charconv>
 #include <cmath>
-#include <limits>
-#include <system_error>
+#include <cstdint>
 
 namespace Ardo::Kiln::Formatting
 {
@@ -16,65 +19,40 @@ namespace Ardo::Kiln::Formatting
 namespace
 {
 
-constexpr double NotANumber = std::numeric_limits<double>::quiet_NaN();
-
-/// A number rounded to the digits of its quantity.
+/// A magnitude rounded to the digits of its quantity: digits * 10^step.
 struct Rounded
 {
-    double value;
-    int step; ///< Decimal exponent of the last digit kept.
+    std::uint64_t digits;
+    int step;
 };
 
-// Rounds in decimal, as printf does. The prefix is chosen after this, so that 999.96 nm is 1 µm.
-Rounded RoundTo(double value, int digits, int smallestStep)
+/// Rounds in decimal, as printf does.
+/// \param magnitude not negative, less than MaxRounded.
+Rounded RoundTo(double magnitude, int digits, int smallestStep)
 {
-    if (value == 0 || !std::isfinite(value))
+    const int exponent = DecimalExponent(magnitude);
+    if (exponent < smallestStep) // one step or none: half a step is none, also if its double is a little more
     {
-        return {value, smallestStep};
+        return {magnitude > PowerOfTen(smallestStep) / 2 ? 1U : 0U, smallestStep};
     }
-    std::array<char, 64> text{};
-    const auto write = [&](int decimals) {
-        return std::to_chars(text.data(), text.data() + text.size(), value, std::chars_format::scientific, decimals)
-            .ptr;
-    };
-    const auto read = [&](const char* end)
-    {
-        double rounded = 0;
-        // Out of range where the largest doubles are rounded up.
-        return std::from_chars(text.data(), end, rounded).ec == std::errc() ? rounded : value;
-    };
-    // The exponent of the text is that of the first digit after rounding.
-    const auto exponentOf = [&](const char* end)
-    {
-        const char* const exponent = std::find(text.data(), text.data() + text.size(), 'e') + 1;
-        int power = 0;
-        std::from_chars(exponent + (*exponent == '+' ? 1 : 0), end, power);
-        return power;
-    };
-    const char* end = write(digits - 1);
-    const int step = exponentOf(end) - digits + 1;
-    if (step >= smallestStep)
-    {
-        return {read(end), step};
-    }
-    const int decimals = digits - 1 - (smallestStep - step);
-    if (decimals >= 0)
-    {
-        return {read(write(decimals)), smallestStep};
-    }
-    // Less than the smallest step: one step or none.
-    const double oneStep = std::pow(10.0, smallestStep);
-    return {std::abs(value) > oneStep / 2 ? std::copysign(oneStep, value) : 0.0, smallestStep};
+    const int step = std::max(exponent - digits + 1, smallestStep);
+    return {RoundToWhole(magnitude, -step), step};
 }
 
-// True if SI writes an exponent, because no prefix of the quantity is large enough.
-bool IsTooLongToRead(double value, const QuantityFormat& format, const std::wstring& unit)
+/// Rounds to that many significant digits. A value that would become infinite is unchanged.
+double RoundToDigits(double value, int digits)
 {
-    constexpr double limit = 1e9;
-    const int power = PrefixExponent(unit);
-    const Prefix prefix = power > 0 ? format.maxPrefix : format.minPrefix;
-    return std::abs(value) / std::pow(10.0, power * static_cast<int>(prefix)) >= limit;
+    std::array<char, 32> text{};
+    const char* const end =
+        std::to_chars(text.data(), text.data() + text.size(), value, std::chars_format::scientific, digits - 1).ptr;
+    std::from_chars(text.data(), end, value);
+    return value;
 }
+
+/// SI writes a number from here on with an exponent, whatever the prefix of the quantity.
+constexpr double MaxRounded = 1e18;
+/// SI writes numbers of more digits than these before the point with an exponent.
+constexpr int MaxDigitsBeforePoint = 9;
 
 std::wstring WithExponent(double value, const QuantityFormat& format)
 {
@@ -83,7 +61,7 @@ std::wstring WithExponent(double value, const QuantityFormat& format)
     {
         return SI(value, unit);
     }
-    return Scientific(value / std::pow(10.0, static_cast<int>(format.minPrefix)), unit, format.digits - 1);
+    return Scientific(value / PowerOfTen(static_cast<int>(format.minPrefix)), unit, format.digits - 1);
 }
 
 } // namespace
@@ -91,24 +69,40 @@ std::wstring WithExponent(double value, const QuantityFormat& format)
 std::wstring FormatQuantity(std::optional<double> value, Quantity quantity)
 {
     const QuantityFormat& format = FormatOf(quantity);
-    const double inBase = value.value_or(NotANumber);
-    if (std::isnan(inBase))
+    if (!value || std::isnan(*value))
     {
         return L"-";
     }
-    const double inUnit = (inBase - format.unit->zeroInBase) / format.unit->inBase;
+    double inUnit = (*value - format.unit->zeroInBase) / format.unit->inBase;
     if (format.hasExponent)
     {
         return WithExponent(inUnit, format);
     }
-    const Rounded rounded = RoundTo(inUnit, format.digits, format.smallestStep);
-    // Without the sign of a zero.
-    const double shown = rounded.value == 0 ? 0 : rounded.value;
-    const std::wstring unit(format.unit->text);
-    const double resolution = IsTooLongToRead(shown, format, unit) ? NotANumber : std::pow(10.0, rounded.step);
-    const std::wstring text =
-        SI(shown, unit, format.digits - 1, resolution, NotANumber, format.minPrefix, format.maxPrefix, false);
-    return format.sign == QuantitySign::SignedWithPlus && shown > 0 ? L"+" + text : text;
+    const bool hasPlus = format.sign == QuantitySign::SignedWithPlus && inUnit > 0;
+    const std::wstring_view unit = format.unit->text;
+    if (std::abs(inUnit) < MaxRounded)
+    {
+        // The prefix is chosen after rounding, so that 999.96 nm is 1 µm.
+        const Rounded rounded = RoundTo(std::abs(inUnit), format.digits, format.smallestStep);
+        const int exponent = rounded.step + DecimalExponent(static_cast<double>(rounded.digits));
+        const int unitExponent = UnitExponent(unit);
+        const int prefix = ChoosePrefix(exponent, unitExponent, format.minPrefix, format.maxPrefix);
+        const int scale = prefix * unitExponent;
+        if (exponent - scale < MaxDigitsBeforePoint)
+        {
+            NumberText number;
+            number.WriteDigits(rounded.digits, scale - rounded.step);
+            number.RemoveTrailingZeros();
+            if (rounded.digits != 0 && (inUnit < 0 || hasPlus))
+            {
+                number.PrependSign(inUnit < 0 ? '-' : '+');
+            }
+            return JoinNumberAndUnit(number.Get(), PrefixSymbol(static_cast<Prefix>(prefix)), unit, true);
+        }
+        inUnit = std::copysign(static_cast<double>(rounded.digits) * PowerOfTen(rounded.step), inUnit);
+    }
+    return (hasPlus ? L"+" : L"") + SI(RoundToDigits(inUnit, format.digits), std::wstring(unit), format.digits - 1,
+                                       format.minPrefix, format.maxPrefix);
 }
 
 std::wstring FormatQuantityArea(std::optional<double> width, std::optional<double> height, Quantity quantity)

@@ -2,6 +2,7 @@
 
 #include "Ardo/Kiln/Formatting/NumberText_p.h"
 #include "Ardo/Kiln/Formatting/PowerOfTen_p.h"
+#include "Ardo/Kiln/Formatting/Prefix_p.h"
 #include "Ardo/Kiln/Formatting/Superscript_p.h"
 #include "Ardo/Kiln/Formatting/Text_p.h"
 #include "Ardo/Kiln/Formatting/UnitAlgebra_p.h"
@@ -41,24 +42,6 @@ double GramsPerKilogram(int exponent) noexcept
     default:
         return std::pow(1000.0, exponent);
     }
-}
-
-// The decimal exponent of the prefix that gives the magnitude one to three digits before the point.
-int ChoosePrefix(double magnitude, int unitExponent, Prefix minPrefix, Prefix maxPrefix) noexcept
-{
-    constexpr double logOfZero = -15.0;
-    const double log = magnitude == 0 ? logOfZero : std::log10(magnitude);
-    const double sign = unitExponent > 0 ? 1 : -1;
-    const double power = std::abs(static_cast<double>(unitExponent));
-    const double exponent = power != 0 ? std::floor(log / (3 * power)) * (3 * sign) : sign * log;
-    // Compared with the bounds before the conversion to int: for a mass that overflows in grams it is infinite.
-    const auto lowest = static_cast<int>(minPrefix);
-    const auto highest = static_cast<int>(maxPrefix);
-    if (exponent > highest)
-    {
-        return highest;
-    }
-    return exponent >= lowest ? static_cast<int>(exponent) : lowest;
 }
 
 // The number of decimals that shows a difference of the resolution, which is in the displayed unit.
@@ -102,7 +85,9 @@ std::wstring SI(double value, const std::wstring& unit, int decimals, double res
             reference *= grams;
         }
         const double magnitude = std::isfinite(reference) ? reference : std::abs(value);
-        const int chosen = ChoosePrefix(magnitude, exponent, minPrefix, maxPrefix);
+        constexpr double logOfZero = -15.0;
+        const double log = magnitude == 0 ? logOfZero : std::log10(magnitude);
+        const int chosen = ChoosePrefix(log, exponent, minPrefix, maxPrefix);
         scale = PowerOfTen(static_cast<double>(exponent) * chosen);
         value /= scale;
         const wchar_t* const symbol = PrefixSymbol(static_cast<Prefix>(chosen));
