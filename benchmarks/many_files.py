@@ -4,8 +4,8 @@
     many_files.py KILN RECORD [COUNT]
 
 RECORD is the program that prints an acquisition record (examples/AcquisitionRecord.cpp). Each command runs on all files in
-one call, in three interleaved rounds. Printed are medians, a file: elapsed time, processor time, and the ratios of elapsed
-times within a round to those of the peers.
+one call, in three interleaved rounds; xmllint, the peer of "kiln validate", runs on their documents. Printed are medians, a
+file: elapsed time, processor time, and the ratios of elapsed times within a round to those of the peers.
 """
 
 import os
@@ -19,16 +19,23 @@ import time
 from pathlib import Path
 
 
+def output_of(command):
+    return subprocess.run(command, stdout=subprocess.PIPE, check=True).stdout
+
+
 def make_files(kiln, record, count, folder):
     pixels = Path(folder, "pixels.pgm")
     pixels.write_bytes(b"P5 64 64 255\n" + bytes(range(256)) * 16)
     document = Path(folder, "record.xml")
-    document.write_bytes(subprocess.run([record, "a cell", "64", "64", "107 nm"], stdout=subprocess.PIPE, check=True).stdout)
+    document.write_bytes(output_of([record, "a cell", "64", "64", "107 nm"]))
     first = Path(folder, "0.tif")
     subprocess.run([kiln, "import", pixels, first, "--metadata", document], check=True)
+    document.write_bytes(output_of([kiln, "metadata", "--as-is", first]))
     files = [first.name] + [f"{number}.tif" for number in range(1, count)]
     for name in files[1:]:
         shutil.copyfile(first, Path(folder, name))
+    for name in files:
+        shutil.copyfile(document, Path(folder, name).with_suffix(".xml"))
     return files
 
 
@@ -43,10 +50,13 @@ def main():
     count = int(sys.argv[3]) if len(sys.argv) > 3 else 10_000
     with tempfile.TemporaryDirectory(prefix="kiln-benchmark-") as folder:
         files = make_files(kiln, record, count, folder)
+        documents = [Path(name).with_suffix(".xml") for name in files]
+        schema = Path(__file__).resolve().parent.parent / "share" / "ArdoMetadata.xsd"
         commands = {
             "tiffinfo": ["tiffinfo"],
             "exiftool": ["exiftool", "-q"],
             "exiftool -json": ["exiftool", "-q", "-json"],
+            "xmllint --schema": ["xmllint", "--noout", "--schema", schema],
             "kiln info --no-pixels": [kiln, "info", "--no-pixels"],
             "kiln info": [kiln, "info"],
             "kiln info --json": [kiln, "info", "--json"],
@@ -61,16 +71,18 @@ def main():
             for name, command in commands.items():
                 processor_begin = processor_time()
                 begin = time.monotonic()
-                subprocess.run(command + files, cwd=folder, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL, check=True)
+                inputs = documents if name.startswith("xmllint") else files
+                subprocess.run(command + inputs, cwd=folder, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL, check=True)
                 times[name].append((time.monotonic() - begin) / count * 1e6)
                 processor_times[name].append((processor_time() - processor_begin) / count * 1e6)
         print(f"{count} files of {os.path.getsize(Path(folder, files[0]))} bytes, {os.cpu_count()} processors, "
               f"load {os.getloadavg()[0]:.1f}")
         print(f"{'command':24} {'a file':>10} {'processor':>10}   ratio (ours / other)")
         for name, elapsed in times.items():
-            ratios = {peer: statistics.median(map(lambda ours, other: ours / other, elapsed, times[peer]))
-                      for peer in ("tiffinfo", "exiftool")}
-            peers = [f"{ratio:.2f} x {peer}" for peer, ratio in ratios.items() if name.startswith("kiln")]
+            peers = ["tiffinfo", "exiftool"] if name.startswith("kiln") else []
+            peers += ["xmllint --schema"] if name == "kiln validate" else []
+            ratios = {peer: statistics.median(map(lambda ours, other: ours / other, elapsed, times[peer])) for peer in peers}
+            peers = [f"{ratio:.2f} x {peer}" for peer, ratio in ratios.items()]
             print(f"{name:24} {statistics.median(elapsed):7.1f} us {statistics.median(processor_times[name]):7.1f} us"
                   f"   {', '.join(peers)}")
 
