@@ -15,7 +15,6 @@
 
 #include <QJsonArray>
 
-#include <charconv>
 #include <limits>
 #include <vector>
 

@@ -3,6 +3,7 @@
 #include "apps/kiln/FactText.h"
 #include "apps/kiln/Failure.h"
 #include "apps/kiln/Json.h"
+#include "apps/kiln/Streams.h"
 
 #include "Ardo/Kiln/Exception/CrashDump.h"
 #include "Ardo/Kiln/FileSystem/WidePath.h"

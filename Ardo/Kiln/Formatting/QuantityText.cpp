@@ -39,7 +39,7 @@ Rounded RoundTo(double magnitude, int digits, int smallestStep)
     return {RoundToWhole(magnitude, -step), step};
 }
 
-/// Rounds to that many significant digits. A value that would become infinite is unchanged.
+/// Rounds to that many significant digits. An infinity and a value that would become infinite are unchanged.
 double RoundToDigits(double value, int digits)
 {
     std::array<char, 32> text{};
