@@ -137,10 +137,10 @@ ReadReport::Finding TreeReader::FindingAt(const DocumentNode* node, std::string_
 
 void TreeReader::ReportUnknown(const NameCollector& known)
 {
-    std::set<std::string_view> unread(known.m_names.begin(), known.m_names.end());
+    std::vector<std::string_view> unread = known.m_names;
     if (m_type != SerializeType::Xml)
     {
-        unread.insert(known.m_attributes.begin(), known.m_attributes.end());
+        unread.insert(unread.end(), known.m_attributes.begin(), known.m_attributes.end());
     }
     for (const DocumentNode& node : ChildrenOf(m_node))
     {
@@ -148,7 +148,7 @@ void TreeReader::ReportUnknown(const NameCollector& known)
         {
             ReportAttributes(node, known.m_attributes);
         }
-        else if (!IsMarkup(node) && unread.erase(node.name) == 0)
+        else if (!IsMarkup(node) && std::erase(unread, node.name) == 0)
         {
             ReportUnread(node);
         }
@@ -200,8 +200,7 @@ void TreeReader::ReportAttributes(const DocumentNode& attributes, const std::vec
 void TreeReader::ReportText()
 {
     const std::string_view text = m_node.text;
-    const auto isBlank = [](char c) { return c == ' ' || c == '\n' || c == '\t' || c == '\r'; };
-    if (!m_hasOwnText && !m_isOpen && !std::all_of(text.begin(), text.end(), isBlank))
+    if (!m_hasOwnText && !m_isOpen && !std::all_of(text.begin(), text.end(), IsXmlSpace))
     {
         Report(nullptr, std::string(), "the text " + Quoted(text) + " is left out");
     }

@@ -2,8 +2,6 @@
 
 #include <algorithm>
 #include <array>
-#include <cstdint>
-#include <cstring>
 
 namespace Ardo::Kiln::MetadataSerializer
 {
@@ -45,24 +43,25 @@ bool IsIn(const std::array<Interval, Count>& intervals, char32_t c)
                        [c](const Interval& interval) { return c >= interval.first && c <= interval.last; });
 }
 
-/// True for the usual characters of names, for which the intervals need not be searched.
-constexpr bool IsPlainNameCharacter(char c)
-{
-    return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || c == '_';
-}
+constexpr std::size_t BlockSize = 32;
 
-/// The number of bytes at the front of \p text, eight at a time, that are ASCII and not below \p lowest. Fast, because
-/// nearly all text is ASCII and every byte of a document is checked.
-std::size_t PlainLength(std::string_view text, unsigned char lowest)
+/// The number of bytes at the front of \p text, in whole blocks, that are ASCII and no control characters that \p rule
+/// excludes. The compiler turns the inner loop into vector instructions; nearly all text passes here.
+template <TextRule Rule>
+std::size_t PlainLength(std::string_view text)
 {
-    constexpr std::uint64_t EachByte = 0x0101010101010101U;
     std::size_t at = 0;
-    for (; at + sizeof(std::uint64_t) <= text.size(); at += sizeof(std::uint64_t))
+    for (; at + BlockSize <= text.size(); at += BlockSize)
     {
-        std::uint64_t bytes = 0;
-        std::memcpy(&bytes, text.data() + at, sizeof(bytes));
-        // The top bit of a byte is set, or gets set by a borrow because the byte is below the lowest.
-        if (((bytes | (bytes - EachByte * lowest)) & (EachByte * 0x80)) != 0)
+        std::uint8_t others = 0;
+        for (std::size_t i = 0; i < BlockSize; ++i)
+        {
+            const auto byte = static_cast<std::uint8_t>(text[at + i]);
+            const auto isControl =
+                static_cast<std::uint8_t>((byte < 0x20) & (byte != '\t') & (byte != '\n') & (byte != '\r'));
+            others |= (byte & 0x80U) | (Rule == TextRule::Xml ? isControl : 0U);
+        }
+        if (others != 0)
         {
             break;
         }
@@ -107,21 +106,20 @@ CodePoint FirstCodePoint(std::string_view text)
 
 std::size_t FindInvalid(std::string_view text, TextRule rule)
 {
-    const unsigned char lowest = rule == TextRule::Xml ? 0x20 : 0; // control characters are code points
     for (std::size_t at = 0; at < text.size();)
     {
-        const auto byte = static_cast<unsigned char>(text[at]);
-        if (byte < 0x80 && (byte >= lowest || IsXmlCharacter(byte)))
+        const std::string_view rest = text.substr(at);
+        at += rule == TextRule::Xml ? PlainLength<TextRule::Xml>(rest) : PlainLength<TextRule::Utf8>(rest);
+        // A block with something else, or the last bytes.
+        for (const std::size_t end = std::min(at + BlockSize, text.size()); at < end;)
         {
-            at += std::max<std::size_t>(PlainLength(text.substr(at), lowest), 1);
-            continue;
+            const CodePoint codePoint = FirstCodePoint(text.substr(at, 4));
+            if (codePoint.length == 0 || (rule == TextRule::Xml && !IsXmlCharacter(codePoint.value)))
+            {
+                return at;
+            }
+            at += codePoint.length;
         }
-        const CodePoint codePoint = FirstCodePoint(text.substr(at, 4));
-        if (codePoint.length == 0 || (rule == TextRule::Xml && !IsXmlCharacter(codePoint.value)))
-        {
-            return at;
-        }
-        at += codePoint.length;
     }
     return text.size();
 }
@@ -130,7 +128,7 @@ bool IsXmlName(std::string_view text)
 {
     for (std::size_t at = 0; at < text.size();)
     {
-        if (IsPlainNameCharacter(text[at]) || (at > 0 && text[at] >= '0' && text[at] <= '9'))
+        if (IsOf(CharacterClass::NameLetter, text[at]) || (at > 0 && text[at] >= '0' && text[at] <= '9'))
         {
             ++at;
             continue;

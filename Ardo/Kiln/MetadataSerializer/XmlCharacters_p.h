@@ -2,7 +2,9 @@
 
 #include "Ardo/KilnExport.h"
 
+#include <array>
 #include <cstddef>
+#include <cstdint>
 #include <string_view>
 
 namespace Ardo::Kiln::MetadataSerializer
@@ -25,6 +27,45 @@ constexpr bool IsXmlCharacter(char32_t c)
 {
     return c == 0x9 || c == 0xA || c == 0xD || (c >= 0x20 && c <= 0xD7FF) || (c >= 0xE000 && c <= 0xFFFD) ||
            (c >= 0x10000 && c <= 0x10FFFF);
+}
+
+/// Classes of characters in markup. White space and what may follow a name end it.
+enum class CharacterClass : std::uint8_t
+{
+    Space = 1,
+    ElementNameEnd = 2,
+    AttributeNameEnd = 4,
+    NameLetter = 8 ///< Letters of ASCII and "_", which nearly all names consist of.
+};
+
+/// The classes of each character.
+inline constexpr auto CharacterClasses = []
+{
+    std::array<std::uint8_t, 256> classes{};
+    const auto add = [&classes](CharacterClass of, std::string_view characters)
+    {
+        for (const char member : characters)
+        {
+            classes[static_cast<unsigned char>(member)] |= static_cast<std::uint8_t>(of);
+        }
+    };
+    add(CharacterClass::Space, " \t\n\r");
+    add(CharacterClass::ElementNameEnd, " \t\n\r>/?");
+    add(CharacterClass::AttributeNameEnd, " \t\n\r>/?!<=");
+    add(CharacterClass::NameLetter, "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz_");
+    return classes;
+}();
+
+/// True if \p c is of that class. A table is looked up, because each character of a document's markup is classified.
+constexpr bool IsOf(CharacterClass characterClass, char c)
+{
+    return (CharacterClasses[static_cast<unsigned char>(c)] & static_cast<std::uint8_t>(characterClass)) != 0;
+}
+
+/// True for a character that XML calls white space.
+constexpr bool IsXmlSpace(char c)
+{
+    return IsOf(CharacterClass::Space, c);
 }
 
 /// Which characters a text may hold.

@@ -15,8 +15,8 @@ namespace Ardo::Kiln::MetadataSerializer
 struct XmlObserver
 {
     void ElementName(std::string_view) {}
-    void AttributeText(std::string_view, std::string_view) {}
-    void Text(std::string_view) {}
+    void AttributeText(std::string_view, std::string_view, bool) {}
+    void Text(std::string_view, bool) {}
     void CdataText(std::string_view) {}
     void CommentText(std::string_view) {}
 };
@@ -25,10 +25,10 @@ struct XmlObserver
 ///
 ///   Element(at), Attribute(at), Comment(at)   a node of the tree begins at the offset \p at
 ///   ElementName(name)                         of the last element
-///   AttributeText(name, text)                 of the last attribute; the text may have references
+///   AttributeText(name, text, hasReferences)  of the last attribute
 ///   CommentText(text)                         of the last comment
 ///   Enter(at), Leave()                        the content of the last element begins, ends
-///   Text(text)                                text among the content of an element, which may have references
+///   Text(text, hasReferences)                 text among the content of an element
 ///   CdataText(text)                           the text of a CDATA section
 ///   Fail(message, at)                         the document is not well-formed (XML 1.0); must throw
 ///
@@ -42,7 +42,7 @@ public:
     XmlScanner(std::string_view text, Observer& observer)
         : m_text(text),
           m_observer(observer),
-          m_hasReferences(text.find('&') != std::string_view::npos),
+          m_nextReference(text.find('&')),
           m_hasCdataEnds(text.find("]]>") != std::string_view::npos)
     {
     }
@@ -61,8 +61,8 @@ public:
             }
             if (!m_open.empty() && begin < m_at)
             {
-                CheckText(begin, m_at);
-                m_observer.Text(m_text.substr(begin, m_at - begin));
+                CheckNoCdataEnd(begin, m_at);
+                m_observer.Text(m_text.substr(begin, m_at - begin), CheckReferences(begin, m_at));
             }
             if (m_at == m_text.size())
             {
@@ -78,35 +78,35 @@ public:
 private:
     char Peek(std::size_t ahead = 0) const { return m_at + ahead < m_text.size() ? m_text[m_at + ahead] : '\0'; }
 
-    static bool IsSpace(char c) { return c == ' ' || c == '\t' || c == '\n' || c == '\r'; }
+    bool IsBlank(std::size_t begin, std::size_t end) const { return EndOf(begin, IsXmlSpace) >= end; }
 
-    bool IsBlank(std::size_t begin, std::size_t end) const
+    /// The offset of the first character from \p at on that is not one of \p characters.
+    template <typename Characters>
+    std::size_t EndOf(std::size_t at, const Characters& characters) const
     {
-        return std::all_of(m_text.begin() + begin, m_text.begin() + end, IsSpace);
-    }
-
-    void SkipSpace()
-    {
-        while (IsSpace(Peek()))
+        while (at < m_text.size() && characters(m_text[at]))
         {
-            ++m_at;
+            ++at;
         }
+        return at;
     }
 
-    static bool EndsElementName(char c) { return c == '>' || IsSpace(c) || c == '/' || c == '?'; }
+    void SkipSpace() { m_at = EndOf(m_at, IsXmlSpace); }
 
-    static bool EndsAttributeName(char c) { return EndsElementName(c) || c == '!' || c == '<' || c == '='; }
+    struct NameText
+    {
+        std::string_view text;
+        bool isUsual; ///< Letters only, which need no further check.
+    };
 
-    /// Moves behind a name and returns it.
-    template <typename Ends>
-    std::string_view Name(const Ends& ends)
+    /// Moves behind a name.
+    /// \param ends the class of the characters that end it.
+    NameText Name(CharacterClass ends)
     {
         const std::size_t begin = m_at;
-        while (m_at < m_text.size() && !ends(m_text[m_at]))
-        {
-            ++m_at;
-        }
-        return m_text.substr(begin, m_at - begin);
+        const std::size_t lettersEnd = EndOf(begin, [](char c) { return IsOf(CharacterClass::NameLetter, c); });
+        m_at = EndOf(lettersEnd, [ends](char c) { return !IsOf(ends, c); });
+        return {m_text.substr(begin, m_at - begin), m_at == lettersEnd && m_at > begin};
     }
 
     /// Moves behind the next \p end, which is searched from \p offset bytes ahead. False if there is none.
@@ -124,10 +124,19 @@ private:
     /// From a '<' on. False where the parser will stop with an error.
     bool Markup()
     {
-        const std::string_view rest = m_text.substr(m_at, 10);
-        if (rest.starts_with("</"))
+        const char second = Peek(1);
+        if (second == '/')
         {
             return EndTag();
+        }
+        if (second != '!' && second != '?')
+        {
+            return Element();
+        }
+        const std::string_view rest = m_text.substr(m_at, 10);
+        if (rest.starts_with("<?"))
+        {
+            return Instruction(rest);
         }
         if (rest.starts_with("<!--"))
         {
@@ -141,34 +150,35 @@ private:
             }
             return Cdata();
         }
-        if (rest.starts_with("<!DOCTYPE") && rest.size() > 9 && IsSpace(rest[9]))
+        if (rest.starts_with("<!DOCTYPE") && rest.size() > 9 && IsXmlSpace(rest[9]))
         {
             return DocumentType();
         }
-        if (rest.starts_with("<!"))
-        {
-            m_observer.Fail("unknown declaration", m_at);
-        }
-        if (rest.starts_with("<?"))
-        {
-            return Instruction(rest);
-        }
-        return Element();
+        m_observer.Fail("unknown declaration", m_at);
+        return false;
     }
 
     bool EndTag()
     {
         const std::size_t begin = m_at;
         m_at += 2;
-        const std::string_view name = Name(EndsElementName);
-        SkipSpace();
-        if (Peek() != '>' || m_open.empty())
+        if (const std::size_t size = m_open.empty() ? 0 : m_open.back().size();
+            size > 0 && Peek(size) == '>' && m_text.substr(m_at, size) == m_open.back())
         {
-            return false;
+            m_at += size; // the usual tag
         }
-        if (name != m_open.back())
+        else
         {
-            m_observer.Fail("mismatched end tag", begin);
+            const std::string_view name = Name(CharacterClass::ElementNameEnd).text;
+            SkipSpace();
+            if (Peek() != '>' || m_open.empty())
+            {
+                return false;
+            }
+            if (name != m_open.back())
+            {
+                m_observer.Fail("mismatched end tag", begin);
+            }
         }
         ++m_at;
         m_open.pop_back();
@@ -212,14 +222,14 @@ private:
         { return at < rest.size() && (rest[at] | 0x20) == lower; };
         const bool isXml = isLetter(2, 'x') && isLetter(3, 'm') && isLetter(4, 'l');
         // The parser does not check the blank after "<?xml".
-        const bool isDeclaration = isXml && rest.size() > 5 && IsSpace(rest[5]);
+        const bool isDeclaration = isXml && rest.size() > 5 && IsXmlSpace(rest[5]);
         if (!SkipPast("?>", isDeclaration ? 6 : 2))
         {
             return false;
         }
         const std::string_view content = m_text.substr(begin + 2, m_at - begin - 4);
         const std::string_view target = content.substr(
-            0, static_cast<std::size_t>(std::find_if(content.begin(), content.end(), IsSpace) - content.begin()));
+            0, static_cast<std::size_t>(std::find_if(content.begin(), content.end(), IsXmlSpace) - content.begin()));
         if (isDeclaration ? begin != m_start || !IsXmlDeclaration(content)
                           : !IsXmlName(target) || (isXml && target.size() == 3))
         {
@@ -233,7 +243,7 @@ private:
         const std::size_t begin = m_at;
         m_at += 9;
         SkipSpace();
-        const std::string_view name = Name(EndsElementName);
+        const std::string_view name = Name(CharacterClass::ElementNameEnd).text;
         SkipSpace();
         if (Peek() != '>' || !IsXmlName(name) || m_hasDocumentType || m_hasRoot)
         {
@@ -254,16 +264,16 @@ private:
         m_hasRoot = true;
         m_observer.Element(begin);
         ++m_at;
-        const std::string_view name = Name(EndsElementName);
-        if (name.empty())
+        const NameText name = Name(CharacterClass::ElementNameEnd);
+        if (name.text.empty())
         {
             return false;
         }
         CheckName(name, begin);
-        m_observer.ElementName(name);
+        m_observer.ElementName(name.text);
         SkipSpace();
         m_attributes.clear();
-        while (m_at < m_text.size() && !EndsAttributeName(m_text[m_at]))
+        while (m_at < m_text.size() && !IsOf(CharacterClass::AttributeNameEnd, m_text[m_at]))
         {
             if (!Attribute())
             {
@@ -273,7 +283,7 @@ private:
         if (Peek() == '>')
         {
             m_observer.Enter(m_at);
-            m_open.push_back(name);
+            m_open.push_back(name.text);
             ++m_at;
             return true;
         }
@@ -292,7 +302,7 @@ private:
     {
         const std::size_t begin = m_at;
         m_observer.Attribute(begin);
-        const std::string_view name = Name(EndsAttributeName);
+        const NameText name = Name(CharacterClass::AttributeNameEnd);
         SkipSpace();
         if (Peek() != '=')
         {
@@ -308,18 +318,17 @@ private:
         }
         CheckName(name, begin);
         // The observer bounds their number.
-        if (std::find(m_attributes.begin(), m_attributes.end(), name) != m_attributes.end())
+        if (std::find(m_attributes.begin(), m_attributes.end(), name.text) != m_attributes.end())
         {
             m_observer.Fail("an attribute given twice", begin);
         }
-        m_attributes.push_back(name);
+        m_attributes.push_back(name.text);
         if (const std::size_t at = m_text.substr(0, m_at).find('<', value); at != std::string_view::npos)
         {
             m_observer.Fail("\"<\" within an attribute", at);
         }
-        CheckReferences(value, m_at - 1);
-        m_observer.AttributeText(name, m_text.substr(value, m_at - 1 - value));
-        if (!IsSpace(Peek()) && m_at < m_text.size() && !EndsAttributeName(m_text[m_at]))
+        m_observer.AttributeText(name.text, m_text.substr(value, m_at - 1 - value), CheckReferences(value, m_at - 1));
+        if (m_at < m_text.size() && !IsOf(CharacterClass::AttributeNameEnd, m_text[m_at]))
         {
             m_observer.Fail("no white space between attributes", m_at);
         }
@@ -327,46 +336,51 @@ private:
         return true;
     }
 
-    void CheckName(std::string_view name, std::size_t at) const
+    void CheckName(const NameText& name, std::size_t at) const
     {
-        if (!IsXmlName(name))
+        if (!name.isUsual && !IsXmlName(name.text))
         {
             m_observer.Fail("invalid name", at);
         }
     }
 
-    void CheckText(std::size_t begin, std::size_t end) const
+    void CheckNoCdataEnd(std::size_t begin, std::size_t end) const
     {
         const std::size_t at = m_hasCdataEnds ? m_text.substr(0, end).find("]]>", begin) : std::string_view::npos;
         if (at != std::string_view::npos)
         {
             m_observer.Fail("\"]]>\" within text", at);
         }
-        CheckReferences(begin, end);
     }
 
     /// The parser would turn references to any number into bytes, and take any other "&" for text.
-    void CheckReferences(std::size_t begin, std::size_t end) const
+    /// \returns whether there are any.
+    bool CheckReferences(std::size_t begin, std::size_t end)
     {
-        const std::string_view part = m_hasReferences ? m_text.substr(begin, end - begin) : std::string_view();
-        for (std::size_t at = part.find('&'); at != std::string_view::npos; at = part.find('&', at + 1))
+        if (m_nextReference < begin)
         {
-            if (!IsXmlReference(part.substr(at + 1)))
+            m_nextReference = m_text.find('&', begin);
+        }
+        const bool hasReferences = m_nextReference < end;
+        for (; m_nextReference < end; m_nextReference = m_text.find('&', m_nextReference + 1))
+        {
+            const std::string_view reference = m_text.substr(m_nextReference + 1, end - m_nextReference - 1);
+            if (!IsXmlReference(reference))
             {
-                m_observer.Fail(part.substr(at + 1).starts_with('#')
-                                    ? "invalid character reference"
-                                    : "a reference to an unknown entity, or a bare \"&\"",
-                                begin + at);
+                m_observer.Fail(reference.starts_with('#') ? "invalid character reference"
+                                                           : "a reference to an unknown entity, or a bare \"&\"",
+                                m_nextReference);
             }
         }
+        return hasReferences;
     }
 
     std::string_view m_text;
     Observer& m_observer;
     std::size_t m_start = 0; ///< Behind a byte order mark.
     std::size_t m_at = 0;
-    bool m_hasReferences; ///< Most documents have none anywhere.
-    bool m_hasCdataEnds;  ///< The same.
+    std::size_t m_nextReference; ///< The first "&" behind what was checked, or npos.
+    bool m_hasCdataEnds;         ///< Most documents have none anywhere.
     bool m_hasDocumentType = false;
     bool m_hasRoot = false;
     std::vector<std::string_view> m_open;       ///< Names of the elements whose end tags are to come.

@@ -26,7 +26,7 @@ public:
     using Limits = DocumentLimits<xml_parser_error>;
 
     NodeMaker(std::string_view text, DocumentNodes& nodes, DocumentNode& parent)
-        : Limits(text), m_nodes(nodes), m_open(1, OpenElement{&parent})
+        : Limits(text), m_nodes(nodes), m_open(1, OpenElement{&parent, 0})
     {
     }
 
@@ -35,64 +35,63 @@ public:
         m_element = &m_nodes.Append(*m_open.back().node, name);
         m_attributes = nullptr;
     }
-    void AttributeText(std::string_view name, std::string_view text)
+    void AttributeText(std::string_view name, std::string_view text, bool hasReferences)
     {
         if (m_attributes == nullptr)
         {
             m_attributes = &m_nodes.Append(*m_element, AttributesKey());
         }
-        m_nodes.Append(*m_attributes, name).text = Decoded(text);
+        m_nodes.Append(*m_attributes, name).text = hasReferences ? Decoded(text) : text;
     }
     void CommentText(std::string_view text) { m_nodes.Append(*m_open.back().node, CommentKey()).text = text; }
     void Enter(std::size_t at)
     {
         Limits::Enter(at);
-        m_open.push_back(OpenElement{m_element});
+        m_open.push_back({m_element, m_texts.size()});
     }
     void Leave()
     {
         Limits::Leave();
-        if (!m_open.back().texts.empty())
+        const OpenElement& open = m_open.back();
+        if (m_texts.size() > open.begin)
         {
-            m_open.back().node->text = m_nodes.Copy(m_open.back().texts);
+            open.node->text = m_nodes.Copy(std::string_view(m_texts).substr(open.begin));
+            m_texts.resize(open.begin);
         }
         m_open.pop_back();
     }
-    void Text(std::string_view text) { CdataText(Decoded(text)); }
+    void Text(std::string_view text, bool hasReferences) { CdataText(hasReferences ? Decoded(text) : text); }
     void CdataText(std::string_view text)
     {
-        OpenElement& open = m_open.back();
-        if (open.texts.empty() && open.node->text.empty())
+        const OpenElement& open = m_open.back();
+        if (open.node->text.empty())
         {
             open.node->text = text;
             return;
         }
-        if (open.texts.empty())
+        if (m_texts.size() == open.begin)
         {
-            open.texts = open.node->text;
+            m_texts += open.node->text;
         }
-        open.texts += text;
+        m_texts += text;
     }
 
 private:
     struct OpenElement
     {
         DocumentNode* node;
-        std::string texts = {}; ///< All together, if there is more than one.
+        std::size_t begin; ///< Of its texts in m_texts.
     };
 
     std::string_view Decoded(std::string_view text)
     {
-        if (text.find('&') == std::string_view::npos)
-        {
-            return text;
-        }
         char* const decoded = m_nodes.Text(text.size());
         return {decoded, CopyDecoded(text, decoded)};
     }
 
     DocumentNodes& m_nodes;
     std::vector<OpenElement> m_open;      ///< Begins with the document itself.
+    std::string m_texts;                  ///< Of the open elements that have more than one, those of the last one last.
     DocumentNode* m_element = nullptr;    ///< The last one that began.
     DocumentNode* m_attributes = nullptr; ///< Of that element; null if it has none.
 };
