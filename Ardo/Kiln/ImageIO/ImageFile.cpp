@@ -110,7 +110,7 @@ struct ImageFile::Content
             {
                 tiff->SelectPage(pages[page]);
             }
-            if (const std::string fault = tiff->DirectoryFault(); !fault.empty())
+            if (const std::string& fault = tiff->DirectoryFault(); !fault.empty())
             {
                 throw ReadImageException(Cause::Damaged, fault);
             }

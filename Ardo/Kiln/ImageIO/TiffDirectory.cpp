@@ -24,7 +24,8 @@ TiffDirectoryReader::TiffDirectoryReader(Read read, std::uint64_t size) : m_read
     constexpr std::uint64_t Classic = 42;
     constexpr std::uint64_t Big = 43;
 
-    const auto header = Bytes(0, 8);
+    std::array<unsigned char, 8> header{};
+    ReadBytes(0, header);
     m_isBigEndian = header[0] == 'M';
     const std::uint64_t version = Number(header.data() + 2, 2);
     if (header[0] != header[1] || (header[0] != 'I' && header[0] != 'M') || (version != Classic && version != Big))
@@ -32,13 +33,14 @@ TiffDirectoryReader::TiffDirectoryReader(Read read, std::uint64_t size) : m_read
         throw std::runtime_error("Not a TIFF file");
     }
     m_word = version == Big ? 8 : 4;
-    m_first = Number(Bytes(m_word, m_word).data(), m_word);
+    m_first = NumberAt(m_word, m_word);
 }
 
 TiffDirectoryReader::Directory TiffDirectoryReader::At(std::uint64_t offset) const
 {
     const std::uint64_t count = CountAt(offset);
-    const auto bytes = Bytes(offset + CountSize(), count * EntrySize());
+    std::vector<unsigned char> bytes(count * EntrySize());
+    ReadBytes(offset + CountSize(), bytes);
 
     Directory directory;
     directory.entries.reserve(count);
@@ -79,23 +81,28 @@ std::uint64_t TiffDirectoryReader::Number(const unsigned char* bytes, std::size_
     return value;
 }
 
-std::vector<unsigned char> TiffDirectoryReader::Bytes(std::uint64_t offset, std::uint64_t size) const
+void TiffDirectoryReader::ReadBytes(std::uint64_t offset, std::span<unsigned char> bytes) const
 {
-    if (offset > m_size || size > m_size - offset)
+    if (offset > m_size || bytes.size() > m_size - offset)
     {
         throw std::runtime_error("the file ends within its directory");
     }
-    std::vector<unsigned char> bytes(size);
     if (!m_read(offset, bytes.data(), bytes.size()))
     {
         throw std::runtime_error("the directory cannot be read");
     }
-    return bytes;
+}
+
+std::uint64_t TiffDirectoryReader::NumberAt(std::uint64_t offset, std::size_t size) const
+{
+    std::array<unsigned char, sizeof(std::uint64_t)> bytes{};
+    ReadBytes(offset, std::span(bytes).first(size));
+    return Number(bytes.data(), size);
 }
 
 std::uint64_t TiffDirectoryReader::CountAt(std::uint64_t offset) const
 {
-    const std::uint64_t count = Number(Bytes(offset, CountSize()).data(), CountSize());
+    const std::uint64_t count = NumberAt(offset, CountSize());
     if (count > m_size / EntrySize())
     {
         throw std::runtime_error("a directory of " + std::to_string(count) + " entries");
@@ -105,7 +112,7 @@ std::uint64_t TiffDirectoryReader::CountAt(std::uint64_t offset) const
 
 std::uint64_t TiffDirectoryReader::NextOf(std::uint64_t offset, std::uint64_t count) const
 {
-    const std::uint64_t next = Number(Bytes(offset + CountSize() + count * EntrySize(), m_word).data(), m_word);
+    const std::uint64_t next = NumberAt(offset + CountSize() + count * EntrySize(), m_word);
     if (next >= m_size)
     {
         throw std::runtime_error("the next directory lies beyond the end of the file");

@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <functional>
+#include <span>
 #include <vector>
 
 namespace Ardo::Kiln::ImageIO
@@ -53,7 +54,8 @@ public:
 
 private:
     std::uint64_t Number(const unsigned char* bytes, std::size_t size) const noexcept;
-    std::vector<unsigned char> Bytes(std::uint64_t offset, std::uint64_t size) const;
+    void ReadBytes(std::uint64_t offset, std::span<unsigned char> bytes) const;
+    std::uint64_t NumberAt(std::uint64_t offset, std::size_t size) const;
     std::uint64_t CountAt(std::uint64_t offset) const;
     std::uint64_t NextOf(std::uint64_t offset, std::uint64_t count) const;
     bool IsInside(const Entry& entry, std::uint64_t offset) const noexcept;

@@ -241,7 +241,7 @@ TiffFile::~TiffFile()
     }
 }
 
-TiffDirectoryReader TiffFile::Directories() const
+TiffDirectoryReader TiffFile::Directories()
 {
     return {[this](std::uint64_t offset, void* bytes, std::size_t size)
             {
@@ -251,7 +251,16 @@ TiffDirectoryReader TiffFile::Directories() const
             m_size};
 }
 
-std::string TiffFile::DirectoryFault() const
+const std::string& TiffFile::DirectoryFault()
+{
+    if (!m_directoryFault)
+    {
+        m_directoryFault = FindDirectoryFault();
+    }
+    return *m_directoryFault;
+}
+
+std::string TiffFile::FindDirectoryFault()
 try
 {
     for (const auto& entry : Directories().At(TIFFCurrentDirOffset(m_tiff)).entries)
@@ -273,7 +282,7 @@ catch (const std::runtime_error& error)
     return error.what();
 }
 
-std::vector<std::uint64_t> TiffFile::Pages() const
+std::vector<std::uint64_t> TiffFile::Pages()
 {
     constexpr std::size_t MaxPages = 65'536;
     return Directories().Chain(MaxPages);
@@ -281,6 +290,7 @@ std::vector<std::uint64_t> TiffFile::Pages() const
 
 void TiffFile::SelectPage(std::uint64_t offset)
 {
+    m_directoryFault.reset();
     if (TIFFSetSubDirectory(m_tiff, offset) != 1)
     {
         throw std::runtime_error(TakeError());

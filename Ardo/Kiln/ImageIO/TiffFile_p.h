@@ -11,6 +11,7 @@
 #include <exception>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 
 struct tiff; // libtiff's TIFF
@@ -64,11 +65,11 @@ public:
     /// Why an entry of the current directory cannot be read although the directory names it, or the directory itself;
     /// empty if all is well. Every entry has to lie inside the file. Those that say what the pixels are, and the
     /// library's own, also have to be of a type and a number of values that libtiff takes. For a file that is read.
-    std::string DirectoryFault() const;
+    const std::string& DirectoryFault();
 
     /// Where the directories of the file begin, the first one first. For a file that is read.
     /// \throws std::runtime_error whose text is the reason if the chain of directories leaves the file.
-    std::vector<std::uint64_t> Pages() const;
+    std::vector<std::uint64_t> Pages();
 
     /// Makes the directory at \p offset the current one.
     /// \throws std::runtime_error whose text is the reason.
@@ -102,17 +103,19 @@ private:
     struct Callbacks;
 
     TiffFile(std::unique_ptr<Platform::RandomAccessFile> file, const std::wstring& path, Access access);
-    TiffDirectoryReader Directories() const;
+    TiffDirectoryReader Directories();
+    std::string FindDirectoryFault();
     bool WriteInSteps(const unsigned char* bytes, std::uint64_t size) noexcept;
     void NoteError(const char* format, std::va_list arguments) noexcept;
     void NoteWarning(const char* format, std::va_list arguments) noexcept;
 
     std::unique_ptr<Platform::RandomAccessFile> m_file; ///< Never null.
-    mutable BlockReader m_blocks;                       ///< Of the file; what is read goes through it.
+    BlockReader m_blocks;                               ///< Of the file; what is read goes through it.
     std::string m_name;                                 ///< The path for messages: FileSystem::ToDisplayText.
     std::uint64_t m_size;
     std::uint64_t m_position = 0;
-    std::uint64_t m_readBudget; ///< Bytes that libtiff may still read.
+    std::uint64_t m_readBudget;                  ///< Bytes that libtiff may still read.
+    std::optional<std::string> m_directoryFault; ///< Of the current directory, once it was looked for.
     std::string m_error;
     int m_warnings = 0;
     ReadProgress m_reading;

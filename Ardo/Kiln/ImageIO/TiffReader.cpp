@@ -99,7 +99,7 @@ void TiffReader::OpenFields(const std::wstring& file)
         throw std::runtime_error(WithReason(OpenError, exception.what()));
     }
     ReadFields();
-    if (const std::string fault = m_file->DirectoryFault(); !fault.empty())
+    if (const std::string& fault = m_file->DirectoryFault(); !fault.empty())
     {
         throw std::runtime_error(WithReason(OpenError, fault));
     }
