@@ -1,6 +1,7 @@
 #include "Ardo/Kiln/MetadataSerializer/DocumentText_p.h"
 
 #include "Ardo/Kiln/MetadataSerializer/DocumentTree_p.h"
+#include "Ardo/Kiln/MetadataSerializer/XmlCharacters_p.h"
 
 #include <algorithm>
 #include <boost/property_tree/json_parser/error.hpp>
@@ -14,21 +15,31 @@ namespace
 {
 
 constexpr std::size_t IndentSize = 4;
+constexpr std::size_t UsualSize = 16 * 1024; ///< Bytes that most records take at most.
 
-/// Appends \p text. Characters that \p escape returns a text for are replaced by it.
-template <typename Escape>
-void AppendEscaped(std::string& target, std::string_view text, const Escape& escape)
+/// Appends \p text. Characters that \p isSpecial selects and \p escape returns a text for are replaced by it.
+template <typename IsSpecial, typename Escape>
+void AppendEscaped(std::string& target, std::string_view text, const IsSpecial& isSpecial, const Escape& escape)
 {
-    std::size_t begin = 0;
-    for (std::size_t at = 0; at < text.size(); ++at)
+    while (true)
     {
-        if (const auto other = escape(text[at]); !other.empty())
+        const auto special = std::find_if(text.begin(), text.end(), isSpecial);
+        const auto plain = static_cast<std::size_t>(special - text.begin());
+        target.append(text, 0, plain);
+        if (special == text.end())
         {
-            target.append(text, begin, at - begin).append(other);
-            begin = at + 1;
+            return;
         }
+        if (const std::string_view other = escape(*special); other.empty())
+        {
+            target += *special;
+        }
+        else
+        {
+            target += other;
+        }
+        text.remove_prefix(plain + 1);
     }
-    target.append(text, begin);
 }
 
 class XmlWriter
@@ -41,7 +52,8 @@ public:
         const DocumentNode* const attributes = node.Find(AttributesKey());
         const bool hasElements = std::any_of(ChildrenOf(node).begin(), ChildrenOf(node).end(), IsElement);
         Indent(level);
-        m_text.append(1, '<').append(node.name);
+        m_text += '<';
+        m_text += node.name;
         if (attributes != nullptr)
         {
             Attributes(*attributes);
@@ -66,7 +78,9 @@ public:
             }
         }
         Indent(hasElements ? level : 0);
-        m_text.append("</").append(node.name).append(">\n");
+        m_text += "</";
+        m_text += node.name;
+        m_text += ">\n";
     }
 
 private:
@@ -78,7 +92,9 @@ private:
     {
         for (const DocumentNode& attribute : ChildrenOf(attributes))
         {
-            m_text.append(1, ' ').append(attribute.name).append("=\"");
+            m_text += ' ';
+            m_text += attribute.name;
+            m_text += "=\"";
             Characters(attribute.text, true);
             m_text += '"';
         }
@@ -91,31 +107,32 @@ private:
             m_text += "&#32;"; // or readers might take the text for indentation
             text.remove_prefix(1);
         }
-        AppendEscaped(m_text, text,
-                      [isAttribute](char c) -> std::string_view
-                      {
-                          switch (c)
-                          {
-                          case '<':
-                              return "&lt;";
-                          case '>':
-                              return "&gt;";
-                          case '&':
-                              return "&amp;";
-                          case '"':
-                              return "&quot;";
-                          case '\'':
-                              return "&apos;";
-                          case '\r':
-                              return "&#13;";
-                          case '\t':
-                              return isAttribute ? "&#9;" : "";
-                          case '\n':
-                              return isAttribute ? "&#10;" : "";
-                          default:
-                              return "";
-                          }
-                      });
+        AppendEscaped(
+            m_text, text, [](char c) { return IsOf(CharacterClass::Escaped, c); },
+            [isAttribute](char c) -> std::string_view
+            {
+                switch (c)
+                {
+                case '<':
+                    return "&lt;";
+                case '>':
+                    return "&gt;";
+                case '&':
+                    return "&amp;";
+                case '"':
+                    return "&quot;";
+                case '\'':
+                    return "&apos;";
+                case '\r':
+                    return "&#13;";
+                case '\t':
+                    return isAttribute ? "&#9;" : "";
+                case '\n':
+                    return isAttribute ? "&#10;" : "";
+                default:
+                    return "";
+                }
+            });
     }
 
     std::string& m_text;
@@ -156,9 +173,11 @@ private:
     void Characters(std::string_view text)
     {
         m_text += '"';
-        AppendEscaped(m_text, text, [this](char c) { return Escape(c); });
+        AppendEscaped(m_text, text, IsSpecial, [this](char c) { return Escape(c); });
         m_text += '"';
     }
+
+    static bool IsSpecial(char c) { return static_cast<unsigned char>(c) < 0x20 || c == '"' || c == '\\' || c == '/'; }
 
     std::string_view Escape(char c)
     {
@@ -183,10 +202,6 @@ private:
         default:
             break;
         }
-        if (static_cast<unsigned char>(c) >= 0x20)
-        {
-            return "";
-        }
         constexpr std::string_view Digits = "0123456789ABCDEF";
         m_code[4] = Digits[static_cast<unsigned char>(c) / 16];
         m_code[5] = Digits[static_cast<unsigned char>(c) % 16];
@@ -208,7 +223,9 @@ bool FitsJson(const DocumentNode& node)
 
 std::string XmlText(const DocumentNode& document)
 {
-    std::string text = "<?xml version=\"1.0\" encoding=\"utf-8\"?>\n";
+    std::string text;
+    text.reserve(UsualSize);
+    text += "<?xml version=\"1.0\" encoding=\"utf-8\"?>\n";
     for (const DocumentNode& root : ChildrenOf(document))
     {
         XmlWriter(text).Element(root, 0);
@@ -224,6 +241,7 @@ std::string JsonText(const DocumentNode& document)
             "ptree contains data that cannot be represented in JSON format", std::string(), 0));
     }
     std::string text;
+    text.reserve(UsualSize);
     JsonWriter(text).Value(document, 0);
     text += '\n';
     return text;

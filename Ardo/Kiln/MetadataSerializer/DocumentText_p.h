@@ -13,7 +13,8 @@ namespace Ardo::Kiln::MetadataSerializer
 
 /// The document as boost::property_tree::write_xml writes it with four blanks a level. White space that readers would
 /// change is written as character references: carriage returns, and in attributes tabs and line feeds, too.
-/// \param document whose names and texts CheckForXml has accepted; it has no text of its own.
+/// \param document whose names CheckXmlNames has accepted; it has no text of its own. Characters that XML cannot hold
+///        stay as they are.
 KILN_EXPORT_FOR_TESTS std::string XmlText(const DocumentNode& document);
 
 /// The document as boost::property_tree::write_json writes it, indented.

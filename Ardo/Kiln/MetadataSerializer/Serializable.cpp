@@ -51,27 +51,21 @@ void AppendContent(DocumentNodes& nodes, DocumentNode& metadata, DocumentNode& a
     }
 }
 
-// The writers copy the bytes that XML excludes and those beyond ASCII unchanged, so the whole document can be validated
-// at once.
-
 /// \param areNamesChecked no name needs to be checked, as in a record: it has the names of fields, and the writer has
 ///        checked the types of detectors.
-std::string XmlOf(const DocumentNode& document, bool areNamesChecked)
+std::string TextOf(const DocumentNode& document, SerializeType type, bool areNamesChecked)
 {
-    std::string text = XmlText(document);
-    if (!areNamesChecked || FindInvalid(text, TextRule::Xml) < text.size())
+    const bool isXml = type == SerializeType::Xml;
+    if (isXml && !areNamesChecked)
     {
-        CheckForXml(document); // throws, and names the text
+        CheckXmlNames(document);
     }
-    return text;
-}
-
-std::string JsonOf(const DocumentNode& document)
-{
-    std::string text = JsonText(document);
-    if (FindInvalid(text, TextRule::Utf8) < text.size())
+    std::string text = isXml ? XmlText(document) : JsonText(document);
+    // The writers copy what a document cannot hold unchanged, so the whole text can be checked at once.
+    const TextRule rule = isXml ? TextRule::Xml : TextRule::Utf8;
+    if (FindInvalid(text, rule) < text.size())
     {
-        CheckUtf8(document); // throws, and names the text
+        CheckTexts(document, rule); // throws, and names the text
     }
     return text;
 }
@@ -99,7 +93,7 @@ std::string Serializable::SerializeToString(SerializeType type) const
     SetAttribute(nodes, attributes, "xmlns:nil", MetadataNamespaceUri);
     SetAttribute(nodes, attributes, "xmlns:xsi", SchemaInstanceNamespaceUri);
     CheckLimits(document, type);
-    std::string text = type == SerializeType::Xml ? XmlOf(document, IsRecord(*this)) : JsonOf(document);
+    std::string text = TextOf(document, type, IsRecord(*this));
     if (text.size() > MaxTextSize)
     {
         // Readers would ignore it without an error.

@@ -52,15 +52,14 @@ void CheckText(std::string_view text, const Place* place, TextRule rule)
     }
 }
 
-void CheckXmlNode(const DocumentNode& node, const Place* parent, bool isAttributes)
+void CheckNames(const DocumentNode& node, const Place* parent, bool isAttributes)
 {
-    CheckText(node.text, parent, TextRule::Xml);
     for (const DocumentNode& child : ChildrenOf(node))
     {
         const Place place{parent, child.name};
         if (child.name == AttributesKey())
         {
-            CheckXmlNode(child, &place, true);
+            CheckNames(child, &place, true);
             continue;
         }
         if (!IsXmlName(child.name))
@@ -73,7 +72,7 @@ void CheckXmlNode(const DocumentNode& node, const Place* parent, bool isAttribut
             BOOST_PROPERTY_TREE_THROW(boost::property_tree::ptree_bad_data(
                 "\"" + place.Text() + "\" is an attribute given twice", std::string(child.name)));
         }
-        CheckXmlNode(child, &place, isAttributes);
+        CheckNames(child, &place, isAttributes);
     }
 }
 
@@ -119,14 +118,14 @@ private:
     std::size_t m_nodes = 0;
 };
 
-void CheckNode(const DocumentNode& node, const Place* parent)
+void CheckTexts(const DocumentNode& node, const Place* parent, TextRule rule)
 {
-    CheckText(node.text, parent, TextRule::Utf8);
+    CheckText(node.text, parent, rule);
     for (const DocumentNode& child : ChildrenOf(node))
     {
         const Place place{parent, child.name};
-        CheckText(child.name, &place, TextRule::Utf8);
-        CheckNode(child, &place);
+        CheckText(child.name, &place, rule);
+        CheckTexts(child, &place, rule);
     }
 }
 
@@ -137,14 +136,14 @@ void CheckLimits(const DocumentNode& document, SerializeType type)
     LimitCheck(type).Check(document, 1);
 }
 
-void CheckForXml(const DocumentNode& document)
+void CheckXmlNames(const DocumentNode& document)
 {
-    CheckXmlNode(document, nullptr, false);
+    CheckNames(document, nullptr, false);
 }
 
-void CheckUtf8(const DocumentNode& document)
+void CheckTexts(const DocumentNode& document, TextRule rule)
 {
-    CheckNode(document, nullptr);
+    CheckTexts(document, nullptr, rule);
 }
 
 } // namespace Ardo::Kiln::MetadataSerializer

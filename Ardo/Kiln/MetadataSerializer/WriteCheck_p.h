@@ -2,6 +2,7 @@
 
 #include "Ardo/Kiln/MetadataSerializer/DocumentNode_p.h"
 #include "Ardo/Kiln/MetadataSerializer/SerializeType.h"
+#include "Ardo/Kiln/MetadataSerializer/XmlCharacters_p.h"
 
 namespace Ardo::Kiln::MetadataSerializer
 {
@@ -12,11 +13,11 @@ namespace Ardo::Kiln::MetadataSerializer
 /// \throws boost::property_tree::ptree_bad_data if it has too many nodes or is nested too deep.
 void CheckLimits(const DocumentNode& document, SerializeType type);
 
-/// Checks what XML can hold: names and characters.
+/// Checks that the names can be names in XML, and that no attribute is given twice.
 /// \throws boost::property_tree::ptree_bad_data: see Serializable::SerializeToString.
-void CheckForXml(const DocumentNode& document);
+void CheckXmlNames(const DocumentNode& document);
 
-/// \throws boost::property_tree::ptree_bad_data if a name or text is not UTF-8.
-void CheckUtf8(const DocumentNode& document);
+/// \throws boost::property_tree::ptree_bad_data, whose text names the place, if a name or text breaks \p rule.
+void CheckTexts(const DocumentNode& document, TextRule rule);
 
 } // namespace Ardo::Kiln::MetadataSerializer

@@ -126,13 +126,10 @@ std::size_t FindInvalid(std::string_view text, TextRule rule)
 
 bool IsXmlName(std::string_view text)
 {
-    for (std::size_t at = 0; at < text.size();)
+    const auto isLetter = [](char c) { return IsOf(CharacterClass::NameLetter, c); };
+    const auto letters = std::find_if_not(text.begin(), text.end(), isLetter) - text.begin();
+    for (auto at = static_cast<std::size_t>(letters); at < text.size();)
     {
-        if (IsOf(CharacterClass::NameLetter, text[at]) || (at > 0 && text[at] >= '0' && text[at] <= '9'))
-        {
-            ++at;
-            continue;
-        }
         const CodePoint codePoint = FirstCodePoint(text.substr(at, 4));
         if (codePoint.length == 0 ||
             !(IsIn(NameStart, codePoint.value) || (at > 0 && IsIn(NameOther, codePoint.value))))

@@ -29,13 +29,14 @@ constexpr bool IsXmlCharacter(char32_t c)
            (c >= 0x10000 && c <= 0x10FFFF);
 }
 
-/// Classes of characters in markup. White space and what may follow a name end it.
+/// Classes of characters in a document.
 enum class CharacterClass : std::uint8_t
 {
     Space = 1,
     ElementNameEnd = 2,
     AttributeNameEnd = 4,
-    NameLetter = 8 ///< Letters of ASCII and "_", which nearly all names consist of.
+    NameLetter = 8, ///< Letters of ASCII and "_", which nearly all names consist of.
+    Escaped = 16    ///< Written as references, some only in attributes.
 };
 
 /// The classes of each character.
@@ -53,6 +54,7 @@ inline constexpr auto CharacterClasses = []
     add(CharacterClass::ElementNameEnd, " \t\n\r>/?");
     add(CharacterClass::AttributeNameEnd, " \t\n\r>/?!<=");
     add(CharacterClass::NameLetter, "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz_");
+    add(CharacterClass::Escaped, "<>&\"'\t\n\r");
     return classes;
 }();
 
