@@ -340,7 +340,7 @@ FileReport Info(const std::string& file, const InfoOptions& options)
         areFieldsWhole = reader.GetStripCount() == 0; // tiles, which this reader does not support
     }
 
-    const std::string text = reader.GetMetadataText();
+    const RecordDocument document{reader.GetMetadataText(), MetadataSerializer::SerializeType::Xml};
     const PixelReport pixels = ExaminePixels(reader, !options.isQuick);
     if (!pixels.fault.empty())
     {
@@ -349,9 +349,9 @@ FileReport Info(const std::string& file, const InfoOptions& options)
     std::optional<Metadata> record;
     try
     {
-        if (!text.empty())
+        if (!document.text.empty())
         {
-            record = ReadDocument({text, MetadataSerializer::SerializeType::Xml}, file);
+            record = ReadDocument(document, file);
         }
     }
     catch (const Failure& failure)
@@ -373,7 +373,7 @@ FileReport Info(const std::string& file, const InfoOptions& options)
     else
     {
         report.Section("Record");
-        report.Line(!text.empty() ? "cannot be read" : areFieldsWhole ? "none" : "none that can be read");
+        report.Line(!document.text.empty() ? "cannot be read" : areFieldsWhole ? "none" : "none that can be read");
     }
     result.output = Printable(file) + "\n" + report.Text();
     for (const std::string& damage : damages)

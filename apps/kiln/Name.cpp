@@ -44,7 +44,8 @@ FileNaming::FileNamingSettings NamingSettings(const std::string& file, const std
         values = FileNaming::LoadFileNamingSettings(settings);
         if (settings.status() != QSettings::NoError) // known when the values have been read
         {
-            throw Failure(file + ": is no settings file");
+            throw Failure(file +
+                          (settings.status() == QSettings::AccessError ? ": cannot be read" : ": is no settings file"));
         }
     }
     if (!folder.empty())

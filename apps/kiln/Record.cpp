@@ -19,11 +19,12 @@ namespace
 using MetadataSerializer::Serializable;
 using MetadataSerializer::SerializeType;
 
-std::string EmbeddedText(const InputFile& tiff, const std::string& name)
+/// Empty for a file that is no TIFF file.
+std::string EmbeddedText(const InputFile& file, const std::string& name)
 {
     try
     {
-        return ImageIO::ImageFile(tiff.WidePath()).ReadMetadataText();
+        return ImageIO::ImageFile(file.WidePath()).ReadMetadataText();
     }
     catch (const ImageIO::ReadImageException& failure)
     {
@@ -39,7 +40,7 @@ FileKind KindOf(const InputFile& file)
     constexpr std::array TiffSignatures = {"II*\0"sv, "MM\0*"sv, "II+\0"sv, "MM\0+"sv};
     constexpr auto ByteOrderMark = "\xEF\xBB\xBF"sv;
 
-    const std::string_view head = file.Head();
+    const std::string head = file.Head();
     for (const std::string_view signature : TiffSignatures)
     {
         if (head.starts_with(signature))
@@ -55,18 +56,17 @@ FileKind KindOf(const InputFile& file)
 
 std::optional<RecordDocument> DocumentOf(const InputFile& file, const std::string& name)
 {
+    if (std::string text = EmbeddedText(file, name); !text.empty()) // TIFF first: of them there may be many
+    {
+        return RecordDocument{std::move(text), SerializeType::Xml};
+    }
     switch (KindOf(file))
     {
-    case FileKind::Tiff:
-        if (std::string text = EmbeddedText(file, name); !text.empty())
-        {
-            return RecordDocument{std::move(text), SerializeType::Xml};
-        }
-        break;
     case FileKind::Xml:
         return RecordDocument{file.Text(Serializable::MaxTextSize), SerializeType::Xml};
     case FileKind::Json:
         return RecordDocument{file.Text(Serializable::MaxTextSize), SerializeType::Json};
+    case FileKind::Tiff:
     case FileKind::Other:
         break;
     }

@@ -86,7 +86,6 @@ InputFile::InputFile(const std::string& name) : m_name(name == StandardStream ? 
         m_path = m_copy.emplace().Path();
         std::ofstream file(m_path, std::ios::binary);
         Copy(source, file, m_name, "temporary file");
-        ReadHead();
     };
     if (name == StandardStream)
     {
@@ -112,22 +111,20 @@ InputFile::InputFile(const std::string& name) : m_name(name == StandardStream ? 
     {
         std::ifstream pipe = Open(m_path, name);
         copy(pipe);
-        return;
     }
-    ReadHead(); // throws if the file may not be read
 }
 
-void InputFile::ReadHead()
+std::string InputFile::Head() const
 {
-    constexpr std::size_t Size = 4096;
+    std::string head(4096, '\0');
     std::ifstream file = Open(m_path, m_name);
-    m_head.resize(Size);
-    file.read(m_head.data(), static_cast<std::streamsize>(Size));
+    file.read(head.data(), static_cast<std::streamsize>(head.size()));
     if (file.bad())
     {
         throw Failure(m_name + ": " + Reason());
     }
-    m_head.resize(static_cast<std::size_t>(file.gcount()));
+    head.resize(static_cast<std::size_t>(file.gcount()));
+    return head;
 }
 
 std::wstring InputFile::WidePath() const

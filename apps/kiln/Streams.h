@@ -18,9 +18,9 @@ inline constexpr std::string_view StandardStream = "-";
 class InputFile
 {
 public:
+    /// A file is not opened yet, because most readers open it themselves.
     /// \param name a path in UTF-8, or "-".
-    /// \throws Failure when there is no such file, when it may not be read, when
-    /// it is a folder or a device, or when the copy fails.
+    /// \throws Failure when there is no such file, when it is a folder or a device, or when the copy fails.
     explicit InputFile(const std::string& name);
     InputFile(const InputFile&) = delete;
     InputFile& operator=(const InputFile&) = delete;
@@ -29,19 +29,17 @@ public:
     std::wstring WidePath() const;
 
     /// The first 4096 bytes of the file, or all of a shorter one.
-    std::string_view Head() const { return m_head; }
+    /// \throws Failure when it cannot be read.
+    std::string Head() const;
 
     /// The whole file.
     /// \throws Failure when it is longer than \p limit bytes or cannot be read.
     std::string Text(std::size_t limit) const;
 
 private:
-    void ReadHead();
-
     std::string m_name; ///< For messages.
     std::optional<FileSystem::TemporaryFile> m_copy;
     std::filesystem::path m_path;
-    std::string m_head;
 };
 
 /// \p name as a path.
