@@ -12,8 +12,14 @@ void FactPart::AppendTo(std::string& line) const
     {
         line.append(m_name).append(1, ' ');
     }
-    AppendPrintable(line, m_text);
-    Conversion::AppendReplacing(line, m_wide);
+    if (m_wide.empty())
+    {
+        AppendPrintable(line, m_text);
+    }
+    else
+    {
+        Conversion::AppendReplacing(line, m_wide);
+    }
 }
 
 void FactText::Line(const FactPart& part)
