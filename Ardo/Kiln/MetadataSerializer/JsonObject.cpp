@@ -107,7 +107,7 @@ std::string Record::ToJsonObject() const
     AppendObject(json, record, true);
     if (FindInvalid(json, TextRule::Utf8) < json.size())
     {
-        CheckUtf8(document); // throws, and names the text
+        CheckTexts(document, TextRule::Utf8); // throws, and names the text
     }
     return json;
 }
