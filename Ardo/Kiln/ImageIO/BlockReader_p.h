@@ -4,8 +4,9 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <memory>
 #include <system_error>
-#include <vector>
+#include <utility>
 
 namespace Ardo::Kiln::ImageIO
 {
@@ -16,21 +17,26 @@ namespace Ardo::Kiln::ImageIO
 class BlockReader
 {
 public:
-    /// \p file has to outlive the object, and nobody may write to it meanwhile through this process.
-    explicit BlockReader(Platform::RandomAccessFile& file) : m_file(file) {}
+    /// \param file not null. While there is an object that has read, nobody may write to the file through this process.
+    explicit BlockReader(std::unique_ptr<Platform::RandomAccessFile> file) : m_file(std::move(file)) {}
 
     /// The same as RandomAccessFile::ReadAt.
     std::int64_t ReadAt(std::uint64_t offset, void* bytes, std::int64_t size) noexcept;
 
-    std::uint64_t SizeWhenOpened() const noexcept { return m_file.SizeWhenOpened(); }
-    std::error_code LastError() const noexcept { return m_file.LastError(); }
+    std::uint64_t SizeWhenOpened() const noexcept { return m_file->SizeWhenOpened(); }
+    std::error_code LastError() const noexcept { return m_file->LastError(); }
+
+    Platform::RandomAccessFile& File() noexcept { return *m_file; }
 
 private:
     /// False if the block at \p begin cannot be read, or there is no memory for it.
     bool ReadBlock(std::uint64_t begin) noexcept;
 
-    Platform::RandomAccessFile& m_file;
-    std::vector<char> m_block;       ///< Shorter than a block at the end of the file; empty before the first read.
+    static constexpr std::uint64_t BlockSize = 32 * 1024; ///< Holds the directory and the record of a usual file.
+
+    std::unique_ptr<Platform::RandomAccessFile> m_file;
+    std::unique_ptr<char[]> m_block; ///< Null before the first read.
+    std::uint64_t m_blockSize = 0;   ///< Less than BlockSize at the end of the file; 0 before the first read.
     std::uint64_t m_blockOffset = 0; ///< Where the block begins in the file.
 };
 

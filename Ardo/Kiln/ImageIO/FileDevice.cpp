@@ -6,7 +6,7 @@
 namespace Ardo::Kiln::ImageIO
 {
 
-FileDevice::FileDevice(Platform::RandomAccessFile& file, ReadProgress& reading) : m_file(file), m_reading(reading)
+FileDevice::FileDevice(BlockReader& file, ReadProgress& reading) : m_file(file), m_reading(reading)
 {
     open(QIODevice::ReadOnly);
 }

@@ -1,7 +1,7 @@
 #pragma once
 
+#include "Ardo/Kiln/ImageIO/BlockReader_p.h"
 #include "Ardo/Kiln/ImageIO/ReadProgress_p.h"
-#include "Ardo/Kiln/Platform/RandomAccessFile.h"
 
 #include <QIODevice>
 
@@ -14,7 +14,7 @@ class FileDevice : public QIODevice
 {
 public:
     /// Opens the device for reading. \p file and \p reading stay the caller's.
-    FileDevice(Platform::RandomAccessFile& file, ReadProgress& reading);
+    FileDevice(BlockReader& file, ReadProgress& reading);
 
     bool isSequential() const override { return false; }
     qint64 size() const override;
@@ -25,7 +25,7 @@ protected:
     qint64 writeData(const char*, qint64) override { return -1; }
 
 private:
-    BlockReader m_file;
+    BlockReader& m_file;
     ReadProgress& m_reading;
     qint64 m_position = 0;
 };

@@ -12,6 +12,7 @@
 
 #include <array>
 #include <new>
+#include <optional>
 #include <stdexcept>
 #include <string_view>
 #include <vector>
@@ -85,7 +86,7 @@ bool IsTiff(std::string_view start)
 /// Either the TIFF file or the other file is set.
 struct ImageFile::Content
 {
-    std::unique_ptr<Platform::RandomAccessFile> file; ///< Of a format that is not TIFF.
+    std::optional<BlockReader> file; ///< Of a format that is not TIFF.
     std::unique_ptr<TiffFile> tiff;
     ImageFile::Progress progress;
     std::vector<std::uint64_t> pages; ///< Where the directories of a TIFF file begin.
@@ -125,11 +126,11 @@ ImageFile::ImageFile(const std::wstring& path) : m_content(std::make_unique<Cont
         [&]
         {
             using Platform::RandomAccessFile;
-            auto file = std::make_unique<RandomAccessFile>(name, RandomAccessFile::Access::Read);
+            BlockReader file(std::make_unique<RandomAccessFile>(name, RandomAccessFile::Access::Read));
             std::array<char, 4> start{};
-            if (file->ReadAt(0, start.data(), start.size()) < 0)
+            if (file.ReadAt(0, start.data(), start.size()) < 0)
             {
-                throw std::system_error(file->LastError());
+                throw std::system_error(file.LastError());
             }
             if (!IsTiff({start.data(), start.size()}))
             {

@@ -136,7 +136,7 @@ struct TiffFile::Callbacks
         {
             return 0;
         }
-        const std::int64_t count = file.m_reading.ReadAt(file.m_blocks, file.m_position, bytes, size);
+        const std::int64_t count = file.m_reading.ReadAt(file.m_file, file.m_position, bytes, size);
         if (count > 0)
         {
             file.m_position += static_cast<std::uint64_t>(count);
@@ -185,20 +185,17 @@ struct TiffFile::Callbacks
 };
 
 TiffFile::TiffFile(const std::wstring& path, Access access)
-    : TiffFile(std::make_unique<Platform::RandomAccessFile>(FileSystem::ToPath(path), access), path, access)
+    : TiffFile(BlockReader(std::make_unique<Platform::RandomAccessFile>(FileSystem::ToPath(path), access)), path,
+               access)
 {
 }
 
-TiffFile::TiffFile(std::unique_ptr<Platform::RandomAccessFile> file, const std::wstring& path)
-    : TiffFile(std::move(file), path, Access::Read)
-{
-}
+TiffFile::TiffFile(BlockReader file, const std::wstring& path) : TiffFile(std::move(file), path, Access::Read) {}
 
-TiffFile::TiffFile(std::unique_ptr<Platform::RandomAccessFile> file, const std::wstring& path, Access access)
+TiffFile::TiffFile(BlockReader file, const std::wstring& path, Access access)
     : m_file(std::move(file)),
-      m_blocks(*m_file),
       m_name(FileSystem::ToDisplayText(FileSystem::ToPath(path))),
-      m_size(m_file->SizeWhenOpened()),
+      m_size(m_file.SizeWhenOpened()),
       m_readBudget(access == Access::Read ? ReadBudgetFactor * std::min(m_size, std::uint64_t{1} << 60) + MiB
                                           : std::numeric_limits<std::uint64_t>::max())
 {
@@ -246,7 +243,7 @@ TiffDirectoryReader TiffFile::Directories()
     return {[this](std::uint64_t offset, void* bytes, std::size_t size)
             {
                 const auto count = static_cast<std::int64_t>(size);
-                return m_blocks.ReadAt(offset, bytes, count) == count;
+                return m_file.ReadAt(offset, bytes, count) == count;
             },
             m_size};
 }
@@ -317,7 +314,7 @@ try
     for (std::uint64_t done = 0; done < size && !m_isAbandoned;)
     {
         const std::uint64_t count = m_progress ? std::min(size - done, Step) : size - done;
-        m_isAbandoned = m_file->WriteAt(m_position, bytes + done, static_cast<std::int64_t>(count)) < 0;
+        m_isAbandoned = m_file.File().WriteAt(m_position, bytes + done, static_cast<std::int64_t>(count)) < 0;
         if (!m_isAbandoned)
         {
             done += count;
@@ -366,7 +363,7 @@ try
         {
             m_error.erase(0, name.size()); // whoever shows the error names the file
         }
-        if (const std::error_code reason = m_file->LastError())
+        if (const std::error_code reason = m_file.LastError())
         {
             m_error += ": " + reason.message();
         }

@@ -51,7 +51,7 @@ public:
     /// Reads \p file, which is open for reading.
     /// \param path names it in messages.
     /// \throws std::runtime_error whose text is the reason.
-    TiffFile(std::unique_ptr<Platform::RandomAccessFile> file, const std::wstring& path);
+    TiffFile(BlockReader file, const std::wstring& path);
     ~TiffFile();
     TiffFile(const TiffFile&) = delete;
     TiffFile& operator=(const TiffFile&) = delete;
@@ -102,16 +102,15 @@ public:
 private:
     struct Callbacks;
 
-    TiffFile(std::unique_ptr<Platform::RandomAccessFile> file, const std::wstring& path, Access access);
+    TiffFile(BlockReader file, const std::wstring& path, Access access);
     TiffDirectoryReader Directories();
     std::string FindDirectoryFault();
     bool WriteInSteps(const unsigned char* bytes, std::uint64_t size) noexcept;
     void NoteError(const char* format, std::va_list arguments) noexcept;
     void NoteWarning(const char* format, std::va_list arguments) noexcept;
 
-    std::unique_ptr<Platform::RandomAccessFile> m_file; ///< Never null.
-    BlockReader m_blocks;                               ///< Of the file; what is read goes through it.
-    std::string m_name;                                 ///< The path for messages: FileSystem::ToDisplayText.
+    BlockReader m_file;
+    std::string m_name; ///< The path for messages: FileSystem::ToDisplayText.
     std::uint64_t m_size;
     std::uint64_t m_position = 0;
     std::uint64_t m_readBudget;                  ///< Bytes that libtiff may still read.
