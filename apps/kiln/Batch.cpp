@@ -18,6 +18,7 @@
 #include <map>
 #include <memory>
 #include <mutex>
+#include <numeric>
 #include <thread>
 #include <utility>
 
@@ -223,7 +224,10 @@ bool ForEachFile(const BatchOptions& options, const std::vector<FoundFile>& file
                 throw Interrupted();
             }
             std::string output;
-            for (FileReport& report : reports.Take())
+            std::vector<FileReport> taken = reports.Take();
+            output.reserve(std::transform_reduce(taken.begin(), taken.end(), std::size_t{16}, std::plus(),
+                                                 [](const FileReport& report) { return report.output.size() + 2; }));
+            for (FileReport& report : taken)
             {
                 if (options.isJson)
                 {

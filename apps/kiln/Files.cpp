@@ -63,12 +63,12 @@ void Search(const fs::path& folder, const fs::path& first, bool isRecursive, Fil
     }
     catch (const fs::filesystem_error& error)
     {
-        found.push_back({ToName(folder), {}, {}, error.code().message()});
+        found.push_back({ToName(folder), {}, {}, error.code().message(), false});
     }
     std::ranges::sort(files);
     for (const fs::path& file : files)
     {
-        found.push_back({ToName(file), file.lexically_relative(first), {}, {}});
+        found.push_back({ToName(file), file.lexically_relative(first), {}, {}, true});
     }
     std::ranges::sort(folders);
     for (const fs::path& below : folders)
@@ -103,16 +103,18 @@ std::vector<FoundFile> FindFiles(const std::vector<std::string>& arguments, bool
     for (const std::string& argument : arguments)
     {
         const fs::path path = ToPath(argument);
-        if (argument == StandardStream || !IsFolder(argument))
+        std::error_code error;
+        const fs::file_status status = argument == StandardStream ? fs::file_status() : fs::status(path, error);
+        if (!fs::is_directory(status))
         {
-            found.push_back({argument, path.filename(), {}, {}});
+            found.push_back({argument, path.filename(), {}, {}, fs::is_regular_file(status)});
             continue;
         }
         const std::size_t before = found.size();
         Search(path, path, isRecursive, kind, found);
         if (found.size() == before)
         {
-            found.push_back({argument, {}, {}, NothingIn(path, isRecursive, kind)});
+            found.push_back({argument, {}, {}, NothingIn(path, isRecursive, kind), false});
         }
     }
     return found;

@@ -22,6 +22,7 @@ struct FoundFile
     std::filesystem::path relative; ///< Below the folder that was given: "a.tif"; the file's own name without one.
     std::string output;             ///< What is written for it, UTF-8; empty unless PlanOutputs has set it.
     std::string problem;            ///< Why there is nothing to work on: a folder that cannot be read, or has no files.
+    bool isRegular = false;         ///< It was no pipe and no device when it was found.
 };
 
 /// The files that arguments stand for: a folder stands for its files of the kind, in the order of their names, anything

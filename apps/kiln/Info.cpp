@@ -321,9 +321,10 @@ std::string FactsOf(const std::string& file, const ImageIO::TiffReader& reader, 
     return JsonText(facts);
 }
 
-FileReport Info(const std::string& file, const InfoOptions& options)
+FileReport Info(const FoundFile& found, const InfoOptions& options)
 {
-    const InputFile input(file);
+    const std::string& file = found.name;
+    const InputFile input(file, found.isRegular);
     ImageIO::TiffReader reader;
     std::vector<std::string> damages;
     bool areFieldsWhole = true;
@@ -387,8 +388,7 @@ FileReport Info(const std::string& file, const InfoOptions& options)
 
 bool Info(const InfoOptions& options)
 {
-    return ForEachFile(options.batch, FilesOfFolder::Tiff,
-                       [&](const FoundFile& file) { return Info(file.name, options); });
+    return ForEachFile(options.batch, FilesOfFolder::Tiff, [&](const FoundFile& file) { return Info(file, options); });
 }
 
 } // namespace Ardo::Kiln::Tool

@@ -79,7 +79,7 @@ void Copy(std::istream& source, std::ostream& target, const std::string& sourceN
 
 } // namespace
 
-InputFile::InputFile(const std::string& name) : m_name(name == StandardStream ? "standard input" : name)
+InputFile::InputFile(const std::string& name, bool isRegular) : m_name(name == StandardStream ? "standard input" : name)
 {
     const auto copy = [this](std::istream& source)
     {
@@ -93,6 +93,10 @@ InputFile::InputFile(const std::string& name) : m_name(name == StandardStream ? 
         return;
     }
     m_path = ToPath(name);
+    if (isRegular)
+    {
+        return;
+    }
     std::error_code error;
     const fs::file_status status = fs::status(m_path, error);
     if (!fs::exists(status))

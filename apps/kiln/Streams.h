@@ -21,7 +21,9 @@ public:
     /// A file is not opened yet, because most readers open it themselves.
     /// \param name a path in UTF-8, or "-".
     /// \throws Failure when there is no such file, when it is a folder or a device, or when the copy fails.
-    explicit InputFile(const std::string& name);
+    explicit InputFile(const std::string& name) : InputFile(name, false) {}
+    /// \param isRegular it is known to be a regular file.
+    InputFile(const std::string& name, bool isRegular);
     InputFile(const InputFile&) = delete;
     InputFile& operator=(const InputFile&) = delete;
 

@@ -172,9 +172,10 @@ std::string FaultsJson(const std::string& file, const Faults& faults)
     return JsonText({{"file", QString::fromStdString(file)}, {"valid", faults.empty()}, {"faults", list}});
 }
 
-FileReport Validate(const std::string& file, bool isJson)
+FileReport Validate(const FoundFile& found, bool isJson)
 {
-    const auto document = DocumentOf(InputFile(file), file);
+    const std::string& file = found.name;
+    const auto document = DocumentOf(InputFile(file, found.isRegular), file);
     if (!document)
     {
         throw Failure(file + ": holds no record: it is neither a TIFF file with one nor a record's document");
@@ -189,7 +190,7 @@ FileReport Validate(const std::string& file, bool isJson)
 bool Validate(const BatchOptions& options)
 {
     return ForEachFile(options, FilesOfFolder::Tiff,
-                       [&](const FoundFile& file) { return Validate(file.name, options.isJson); });
+                       [&](const FoundFile& file) { return Validate(file, options.isJson); });
 }
 
 } // namespace Ardo::Kiln::Tool

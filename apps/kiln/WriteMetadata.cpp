@@ -28,9 +28,10 @@ std::string Written(MetadataLib::Metadata& record, SerializeType type, const std
 }
 
 /// The document that is asked for.
-std::string DocumentOf(const std::string& name, const MetadataOptions& options)
+std::string DocumentOf(const FoundFile& file, const MetadataOptions& options)
 {
-    auto document = DocumentOf(InputFile(name), name);
+    const std::string& name = file.name;
+    auto document = DocumentOf(InputFile(name, file.isRegular), name);
     if (!document)
     {
         throw Failure(name + ": holds no record");
@@ -64,7 +65,7 @@ bool WriteMetadata(const MetadataOptions& options)
                        [&](const FoundFile& file)
                        {
                            FileReport report;
-                           std::string document = DocumentOf(file.name, options);
+                           std::string document = DocumentOf(file, options);
                            if (toStream)
                            {
                                report.output = std::move(document);
