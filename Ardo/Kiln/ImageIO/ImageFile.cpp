@@ -5,11 +5,14 @@
 #include "Ardo/Kiln/ImageIO/ImageDecoders_p.h"
 #include "Ardo/Kiln/ImageIO/ReadImageException.h"
 #include "Ardo/Kiln/ImageIO/ReadProgress_p.h"
+#include "Ardo/Kiln/ImageIO/TiffDirectory_p.h"
 #include "Ardo/Kiln/ImageIO/TiffFile_p.h"
 #include "Ardo/Kiln/ImageIO/TiffReader.h"
+#include "Ardo/Kiln/ImageIO/TiffTags_p.h"
 #include "Ardo/Kiln/MetadataSerializer/Record.h"
 #include "Ardo/Kiln/Platform/RandomAccessFile.h"
 
+#include <algorithm>
 #include <array>
 #include <new>
 #include <optional>
@@ -83,39 +86,50 @@ bool IsTiff(std::string_view start)
 
 } // namespace
 
-/// Either the TIFF file or the other file is set.
 struct ImageFile::Content
 {
-    std::optional<BlockReader> file; ///< Of a format that is not TIFF.
-    std::unique_ptr<TiffFile> tiff;
+    std::shared_ptr<BlockReader> file; ///< Never null after construction.
+    std::unique_ptr<TiffFile> tiff;    ///< A TIFF file in libtiff, which is not needed for the records.
+    std::wstring path;
     ImageFile::Progress progress;
-    std::vector<std::uint64_t> pages; ///< Where the directories of a TIFF file begin.
+    std::vector<std::uint64_t> pages; ///< Where the directories of a TIFF file begin; empty for another one.
 
-    void Set(std::unique_ptr<TiffFile> opened)
+    bool IsTiff() const noexcept { return !pages.empty(); }
+
+    void FindPages()
     {
-        tiff = std::move(opened);
-        pages = tiff->Pages();
-        Select(0);
+        constexpr std::size_t MaxPages = 65'536;
+        pages = TiffDirectoryReader(*file).Chain(MaxPages);
+        if (pages.empty())
+        {
+            throw std::runtime_error("a TIFF file without an image");
+        }
     }
 
-    /// Makes \p page the current one of a TIFF file.
-    void Select(std::uint32_t page)
+    void CheckPage(std::uint32_t page) const
     {
-        if (page >= (tiff == nullptr ? 1 : pages.size()))
+        if (page >= (IsTiff() ? pages.size() : 1))
         {
             throw std::out_of_range("no such page");
         }
-        if (tiff != nullptr)
+    }
+
+    /// The TIFF file in libtiff, with \p page as the current one.
+    TiffFile& TiffAt(std::uint32_t page)
+    {
+        if (tiff == nullptr)
         {
-            if (page > 0 || TIFFCurrentDirOffset(tiff->Handle()) != pages[page])
-            {
-                tiff->SelectPage(pages[page]);
-            }
-            if (const std::string& fault = tiff->DirectoryFault(); !fault.empty())
-            {
-                throw ReadImageException(Cause::Damaged, fault);
-            }
+            tiff = std::make_unique<TiffFile>(file, path);
         }
+        if (page > 0 || TIFFCurrentDirOffset(tiff->Handle()) != pages[page])
+        {
+            tiff->SelectPage(pages[page]);
+        }
+        if (const std::string& fault = tiff->DirectoryFault(); !fault.empty())
+        {
+            throw ReadImageException(Cause::Damaged, fault);
+        }
+        return *tiff;
     }
 };
 
@@ -126,18 +140,18 @@ ImageFile::ImageFile(const std::wstring& path) : m_content(std::make_unique<Cont
         [&]
         {
             using Platform::RandomAccessFile;
-            BlockReader file(std::make_unique<RandomAccessFile>(name, RandomAccessFile::Access::Read));
+            m_content->path = path;
+            m_content->file =
+                std::make_shared<BlockReader>(std::make_unique<RandomAccessFile>(name, RandomAccessFile::Access::Read));
             std::array<char, 4> start{};
-            if (file.ReadAt(0, start.data(), start.size()) < 0)
+            if (m_content->file->ReadAt(0, start.data(), start.size()) < 0)
             {
-                throw std::system_error(file.LastError());
+                throw std::system_error(m_content->file->LastError());
             }
-            if (!IsTiff({start.data(), start.size()}))
+            if (IsTiff({start.data(), start.size()}))
             {
-                m_content->file = std::move(file);
-                return;
+                m_content->FindPages();
             }
-            m_content->Set(std::make_unique<TiffFile>(std::move(file), path));
         });
 }
 
@@ -147,7 +161,13 @@ ImageFile::ImageFile(TiffReader& reader) : m_content(std::make_unique<Content>()
     {
         throw std::logic_error("ImageFile: a reader without an open file");
     }
-    Reading([&] { m_content->Set(std::move(reader.m_file)); });
+    Reading(
+        [&]
+        {
+            m_content->tiff = std::move(reader.m_file);
+            m_content->file = m_content->tiff->File();
+            m_content->FindPages();
+        });
 }
 
 ImageFile::~ImageFile() = default;
@@ -161,7 +181,7 @@ void ImageFile::SetProgress(Progress progress)
 
 std::uint32_t ImageFile::PageCount() const noexcept
 {
-    return m_content->tiff == nullptr ? 1 : static_cast<std::uint32_t>(m_content->pages.size());
+    return m_content->IsTiff() ? static_cast<std::uint32_t>(m_content->pages.size()) : 1;
 }
 
 std::unique_ptr<Imaging::const_raw_image> ImageFile::ReadImage(std::uint32_t page)
@@ -169,11 +189,11 @@ std::unique_ptr<Imaging::const_raw_image> ImageFile::ReadImage(std::uint32_t pag
     return Reading(
         [&]
         {
-            m_content->Select(page);
-            if (m_content->tiff != nullptr)
+            m_content->CheckPage(page);
+            if (m_content->IsTiff())
             {
-                return WithProgress(m_content->tiff->Reading(), m_content->progress,
-                                    [&] { return DecodeTiff(*m_content->tiff); });
+                TiffFile& tiff = m_content->TiffAt(page);
+                return WithProgress(tiff.Reading(), m_content->progress, [&] { return DecodeTiff(tiff); });
             }
             ReadProgress reading;
             FileDevice device(*m_content->file, reading);
@@ -186,9 +206,15 @@ std::string ImageFile::ReadMetadataText(std::uint32_t page)
     return Reading(
         [&]
         {
-            m_content->Select(page);
-            const char* const text = m_content->tiff != nullptr ? m_content->tiff->MetadataText() : nullptr;
-            return std::string(text != nullptr ? text : "");
+            m_content->CheckPage(page);
+            if (!m_content->IsTiff())
+            {
+                return std::string();
+            }
+            const TiffDirectoryReader directories(*m_content->file);
+            const auto entries = directories.At(m_content->pages[page]).entries;
+            const auto record = std::ranges::find(entries, Tag::XmlMetadata, &TiffDirectoryReader::Entry::tag);
+            return record != entries.end() ? directories.Text(*record) : std::string();
         });
 }
 

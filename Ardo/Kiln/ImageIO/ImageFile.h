@@ -47,9 +47,9 @@ class TiffReader;
 class KILN_EXPORT ImageFile
 {
 public:
-    /// Opens \p path. Of a TIFF file the headers are read here; a file of another kind, also one that is no image, is
-    /// recognised and checked by ReadImage(). On Linux a byte of the name that is not valid UTF-8 is represented as
-    /// U+DC80 to U+DCFF (FileSystem::ToWide).
+    /// Opens \p path. Of a TIFF file the places of the pages are found here. The rest, and a file of another kind, also
+    /// one that is no image, is checked by the functions that read it. On Linux a byte of the name that is not valid
+    /// UTF-8 is represented as U+DC80 to U+DCFF (FileSystem::ToWide).
     /// \throws ReadImageException
     /// \throws std::range_error of FileSystem::ToPath if the name can be no path.
     explicit ImageFile(const std::wstring& path);
@@ -84,8 +84,8 @@ public:
     /// \throws std::out_of_range if there is no such page.
     std::unique_ptr<Imaging::const_raw_image> ReadImage(std::uint32_t page = 0);
 
-    /// The document of tag 34683 of a TIFF image, whether it is a record or not; empty if there is none. The pixels are
-    /// not read.
+    /// The document of tag 34683 of a TIFF image, whether it is a record or not; empty if there is none. Neither the
+    /// pixels nor the fields that describe them are read: it is there also if those are damaged.
     /// \param page from 0.
     /// \throws ReadImageException
     /// \throws std::out_of_range if there is no such page.

@@ -17,7 +17,34 @@ constexpr std::uint16_t ShortType = 3;
 /// Bytes of one value by type code; 0: an unknown type, whose entries a reader ignores (TIFF 6.0, section 2).
 constexpr std::array<std::uint8_t, 19> ValueSizes = {0, 1, 1, 2, 4, 8, 1, 1, 2, 4, 8, 4, 8, 4, 0, 0, 8, 8, 8};
 
+std::uint64_t ValueSize(std::uint16_t type) noexcept
+{
+    return type < ValueSizes.size() ? ValueSizes[type] : 0;
+}
+
 } // namespace
+
+std::string TiffDirectoryReader::Entry::BeyondEnd() const
+{
+    return "tag " + std::to_string(tag) + " lies beyond the end of the file";
+}
+
+std::string TiffDirectoryReader::Entry::NotReadable() const
+{
+    return "tag " + std::to_string(tag) + " cannot be read: " + std::to_string(count) + " values of type " +
+           std::to_string(type);
+}
+
+TiffDirectoryReader::TiffDirectoryReader(BlockReader& file)
+    : TiffDirectoryReader(
+          [&file](std::uint64_t offset, void* bytes, std::size_t size)
+          {
+              const auto count = static_cast<std::int64_t>(size);
+              return file.ReadAt(offset, bytes, count) == count;
+          },
+          file.SizeWhenOpened())
+{
+}
 
 TiffDirectoryReader::TiffDirectoryReader(Read read, std::uint64_t size) : m_read(std::move(read)), m_size(size)
 {
@@ -50,13 +77,32 @@ TiffDirectoryReader::Directory TiffDirectoryReader::At(std::uint64_t offset) con
         Entry entry{.tag = static_cast<std::uint16_t>(Number(at, 2)),
                     .type = static_cast<std::uint16_t>(Number(at + 2, 2)),
                     .count = Number(at + 4, m_word),
-                    .value = 0};
-        entry.isInside = IsInside(entry, Number(values, m_word));
+                    .value = 0,
+                    .at = 0};
+        const auto place = static_cast<std::uint64_t>(values - bytes.data());
+        entry.at = IsInEntry(entry) ? offset + CountSize() + place : Number(values, m_word);
+        entry.isInside = IsInside(entry);
         entry.value = entry.type == ShortType ? static_cast<std::uint16_t>(Number(values, 2)) : std::uint16_t{0};
         directory.entries.push_back(entry);
     }
     directory.next = NextOf(offset, count);
     return directory;
+}
+
+std::string TiffDirectoryReader::Text(const Entry& entry) const
+{
+    if (!entry.isInside)
+    {
+        throw std::runtime_error(entry.BeyondEnd());
+    }
+    if (ValueSize(entry.type) != 1)
+    {
+        throw std::runtime_error(entry.NotReadable());
+    }
+    std::string text(entry.count, '\0');
+    ReadBytes(entry.at, {reinterpret_cast<unsigned char*>(text.data()), text.size()});
+    text.resize(std::min(text.find('\0'), text.size()));
+    return text;
 }
 
 std::vector<std::uint64_t> TiffDirectoryReader::Chain(std::size_t limit) const
@@ -120,11 +166,15 @@ std::uint64_t TiffDirectoryReader::NextOf(std::uint64_t offset, std::uint64_t co
     return next;
 }
 
-bool TiffDirectoryReader::IsInside(const Entry& entry, std::uint64_t offset) const noexcept
+bool TiffDirectoryReader::IsInEntry(const Entry& entry) const noexcept
 {
-    const std::uint64_t valueSize = entry.type < ValueSizes.size() ? ValueSizes[entry.type] : 0;
-    const bool isInEntry = valueSize == 0 || entry.count <= m_word / valueSize;
-    return isInEntry || (offset <= m_size && entry.count <= (m_size - offset) / valueSize);
+    const std::uint64_t valueSize = ValueSize(entry.type);
+    return valueSize == 0 || entry.count <= m_word / valueSize;
+}
+
+bool TiffDirectoryReader::IsInside(const Entry& entry) const noexcept
+{
+    return IsInEntry(entry) || (entry.at <= m_size && entry.count <= (m_size - entry.at) / ValueSize(entry.type));
 }
 
 } // namespace Ardo::Kiln::ImageIO

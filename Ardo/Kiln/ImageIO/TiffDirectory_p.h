@@ -1,9 +1,12 @@
 #pragma once
 
+#include "Ardo/Kiln/ImageIO/BlockReader_p.h"
+
 #include <cstddef>
 #include <cstdint>
 #include <functional>
 #include <span>
+#include <string>
 #include <vector>
 
 namespace Ardo::Kiln::ImageIO
@@ -26,7 +29,13 @@ public:
         std::uint16_t type;   ///< One of the codes of TIFF 6.0 and BigTIFF, or anything else.
         std::uint64_t count;  ///< Of values.
         std::uint16_t value;  ///< The first value if it is a SHORT that stands in the entry itself.
+        std::uint64_t at;     ///< Where the values begin in the file.
         bool isInside = true; ///< False if some of the values lie beyond the end of the file.
+
+        /// The text of that fault: "tag 270 lies beyond the end of the file".
+        std::string BeyondEnd() const;
+        /// The text of the fault that the values are of a wrong type or number.
+        std::string NotReadable() const;
     };
 
     struct Directory
@@ -34,6 +43,10 @@ public:
         std::vector<Entry> entries;
         std::uint64_t next; ///< Where the following directory begins; 0 after the last.
     };
+
+    /// Reads \p file, which has to outlive the object.
+    /// \throws as the other constructor does.
+    explicit TiffDirectoryReader(BlockReader& file);
 
     /// \param size of the file in bytes.
     /// \throws std::runtime_error whose text is the reason if the file does not begin as a TIFF file does.
@@ -47,6 +60,11 @@ public:
     ///         successor that does not.
     Directory At(std::uint64_t offset) const;
 
+    /// The text of an entry of type ASCII, or of another type of single bytes, up to its first null character. libtiff's
+    /// text is the same.
+    /// \throws std::runtime_error whose text is the reason if the entry is of another type or does not lie inside the file.
+    std::string Text(const Entry& entry) const;
+
     /// The offsets of the directories in the order of their chain. The list ends where the chain returns to a directory
     /// listed already, and after \p limit directories.
     /// \throws std::runtime_error as At() does.
@@ -58,7 +76,8 @@ private:
     std::uint64_t NumberAt(std::uint64_t offset, std::size_t size) const;
     std::uint64_t CountAt(std::uint64_t offset) const;
     std::uint64_t NextOf(std::uint64_t offset, std::uint64_t count) const;
-    bool IsInside(const Entry& entry, std::uint64_t offset) const noexcept;
+    bool IsInEntry(const Entry& entry) const noexcept;
+    bool IsInside(const Entry& entry) const noexcept;
     std::size_t EntrySize() const noexcept { return 4 + 2 * m_word; }
     std::size_t CountSize() const noexcept { return m_word == 8 ? 8 : 2; }
 

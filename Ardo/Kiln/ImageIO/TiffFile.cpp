@@ -136,7 +136,7 @@ struct TiffFile::Callbacks
         {
             return 0;
         }
-        const std::int64_t count = file.m_reading.ReadAt(file.m_file, file.m_position, bytes, size);
+        const std::int64_t count = file.m_reading.ReadAt(*file.m_file, file.m_position, bytes, size);
         if (count > 0)
         {
             file.m_position += static_cast<std::uint64_t>(count);
@@ -185,17 +185,21 @@ struct TiffFile::Callbacks
 };
 
 TiffFile::TiffFile(const std::wstring& path, Access access)
-    : TiffFile(BlockReader(std::make_unique<Platform::RandomAccessFile>(FileSystem::ToPath(path), access)), path,
-               access)
+    : TiffFile(
+          std::make_shared<BlockReader>(std::make_unique<Platform::RandomAccessFile>(FileSystem::ToPath(path), access)),
+          path, access)
 {
 }
 
-TiffFile::TiffFile(BlockReader file, const std::wstring& path) : TiffFile(std::move(file), path, Access::Read) {}
+TiffFile::TiffFile(std::shared_ptr<BlockReader> file, const std::wstring& path)
+    : TiffFile(std::move(file), path, Access::Read)
+{
+}
 
-TiffFile::TiffFile(BlockReader file, const std::wstring& path, Access access)
+TiffFile::TiffFile(std::shared_ptr<BlockReader> file, const std::wstring& path, Access access)
     : m_file(std::move(file)),
       m_name(FileSystem::ToDisplayText(FileSystem::ToPath(path))),
-      m_size(m_file.SizeWhenOpened()),
+      m_size(m_file->SizeWhenOpened()),
       m_readBudget(access == Access::Read ? ReadBudgetFactor * std::min(m_size, std::uint64_t{1} << 60) + MiB
                                           : std::numeric_limits<std::uint64_t>::max())
 {
@@ -238,16 +242,6 @@ TiffFile::~TiffFile()
     }
 }
 
-TiffDirectoryReader TiffFile::Directories()
-{
-    return {[this](std::uint64_t offset, void* bytes, std::size_t size)
-            {
-                const auto count = static_cast<std::int64_t>(size);
-                return m_file.ReadAt(offset, bytes, count) == count;
-            },
-            m_size};
-}
-
 const std::string& TiffFile::DirectoryFault()
 {
     if (!m_directoryFault)
@@ -260,16 +254,15 @@ const std::string& TiffFile::DirectoryFault()
 std::string TiffFile::FindDirectoryFault()
 try
 {
-    for (const auto& entry : Directories().At(TIFFCurrentDirOffset(m_tiff)).entries)
+    for (const auto& entry : TiffDirectoryReader(*m_file).At(TIFFCurrentDirOffset(m_tiff)).entries)
     {
         if (!entry.isInside)
         {
-            return "tag " + std::to_string(entry.tag) + " lies beyond the end of the file";
+            return entry.BeyondEnd();
         }
         if (IsNeeded(entry.tag, m_tiff) && !HasTag(m_tiff, entry.tag))
         {
-            return "tag " + std::to_string(entry.tag) + " cannot be read: " + std::to_string(entry.count) +
-                   " values of type " + std::to_string(entry.type);
+            return entry.NotReadable();
         }
     }
     return {};
@@ -277,12 +270,6 @@ try
 catch (const std::runtime_error& error)
 {
     return error.what();
-}
-
-std::vector<std::uint64_t> TiffFile::Pages()
-{
-    constexpr std::size_t MaxPages = 65'536;
-    return Directories().Chain(MaxPages);
 }
 
 void TiffFile::SelectPage(std::uint64_t offset)
@@ -314,7 +301,7 @@ try
     for (std::uint64_t done = 0; done < size && !m_isAbandoned;)
     {
         const std::uint64_t count = m_progress ? std::min(size - done, Step) : size - done;
-        m_isAbandoned = m_file.File().WriteAt(m_position, bytes + done, static_cast<std::int64_t>(count)) < 0;
+        m_isAbandoned = m_file->File().WriteAt(m_position, bytes + done, static_cast<std::int64_t>(count)) < 0;
         if (!m_isAbandoned)
         {
             done += count;
@@ -363,7 +350,7 @@ try
         {
             m_error.erase(0, name.size()); // whoever shows the error names the file
         }
-        if (const std::error_code reason = m_file.LastError())
+        if (const std::error_code reason = m_file->LastError())
         {
             m_error += ": " + reason.message();
         }

@@ -51,13 +51,16 @@ public:
     /// Reads \p file, which is open for reading.
     /// \param path names it in messages.
     /// \throws std::runtime_error whose text is the reason.
-    TiffFile(BlockReader file, const std::wstring& path);
+    TiffFile(std::shared_ptr<BlockReader> file, const std::wstring& path);
     ~TiffFile();
     TiffFile(const TiffFile&) = delete;
     TiffFile& operator=(const TiffFile&) = delete;
 
     /// libtiff's handle, never null. It stays this object's.
     tiff* Handle() const noexcept { return m_tiff; }
+
+    /// The file that is read.
+    const std::shared_ptr<BlockReader>& File() const noexcept { return m_file; }
 
     /// The size of the file in bytes when it was opened.
     std::uint64_t Size() const noexcept { return m_size; }
@@ -66,10 +69,6 @@ public:
     /// empty if all is well. Every entry has to lie inside the file. Those that say what the pixels are, and the
     /// library's own, also have to be of a type and a number of values that libtiff takes. For a file that is read.
     const std::string& DirectoryFault();
-
-    /// Where the directories of the file begin, the first one first. For a file that is read.
-    /// \throws std::runtime_error whose text is the reason if the chain of directories leaves the file.
-    std::vector<std::uint64_t> Pages();
 
     /// Makes the directory at \p offset the current one.
     /// \throws std::runtime_error whose text is the reason.
@@ -102,15 +101,14 @@ public:
 private:
     struct Callbacks;
 
-    TiffFile(BlockReader file, const std::wstring& path, Access access);
-    TiffDirectoryReader Directories();
+    TiffFile(std::shared_ptr<BlockReader> file, const std::wstring& path, Access access);
     std::string FindDirectoryFault();
     bool WriteInSteps(const unsigned char* bytes, std::uint64_t size) noexcept;
     void NoteError(const char* format, std::va_list arguments) noexcept;
     void NoteWarning(const char* format, std::va_list arguments) noexcept;
 
-    BlockReader m_file;
-    std::string m_name; ///< The path for messages: FileSystem::ToDisplayText.
+    std::shared_ptr<BlockReader> m_file; ///< Never null.
+    std::string m_name;                  ///< The path for messages: FileSystem::ToDisplayText.
     std::uint64_t m_size;
     std::uint64_t m_position = 0;
     std::uint64_t m_readBudget;                  ///< Bytes that libtiff may still read.

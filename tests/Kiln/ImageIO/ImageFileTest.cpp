@@ -1,6 +1,7 @@
 #include "Ardo/Kiln/ImageIO/ImageFile.h"
 
 #include "Ardo/Kiln/ImageIO/ReadImageException.h"
+#include "Ardo/Kiln/ImageIO/TiffReader.h"
 #include "Ardo/Kiln/MetadataSerializer/Record.h"
 #include "tests/Kiln/ImageIO/OpenTiff.h"
 #include "tests/Kiln/ImageIO/TiffBuilder.h"
@@ -303,6 +304,54 @@ TEST_F(ImageFileTest, EachPageHasItsImageAndItsRecord)
     // a record that is none is not in the way of the pixels
     EXPECT_EQ(Read(TiffBuilder(1, 1, "x").SetMetadata("<Other/>").Bytes()), "x");
     EXPECT_ANY_THROW(ImageFile(m_name).ReadMetadata());
+}
+
+TEST_F(ImageFileTest, ARecordIsReadAsLibtiffReadsItAndWithoutTheFieldsOfThePixels)
+{
+    const std::string nul(1, '\0');
+    const TiffBuilder small(1, 1, "x");
+    for (const std::string& text :
+         {std::string("<Metadata>of some length</Metadata>"), std::string("abc"), std::string(), "abc" + nul,
+          "longer than a word" + nul + "hidden", nul + "hidden and longer than a word"})
+    {
+        for (const TiffBuilder::Type type : {Ascii, Byte, TiffBuilder::Type{7}}) // 7: undefined
+        {
+            for (const bool big : {false, true})
+            {
+                WriteFile(m_path, TiffBuilder(small).SetMetadata(text, type).Bytes(big));
+                TiffReader reader;
+                reader.OpenFields(m_name);
+                EXPECT_EQ(ImageFile(m_name).ReadMetadataText(), reader.GetMetadataText()) << text << type << big;
+            }
+        }
+    }
+
+    const TiffBuilder::Values values(40, 'x');
+    const std::tuple<TiffBuilder, const char*, const char*> rows[] = {
+        // the record, the reason why it cannot be read
+        {TiffBuilder(small).SetMetadata("text").Set(262, Ascii, {1}), "text", ""},
+        {TiffBuilder(small).SetMetadata("text").Set(273, Long, {7}, 1000), "text", ""},
+        {TiffBuilder(small).Set(34683, Ascii, values, 41), "", "tag 34683 lies beyond the end of the file"},
+        {TiffBuilder(small).Set(34683, Ascii, values, 0xffffffff), "", "tag 34683 lies beyond the end of the file"},
+        {TiffBuilder(small).Set(34683, Short, {300}), "", "tag 34683 cannot be read: 1 values of type 3"}};
+    for (const auto& [builder, record, reason] : rows)
+    {
+        WriteFile(m_path, builder.Bytes());
+        ImageFile file(m_name);
+        EXPECT_THROW(file.ReadImage(), ReadImageException) << record << reason;
+        std::string text;
+        std::string failure;
+        try
+        {
+            text = file.ReadMetadataText(); // also after the failure
+        }
+        catch (const ReadImageException& exception)
+        {
+            failure = exception.Reason();
+        }
+        EXPECT_EQ(text, record);
+        EXPECT_EQ(failure, reason);
+    }
 }
 
 TEST_F(ImageFileTest, BlankImagesMayBeVerySmall)
