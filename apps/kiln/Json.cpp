@@ -1,7 +1,5 @@
 #include "apps/kiln/Json.h"
 
-#include "Ardo/Kiln/MetadataSerializer/Record.h"
-
 #include <QJsonDocument>
 
 namespace Ardo::Kiln::Tool
@@ -12,13 +10,11 @@ std::string JsonText(const QJsonObject& object)
     return QJsonDocument(object).toJson(QJsonDocument::Compact).toStdString();
 }
 
-std::string JsonText(const QJsonObject& object, const MetadataLib::Metadata& record)
+void AddMember(std::string& object, std::string_view name, std::string_view value)
 {
-    std::string json = JsonText(object);
-    json.pop_back();
-    json += json == "{" ? "\"record\":" : ",\"record\":";
-    json += MetadataSerializer::Record(record).ToJsonObject();
-    return json + '}';
+    object.pop_back();
+    object += object == "{" ? "\"" : ",\"";
+    object.append(name).append("\":").append(value).append("}");
 }
 
 } // namespace Ardo::Kiln::Tool

@@ -1,10 +1,9 @@
 #pragma once
 
-#include "Ardo/MetadataLib/Metadata.h"
-
 #include <QJsonObject>
 
 #include <string>
+#include <string_view>
 
 namespace Ardo::Kiln::Tool
 {
@@ -12,8 +11,8 @@ namespace Ardo::Kiln::Tool
 /// An object as text in one line, UTF-8.
 std::string JsonText(const QJsonObject& object);
 
-/// An object with the further member "record", which comes last: MetadataSerializer::Record::ToJsonObject.
-/// \param object whose names are all before "record".
-std::string JsonText(const QJsonObject& object, const MetadataLib::Metadata& record);
+/// Adds a member to an object that JsonText has returned, as the last one.
+/// \param value as JSON text.
+void AddMember(std::string& object, std::string_view name, std::string_view value);
 
 } // namespace Ardo::Kiln::Tool

@@ -44,7 +44,9 @@ std::string DocumentOf(const FoundFile& file, const MetadataOptions& options)
     const Profiling::Stage stage("write record");
     if (options.batch.isJson)
     {
-        return JsonText({{"file", QString::fromStdString(name)}}, record);
+        std::string object = JsonText({{"file", QString::fromStdString(name)}});
+        AddMember(object, "record", MetadataSerializer::Record(record).ToJsonObject());
+        return object;
     }
     return Written(record, options.format == "json" ? SerializeType::Json : SerializeType::Xml, name);
 }
