@@ -15,7 +15,6 @@ namespace
 {
 
 constexpr std::size_t IndentSize = 4;
-constexpr std::size_t UsualSize = 16 * 1024; ///< Bytes that most records take at most.
 
 /// Appends \p text. Characters that \p isSpecial selects and \p escape returns a text for are replaced by it.
 template <typename IsSpecial, typename Escape>
@@ -224,7 +223,7 @@ bool FitsJson(const DocumentNode& node)
 std::string XmlText(const DocumentNode& document)
 {
     std::string text;
-    text.reserve(UsualSize);
+    text.reserve(UsualTextSize);
     text += "<?xml version=\"1.0\" encoding=\"utf-8\"?>\n";
     for (const DocumentNode& root : ChildrenOf(document))
     {
@@ -241,7 +240,7 @@ std::string JsonText(const DocumentNode& document)
             "ptree contains data that cannot be represented in JSON format", std::string(), 0));
     }
     std::string text;
-    text.reserve(UsualSize);
+    text.reserve(UsualTextSize);
     JsonWriter(text).Value(document, 0);
     text += '\n';
     return text;

@@ -3,6 +3,7 @@
 #include "Ardo/Kiln/MetadataSerializer/DocumentNode_p.h"
 #include "Ardo/KilnExport.h"
 
+#include <cstddef>
 #include <string>
 
 namespace Ardo::Kiln::MetadataSerializer
@@ -10,6 +11,9 @@ namespace Ardo::Kiln::MetadataSerializer
 
 // The texts of documents, byte for byte those of the property tree's writers, which work on property trees and streams
 // only and take several times as long. Recursive: CheckLimits must have bounded the depth of the document before.
+
+/// Bytes that the texts of most records take at most.
+inline constexpr std::size_t UsualTextSize = 16'384;
 
 /// The document as boost::property_tree::write_xml writes it with four blanks a level. White space that readers would
 /// change is written as character references: carriage returns, and in attributes tabs and line feeds, too.

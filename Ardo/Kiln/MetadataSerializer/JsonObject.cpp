@@ -1,4 +1,5 @@
 #include "Ardo/Kiln/MetadataSerializer/DocumentNode_p.h"
+#include "Ardo/Kiln/MetadataSerializer/DocumentText_p.h"
 #include "Ardo/Kiln/MetadataSerializer/DocumentTree_p.h"
 #include "Ardo/Kiln/MetadataSerializer/Record.h"
 #include "Ardo/Kiln/MetadataSerializer/WriteCheck_p.h"
@@ -79,7 +80,11 @@ void AppendObject(std::string& json, const DocumentNode& node, bool isRecord)
     for (const DocumentNode* member : members)
     {
         json.append(member != members.front() ? ",\"" : "\"").append(member->name).append("\":");
-        if (IsList(member->name))
+        if (!member->text.empty()) // most; the others have no text of their own
+        {
+            AppendString(json, member->text);
+        }
+        else if (IsList(member->name))
         {
             AppendList(json, *member);
         }
@@ -89,7 +94,7 @@ void AppendObject(std::string& json, const DocumentNode& node, bool isRecord)
         }
         else
         {
-            AppendString(json, member->text);
+            json += "\"\"";
         }
     }
     json += '}';
@@ -104,6 +109,7 @@ std::string Record::ToJsonObject() const
     DocumentNode& record = nodes.Append(document, RootKey());
     Serialize(nodes, record, SerializeType::Json);
     std::string json;
+    json.reserve(UsualTextSize);
     AppendObject(json, record, true);
     if (FindInvalid(json, TextRule::Utf8) < json.size())
     {
