@@ -309,7 +309,7 @@ std::string ImageFacts(const ImageIO::TiffReader& reader, std::uint32_t pageCoun
 
 /// docs/kiln.md describes the object.
 std::string FactsOf(const std::string& file, const ImageIO::TiffReader& reader, std::uint32_t pageCount,
-                    std::optional<Metadata>& record, const std::vector<std::string>& damages)
+                    const std::optional<Metadata>& record, const std::vector<std::string>& damages)
 {
     QJsonArray faults;
     for (const std::string& damage : damages)

@@ -28,7 +28,7 @@ bool BlockReader::ReadBlock(std::uint64_t begin) noexcept
 {
     if (m_block == nullptr)
     {
-        // At most the size of the file: there are many small ones. Not initialised, because that takes as long as reading.
+        // At most the size of the file: there are many small ones. Not initialised: that takes as long as reading.
         m_block.reset(new (std::nothrow) char[std::min(BlockSize, SizeWhenOpened())]);
     }
     const std::int64_t count =

@@ -60,9 +60,10 @@ public:
     ///         successor that does not.
     Directory At(std::uint64_t offset) const;
 
-    /// The text of an entry of type ASCII, or of another type of single bytes, up to its first null character. libtiff's
-    /// text is the same.
-    /// \throws std::runtime_error whose text is the reason if the entry is of another type or does not lie inside the file.
+    /// The text of an entry of type ASCII, or of another type of single bytes, up to its first null character. It is
+    /// the text that libtiff returns.
+    /// \throws std::runtime_error whose text is the reason if the entry is of another type or does not lie inside the
+    ///         file.
     std::string Text(const Entry& entry) const;
 
     /// The offsets of the directories in the order of their chain. The list ends where the chain returns to a directory
