@@ -1,4 +1,4 @@
-// Any bytes as an image file: an image or a std::exception is the answer, and nothing else happens.
+// Any bytes as an image file: a record and an image, or a std::exception, is the answer, and nothing else happens.
 
 #include "Ardo/Kiln/ImageIO/ImageFile.h"
 
@@ -20,7 +20,15 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t siz
     try
     {
         Ardo::Kiln::ImageIO::ImageFile file(std::wstring(g_path.begin(), g_path.end()));
-        const auto image = file.ReadImage(file.PageCount() - 1);
+        const std::uint32_t page = file.PageCount() - 1;
+        try
+        {
+            file.ReadMetadataText(page);
+        }
+        catch (const std::exception&) // a damaged record is not in the way of the image
+        {
+        }
+        const auto image = file.ReadImage(page);
         volatile unsigned char sum = 0; // every byte that was read lies in memory
         for (std::uint32_t y = 0; y < image->Size().height; ++y)
         {
