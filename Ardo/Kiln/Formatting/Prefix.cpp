@@ -1,10 +1,8 @@
 #include "Ardo/Kiln/Formatting/Prefix.h"
 
 #include "Ardo/Kiln/Formatting/Characters.h"
-#include "Ardo/Kiln/Formatting/Prefix_p.h"
 
 #include <algorithm>
-#include <cmath>
 #include <iterator>
 
 namespace Ardo::Kiln::Formatting
@@ -23,21 +21,6 @@ const wchar_t* PrefixSymbol(Prefix prefix) noexcept
 {
     const int exponent = std::clamp(static_cast<int>(prefix), Lowest, static_cast<int>(Prefix::Exa));
     return Symbols[(exponent - Lowest) / Step];
-}
-
-int ChoosePrefix(double log, int unitExponent, Prefix minPrefix, Prefix maxPrefix) noexcept
-{
-    const double sign = unitExponent > 0 ? 1 : -1;
-    const double power = std::abs(static_cast<double>(unitExponent));
-    const double exponent = power != 0 ? std::floor(log / (Step * power)) * (Step * sign) : sign * log;
-    // Compared with the bounds before the conversion to int: for a mass that overflows in grams it is infinite.
-    const auto lowest = static_cast<int>(minPrefix);
-    const auto highest = static_cast<int>(maxPrefix);
-    if (exponent > highest)
-    {
-        return highest;
-    }
-    return exponent >= lowest ? static_cast<int>(exponent) : lowest;
 }
 
 std::optional<Prefix> PrefixFromSymbol(const std::wstring& symbol) noexcept
