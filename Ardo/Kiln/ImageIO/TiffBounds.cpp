@@ -49,12 +49,13 @@ std::string BytesText(std::uint64_t count)
 
 std::uint64_t PresentBytes(TiffFile& file, std::uint32_t count)
 {
+    constexpr std::uint64_t HeaderSize = 8; // no strip begins in the header
     std::uint64_t present = 0;
     for (std::uint32_t i = 0; i < count; ++i)
     {
         const std::uint64_t offset = TIFFGetStrileOffset(file.Handle(), i);
         const std::uint64_t size = TIFFGetStrileByteCount(file.Handle(), i);
-        present += offset < file.Size() ? std::min(size, file.Size() - offset) : 0;
+        present += offset >= HeaderSize && offset < file.Size() ? std::min(size, file.Size() - offset) : 0;
         if (present > file.Size())
         {
             throw std::runtime_error("strips of more than the file's " + BytesText(file.Size()));

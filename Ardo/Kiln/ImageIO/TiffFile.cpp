@@ -260,7 +260,10 @@ try
         {
             return entry.BeyondEnd();
         }
-        if (IsNeeded(entry.tag, m_tiff) && !HasTag(m_tiff, entry.tag))
+        constexpr std::uint16_t FirstPrivateTag =
+            32768; // those below have values; libtiff would take a default for none
+        const bool isEmpty = entry.count == 0 && entry.tag < FirstPrivateTag;
+        if (IsNeeded(entry.tag, m_tiff) && (isEmpty || !HasTag(m_tiff, entry.tag)))
         {
             return entry.NotReadable();
         }

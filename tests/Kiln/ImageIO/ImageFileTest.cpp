@@ -173,6 +173,10 @@ TEST_F(ImageFileTest, PartialStripsAndTilesArePutTogether)
     strips.Set(273, Long, {16, 22, 28}).Set(279, Long, {6, 6, 3});
     EXPECT_EQ(Read(strips.Bytes()), "abcdefghijklmno");
     EXPECT_THAT(Refusal(strips.Set(279, Long, {6, 6, 2}).Bytes(), Cause::Damaged), HasSubstr("strips of 14 bytes"));
+    const TiffBuilder one(3, 1, "abc"); // the header has no pixels
+    EXPECT_THAT(Refusal(TiffBuilder(one).Set(273, Long, {0}).Bytes(), Cause::Damaged), HasSubstr("strips of 0 bytes"));
+    EXPECT_EQ(Refusal(TiffBuilder(one).Set(273, Long, {}).Bytes(), Cause::Damaged),
+              "tag 273 cannot be read: 0 values of type 4");
 
     const auto pixels = Pattern<unsigned char>(40 * 35 * 3);
     using Row = std::tuple<std::uint16_t, std::uint16_t, int, std::uint32_t>; // samples, planes, compression, tile
