@@ -21,19 +21,6 @@ namespace fs = std::filesystem;
 namespace
 {
 
-bool IsTaken(const fs::path& file, FilesOfFolder kind)
-{
-    constexpr std::array<std::string_view, 11> Extensions = {".dmp",  ".txt", ".tif", ".tiff", ".png", ".jpg",
-                                                             ".jpeg", ".bmp", ".gif", ".pgm",  ".ppm"};
-    std::string extension = FileSystem::ToDisplayText(file.extension());
-    std::ranges::transform(extension, extension.begin(),
-                           [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; });
-    const std::span taken = kind == FilesOfFolder::Reports ? std::span(Extensions).first(2)
-                            : kind == FilesOfFolder::Tiff  ? std::span(Extensions).subspan(2, 2)
-                                                           : std::span(Extensions).subspan(2);
-    return std::ranges::find(taken, extension) != taken.end();
-}
-
 const char* Named(FilesOfFolder kind)
 {
     return kind == FilesOfFolder::Tiff ? "TIFF files" : kind == FilesOfFolder::Images ? "images" : "crash reports";
@@ -96,6 +83,19 @@ std::string NothingIn(const fs::path& folder, bool isRecursive, FilesOfFolder ki
 }
 
 } // namespace
+
+bool IsTaken(const fs::path& file, FilesOfFolder kind)
+{
+    constexpr std::array<std::string_view, 11> Extensions = {".dmp",  ".txt", ".tif", ".tiff", ".png", ".jpg",
+                                                             ".jpeg", ".bmp", ".gif", ".pgm",  ".ppm"};
+    std::string extension = FileSystem::ToDisplayText(file.extension());
+    std::ranges::transform(extension, extension.begin(),
+                           [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; });
+    const std::span taken = kind == FilesOfFolder::Reports ? std::span(Extensions).first(2)
+                            : kind == FilesOfFolder::Tiff  ? std::span(Extensions).subspan(2, 2)
+                                                           : std::span(Extensions).subspan(2);
+    return std::ranges::find(taken, extension) != taken.end();
+}
 
 std::vector<FoundFile> FindFiles(const std::vector<std::string>& arguments, bool isRecursive, FilesOfFolder kind)
 {

@@ -25,6 +25,9 @@ struct FoundFile
     bool isRegular = false;         ///< It was no pipe and no device when it was found.
 };
 
+/// Whether a folder that is searched for that kind stands for this file: judged by the extension of its name.
+bool IsTaken(const std::filesystem::path& file, FilesOfFolder kind);
+
 /// The files that arguments stand for: a folder stands for its files of the kind, in the order of their names, anything
 /// else for itself. Links to folders below the first one are not followed, so a search always ends.
 /// \param arguments   UTF-8; also "-" for standard input.

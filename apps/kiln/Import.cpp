@@ -256,6 +256,19 @@ catch (const std::filesystem::filesystem_error& error)
     throw Failure(error.what());
 }
 
+/// \throws UsageError if \p output is an image that is not meant to be replaced: the input, or one of another format,
+///         which is the last one of a list that the output was not added to.
+void RefuseOutput(const std::string& input, const std::string& output)
+{
+    RefuseInput(input, output);
+    std::error_code error; // then it is not there
+    if (output != StandardStream && std::filesystem::exists(ToPath(output), error) &&
+        IsTaken(ToPath(output), FilesOfFolder::Images) && !IsTaken(ToPath(output), FilesOfFolder::Tiff))
+    {
+        throw UsageError("OUT: " + Printable(output) + " is an image of another format; a TIFF file is written");
+    }
+}
+
 } // namespace
 
 bool Import(const ImportOptions& given)
@@ -291,6 +304,10 @@ bool Import(const ImportOptions& given)
     if (toFolder)
     {
         PlanOutputs(files, output, ".tif");
+    }
+    if (isOne && !isNamed && !toFolder)
+    {
+        RefuseOutput(files[0].name, output);
     }
     std::optional<Naming> naming;
     if (isNamed)

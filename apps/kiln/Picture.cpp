@@ -7,7 +7,6 @@
 #include "Ardo/Imaging/Histogram.h"
 #include "Ardo/Kiln/Conversion/String.h"
 #include "Ardo/Kiln/Exception/Error.h"
-#include "Ardo/Kiln/FileSystem/ReplacementFile.h"
 #include "Ardo/Kiln/FileSystem/TemporaryFile.h"
 #include "Ardo/Kiln/FileSystem/WidePath.h"
 #include "Ardo/Kiln/ImageIO/DataBar.h"
@@ -169,28 +168,6 @@ QJsonObject FactsOf(const std::string& file, const Histogram& histogram, const I
             {"counts", counts}};
 }
 
-/// Writes a file that is complete or not there, or to standard output.
-void WriteOutput(const std::string& output, const std::function<void(const std::wstring&)>& write)
-{
-    if (output == StandardStream)
-    {
-        const FileSystem::TemporaryFile file;
-        write(file.WidePath());
-        PrintFile(file.Path());
-        return;
-    }
-    try
-    {
-        FileSystem::ReplacementFile file(ToPath(output));
-        write(file.WidePath());
-        file.Commit();
-    }
-    catch (const std::filesystem::filesystem_error& error)
-    {
-        throw Failure(output + ": " + ReasonOf(error));
-    }
-}
-
 bool ExportForImageJ(const PictureOptions& options)
 {
     const std::string extension = ToName(ToPath(options.output).extension());
@@ -230,11 +207,7 @@ bool ExportForImageJ(const PictureOptions& options)
 
 bool ExportPicture(const PictureOptions& options)
 {
-    std::error_code differ; // also if one of them does not exist
-    if (std::filesystem::equivalent(ToPath(options.image), ToPath(options.output), differ))
-    {
-        throw UsageError("OUT: is IN, which would lose its record");
-    }
+    RefuseInput(options.image, options.output);
     if (options.isForImageJ)
     {
         return ExportForImageJ(options);
@@ -302,6 +275,7 @@ bool WriteHistogram(const HistogramOptions& options)
     {
         throw UsageError("OUT or --json is required");
     }
+    RefuseInput(options.image, options.output);
     const InputFile input(options.image);
     const LoadedImage loaded = LoadImage(input, options.image, options.page - 1, false);
     const Histogram histogram(*loaded.image);

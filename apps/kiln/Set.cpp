@@ -5,10 +5,10 @@
 #include "apps/kiln/ToolLog.h"
 
 #include "Ardo/Kiln/Conversion/String.h"
-#include "Ardo/Kiln/FileSystem/ReplacementFile.h"
 #include "Ardo/Kiln/FileSystem/TextFile.h"
 #include "Ardo/Kiln/Formatting/Parse.h"
 #include "Ardo/Kiln/ImageIO/TiffExporter.h"
+#include "Ardo/Kiln/ImageIO/TiffReader.h"
 #include "Ardo/Kiln/MetadataSerializer/DocumentFault.h"
 #include "Ardo/Kiln/MetadataSerializer/Record.h"
 
@@ -289,6 +289,34 @@ Metadata Changed(Metadata record, const std::vector<Change>& changes)
     return changed;
 }
 
+/// False if the samples of a TIFF file were converted when they were read as that kind.
+bool KeepsSamples(const InputFile& file, Imaging::PixelKind kind)
+{
+    using Imaging::PixelKind;
+    using enum ImageIO::TiffSampleFormat;
+    constexpr unsigned int BlackIsZero = 1; // PhotometricInterpretation (TIFF 6.0, section 3)
+    constexpr unsigned int Rgb = 2;
+
+    ImageIO::TiffReader reader;
+    try
+    {
+        reader.OpenFields(file.WidePath());
+    }
+    catch (const std::runtime_error&) // tiles, whose fields have been read
+    {
+    }
+    const bool isColour = kind == PixelKind::Rgb8 || kind == PixelKind::Rgba8;
+    const bool isFloat = kind == PixelKind::Float32;
+    return reader.GetBitsPerSample() == (isFloat                     ? 32U
+                                         : kind == PixelKind::UInt16 ? 16U
+                                                                     : 8U) &&
+           reader.GetSamplesPerPixel() == (kind == PixelKind::Rgba8 ? 4U
+                                           : isColour               ? 3U
+                                                                    : 1U) &&
+           reader.GetSampleFormat() == (isFloat ? FloatingPoint : UnsignedInteger) &&
+           reader.GetPhotometric() == (isColour ? Rgb : BlackIsZero);
+}
+
 void WriteTiff(const SetOptions& options, const InputFile& input, const std::vector<Change>& changes)
 {
     const LoadedImage loaded = LoadImage(input, options.file, 0, true);
@@ -300,17 +328,13 @@ void WriteTiff(const SetOptions& options, const InputFile& input, const std::vec
     {
         throw Failure(options.file + ": has " + std::to_string(loaded.pageCount) + " pages, a copy would have one");
     }
+    if (!KeepsSamples(input, loaded.image->Kind()))
+    {
+        throw Failure(options.file + ": has samples of a kind that a copy would not keep; kiln import converts them");
+    }
     const Metadata record = Changed(*loaded.record, changes);
-    try
-    {
-        FileSystem::ReplacementFile file(ToPath(options.output));
-        ImageIO::TiffExporter().WriteImage(file.WidePath(), *loaded.image, &record);
-        file.Commit();
-    }
-    catch (const std::filesystem::filesystem_error& error)
-    {
-        throw Failure(options.output + ": " + ReasonOf(error));
-    }
+    WriteOutput(options.output,
+                [&](const std::wstring& file) { ImageIO::TiffExporter().WriteImage(file, *loaded.image, &record); });
 }
 
 } // namespace

@@ -198,6 +198,36 @@ void WriteText(const std::string& name, std::string_view text)
     }
 }
 
+void WriteOutput(const std::string& name, const std::function<void(const std::wstring&)>& write)
+{
+    if (name == StandardStream)
+    {
+        const FileSystem::TemporaryFile file;
+        write(file.WidePath());
+        PrintFile(file.Path());
+        return;
+    }
+    try
+    {
+        FileSystem::ReplacementFile file(ToPath(name));
+        write(file.WidePath());
+        file.Commit();
+    }
+    catch (const fs::filesystem_error& error)
+    {
+        throw Failure(name + ": " + ReasonOf(error));
+    }
+}
+
+void RefuseInput(const std::string& input, const std::string& output)
+{
+    std::error_code differ; // also if one of them does not exist
+    if (output != StandardStream && fs::equivalent(ToPath(input), ToPath(output), differ))
+    {
+        throw UsageError("OUT: is IN, which would be lost");
+    }
+}
+
 std::string ReasonOf(const fs::filesystem_error& error)
 {
     return error.code() == std::errc::invalid_argument ? "is not a file that can be replaced" : error.code().message();

@@ -3,6 +3,7 @@
 #include "Ardo/Kiln/FileSystem/TemporaryFile.h"
 
 #include <filesystem>
+#include <functional>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -58,6 +59,14 @@ void Print(std::string_view text);
 /// Writes \p text to a file that is complete or not there, or to standard output for "-".
 /// \throws Failure.
 void WriteText(const std::string& name, std::string_view text);
+
+/// Calls \p write with the path of a new file, which then is the file \p name or goes to standard output for "-". A
+/// file is complete or not there.
+/// \throws Failure.
+void WriteOutput(const std::string& name, const std::function<void(const std::wstring& path)>& write);
+
+/// \throws UsageError if both names are the same file, which would be lost.
+void RefuseInput(const std::string& input, const std::string& output);
 
 /// The reason of a failure of FileSystem::ReplacementFile, for messages.
 std::string ReasonOf(const std::filesystem::filesystem_error& error);

@@ -63,6 +63,10 @@ bool WriteMetadata(const MetadataOptions& options)
     {
         PlanOutputs(files, options.output, "." + options.format);
     }
+    else if (!toStream)
+    {
+        RefuseInput(options.batch.files[0], options.output);
+    }
     return ForEachFile(options.batch, files,
                        [&](const FoundFile& file)
                        {

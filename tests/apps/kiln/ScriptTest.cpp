@@ -92,6 +92,12 @@ TEST_F(ScriptTest, ManyFilesAreWorkedOnAndABadOneDoesNotStopTheOthers)
     const ProcessResult twice = RunSlashed("kiln import images/a.png images/sub/b.PNG tifs/a.tif twice");
     EXPECT_EQ(twice.status, 1);
     EXPECT_THAT(twice.error, HasSubstr("tifs/a.tif: twice/a.tif is that of images/a.png\n"));
+    // What would be lost is not written to.
+    for (const std::string command : {"import tifs/a.tif tifs/a.tif", "metadata tifs/a.tif --output tifs/a.tif",
+                                      "histogram tifs/a.tif tifs/a.tif", "import images/a.png images/sub/b.PNG"})
+    {
+        EXPECT_EQ(Run("kiln " + command).status, 2) << command;
+    }
     EXPECT_EQ(Run("kiln import images -").status, 2);
     EXPECT_EQ(Run("kiln import images/a.png").status, 2);
 }
@@ -171,8 +177,16 @@ TEST_F(ScriptTest, SetWritesAChangedCopy)
     EXPECT_THAT(Must("kiln metadata changed.xml"), HasSubstr("<AccelerationVoltage>300000</AccelerationVoltage>"));
     EXPECT_THAT(Must("kiln validate changed.xml changed.tif"), EndsWith("changed.tif: valid\n"));
 
+    Must("kiln set cell.tif --output copy.tif Core/Comment=b");
+    EXPECT_TRUE(Must("kiln set cell.tif --output - Core/Comment=b") == ReadFile(m_folder / "copy.tif"));
+
+    // White is 0: a copy would have other samples.
+    const std::string blackIsZero("\x06\x01\x03\0\x01\0\0\0\x01", 9);
+    const std::string whiteIsZero("\x06\x01\x03\0\x01\0\0\0\0", 9);
+    WriteFile(m_folder / "white.tif", Support::Replaced(ReadFile(m_folder / "cell.tif"), blackIsZero, whiteIsZero));
     WriteFile(m_folder / "out.tif", "the old file");
-    CheckFailures({{"kiln set cell.tif --output out.tif Optics/NoSuchField=1", "Optics/NoSuchField: "},
+    CheckFailures({{"kiln set white.tif --output out.tif Core/Comment=x", "a copy would not keep"},
+                   {"kiln set cell.tif --output out.tif Optics/NoSuchField=1", "Optics/NoSuchField: "},
                    {"kiln set cell.tif --output out.tif ScanSettings/DwellTime=long", "ScanSettings/DwellTime: "},
                    {"kiln set cell.tif --output out.tif Optics/OperatingMode=XEM", "'XEM' is no value of it"},
                    {"kiln set cell.tif --output out.tif BinaryResult/PixelSize='5 kV'", "BinaryResult/PixelSize: "},
