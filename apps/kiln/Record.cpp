@@ -56,7 +56,8 @@ FileKind KindOf(const InputFile& file)
 
 std::optional<RecordDocument> DocumentOf(const InputFile& file, const std::string& name)
 {
-    if (std::string text = EmbeddedText(file, name); !text.empty()) // TIFF first: of them there may be many
+    // First, because a command on many files usually gets TIFF files.
+    if (std::string text = EmbeddedText(file, name); !text.empty())
     {
         return RecordDocument{std::move(text), SerializeType::Xml};
     }

@@ -305,16 +305,25 @@ bool KeepsSamples(const InputFile& file, Imaging::PixelKind kind)
     catch (const std::runtime_error&) // tiles, whose fields have been read
     {
     }
-    const bool isColour = kind == PixelKind::Rgb8 || kind == PixelKind::Rgba8;
-    const bool isFloat = kind == PixelKind::Float32;
-    return reader.GetBitsPerSample() == (isFloat                     ? 32U
-                                         : kind == PixelKind::UInt16 ? 16U
-                                                                     : 8U) &&
-           reader.GetSamplesPerPixel() == (kind == PixelKind::Rgba8 ? 4U
-                                           : isColour               ? 3U
-                                                                    : 1U) &&
-           reader.GetSampleFormat() == (isFloat ? FloatingPoint : UnsignedInteger) &&
-           reader.GetPhotometric() == (isColour ? Rgb : BlackIsZero);
+    const auto has = [&reader](unsigned int bits, unsigned int samples, unsigned int photometric)
+    {
+        return reader.GetBitsPerSample() == bits && reader.GetSamplesPerPixel() == samples &&
+               reader.GetPhotometric() == photometric;
+    };
+    switch (kind)
+    {
+    case PixelKind::UInt8:
+        return has(8, 1, BlackIsZero) && reader.GetSampleFormat() == UnsignedInteger;
+    case PixelKind::UInt16:
+        return has(16, 1, BlackIsZero) && reader.GetSampleFormat() == UnsignedInteger;
+    case PixelKind::Float32:
+        return has(32, 1, BlackIsZero) && reader.GetSampleFormat() == FloatingPoint;
+    case PixelKind::Rgb8:
+        return has(8, 3, Rgb);
+    case PixelKind::Rgba8:
+        return has(8, 4, Rgb);
+    }
+    return false;
 }
 
 void WriteTiff(const SetOptions& options, const InputFile& input, const std::vector<Change>& changes)

@@ -260,8 +260,8 @@ try
         {
             return entry.BeyondEnd();
         }
-        constexpr std::uint16_t FirstPrivateTag =
-            32768; // those below have values; libtiff would take a default for none
+        // libtiff takes a default for an entry without values. The text of a private tag may be empty.
+        constexpr std::uint16_t FirstPrivateTag = 32768; // TIFF 6.0, section 2
         const bool isEmpty = entry.count == 0 && entry.tag < FirstPrivateTag;
         if (IsNeeded(entry.tag, m_tiff) && (isEmpty || !HasTag(m_tiff, entry.tag)))
         {
